@@ -1,0 +1,20 @@
+// Account names to SIDs and back, by SID, on this machine or on another.
+#pragma once
+
+#include "frame/owned.h"
+#include "frame/record.h"
+
+// The platform's two-call account look-up on `machine` (NULL: local). 2, or 3 with WSE-000014 (naming `apiName` as the
+// failed function) or WSE-00002. When only the second call fails the block stays in `sid`, zeroed as far as the
+// platform left it, for the one routine that hands it out all the same.
+DWORD sswseLookupAccountSid(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
+                            owned::Heap<void>& sid);
+
+// sswseConvertUnameToSID with the look-up made on `machinename` (NULL: local); checks `username` before `sid`.
+DWORD sswseConvertUnameToSIDOnNode(sswseErrRec* err, const char* username, PSID* sid, const wchar_t* machinename);
+
+// A SID from its string form. 2, or 3 with WSE-000038 "ConvertStringSidToSid".
+DWORD sswseSidFromString(const sswseCall& call, const char* text, owned::Local<void>& sid);
+
+// 2, or 3 with WSE-000039 "IsValidSid".
+DWORD sswseRequireValidSid(const sswseCall& call, PSID sid);

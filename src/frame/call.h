@@ -1,0 +1,59 @@
+// The frame that every exported function and most internal routines run in, written once around a body:
+//
+//     return sswseRunFramed(err, __func__, sswseArgs("groupname=%s", groupname), [&](const sswseCall& call) -> DWORD {
+//         ...
+//     });
+//
+// It traces entry and arguments, clears the record, runs the body, traces the error text and the exit. A NULL record is
+// replaced by a scratch one. Early returns of the body are safe: the frame is outside.
+#pragma once
+
+#include "frame/format.h"
+#include "frame/record.h"
+#include "frame/trace.h"
+
+// The argument line of a routine, formatted only when tracing is on. Values are copied, texts are not.
+template <class... Arguments>
+auto sswseArgs(const char* format, Arguments... arguments)
+{
+    return [=](char* buffer, size_t capacity) { return sswseFormat(buffer, capacity, format, arguments...); };
+}
+
+// For routines without an argument line.
+struct sswseNoArgs
+{
+};
+
+void sswseTraceEntry(const char* function);
+void sswseTraceExit(const char* function, const sswseErrRec* rec);
+
+inline void sswseTraceArgLine(const sswseNoArgs&) {}
+
+template <class ArgLine>
+void sswseTraceArgLine(const ArgLine& line)
+{
+    constexpr size_t size = 512;
+    // Never released: a traced call costs its argument buffer for the life of the process. Kept as it is.
+    char* const buffer = static_cast<char*>(malloc(size));
+    if (!buffer)
+        return;
+    const uint32_t length = line(buffer, size - 1);
+    buffer[size - 1] = '\0';
+    sswseTraceArgs(buffer, static_cast<int>(length));
+}
+
+template <class ArgLine, class Body>
+DWORD sswseRunFramed(sswseErrRec* err, const char* function, const ArgLine& argLine, Body&& body)
+{
+    sswseErrRec scratch;
+    const sswseCall call = {err ? err : &scratch, function};
+    if (sswseTraceEnabled()) {
+        sswseTraceEntry(function);
+        sswseTraceArgLine(argLine);
+    }
+    sswseClearRecord(call.rec);
+    const DWORD status = body(call);
+    if (sswseTraceEnabled())
+        sswseTraceExit(function, call.rec);
+    return status;
+}

@@ -1,0 +1,88 @@
+#include "frame/message_module.h"
+
+#include "frame/format.h"
+#include "frame/library_file.h"
+#include "frame/owned.h"
+#include "keswsec.h"
+
+#include <atomic>
+
+namespace {
+
+std::atomic<HMODULE> messageModule;
+
+struct LanguageRow
+{
+    LANGID language;
+    const char* code;
+};
+
+constexpr LanguageRow wholeLanguages[] = {
+    {0x0804, "ZHS"}, {0x1004, "ZHS"}, {0x0404, "ZHT"}, {0x0C04, "ZHT"}, {0x1404, "ZHT"}, {0x0416, "PTB"},
+};
+
+constexpr LanguageRow primaryLanguages[] = {
+    {LANG_ARABIC, "AR"},    {LANG_CHINESE, "ZHS"}, {LANG_CZECH, "CS"},      {LANG_DANISH, "DK"},   {LANG_GERMAN, "D"},
+    {LANG_GREEK, "EL"},     {LANG_SPANISH, "E"},   {LANG_FINNISH, "SF"},    {LANG_FRENCH, "F"},    {LANG_HEBREW, "IW"},
+    {LANG_HUNGARIAN, "HU"}, {LANG_ITALIAN, "I"},   {LANG_JAPANESE, "JA"},   {LANG_KOREAN, "KO"},   {LANG_DUTCH, "NL"},
+    {LANG_NORWEGIAN, "N"},  {LANG_POLISH, "PL"},   {LANG_PORTUGUESE, "PT"}, {LANG_ROMANIAN, "RO"}, {LANG_RUSSIAN, "RU"},
+    {LANG_SLOVAK, "SK"},    {LANG_SWEDISH, "S"},   {LANG_THAI, "TH"},       {LANG_TURKISH, "TR"},
+};
+
+template <size_t N>
+const char* codeIn(const LanguageRow (&rows)[N], LANGID language)
+{
+    for (const LanguageRow& row : rows)
+        if (row.language == language)
+            return row.code;
+    return nullptr;
+}
+
+// Names the module of a language beside the library and opens it, which tells whether it is there.
+owned::Handle probe(char (&path)[MAX_PATH], char* fileName, const char* languageCode)
+{
+    const size_t room = static_cast<size_t>(path + sizeof path - fileName);
+    sswseFormat(fileName, room - 1, "\\%s%s%s", "KESWSECMSG", languageCode, ".DLL");
+    path[sizeof path - 1] = '\0';
+    return owned::Handle(owned::orNull(
+        CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
+}
+
+} // namespace
+
+const char* sswseLanguageCodeOf(LANGID language)
+{
+    if (const char* code = codeIn(wholeLanguages, language))
+        return code;
+    if (const char* code = codeIn(primaryLanguages, PRIMARYLANGID(language)))
+        return code;
+    return "US";
+}
+
+const char* sswseGetLanguageCode()
+{
+    return sswseLanguageCodeOf(GetUserDefaultLangID());
+}
+
+DWORD sswseLoadMessageModule()
+{
+    char path[MAX_PATH];
+    const HMODULE self = sswseOwnModule();
+    char* fileName = self ? sswseOwnDirectoryEnd(self, path) : nullptr;
+    if (!fileName)
+        return SSWSE_FAILURE;
+
+    owned::Handle file = probe(path, fileName, sswseGetLanguageCode());
+    if (!file)
+        file = probe(path, fileName, "US");
+    HMODULE found = file ? LoadLibraryExA(path, nullptr, LOAD_LIBRARY_AS_DATAFILE) : nullptr;
+    messageModule.store(found ? found : self);
+    return SSWSE_SUCCESS;
+}
+
+HMODULE sswseMessageModule()
+{
+    if (!messageModule.load())
+        sswseLoadMessageModule();
+    return messageModule.load();
+}

@@ -1,0 +1,70 @@
+// Owners: one alias per kind of resource. Adopt on the line after the acquisition.
+#pragma once
+
+#include <windows.h>
+
+#include <lm.h>
+#include <ntsecapi.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace owned {
+
+template <auto release>
+struct Releaser
+{
+    template <class T>
+    void operator()(T* resource) const
+    {
+        release(resource);
+    }
+};
+
+struct HandleCloser
+{
+    using pointer = HANDLE;
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+
+struct PolicyCloser
+{
+    using pointer = LSA_HANDLE;
+    void operator()(LSA_HANDLE policy) const { LsaClose(policy); }
+};
+
+struct FindCloser
+{
+    using pointer = HANDLE;
+    void operator()(HANDLE search) const { FindClose(search); }
+};
+
+template <class T>
+using Heap = std::unique_ptr<T, Releaser<&free>>; // malloc
+template <class T>
+using Local = std::unique_ptr<T, Releaser<&LocalFree>>; // LocalAlloc, and what the platform allocates so
+template <class T>
+using NetBuffer = std::unique_ptr<T, Releaser<&NetApiBufferFree>>;
+template <class T>
+using LsaBuffer = std::unique_ptr<T, Releaser<&LsaFreeMemory>>;
+using RegistryKey = std::unique_ptr<HKEY__, Releaser<&RegCloseKey>>;
+using ServiceHandle = std::unique_ptr<SC_HANDLE__, Releaser<&CloseServiceHandle>>;
+using Module = std::unique_ptr<HINSTANCE__, Releaser<&FreeLibrary>>;
+using Handle = std::unique_ptr<void, HandleCloser>; // files, tokens
+using PolicyHandle = std::unique_ptr<void, PolicyCloser>;
+using FindHandle = std::unique_ptr<void, FindCloser>;
+
+// A handle whose "none" is INVALID_HANDLE_VALUE, normalised to NULL so that an owner can test it.
+inline HANDLE orNull(HANDLE handle)
+{
+    return handle == INVALID_HANDLE_VALUE ? nullptr : handle;
+}
+
+// An uninitialised block of the one heap that callers also release from; NULL when memory is exhausted.
+template <class T>
+Heap<T> allocate(size_t bytes)
+{
+    return Heap<T>(static_cast<T*>(malloc(bytes)));
+}
+
+} // namespace owned

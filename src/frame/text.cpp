@@ -1,0 +1,103 @@
+#include "frame/text.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+// No replacement by characters that merely look alike; composed before converting. A UTF-8 code page allows no flag.
+DWORD wideToMbFlags()
+{
+    return GetACP() == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS | WC_COMPOSITECHECK;
+}
+
+// The platform's two-call conversion: `convert(destination, size)` answers the size with no destination, and converts.
+template <class Char, class Convert>
+DWORD convertInto(Char** result, size_t* length, Convert convert)
+{
+    *result = nullptr;
+    *length = 0;
+    const int needed = convert(nullptr, 0);
+    if (needed == 0)
+        return SSWSE_FAILURE;
+    *result = static_cast<Char*>(malloc(static_cast<size_t>(needed) * sizeof(Char)));
+    if (!*result) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return SSWSE_FAILURE;
+    }
+    const int converted = convert(*result, needed);
+    if (converted == 0)
+        return SSWSE_FAILURE;
+    *length = static_cast<size_t>(converted);
+    return SSWSE_SUCCESS;
+}
+
+} // namespace
+
+DWORD sswseMbToWide(const char* source, wchar_t** wide, size_t* length)
+{
+    if (source)
+        return convertInto(wide, length, [source](wchar_t* destination, int size) {
+            return MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, source, -1, destination, size);
+        });
+    *wide = nullptr;
+    *length = 0;
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseWideToMb(const wchar_t* source, char** multibyte, size_t* length)
+{
+    if (source)
+        return convertInto(multibyte, length, [source](char* destination, int size) {
+            return WideCharToMultiByte(CP_ACP, wideToMbFlags(), source, -1, destination, size, nullptr, nullptr);
+        });
+    *multibyte = nullptr;
+    *length = 0;
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseToWide(const sswseCall& call, const char* source, owned::Heap<wchar_t>& wide, size_t* length)
+{
+    wchar_t* text = nullptr;
+    size_t count = 0;
+    const DWORD status = sswseMbToWide(source, &text, &count);
+    const DWORD osError = GetLastError();
+    wide.reset(text);
+    if (length)
+        *length = count;
+    if (status != SSWSE_SUCCESS)
+        return sswseFail(call, WSE_MB_TO_WIDE, osError, "MultiByteToWideChar");
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseToMultibyte(const sswseCall& call, const wchar_t* source, owned::Heap<char>& multibyte, size_t* length)
+{
+    char* text = nullptr;
+    size_t count = 0;
+    const DWORD status = sswseWideToMb(source, &text, &count);
+    const DWORD osError = GetLastError();
+    multibyte.reset(text);
+    if (length)
+        *length = count;
+    if (status != SSWSE_SUCCESS)
+        return sswseFail(call, WSE_WIDE_TO_MB, osError, "WideCharToMultiByte");
+    return SSWSE_SUCCESS;
+}
+
+// The runtime's own bounded copies end the process on an overflow; these report it instead.
+DWORD sswseAppend(const sswseCall& call, char* destination, size_t size, const char* text)
+{
+    const size_t used = strlen(destination);
+    if (strlen(text) >= size - used)
+        return sswseFail(call, WSE_API_FAILED, ERANGE, "strcat_s", "strcat_s");
+    strcpy(destination + used, text);
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseCopy(const sswseCall& call, char* destination, size_t size, const char* text)
+{
+    if (strlen(text) >= size)
+        return sswseFail(call, WSE_API_FAILED, ERANGE, "strcpy_s", "strcpy_s");
+    strcpy(destination, text);
+    return SSWSE_SUCCESS;
+}

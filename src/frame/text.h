@@ -1,0 +1,22 @@
+// Multibyte (ANSI code page) and wide text: conversion, and copies into fixed buffers.
+#pragma once
+
+#include "frame/owned.h"
+#include "frame/record.h"
+
+// Converted text in a block of its own. `length` counts the terminating NUL: wide characters, respectively bytes. A
+// NULL source gives NULL, length 0 and 2. Status 2 or 3; the record is not touched; a block left after a 3 is the
+// caller's.
+DWORD sswseMbToWide(const char* source, wchar_t** wide, size_t* length);
+DWORD sswseWideToMb(const wchar_t* source, char** multibyte, size_t* length);
+
+// The same with an owner and the message: 2, or 3 with WSE-00006 respectively WSE-00007. `length` may be NULL.
+DWORD sswseToWide(const sswseCall& call, const char* source, owned::Heap<wchar_t>& wide, size_t* length = nullptr);
+DWORD sswseToMultibyte(const sswseCall& call, const wchar_t* source, owned::Heap<char>& multibyte,
+                       size_t* length = nullptr);
+
+// "software\Kestel\" + text and the like: appends within the array. 2, or 3 with WSE-000053 "strcat_s" and ERANGE.
+DWORD sswseAppend(const sswseCall& call, char* destination, size_t size, const char* text);
+
+// Copies text of at most size - 1 characters. 2, or 3 with WSE-000053 "strcpy_s" and ERANGE when it does not fit.
+DWORD sswseCopy(const sswseCall& call, char* destination, size_t size, const char* text);

@@ -1,0 +1,9 @@
+// What the home's registry key says of its type and name.
+#pragma once
+
+#include "keswsec.h"
+
+// The name of the home at `khomepath`, read through its key file; with a node name the drive's colon in `khomepath` is
+// overwritten with "$". 2, 3, 4, or 6 when the key file or the key cannot be opened. `*outlen` counts the terminator.
+DWORD sswseGetKestelHomeNameForKHPath(sswseErrRec* err, char* khomepath, char* khname, size_t khnamel, size_t* outlen,
+                                      const char* nodename);

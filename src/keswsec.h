@@ -1,0 +1,197 @@
+/*
+ * keswsec19.dll: Windows security services of a Kestel home.
+ *
+ * Every function takes the caller's error record first and clears it; on the first failure the record gets a numbered
+ * message and the operating system's error, and the function returns a status. Text arguments and results are multibyte
+ * text in the ANSI code page, NUL-terminated. A node name is a machine name; NULL or "" is the local machine.
+ *
+ * Common to all functions, and not repeated below:
+ *  - `err` may be NULL; the message is lost then.
+ *  - Status 4 comes with WSE-000012, which names the argument; a NULL output pointer that is not said to be optional
+ *    gives it as well.
+ *  - WSE-00002 (memory), WSE-00006 and WSE-00007 (text conversion) can come with any status 3.
+ *  - Memory given to the caller is released with sswseFreeMemory or sswseFreeArrayofStrings.
+ *  - The functions may be called from several threads, each call with a record of its own.
+ */
+#ifndef KESWSEC_H
+#define KESWSEC_H
+
+#include <windows.h>
+#include <winsvc.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- error record and status codes ----------------------------------------------------------------------------- */
+
+/* Owned by the caller. After a call, an empty `message` means that nothing was reported. */
+typedef struct sswseErrRec
+{
+    char message[512]; /* the message, with the operating system's error line when there is one; always terminated */
+    char oserror[100]; /* the operating system's error number in signed decimal, empty when there is none */
+} sswseErrRec;
+
+enum
+{
+    SSWSE_NO = 0,                    /* predicates: no. sswseTraceOn: failure */
+    SSWSE_YES = 1,                   /* predicates: yes. sswseTraceOn, sswseTraceOff: success */
+    SSWSE_SUCCESS = 2,               /* done */
+    SSWSE_FAILURE = 3,               /* failed, the record holds the reason */
+    SSWSE_INVALID_ARGUMENT = 4,      /* a required argument is NULL or invalid */
+    SSWSE_UNSUPPORTED_HOME_TYPE = 5, /* the home type cannot be read or is not "0", "1" or "2" */
+    SSWSE_HOME_NOT_FOUND = 6,        /* the home's registry key or key file cannot be opened */
+    SSWSE_ACCOUNT_EXISTS = 9         /* sswseCreateKestelSVCUser: there is an account of that name */
+};
+
+/* The message ids of the catalogue: errors WSE-00002 and WSE-00006 to WSE-000068, informational WSE-00001, 3, 4, 5. */
+#define SSWSE_ERROR_MESSAGE(number) (0xC0020000UL + (number))
+#define SSWSE_INFORMATIONAL_MESSAGE(number) (0x40020000UL + (number))
+
+/*
+ * Fills `err` with a message of the catalogue.
+ *   err           the record; NULL: nothing is done
+ *   messageId     SSWSE_ERROR_MESSAGE(n) or SSWSE_INFORMATIONAL_MESSAGE(n); an unknown id gives a message of one blank
+ *   osError       the operating system's error, 0 for none; its number goes to `oserror`, its text behind the message
+ *   functionName  the reporting routine, apiName the failed function or ""; neither is part of the text
+ *   ...           the inserts %1, %2, %3 of the message, `const char*`, as many as it has
+ * A text of more than 511 characters is cut.
+ */
+void WINAPIV sswseFillErrMsg(sswseErrRec* err, DWORD messageId, DWORD osError, const char* functionName,
+                             const char* apiName, ...);
+
+/* ---- tracing ---------------------------------------------------------------------------------------------------- */
+
+/* Receives each trace line as a format and its arguments, printf style, on the thread that runs the traced function. */
+typedef void(__cdecl* sswseTraceCallback)(void* context, const char* format, ...);
+
+/*
+ * Switches tracing on for the process.
+ *   callback  receives every line; must bear concurrent calls
+ *   context   given back as the callback's first argument; not NULL
+ *   level     kept, without effect
+ * 1: on (when it was on already, the earlier callback stays); 0: `callback` or `context` is NULL, WSE-000012.
+ */
+DWORD WINAPI sswseTraceOn(sswseErrRec* err, sswseTraceCallback callback, void* context, DWORD level);
+
+/* Switches tracing off. Always 1. A line that another thread is just delivering may still arrive. */
+DWORD WINAPI sswseTraceOff(sswseErrRec* err);
+
+/* ---- memory handed to callers ----------------------------------------------------------------------------------- */
+
+/* Releases one block that the library returned (a string, a SID). NULL is allowed. */
+void WINAPI sswseFreeMemory(void* pointer);
+
+/* Releases an array of `count` strings, each of which may be NULL, and the array. NULL is allowed. */
+void WINAPI sswseFreeArrayofStrings(char** array, size_t count);
+
+/* ---- operating system version ----------------------------------------------------------------------------------- */
+
+/* Windows 6.0, 6.1, 6.2 or later? 1, 0, or 3 with WSE-000045. Read once per process. */
+DWORD WINAPI sswseIsOSVistaOrAbove(sswseErrRec* err);
+DWORD WINAPI sswseIsOSWin7OrAbove(sswseErrRec* err);
+DWORD WINAPI sswseIsOSWin8OrAbove(sswseErrRec* err);
+
+/* Is this machine a domain controller? 1, 0, or 3 with WSE-000045. Read once per process. */
+DWORD WINAPI sswseIsOSWinDC(sswseErrRec* err);
+
+/* ---- account names, SIDs and built-in accounts ------------------------------------------------------------------ */
+
+DWORD WINAPI sswseConvertUnameToSID(sswseErrRec* err, const char* username, PSID* sid);
+DWORD WINAPI sswseConvertSIDToUname(sswseErrRec* err, PSID OSSid, char* uname, size_t unamel, size_t* outlen);
+DWORD WINAPI sswseGetOwnerSIDForCurrentProcess(sswseErrRec* err, PSID* sid);
+DWORD WINAPI sswseGetBuiltinAccName(sswseErrRec* err, const char* accname, char* buf, size_t ilen, size_t* outlen);
+DWORD WINAPI sswseIsNameBuiltinAcc(sswseErrRec* err, const char* accname, DWORD* kind);
+
+/* ---- user accounts ---------------------------------------------------------------------------------------------- */
+
+DWORD WINAPI sswseCheckValidUser(sswseErrRec* err, const char* username, const char* passwd);
+DWORD WINAPI sswseCreateKestelSVCUser(sswseErrRec* err, const char* username, const char* password);
+DWORD WINAPI sswseDeleteKestelSVCUser(sswseErrRec* err, const char* username);
+DWORD WINAPI sswseIsPasswordValid(sswseErrRec* err, const char* password);
+DWORD WINAPI sswseIsAdministrator(sswseErrRec* err, const char* username);
+DWORD WINAPI sswseIsManagedSVCAccount(sswseErrRec* err, const char* username, const char* nodename);
+DWORD WINAPI sswseIsGroupManagedSVCAccount(sswseErrRec* err, const char* cUser, const char* cNode);
+DWORD WINAPI sswseIsUserDomainUser(sswseErrRec* err, const char* username);
+DWORD WINAPI sswseCheckUserExists(sswseErrRec* err, const char* username);
+
+/* ---- privileges ------------------------------------------------------------------------------------------------- */
+
+DWORD WINAPI sswseGrantPrivilegesToUser(sswseErrRec* err, const char* username, const char* nodename,
+                                        const char* khtype);
+DWORD WINAPI sswseRevokePrivilegesFromUser(sswseErrRec* err, const char* username, const char* nodename,
+                                           const char* khtype);
+DWORD WINAPI sswseCheckUserPrivileges(sswseErrRec* err, const char* username, const char* khtype, char*** missing,
+                                      int* count);
+
+/* ---- local groups ----------------------------------------------------------------------------------------------- */
+
+DWORD WINAPI sswseCreateOSGroup(sswseErrRec* err, const char* groupname, const char* groupdesc, const char* nodename);
+DWORD WINAPI sswseCheckOSGroup(sswseErrRec* err, const char* groupname, const char* nodename);
+DWORD WINAPI sswseDeleteOSGroup(sswseErrRec* err, const char* groupname, const char* nodename);
+DWORD WINAPI sswseAddUserToGroup(sswseErrRec* err, const char* username, const char* groupname, const char* nodename);
+DWORD WINAPI sswseRemoveUserFromGroup(sswseErrRec* err, const char* username, const char* groupname,
+                                      const char* nodename);
+DWORD WINAPI sswseCheckUserInGroup(sswseErrRec* err, const char* username, const char* groupname, DWORD directflg,
+                                   const char* nodename);
+
+/* ---- home key, home type, home name ----------------------------------------------------------------------------- */
+
+DWORD WINAPI sswseGetKestelHomeKey(sswseErrRec* err, char* khkey, size_t khkeyl, size_t* outlen);
+DWORD WINAPI sswseGetKestelHomeType(sswseErrRec* err, const char* khomekey, char* khtype, size_t khtypel,
+                                    size_t* outlen, const char* nodename);
+DWORD WINAPI sswseSetKestelHomeType(sswseErrRec* err, const char* khomekey, const char* khometype,
+                                    const char* nodename);
+DWORD WINAPI sswseIsKhomeTypeValid(sswseErrRec* err, const char* khometype);
+DWORD WINAPI sswseGetKestelHomeName(sswseErrRec* err, char* khname, size_t khnamel, size_t* outlen);
+DWORD WINAPI sswseGetKestelHomeTypeForKHPath(sswseErrRec* err, char* khomepath, char* khtype, size_t khtypel,
+                                             size_t* outlen, const char* nodename);
+
+/* ---- service user recorded for a home --------------------------------------------------------------------------- */
+
+DWORD WINAPI sswseSetUnameForKhome(sswseErrRec* err, const char* uname, const char* nodename, const char* khomekey);
+DWORD WINAPI sswseGetUnameForKhome(sswseErrRec* err, char* uname, size_t unamel, size_t* outlen, const char* nodename);
+DWORD WINAPI sswseGetUnameForKhomePath(sswseErrRec* err, const char* khomepath, char* uname, size_t unamel,
+                                       size_t* outlen, const char* nodename);
+DWORD WINAPI sswseIsSVCUserMSA(sswseErrRec* err, const char* khomepath, const char* nodename);
+DWORD WINAPI sswseIsSVCUserPasswordRequired(sswseErrRec* err, const char* khomepath, const char* nodename);
+DWORD WINAPI sswseIsSvcUserLocalSystem(sswseErrRec* err, const char* ckhpath, const char* nodename);
+DWORD WINAPI sswseIsSvcUserLocalService(sswseErrRec* err, const char* ckhpath, const char* nodename);
+DWORD WINAPI sswseIsSvcUserVirtualAccount(sswseErrRec* err, const char* khomepath, const char* nodename);
+DWORD WINAPI sswseIsSVCUserGMSA(sswseErrRec* err, const char* ckhpath, const char* cNode);
+
+/* ---- virtual-account group names -------------------------------------------------------------------------------- */
+
+DWORD WINAPI sswseGetVAGroupnameForKHomename(sswseErrRec* err, const char* homename, char* groupname, size_t gamel,
+                                             size_t* outlen);
+DWORD WINAPI sswseGetKHomeNameFromVAGroupName(sswseErrRec* err, const char* groupname, char* homename, size_t hnamel,
+                                              size_t* outlen);
+
+/* ---- event-log sources ------------------------------------------------------------------------------------------ */
+
+DWORD WINAPI sswseCreateSVCEventRegEntry(sswseErrRec* err, const char* SVCAppKey, const char* EventMsgFile, DWORD Types,
+                                         const char* nodename);
+DWORD WINAPI sswseDeleteSVCEventRegEntry(sswseErrRec* err, const char* SVCAppKey, const char* nodename);
+
+/* ---- services --------------------------------------------------------------------------------------------------- */
+
+DWORD WINAPI sswseCreateService(sswseErrRec* err, const char* servicename, const char* displayname, DWORD desiredaccess,
+                                DWORD servicetype, DWORD starttype, DWORD errorcontrol, const char* binpath,
+                                const char* loadordergroup, DWORD* tagid, const char* dependencies,
+                                const char* servicestartname, const char* password, const char* nodename,
+                                SC_HANDLE* phService);
+DWORD WINAPI sswseUpdateService(sswseErrRec* err, const char* nodename, const char* servicename, const char* username,
+                                const char* password, const char* binpath);
+DWORD WINAPI sswseGetSvcUserForService(sswseErrRec* err, const char* servicename, char* username, size_t usernamel,
+                                       size_t* written, const char* nodename);
+DWORD WINAPI sswseDeleteService(sswseErrRec* err, const char* nodename, const char* servicename);
+DWORD WINAPI sswseGetServiceSidName(sswseErrRec* err, const char* svcname, char* out, size_t outlen, size_t* written);
+DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psid, const char* nodename);
+
+/* ---- access control on objects ---------------------------------------------------------------------------------- */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

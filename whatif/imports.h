@@ -1,0 +1,42 @@
+// The import address table of a loaded module: the place where a call of another DLL's function can be redirected.
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace whatif {
+
+// One function that stands in for an imported one.
+struct Replacement
+{
+    const char* name; // as imported
+    void* function;
+};
+
+// One table per area of the platform, each in the file that holds the replacements.
+std::vector<Replacement> kernelReplacements();   // version, computer name, run-time loading, files of a node
+std::vector<Replacement> accountReplacements();  // names and SIDs, logon, LSA policy
+std::vector<Replacement> networkReplacements();  // local groups, users, password policy
+std::vector<Replacement> serviceReplacements();  // service control manager
+std::vector<Replacement> registryReplacements(); // the registry
+std::vector<Replacement> securityReplacements(); // access-control lists by name, object security
+
+class Imports
+{
+public:
+    explicit Imports(HMODULE module);
+    ~Imports(); // puts the original entries back
+
+    // Points the entry of `name` at `function` and returns what it pointed at; NULL when the module does not import it.
+    void* redirect(const std::string& name, void* function);
+    std::vector<std::string> names() const;
+
+private:
+    std::map<std::string, void**> entries_;
+    std::map<void**, void*> originals_;
+};
+
+} // namespace whatif

@@ -1,0 +1,90 @@
+// One machine as the what-if node keeps it: plain records. SIDs are kept in their string form, names as Windows writes
+// them; names are compared without regard to case, as Windows does.
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace whatif {
+
+struct NoCase
+{
+    bool operator()(const std::wstring& a, const std::wstring& b) const;
+};
+
+// A local user (no domain), or a domain account that the node can resolve.
+struct Account
+{
+    std::wstring name;
+    std::wstring domain;
+    std::wstring sid;
+    SID_NAME_USE use = SidTypeUser;
+    std::wstring password;  // what LogonUser accepts
+    DWORD flags = 0;        // usri1_flags
+    bool managed = false;   // managed service account of the standalone or the group kind
+    DWORD managedState = 0; // what NetQueryServiceAccount says: 0 it has nothing to say (it fails), 5 installed
+};
+
+struct Group
+{
+    std::wstring name;
+    std::wstring comment;
+    std::wstring sid;
+    std::vector<std::wstring> members; // SIDs, in the order they were added
+};
+
+struct Service
+{
+    std::wstring name;
+    std::wstring displayName;
+    std::wstring binaryPath;
+    std::wstring account; // as it was given to the service control manager; "LocalSystem" when none was
+    std::wstring password;
+    std::wstring loadOrderGroup;
+    std::vector<std::wstring> dependencies;
+    DWORD type = SERVICE_WIN32_OWN_PROCESS;
+    DWORD start = SERVICE_DEMAND_START;
+    DWORD errorControl = SERVICE_ERROR_NORMAL;
+    DWORD tag = 0;
+    DWORD sidType = 0;     // SERVICE_SID_TYPE_NONE
+    std::wstring security; // SDDL of the DACL
+};
+
+struct Node
+{
+    std::wstring name; // computer name
+    DWORD major = 10;
+    DWORD minor = 0;
+    BYTE productType = VER_NT_SERVER;
+    DWORD minimumPasswordLength = 0;
+    bool readsMachine = false; // what the node does not hold is read from the real machine
+
+    std::vector<Account> accounts;
+    std::vector<Group> groups;
+    std::map<std::wstring, std::vector<std::wstring>, NoCase> rights; // right -> SIDs that hold it
+    std::vector<Service> services;
+    std::map<std::wstring, std::wstring, NoCase>
+        security; // object name -> SDDL of its DACL ("file C:\\x", "registry ...")
+    std::map<std::wstring, std::wstring, NoCase> drives; // "C" -> directory that \\name\C$ stands for
+    std::set<std::wstring, NoCase> gone; // objects of the real machine that were deleted here: "group X", "service Y"
+    DWORD nextRid = 1001;                // relative identifier of the next local account or group
+};
+
+// One change of a node, in the order in which they were made.
+struct Change
+{
+    std::wstring node;   // computer name
+    std::wstring object; // "group KES_DBA", "service KestelService", "registry HKLM\\Software\\Kestel\\KEY_h1"
+    std::wstring action; // "created", "member added", "KESTEL_HOME_TYPE set", "security"
+    std::wstring before; // empty when there was none
+    std::wstring after;
+};
+
+// One line of the plan as it is printed.
+std::wstring textOf(const Change& change);
+
+} // namespace whatif

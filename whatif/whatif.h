@@ -1,0 +1,72 @@
+// The what-if node: stands in for the machine behind an unmodified, loaded library.
+//
+//     whatif::World world(whatif::Base::described);
+//     world.load(L"examples/server.ini");
+//     whatif::Redirection redirection(library, world);   // until it goes out of scope
+//     ... call the library's exports ...
+//     for (const whatif::Change& change : world.plan()) ...
+#pragma once
+
+#include "whatif/node.h"
+
+#include <filesystem>
+#include <memory>
+#include <mutex>
+
+namespace whatif {
+
+enum class Base
+{
+    described,  // the local node is what its description says and nothing else
+    thisMachine // what the local node does not hold is read from the real machine
+};
+
+class Registry; // the nodes' registries: scratch keys of the real one
+
+// The local node, the nodes reached by their names, and what has been changed on them. The replacement functions lock
+// `mutex` while they run, so several threads may call the library on one world.
+class World
+{
+public:
+    explicit World(Base base);
+    ~World(); // removes the scratch registry keys
+    World(const World&) = delete;
+    World& operator=(const World&) = delete;
+
+    // Adds a described node; in a described world the first one is the local node, further ones are reached by name.
+    // Throws std::runtime_error naming the file and the line or key that cannot be read.
+    void load(const std::filesystem::path& description);
+    // Writes the local node (registry included) back as a description that `load` reads.
+    void save(const std::filesystem::path& description) const;
+
+    Node& local();
+    Node& add(const std::wstring& name); // a further, empty node; returns the existing one of that name
+    Node* find(const wchar_t* name);     // NULL or "" is the local one; leading backslashes are ignored
+    Registry& registry() const;
+
+    const std::vector<Change>& plan() const;
+    void record(Change change);
+    void clearPlan();
+
+    std::recursive_mutex mutex;
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+// Redirects the library's imports, and what it resolves at run time, to the world. One at a time per process.
+class Redirection
+{
+public:
+    Redirection(HMODULE library, World& world);
+    ~Redirection();
+    Redirection(const Redirection&) = delete;
+    Redirection& operator=(const Redirection&) = delete;
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace whatif
