@@ -18,14 +18,18 @@ workshop_setup() {
     $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# workshop_build DIRECTORY TARGET...
+# workshop_build [-D...] TARGET...: configures on first use and whenever an option is new, then builds.
 workshop_build() {
-    local directory=$1
-    shift
-    [ -f "$directory/build.ninja" ] || cmake --preset mingw-w64 -B "$directory" >"$directory.log" 2>&1 ||
-        { cat "$directory.log" >&2; exit 1; }
-    rm -f "$directory.log"
-    ninja -C "$directory" --quiet "$@"
+    local options=()
+    while [ "${1#-D}" != "$1" ]; do
+        grep -qs "^$(sed 's/^-D//; s/=/:[A-Z]*=/' <<<"$1")\$" build/CMakeCache.txt || options+=("$1")
+        shift
+    done
+    if [ ! -f build/build.ninja ] || [ ${#options[@]} -gt 0 ]; then
+        mkdir -p build
+        cmake --preset mingw-w64 "${options[@]}" >build/configure.log 2>&1 || { cat build/configure.log >&2; exit 1; }
+    fi
+    ninja -C build --quiet "$@"
 }
 
 # Runs a Windows program under Wine. The prefix lies in the build folder and is made on first use.
@@ -48,6 +52,17 @@ workshop_check_format() {
     git ls-files -z -- '*.cpp' '*.h' | xargs -0 clang-format --dry-run --Werror
 }
 
+# Reads the library's sources as the cross compiler does; only what changed since it last passed.
 workshop_check_lint() {
-    :
+    local directories arguments=(--quiet -p build --extra-arg=--target=x86_64-w64-windows-gnu) path
+    directories=$(x86_64-w64-mingw32-g++-posix -E -x c++ -v /dev/null 2>&1 | sed -n 's/^ \(.*c++.*\)/\1/p')
+    for path in $directories; do
+        arguments+=("--extra-arg=-isystem$(realpath "$path")")
+    done
+    mkdir -p build/lint
+    git ls-files -z -- 'src/*.cpp' | xargs -0 -P "$(nproc)" -I{} bash -c '
+        source={} stamp=build/lint/$(tr / - <<<"{}")
+        [ "$stamp" -nt "$source" ] && [ -z "$(find src .clang-tidy -name "*.h" -newer "$stamp" -o -name .clang-tidy -newer "$stamp")" ] && exit 0
+        output=$(clang-tidy "$@" "$source" 2>/dev/null) || { echo "$output"; exit 255; }
+        touch "$stamp"' lint "${arguments[@]}"
 }
