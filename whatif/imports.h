@@ -18,7 +18,8 @@ struct Replacement
 
 // One table per area of the platform, each in the file that holds the replacements.
 std::vector<Replacement> kernelReplacements();   // version, computer name, run-time loading, files of a node
-std::vector<Replacement> accountReplacements();  // names and SIDs, logon, LSA policy
+std::vector<Replacement> accountReplacements();  // names and SIDs, logon
+std::vector<Replacement> policyReplacements();   // LSA policy: account rights
 std::vector<Replacement> networkReplacements();  // local groups, users, password policy
 std::vector<Replacement> serviceReplacements();  // service control manager
 std::vector<Replacement> registryReplacements(); // the registry

@@ -60,6 +60,10 @@ struct Node
     DWORD major = 10;
     DWORD minor = 0;
     BYTE productType = VER_NT_SERVER;
+    std::wstring sid;    // of the computer: what the SIDs of its own users and groups begin with
+    std::wstring domain; // that it belongs to; on a domain controller, whose accounts its own accounts are
+    std::set<std::wstring, NoCase> missing; // what this release lacks of what is resolved at run time:
+                                            // "Logoncli.dll", "NetIsServiceAccount", "NetQueryServiceAccount"
     DWORD minimumPasswordLength = 0;
     bool readsMachine = false; // what the node does not hold is read from the real machine
 
