@@ -42,18 +42,28 @@ void sswseTraceArgLine(const ArgLine& line)
     sswseTraceArgs(buffer, static_cast<int>(length));
 }
 
+// For the routine that leaves what the record held; every other one runs in sswseRunFramed below.
 template <class ArgLine, class Body>
-DWORD sswseRunFramed(sswseErrRec* err, const char* function, const ArgLine& argLine, Body&& body)
+DWORD sswseRunFramedKeepingRecord(sswseErrRec* err, const char* function, const ArgLine& argLine, Body&& body)
 {
     sswseErrRec scratch;
+    sswseClearRecord(&scratch);
     const sswseCall call = {err ? err : &scratch, function};
     if (sswseTraceEnabled()) {
         sswseTraceEntry(function);
         sswseTraceArgLine(argLine);
     }
-    sswseClearRecord(call.rec);
     const DWORD status = body(call);
     if (sswseTraceEnabled())
         sswseTraceExit(function, call.rec);
     return status;
+}
+
+template <class ArgLine, class Body>
+DWORD sswseRunFramed(sswseErrRec* err, const char* function, const ArgLine& argLine, Body&& body)
+{
+    return sswseRunFramedKeepingRecord(err, function, argLine, [&](const sswseCall& call) -> DWORD {
+        sswseClearRecord(call.rec);
+        return body(call);
+    });
 }

@@ -39,6 +39,12 @@ DWORD sswseFail(const sswseCall& call, DWORD messageId, DWORD osError, const cha
     return SSWSE_FAILURE;
 }
 
+// WSE-000053, whose text names the failed function.
+inline DWORD sswseApiFailed(const sswseCall& call, DWORD osError, const char* apiName)
+{
+    return sswseFail(call, WSE_API_FAILED, osError, apiName, apiName);
+}
+
 // WSE-000012 naming the argument; `status` where a routine does not answer a missing argument with 4.
 DWORD sswseBadArgument(const sswseCall& call, const char* argument, DWORD status = SSWSE_INVALID_ARGUMENT);
 // WSE-000033 naming the output buffer.

@@ -89,7 +89,7 @@ DWORD sswseAppend(const sswseCall& call, char* destination, size_t size, const c
 {
     const size_t used = strlen(destination);
     if (strlen(text) >= size - used)
-        return sswseFail(call, WSE_API_FAILED, ERANGE, "strcat_s", "strcat_s");
+        return sswseApiFailed(call, ERANGE, "strcat_s");
     strcpy(destination + used, text);
     return SSWSE_SUCCESS;
 }
@@ -97,7 +97,7 @@ DWORD sswseAppend(const sswseCall& call, char* destination, size_t size, const c
 DWORD sswseCopy(const sswseCall& call, char* destination, size_t size, const char* text)
 {
     if (strlen(text) >= size)
-        return sswseFail(call, WSE_API_FAILED, ERANGE, "strcpy_s", "strcpy_s");
+        return sswseApiFailed(call, ERANGE, "strcpy_s");
     strcpy(destination, text);
     return SSWSE_SUCCESS;
 }
