@@ -26,8 +26,10 @@ DWORD convertInto(Char** result, size_t* length, Convert convert)
         return SSWSE_FAILURE;
     }
     const int converted = convert(*result, needed);
-    if (converted == 0)
+    if (converted == 0) {
+        SecureZeroMemory(*result, static_cast<size_t>(needed) * sizeof(Char)); // it may be half a password
         return SSWSE_FAILURE;
+    }
     *length = static_cast<size_t>(converted);
     return SSWSE_SUCCESS;
 }
@@ -100,4 +102,15 @@ DWORD sswseCopy(const sswseCall& call, char* destination, size_t size, const cha
         return sswseApiFailed(call, ERANGE, "strcpy_s");
     strcpy(destination, text);
     return SSWSE_SUCCESS;
+}
+
+const char* sswseFindBackslash(const char* text)
+{
+    for (; *text; ++text) {
+        if (*text == '\\')
+            return text;
+        if (IsDBCSLeadByte(static_cast<BYTE>(*text)) && text[1])
+            ++text;
+    }
+    return nullptr;
 }

@@ -20,3 +20,6 @@ DWORD sswseAppend(const sswseCall& call, char* destination, size_t size, const c
 
 // Copies text of at most size - 1 characters. 2, or 3 with WSE-000053 "strcpy_s" and ERANGE when it does not fit.
 DWORD sswseCopy(const sswseCall& call, char* destination, size_t size, const char* text);
+
+// The first backslash that is a character of its own, not the second byte of one; NULL when there is none.
+const char* sswseFindBackslash(const char* text);
