@@ -97,30 +97,159 @@ DWORD WINAPI sswseIsOSWinDC(sswseErrRec* err);
 
 /* ---- account names, SIDs and built-in accounts ------------------------------------------------------------------ */
 
+/* The built-in service accounts, as sswseIsNameBuiltinAcc tells them. */
+enum
+{
+    SSWSE_BUILTIN_LOCAL_SYSTEM = 11,   /* S-1-5-18, keyword LOCAL_SYSTEM */
+    SSWSE_BUILTIN_LOCAL_SERVICE = 12,  /* S-1-5-19, keyword LOCAL_SERVICE */
+    SSWSE_BUILTIN_NETWORK_SERVICE = 13 /* S-1-5-20, keyword NETWORK_SERVICE */
+};
+
+/*
+ * The SID of an account of this machine, or that this machine can look up.
+ *   username  account name, with or without its domain
+ *   sid       receives one block of the SID's length; the caller releases it
+ * 2; 3 with WSE-000014; 4. When the account vanishes between the size query and the look-up the answer is still 2, with
+ * WSE-000014 in the record and a SID that is not valid: who must be sure looks at the record too.
+ */
 DWORD WINAPI sswseConvertUnameToSID(sswseErrRec* err, const char* username, PSID* sid);
+
+/*
+ * The account of a SID, as "domain\account", in the machine's language.
+ *   OSSid   the SID
+ *   uname   the buffer, unamel its size in bytes
+ *   outlen  receives the space used, three more than the text's length; NULL is allowed
+ * 2; 3 with WSE-000034, or WSE-000033 when `unamel` is below the space used; 4, also with WSE-000033 when it is 0.
+ */
 DWORD WINAPI sswseConvertSIDToUname(sswseErrRec* err, PSID OSSid, char* uname, size_t unamel, size_t* outlen);
+
+/*
+ * The SID of the user that runs this process.
+ *   sid  receives one block of the SID's length; the caller releases it
+ * 2; 3 with WSE-000035, WSE-000036, WSE-000037; 4.
+ */
 DWORD WINAPI sswseGetOwnerSIDForCurrentProcess(sswseErrRec* err, PSID* sid);
+
+/*
+ * The name of a built-in service account in the machine's language, as "domain\account".
+ *   accname  LOCAL_SYSTEM, LOCAL_SERVICE or NETWORK_SERVICE, in upper or lower case
+ *   buf      the buffer, ilen its size in bytes
+ *   outlen   receives the space used, three more than the text's length; NULL is allowed
+ * 2; 3 with an empty record when `accname` is another text, else with WSE-000033, WSE-000034, WSE-000038,
+ * WSE-000039; 4.
+ */
 DWORD WINAPI sswseGetBuiltinAccName(sswseErrRec* err, const char* accname, char* buf, size_t ilen, size_t* outlen);
+
+/*
+ * Is this the name, in whatever spelling the machine resolves, of a built-in service account?
+ *   accname  account name (not a keyword); when it is NULL the status is 3
+ *   kind     receives SSWSE_BUILTIN_..., else 0
+ * 1: yes. 3 with an empty record: no. 3 with WSE-000012, WSE-000014, WSE-000038: failure. 4.
+ */
 DWORD WINAPI sswseIsNameBuiltinAcc(sswseErrRec* err, const char* accname, DWORD* kind);
 
 /* ---- user accounts ---------------------------------------------------------------------------------------------- */
 
+/* While tracing is on, these functions write the passwords they are given to the trace, readable. */
+
+/*
+ * Can this user log on over the network with this password?
+ *   username  "DOMAIN\user", ".\user" for this machine's own accounts, or a name without domain; a domain of 512 bytes
+ *             or more is invalid, of the user name 511 bytes count
+ *   passwd    the password; NULL is handed on as none
+ * 2: yes. 3 with WSE-000018: no. 4.
+ */
 DWORD WINAPI sswseCheckValidUser(sswseErrRec* err, const char* username, const char* passwd);
+
+/*
+ * Creates a local user for services: its password never expires and it cannot log on interactively.
+ *   username  name without domain
+ *   password  NULL for none, where the machine's policy allows it
+ * 2; 9 with WSE-000023 when the account exists; 3 with WSE-000024, or, the account having been created and left there,
+ * WSE-000014, WSE-000025, WSE-000026; 4, also with WSE-000016 for a name with a backslash.
+ */
 DWORD WINAPI sswseCreateKestelSVCUser(sswseErrRec* err, const char* username, const char* password);
+
+/*
+ * Deletes a local user. Its rights stay in the security policy.
+ *   username  name without domain
+ * 2; 3 with WSE-000027, also when there is no such account; 4, also with WSE-000017 for a name with a backslash.
+ */
 DWORD WINAPI sswseDeleteKestelSVCUser(sswseErrRec* err, const char* username);
+
+/*
+ * Does this password meet the machine's policy?
+ * 1: yes. 0: no, with WSE-00003 and the policy's verdict (NET_API_STATUS) as the operating system's error. 3 with
+ * WSE-000053. 4.
+ */
 DWORD WINAPI sswseIsPasswordValid(sswseErrRec* err, const char* password);
+
+/*
+ * Is this user a member, directly or through other groups, of the built-in Administrators group of this machine?
+ *   username  account name, with or without its domain
+ * 1; 0; 3 with WSE-000013, WSE-000014, or WSE-000015, also when only the direct groups may be read and Administrators
+ * is not among them; 4.
+ */
 DWORD WINAPI sswseIsAdministrator(sswseErrRec* err, const char* username);
+
+/*
+ * Is this a managed service account, of the standalone or the group kind?
+ *   username  account name
+ *   nodename  traced only: this machine is asked
+ * 1; 0, also when the system has no such accounts; 3 with an empty record when Logoncli.dll cannot be loaded; 4.
+ */
 DWORD WINAPI sswseIsManagedSVCAccount(sswseErrRec* err, const char* username, const char* nodename);
+
+/*
+ * Is this a group managed service account, installed for use on this machine?
+ *   cUser  "DOMAIN\account"; without a domain the answer is 0
+ *   cNode  traced only: this machine is asked
+ * 1, also when the system knows the account as a managed one and does not tell its state; 0, also when the system has
+ * no such accounts; 3 as from sswseIsManagedSVCAccount; 4.
+ */
 DWORD WINAPI sswseIsGroupManagedSVCAccount(sswseErrRec* err, const char* cUser, const char* cNode);
+
+/*
+ * Is the account of another domain than this computer's own? The accounts of BUILTIN, NT AUTHORITY and NT SERVICE are.
+ *   username  account name, with or without its domain
+ * 1; 0; 3 with WSE-000014, WSE-000019; 4.
+ */
 DWORD WINAPI sswseIsUserDomainUser(sswseErrRec* err, const char* username);
+
+/*
+ * Is this the name of a user account?
+ *   username  account name, with or without its domain
+ * 1; 0 when there is no such name, or it is a group's or another kind's; 3 with WSE-000014 for any other failure; 4.
+ */
 DWORD WINAPI sswseCheckUserExists(sswseErrRec* err, const char* username);
 
 /* ---- privileges ------------------------------------------------------------------------------------------------- */
 
+/*
+ * Grant to a user, or take from it, the rights that the user of a home's services needs: SeServiceLogonRight and
+ * SeCreateSymbolicLinkPrivilege. They stop at the first right that fails and undo nothing. Granting what is held and
+ * revoking what is not held are no failures.
+ *   username  account name that the node resolves
+ *   nodename  node whose security policy is changed
+ *   khtype    home type "0", "1" or "2"
+ * 2; 3 with WSE-00008 for another home type, WSE-000014, WSE-000025, WSE-000039, and WSE-000041 (grant) or WSE-000040
+ * (revoke); 4.
+ */
 DWORD WINAPI sswseGrantPrivilegesToUser(sswseErrRec* err, const char* username, const char* nodename,
                                         const char* khtype);
 DWORD WINAPI sswseRevokePrivilegesFromUser(sswseErrRec* err, const char* username, const char* nodename,
                                            const char* khtype);
+
+/*
+ * Does the user hold these rights on this machine, itself or through its local groups, nested ones included?
+ *   username  account name
+ *   khtype    home type "0", "1" or "2"
+ *   missing   receives an array of the names of the rights that are not held, NULL when there are none; the caller
+ *             releases it with sswseFreeArrayofStrings
+ *   count     receives their number
+ * 1: all are held. 0: some are missing. 3 with WSE-000014, WSE-000015, WSE-000025, WSE-000039, WSE-000043. 4. 5 with
+ * WSE-00008 for another home type.
+ */
 DWORD WINAPI sswseCheckUserPrivileges(sswseErrRec* err, const char* username, const char* khtype, char*** missing,
                                       int* count);
 

@@ -4,9 +4,22 @@
 #include "frame/owned.h"
 #include "frame/record.h"
 
+// What the platform says of an account name. `domain` is terminated.
+struct sswseAccount
+{
+    owned::Heap<void> sid;
+    owned::Heap<wchar_t> domain;
+    SID_NAME_USE use = SidTypeUnknown;
+    DWORD osError = ERROR_SUCCESS; // of a look-up that failed; none when memory was short
+};
+
 // The platform's two-call account look-up on `machine` (NULL: local). 2, or 3 with WSE-000014 (naming `apiName` as the
-// failed function) or WSE-00002. When only the second call fails the block stays in `sid`, zeroed as far as the
+// failed function) or WSE-00002. When only the second call fails the block stays in `account.sid`, zeroed as far as the
 // platform left it, for the one routine that hands it out all the same.
+DWORD sswseLookupAccount(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
+                         sswseAccount& account);
+
+// The same for callers that only want the SID.
 DWORD sswseLookupAccountSid(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
                             owned::Heap<void>& sid);
 

@@ -1,0 +1,168 @@
+#include "accounts/account_names.h"
+
+#include "frame/call.h"
+#include "frame/text.h"
+
+#include <sddl.h>
+
+#include <cstring>
+
+namespace {
+
+constexpr DWORD nameCapacity = 512;
+
+template <class T>
+owned::Heap<T> allocateZeroed(size_t bytes)
+{
+    owned::Heap<T> block = owned::allocate<T>(bytes);
+    if (block)
+        memset(block.get(), 0, bytes);
+    return block;
+}
+
+DWORD convertName(const sswseCall& call, const char* username, PSID* sid, const wchar_t* machine, const char* apiName)
+{
+    *sid = nullptr;
+    owned::Heap<wchar_t> name;
+    if (sswseToWide(call, username, name) != SSWSE_SUCCESS)
+        return SSWSE_FAILURE;
+    owned::Heap<void> found;
+    const DWORD status = sswseLookupAccountSid(call, machine, name.get(), apiName, found);
+    *sid = found.release();
+    // Deliberate: once there is a block the answer is success, even when the look-up into it failed. The message then
+    // stays in the record, and the SID is not a valid one.
+    if (*sid)
+        return SSWSE_SUCCESS;
+    return status;
+}
+
+struct QualifiedName
+{
+    wchar_t account[nameCapacity];
+    wchar_t domain[nameCapacity];
+};
+
+DWORD lookupName(const sswseCall& call, PSID sid, QualifiedName& name)
+{
+    DWORD accountLength = nameCapacity - 1;
+    DWORD domainLength = nameCapacity - 1;
+    SID_NAME_USE use = SidTypeUnknown;
+    if (!LookupAccountSidW(nullptr, sid, name.account, &accountLength, name.domain, &domainLength, &use))
+        return sswseFail(call, WSE_SID_LOOKUP, GetLastError(), "LookupAccountSidW");
+    return SSWSE_SUCCESS;
+}
+
+} // namespace
+
+DWORD sswseLookupAccount(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
+                         sswseAccount& account)
+{
+    account = {};
+    DWORD sidSize = 0;
+    DWORD domainLength = 0;
+    if (!LookupAccountNameW(machine, name, nullptr, &sidSize, nullptr, &domainLength, &account.use)) {
+        const DWORD osError = GetLastError();
+        if (osError != ERROR_INSUFFICIENT_BUFFER) {
+            account.osError = osError;
+            return sswseFail(call, WSE_ACCOUNT_NAME_LOOKUP, osError, apiName);
+        }
+    }
+    account.sid = allocateZeroed<void>(sidSize);
+    account.domain = allocateZeroed<wchar_t>(domainLength * sizeof(wchar_t));
+    if (!account.sid || !account.domain) {
+        account.sid.reset();
+        return sswseOutOfMemory(call);
+    }
+    if (!LookupAccountNameW(machine, name, account.sid.get(), &sidSize, account.domain.get(), &domainLength,
+                            &account.use)) {
+        account.osError = GetLastError();
+        return sswseFail(call, WSE_ACCOUNT_NAME_LOOKUP, account.osError, apiName);
+    }
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseLookupAccountSid(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
+                            owned::Heap<void>& sid)
+{
+    sswseAccount account;
+    const DWORD status = sswseLookupAccount(call, machine, name, apiName, account);
+    sid = std::move(account.sid);
+    return status;
+}
+
+DWORD WINAPI sswseConvertUnameToSID(sswseErrRec* err, const char* username, PSID* sid)
+{
+    return sswseRunFramed(err, __func__, sswseArgs("username=%s", username), [&](const sswseCall& call) -> DWORD {
+        if (!sid)
+            return sswseBadArgument(call, "Pointer to OS SID");
+        if (!username)
+            return sswseBadArgument(call, "username");
+        return convertName(call, username, sid, nullptr, "LookUpAccountNameW");
+    });
+}
+
+// Checks its arguments in the other order: deliberate.
+DWORD sswseConvertUnameToSIDOnNode(sswseErrRec* err, const char* username, PSID* sid, const wchar_t* machinename)
+{
+    return sswseRunFramed(err, __func__, sswseArgs("username=%s\nmachinename=%ls", username, machinename),
+                          [&](const sswseCall& call) -> DWORD {
+                              if (!username)
+                                  return sswseBadArgument(call, "username");
+                              if (!sid)
+                                  return sswseBadArgument(call, "Pointer to OS SID");
+                              return convertName(call, username, sid, machinename, "LookUpAccountName");
+                          });
+}
+
+DWORD WINAPI sswseConvertSIDToUname(sswseErrRec* err, PSID OSSid, char* uname, size_t unamel, size_t* outlen)
+{
+    return sswseRunFramed(err, __func__, sswseArgs("OSSid=%Ix\nunamel=%Iu", reinterpret_cast<size_t>(OSSid), unamel),
+                          [&](const sswseCall& call) -> DWORD {
+                              if (!OSSid)
+                                  return sswseBadArgument(call, "OS SID");
+                              if (unamel == 0) {
+                                  sswseBufferTooSmall(call, "username");
+                                  return SSWSE_INVALID_ARGUMENT;
+                              }
+                              if (!uname)
+                                  return sswseBadArgument(call, "uname");
+
+                              QualifiedName name = {};
+                              owned::Heap<char> account;
+                              owned::Heap<char> domain;
+                              size_t accountSize = 0;
+                              size_t domainSize = 0;
+                              if (lookupName(call, OSSid, name) != SSWSE_SUCCESS ||
+                                  sswseToMultibyte(call, name.account, account, &accountSize) != SSWSE_SUCCESS ||
+                                  sswseToMultibyte(call, name.domain, domain, &domainSize) != SSWSE_SUCCESS)
+                                  return SSWSE_FAILURE;
+
+                              // Both terminators count and two more: the figure is three above the text's length.
+                              // Deliberate, callers take it for the space used.
+                              const size_t required = accountSize + domainSize + 2;
+                              if (required > unamel)
+                                  return sswseBufferTooSmall(call, "username");
+                              sswseFormat(uname, unamel, "%s\\%s", domain.get(), account.get());
+                              if (required < unamel)
+                                  uname[required] = '\0';
+                              if (outlen)
+                                  *outlen = required;
+                              return SSWSE_SUCCESS;
+                          });
+}
+
+DWORD sswseSidFromString(const sswseCall& call, const char* text, owned::Local<void>& sid)
+{
+    PSID converted = nullptr;
+    if (!ConvertStringSidToSidA(text, &converted))
+        return sswseFail(call, WSE_CONVERT_SID, GetLastError(), "ConvertStringSidToSid");
+    sid.reset(converted);
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseRequireValidSid(const sswseCall& call, PSID sid)
+{
+    if (!IsValidSid(sid))
+        return sswseFail(call, WSE_INVALID_SID, GetLastError(), "IsValidSid");
+    return SSWSE_SUCCESS;
+}
