@@ -153,8 +153,9 @@ Redirection::Redirection(HMODULE library, World& world)
         throw std::logic_error("only one redirection at a time");
     state_ = std::make_unique<State>(library);
     active = &world;
-    for (const auto& table : {kernelReplacements(), accountReplacements(), policyReplacements(), networkReplacements(),
-                              serviceReplacements(), registryReplacements(), securityReplacements()})
+    for (const auto& table :
+         {kernelReplacements(), accountReplacements(), policyReplacements(), groupReplacements(), memberReplacements(),
+          userReplacements(), serviceReplacements(), registryReplacements(), securityReplacements()})
         for (const Replacement& replacement : table)
             state_->imports.redirect(replacement.name, replacement.function);
 }

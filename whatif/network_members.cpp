@@ -1,0 +1,176 @@
+// The members of local groups. A list of members is taken as a whole or not at all.
+#include "whatif/active.h"
+#include "whatif/guarded.h"
+#include "whatif/local_groups.h"
+#include "whatif/packed.h"
+#include "whatif/sids.h"
+
+#include <algorithm>
+
+namespace whatif {
+
+namespace {
+
+// The SIDs that a list of members names; what is not known ends it with ERROR_NO_SUCH_MEMBER.
+NET_API_STATUS readMembers(const Node& node, DWORD level, LPBYTE buffer, DWORD count, std::vector<std::wstring>& sids)
+{
+    if (level != 0 && level != 3)
+        return ERROR_INVALID_LEVEL;
+    if (count && !buffer)
+        return ERROR_INVALID_PARAMETER;
+    for (DWORD i = 0; i < count; ++i) {
+        std::wstring sid;
+        if (level == 0) {
+            sid = sidText(reinterpret_cast<const LOCALGROUP_MEMBERS_INFO_0*>(buffer)[i].lgrmi0_sid);
+        } else {
+            const auto name = resolve(
+                node, textOrEmpty(reinterpret_cast<const LOCALGROUP_MEMBERS_INFO_3*>(buffer)[i].lgrmi3_domainandname));
+            sid = name ? name->sid : L"";
+        }
+        if (sid.empty())
+            return ERROR_NO_SUCH_MEMBER;
+        sids.push_back(sid);
+    }
+    return NERR_Success;
+}
+
+// Users, well-known identities and the groups of a domain can be members; the node's own groups cannot.
+NET_API_STATUS checkNewMember(const Node& node, const std::wstring& sid)
+{
+    const auto known = nameOf(node, sid);
+    if (!known)
+        return isPrefixOf(node.sid, sid) ? ERROR_NO_SUCH_MEMBER : NERR_Success;
+    const bool ownGroup = known->use == SidTypeAlias && (isPrefixOf(node.sid, sid) || isPrefixOf(L"S-1-5-32", sid));
+    const bool noAccount = known->use == SidTypeDomain || known->use == SidTypeComputer;
+    return ownGroup || noAccount ? ERROR_INVALID_MEMBER : NERR_Success;
+}
+
+NET_API_STATUS WINAPI localGroupAddMembers(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE buffer, DWORD count)
+{
+    Locked world;
+    Node* node = nullptr;
+    Group* group = nullptr;
+    if (const NET_API_STATUS status = openGroup(*world, server, name, node, group))
+        return status;
+    std::vector<std::wstring> added;
+    if (const NET_API_STATUS status = readMembers(*node, level, buffer, count, added))
+        return status;
+    std::vector<std::wstring> members = group->members;
+    for (const std::wstring& sid : added) {
+        if (const NET_API_STATUS status = checkNewMember(*node, sid))
+            return status;
+        if (std::count(members.begin(), members.end(), sid))
+            return ERROR_MEMBER_IN_ALIAS;
+        members.push_back(sid);
+    }
+    group->members = members;
+    for (const std::wstring& sid : added)
+        world->record({node->name, L"group " + group->name, L"member added", L"", printableName(*node, sid)});
+    return NERR_Success;
+}
+
+NET_API_STATUS WINAPI localGroupDelMembers(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE buffer, DWORD count)
+{
+    Locked world;
+    Node* node = nullptr;
+    Group* group = nullptr;
+    if (const NET_API_STATUS status = openGroup(*world, server, name, node, group))
+        return status;
+    std::vector<std::wstring> removed;
+    if (const NET_API_STATUS status = readMembers(*node, level, buffer, count, removed))
+        return status;
+    std::vector<std::wstring> members = group->members;
+    for (const std::wstring& sid : removed) {
+        const auto found = std::find(members.begin(), members.end(), sid);
+        if (found == members.end())
+            return ERROR_MEMBER_NOT_IN_ALIAS;
+        members.erase(found);
+    }
+    group->members = members;
+    for (const std::wstring& sid : removed)
+        world->record({node->name, L"group " + group->name, L"member removed", printableName(*node, sid), L""});
+    return NERR_Success;
+}
+
+constexpr size_t memberSize[] = {sizeof(LOCALGROUP_MEMBERS_INFO_0), sizeof(LOCALGROUP_MEMBERS_INFO_1),
+                                 sizeof(LOCALGROUP_MEMBERS_INFO_2), sizeof(LOCALGROUP_MEMBERS_INFO_3)};
+
+// Levels 1 and 2 differ in the name only: the plain one, or the qualified one.
+void packMember(Packed& block, size_t at, DWORD level, const Node& node, const std::wstring& sid)
+{
+    if (level == 3) {
+        block.text(at, printableName(node, sid));
+        return;
+    }
+    block.data(at + offsetof(LOCALGROUP_MEMBERS_INFO_1, lgrmi1_sid), sidBytes(sid));
+    if (level == 0)
+        return;
+    const auto known = nameOf(node, sid);
+    block.value(at + offsetof(LOCALGROUP_MEMBERS_INFO_1, lgrmi1_sidusage), known ? known->use : SidTypeUnknown);
+    block.text(at + offsetof(LOCALGROUP_MEMBERS_INFO_1, lgrmi1_name),
+               level == 1 && known ? known->name : printableName(node, sid));
+}
+
+NET_API_STATUS WINAPI localGroupGetMembers(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE* buffer, DWORD,
+                                           LPDWORD read, LPDWORD total, PDWORD_PTR)
+{
+    Locked world;
+    Node* node = nullptr;
+    Group* group = nullptr;
+    if (level > 3)
+        return ERROR_INVALID_LEVEL;
+    if (!buffer || !read || !total)
+        return ERROR_INVALID_PARAMETER;
+    *buffer = nullptr;
+    *read = *total = 0;
+    if (const NET_API_STATUS status = openGroup(*world, server, name, node, group))
+        return status;
+    Packed block(group->members.size() * memberSize[level]);
+    for (size_t i = 0; i < group->members.size(); ++i)
+        packMember(block, i * memberSize[level], level, *node, group->members[i]);
+    const NET_API_STATUS status = handOut(block, buffer);
+    if (status == NERR_Success)
+        *read = *total = static_cast<DWORD>(group->members.size());
+    return status;
+}
+
+NET_API_STATUS WINAPI userGetLocalGroups(LPCWSTR server, LPCWSTR name, DWORD level, DWORD flags, LPBYTE* buffer, DWORD,
+                                         LPDWORD read, LPDWORD total)
+{
+    Locked world;
+    if (level != 0)
+        return ERROR_INVALID_LEVEL;
+    if (!name || !buffer || !read || !total || (flags & ~static_cast<DWORD>(LG_INCLUDE_INDIRECT)))
+        return ERROR_INVALID_PARAMETER;
+    *buffer = nullptr;
+    *read = *total = 0;
+    Node* const node = world->find(server);
+    if (!node)
+        return ERROR_BAD_NETPATH;
+    // Services and other well-known identities are found like users; groups are not.
+    const auto account = resolve(*node, name);
+    if (!account || (account->use != SidTypeUser && account->use != SidTypeWellKnownGroup))
+        return NERR_UserNotFound;
+    const std::vector<std::wstring> groups = groupsOf(*node, account->sid, (flags & LG_INCLUDE_INDIRECT) != 0);
+    Packed block(groups.size() * sizeof(LOCALGROUP_USERS_INFO_0));
+    for (size_t i = 0; i < groups.size(); ++i)
+        block.text(i * sizeof(LOCALGROUP_USERS_INFO_0), groups[i]);
+    const NET_API_STATUS status = handOut(block, buffer);
+    if (status == NERR_Success)
+        *read = *total = static_cast<DWORD>(groups.size());
+    return status;
+}
+
+} // namespace
+
+std::vector<Replacement> memberReplacements()
+{
+    return {
+        returningError<&localGroupAddMembers>("NetLocalGroupAddMembers"),
+        returningError<&localGroupDelMembers>("NetLocalGroupDelMembers"),
+        returningError<&localGroupGetMembers>("NetLocalGroupGetMembers"),
+        returningError<&userGetLocalGroups>("NetUserGetLocalGroups"),
+    };
+}
+
+} // namespace whatif
