@@ -1,5 +1,6 @@
 // Names of accounts on a node, to SIDs and back, by Windows' own rules: well-known names first, then the groups of
-// BUILTIN, the node's own users and groups, the accounts of its domain, service names. See the .cpp for the decisions.
+// BUILTIN and the node's own users and groups, then the accounts of its domain and of others. The .cpp says what was
+// decided where releases of Windows or their documentation differ.
 #pragma once
 
 #include "whatif/node.h"
@@ -12,23 +13,32 @@ struct Name
 {
     std::wstring sid;    // string form
     std::wstring domain; // "BUILTIN", "NT AUTHORITY", "NT SERVICE", a computer or a domain; empty for Everyone
-    std::wstring name;
+    std::wstring name;   // empty for a domain
     SID_NAME_USE use = SidTypeUnknown;
 };
 
-// What LookupAccountName finds for a name, in any of its spellings; nothing is ERROR_NONE_MAPPED.
+// What LookupAccountName finds for a name; nothing is ERROR_NONE_MAPPED. Spellings: "name", "DOMAIN\name",
+// "name@domain".
 std::optional<Name> resolve(const Node& node, const std::wstring& name);
 
 // What LookupAccountSid finds for a SID in string form; nothing is ERROR_NONE_MAPPED.
 std::optional<Name> nameOf(const Node& node, const std::wstring& sid);
 
-// "DOMAIN\name" for the plan, or the SID itself when it has no name on the node.
+// "DOMAIN\name" for plan lines and descriptions, or the SID itself when it has no name on the node.
 std::wstring printableName(const Node& node, const std::wstring& sid);
 
-// The accounts a node starts with: the groups of BUILTIN, Administrator and Guest, and the rights that matter here.
-Node standardNode(const std::wstring& name);
-
-// The domain part of the node's own users and groups: its name, or on a domain controller the domain's.
+// The domain of the node's own users and groups: the computer's name, or on a domain controller the domain's.
 std::wstring accountDomain(const Node& node);
+
+// The SID that the node's own users and groups begin with.
+std::wstring accountDomainSid(const Node& node);
+
+// The next unused SID for a user or group that is made on the node.
+std::wstring newSid(Node& node);
+
+// What every fresh machine has: the groups of BUILTIN, Administrator and Guest, a few account rights. To a node without
+// accounts whose name, domain and SID are set.
+void addStandardAccounts(Node& node);
+Node standardNode(const std::wstring& name);
 
 } // namespace whatif

@@ -1,21 +1,24 @@
-// SIDs in string form and in binary form, and the ones that are made: of services and of new accounts.
+// SIDs in string form and in binary form, and the ones that follow from a name.
 #pragma once
 
-#include "whatif/node.h"
+#include <windows.h>
+
+#include <string>
+#include <vector>
 
 namespace whatif {
 
-std::wstring sidText(PSID sid);                                          // empty for NULL or an invalid one
-std::vector<BYTE> sidBytes(const std::wstring& text);                    // empty when it is none
-bool isPrefixOf(const std::wstring& domainSid, const std::wstring& sid); // exactly one sub-authority more
+std::wstring sidText(PSID sid);                       // empty for NULL or an invalid one
+std::vector<BYTE> sidBytes(const std::wstring& text); // empty when it is none
 
-// S-1-5-80-..., from the SHA-1 of the upper-cased name.
+// "S-1-5-80-..." of a service: five words of the SHA-1 of its upper-cased name.
 std::wstring serviceSid(const std::wstring& serviceName);
 
-// S-1-5-21-..., always the same for a computer or domain of that name.
+// "S-1-5-21-..." of a described computer or domain: three words of the same hash, so that a name always has the same
+// one.
 std::wstring domainSid(const std::wstring& name);
 
-// The next unused SID for a local account or group of the node.
-std::wstring newSid(Node& node);
+// The relative identifier of a described domain account, likewise.
+DWORD domainAccountRid(const std::wstring& name);
 
 } // namespace whatif
