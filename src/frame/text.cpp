@@ -5,11 +5,14 @@
 
 namespace {
 
-// No replacement by characters that merely look alike; composed before converting. A UTF-8 code page allows no flag.
-DWORD wideToMbFlags()
+// A UTF-8 code page allows no flag.
+DWORD ansiFlags(DWORD flags)
 {
-    return GetACP() == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS | WC_COMPOSITECHECK;
+    return GetACP() == CP_UTF8 ? 0 : flags;
 }
+
+// No replacement by characters that merely look alike; composed before converting.
+constexpr DWORD exactAnsi = WC_NO_BEST_FIT_CHARS | WC_COMPOSITECHECK;
 
 // The platform's two-call conversion: `convert(destination, size)` answers the size with no destination, and converts.
 template <class Char, class Convert>
@@ -40,7 +43,7 @@ DWORD sswseMbToWide(const char* source, wchar_t** wide, size_t* length)
 {
     if (source)
         return convertInto(wide, length, [source](wchar_t* destination, int size) {
-            return MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, source, -1, destination, size);
+            return MultiByteToWideChar(CP_ACP, ansiFlags(MB_PRECOMPOSED), source, -1, destination, size);
         });
     *wide = nullptr;
     *length = 0;
@@ -51,7 +54,7 @@ DWORD sswseWideToMb(const wchar_t* source, char** multibyte, size_t* length)
 {
     if (source)
         return convertInto(multibyte, length, [source](char* destination, int size) {
-            return WideCharToMultiByte(CP_ACP, wideToMbFlags(), source, -1, destination, size, nullptr, nullptr);
+            return WideCharToMultiByte(CP_ACP, ansiFlags(exactAnsi), source, -1, destination, size, nullptr, nullptr);
         });
     *multibyte = nullptr;
     *length = 0;
