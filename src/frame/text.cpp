@@ -6,9 +6,9 @@
 namespace {
 
 // A UTF-8 code page allows no flag.
-DWORD ansiFlags(DWORD flags)
+DWORD flagsFor(UINT codePage, DWORD flags)
 {
-    return GetACP() == CP_UTF8 ? 0 : flags;
+    return codePage == CP_UTF8 ? 0 : flags;
 }
 
 // No replacement by characters that merely look alike; composed before converting.
@@ -23,7 +23,8 @@ DWORD convertInto(Char** result, size_t* length, Convert convert)
     const int needed = convert(nullptr, 0);
     if (needed == 0)
         return SSWSE_FAILURE;
-    *result = static_cast<Char*>(malloc(static_cast<size_t>(needed) * sizeof(Char)));
+    *length = static_cast<size_t>(needed); // tells, without a block, what memory was exhausted for
+    *result = static_cast<Char*>(malloc(*length * sizeof(Char)));
     if (!*result) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return SSWSE_FAILURE;
@@ -43,7 +44,7 @@ DWORD sswseMbToWide(const char* source, wchar_t** wide, size_t* length)
 {
     if (source)
         return convertInto(wide, length, [source](wchar_t* destination, int size) {
-            return MultiByteToWideChar(CP_ACP, ansiFlags(MB_PRECOMPOSED), source, -1, destination, size);
+            return MultiByteToWideChar(CP_ACP, flagsFor(GetACP(), MB_PRECOMPOSED), source, -1, destination, size);
         });
     *wide = nullptr;
     *length = 0;
@@ -54,11 +55,20 @@ DWORD sswseWideToMb(const wchar_t* source, char** multibyte, size_t* length)
 {
     if (source)
         return convertInto(multibyte, length, [source](char* destination, int size) {
-            return WideCharToMultiByte(CP_ACP, ansiFlags(exactAnsi), source, -1, destination, size, nullptr, nullptr);
+            return WideCharToMultiByte(CP_ACP, flagsFor(GetACP(), exactAnsi), source, -1, destination, size, nullptr,
+                                       nullptr);
         });
     *multibyte = nullptr;
     *length = 0;
     return SSWSE_SUCCESS;
+}
+
+DWORD sswseWideToOem(const wchar_t* source, char** oem, size_t* length)
+{
+    return convertInto(oem, length, [source](char* destination, int size) {
+        return WideCharToMultiByte(CP_OEMCP, flagsFor(GetOEMCP(), WC_COMPOSITECHECK), source, -1, destination, size,
+                                   nullptr, nullptr);
+    });
 }
 
 DWORD sswseToWide(const sswseCall& call, const char* source, owned::Heap<wchar_t>& wide, size_t* length)
