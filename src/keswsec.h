@@ -319,6 +319,24 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
 
 /* ---- access control on objects ---------------------------------------------------------------------------------- */
 
+/*
+ * The older way of securing an installed file, or a directory with everything below it (links are followed): replaces
+ * the DACL of each object by inheritable allow entries for Authenticated Users (read and execute), Administrators and
+ * LocalSystem (full), each limited to what the old DACL allowed and did not deny that account. Neither function has an
+ * error record; messages reach only the trace. The two differ in the names of some routines in the trace.
+ *   wFilename  the file or directory
+ *   isAdmin    1: without Authenticated Users; any other value: with them
+ *   failList   receives the names of the objects that could not be changed, in the order in which they failed, in the
+ *              OEM code page, "" for a name that it cannot hold; else NULL. The caller frees each name and the array,
+ *              sswseFreeArrayofStrings does both
+ *   failCount  receives the number of names; may be NULL
+ * The statuses are these functions' own. 0: all objects were changed; 1: the file or directory does not exist; 2: memory
+ * is exhausted, the work stopped half way, there is no list; 3: the objects in the list were not changed, or, without a
+ * list, `wFilename` is NULL, cannot be converted or its attributes cannot be read; 4: `failList` is NULL.
+ */
+DWORD WINAPI setPermissions(const char* wFilename, DWORD isAdmin, char*** failList, DWORD* failCount);
+DWORD WINAPI setPermissions2(const char* wFilename, DWORD isAdmin, char*** failList, DWORD* failCount);
+
 #ifdef __cplusplus
 }
 #endif

@@ -47,6 +47,7 @@ template <class T>
 using NetBuffer = std::unique_ptr<T, Releaser<&NetApiBufferFree>>;
 template <class T>
 using LsaBuffer = std::unique_ptr<T, Releaser<&LsaFreeMemory>>;
+using Sid = std::unique_ptr<void, Releaser<&FreeSid>>; // AllocateAndInitializeSid
 using RegistryKey = std::unique_ptr<HKEY__, Releaser<&RegCloseKey>>;
 using ServiceHandle = std::unique_ptr<SC_HANDLE__, Releaser<&CloseServiceHandle>>;
 using Module = std::unique_ptr<HINSTANCE__, Releaser<&FreeLibrary>>;

@@ -1,0 +1,150 @@
+#include "acl/legacy_entries.h"
+
+#include "frame/call.h"
+
+#include <cstddef>
+#include <cstring>
+#include <iterator>
+
+namespace {
+
+struct Constructor
+{
+    const char* name;
+    BYTE subAuthorities;
+    DWORD subAuthority[2];
+    ACCESS_MASK mask;
+    ACCESS_MASK maskOnNT4;
+};
+
+constexpr ACCESS_MASK read = FILE_GENERIC_READ | FILE_GENERIC_EXECUTE;
+constexpr ACCESS_MASK full = GENERIC_ALL | FILE_ALL_ACCESS;
+
+constexpr Constructor constructors[] = {
+    {"createAuthenticatedUsersAce",
+     1,
+     {SECURITY_AUTHENTICATED_USER_RID, 0},
+     read,
+     GENERIC_READ | GENERIC_EXECUTE | read},
+    {"createLocalAdministratorsAce", 2, {SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS}, full, full},
+    {"createLocalSystemAce", 1, {SECURITY_LOCAL_SYSTEM_RID, 0}, full, full},
+};
+static_assert(std::size(constructors) == std::size(sswseLegacyEntries{}.entry));
+static_assert(read == 0x1200A9 && full == 0x101F01FF);
+
+constexpr size_t sidOffset = offsetof(ACCESS_ALLOWED_ACE, SidStart);
+
+void fillEntry(sswseLegacyEntry& entry, ACCESS_MASK mask, PSID sid)
+{
+    const DWORD length = GetLengthSid(sid);
+    entry.ace.Header = {ACCESS_ALLOWED_ACE_TYPE, OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE,
+                        static_cast<WORD>(sidOffset + length)};
+    entry.ace.Mask = mask;
+    memcpy(reinterpret_cast<BYTE*>(&entry) + sidOffset, sid, length);
+}
+
+DWORD makeEntry(const Constructor& row, bool isNT4, sswseLegacyEntry& entry)
+{
+    return sswseRunFramed(nullptr, row.name, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {
+        SID_IDENTIFIER_AUTHORITY authority = SECURITY_NT_AUTHORITY;
+        PSID made = nullptr;
+        if (!AllocateAndInitializeSid(&authority, row.subAuthorities, row.subAuthority[0], row.subAuthority[1], 0, 0, 0,
+                                      0, 0, 0, &made))
+            return sswseApiFailed(call, GetLastError(), "AllocateAndInitializeSid");
+        const owned::Sid sid(made);
+        fillEntry(entry, isNT4 ? row.maskOnNT4 : row.mask, sid.get());
+        return SSWSE_SUCCESS;
+    });
+}
+
+bool isAllow(BYTE type)
+{
+    return type == ACCESS_ALLOWED_ACE_TYPE || type == ACCESS_ALLOWED_OBJECT_ACE_TYPE;
+}
+
+bool isDeny(BYTE type)
+{
+    return type == ACCESS_DENIED_ACE_TYPE || type == ACCESS_DENIED_OBJECT_ACE_TYPE;
+}
+
+bool isSameSid(const void* left, const void* right)
+{
+    const PSID first = const_cast<void*>(left);
+    const PSID second = const_cast<void*>(right);
+    return IsValidSid(first) && IsValidSid(second) && EqualSid(first, second);
+}
+
+sswseLegacyGrant* grantOf(const sswseLegacyGrants& grants, const void* sid)
+{
+    for (DWORD i = 0; i < grants.count; ++i)
+        if (isSameSid(grants.rows.get()[i].sid, sid))
+            return &grants.rows.get()[i];
+    return nullptr;
+}
+
+// A denied mask of 0 stands for "everything is denied". Only a first entry that denies exactly the generic rights
+// becomes that; and allow entries after the one that met it add up again. Kept as it is.
+void mergeAgain(sswseLegacyGrant& grant, BYTE type, ACCESS_MASK mask)
+{
+    if (isAllow(type) && isDeny(grant.type)) {
+        grant.mask = grant.mask == 0 ? 0 : mask & ~grant.mask;
+        grant.type = type;
+    } else if (isAllow(type)) {
+        grant.mask |= mask;
+    } else if (isDeny(type) && !isDeny(grant.type)) {
+        grant.mask = mask == GENERIC_ALL ? 0 : grant.mask & ~mask;
+    } else if (isDeny(type) && grant.mask != 0) {
+        grant.mask |= mask;
+    }
+}
+
+} // namespace
+
+void sswseMakeLegacyEntries(bool isAdmin, bool isNT4, sswseLegacyEntries& entries)
+{
+    entries.count = 0;
+    for (const Constructor& row : constructors) {
+        if (isAdmin && &row == &constructors[0])
+            continue;
+        if (makeEntry(row, isNT4, entries.entry[entries.count]) != SSWSE_SUCCESS)
+            continue;
+        sswseTrace("%s returned non-null pAce", row.name);
+        ++entries.count;
+    }
+}
+
+bool sswseMergeLegacyAce(sswseLegacyGrants& grants, const ACE_HEADER* ace)
+{
+    constexpr size_t sidHeader = offsetof(SID, SubAuthority);
+    const BYTE* const bytes = reinterpret_cast<const BYTE*>(ace);
+    const BYTE* const sid = bytes + sidOffset; // in object entries too
+    if (ace->AceSize < sidOffset + sidHeader ||
+        ace->AceSize < sidOffset + GetSidLengthRequired(sid[offsetof(SID, SubAuthorityCount)]))
+        return false;
+
+    ACCESS_MASK mask = 0;
+    memcpy(&mask, bytes + offsetof(ACCESS_ALLOWED_ACE, Mask), sizeof mask);
+    if (sswseLegacyGrant* known = grantOf(grants, sid)) {
+        mergeAgain(*known, ace->AceType, mask);
+        return true;
+    }
+    if (isDeny(ace->AceType) && mask == GENERIC_ALL)
+        mask = 0;
+    grants.rows.get()[grants.count++] = {sid, ace->AceType, mask};
+    return true;
+}
+
+void sswseLimitLegacyEntries(sswseLegacyEntries& entries, const sswseLegacyGrants& grants)
+{
+    DWORD kept = 0;
+    for (DWORD i = 0; i < entries.count; ++i) {
+        sswseLegacyEntry entry = entries.entry[i];
+        if (const sswseLegacyGrant* grant = grantOf(grants, &entry.ace.SidStart)) {
+            const ACCESS_MASK limit = isDeny(grant->type) ? ~grant->mask : grant->mask;
+            entry.ace.Mask = grant->mask == 0 ? 0 : entry.ace.Mask & limit;
+        }
+        if (entry.ace.Mask != 0)
+            entries.entry[kept++] = entry;
+    }
+    entries.count = kept;
+}

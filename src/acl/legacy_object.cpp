@@ -1,0 +1,147 @@
+#include "acl/legacy_object.h"
+
+#include "frame/call.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace {
+
+struct Object
+{
+    const sswseCall& call;
+    const wchar_t* path;
+    sswseFailList& failed;
+};
+
+struct Descriptor
+{
+    owned::Heap<BYTE> bytes;
+    DWORD size = 0;
+};
+
+constexpr char once[] = "%d -GLE %s-1";
+constexpr char again[] = "%d -GLE %s-2";
+constexpr char counted[] = "%d -GLE %s-%d";
+constexpr char written[] = "%d -GLE %s";
+
+DWORD fail(const Object& object, DWORD osError, const char* api, const char* form, DWORD number = 0)
+{
+    sswseApiFailed(object.call, osError, api);
+    sswseTrace(form, static_cast<int>(osError), api, static_cast<int>(number));
+    return sswseAddToFailList(object.failed, object.path, object.call.function);
+}
+
+DWORD readDescriptor(const Object& object, Descriptor& descriptor)
+{
+    DWORD size = 0;
+    if (GetFileSecurityW(object.path, DACL_SECURITY_INFORMATION, nullptr, 0, &size) ||
+        GetLastError() != ERROR_INSUFFICIENT_BUFFER)
+        return fail(object, GetLastError(), "GetFileSecurityW", once);
+    descriptor.bytes = owned::allocate<BYTE>(size);
+    descriptor.size = size;
+    if (!descriptor.bytes) {
+        sswseTrace("malloc() failed; size %d bytes", static_cast<int>(size));
+        return SSWSE_LEGACY_NO_MEMORY;
+    }
+    if (!GetFileSecurityW(object.path, DACL_SECURITY_INFORMATION, descriptor.bytes.get(), size, &size))
+        return fail(object, GetLastError(), "GetFileSecurityW", again);
+    return SSWSE_LEGACY_DONE;
+}
+
+bool lies(const Descriptor& descriptor, const void* address, size_t length)
+{
+    const auto start = reinterpret_cast<UINT_PTR>(descriptor.bytes.get());
+    const auto position = reinterpret_cast<UINT_PTR>(address);
+    return position >= start && position - start <= descriptor.size && descriptor.size - (position - start) >= length;
+}
+
+bool liesWhole(const Descriptor& descriptor, const ACL* acl)
+{
+    return lies(descriptor, acl, sizeof(ACL)) && lies(descriptor, acl, acl->AclSize);
+}
+
+bool liesWhole(const Descriptor& descriptor, const ACE_HEADER* ace)
+{
+    return lies(descriptor, ace, sizeof(ACE_HEADER)) && lies(descriptor, ace, ace->AceSize);
+}
+
+DWORD readGrants(const Object& object, const Descriptor& descriptor, PACL acl, sswseLegacyGrants& grants)
+{
+    ACL_SIZE_INFORMATION size = {};
+    if (!GetAclInformation(acl, &size, sizeof size, AclSizeInformation))
+        return fail(object, GetLastError(), "GetAclInformation", once);
+    grants.rows = owned::allocate<sswseLegacyGrant>(std::max<size_t>(size.AceCount, 1) * sizeof(sswseLegacyGrant));
+    if (!grants.rows)
+        return sswseLegacyNoMemory(object.call.function);
+
+    for (DWORD i = 0; i < size.AceCount; ++i) {
+        void* ace = nullptr;
+        if (!GetAce(acl, i, &ace))
+            return fail(object, GetLastError(), "GetAce", counted, i);
+        const auto* const header = static_cast<const ACE_HEADER*>(ace);
+        if (!liesWhole(descriptor, header) || !sswseMergeLegacyAce(grants, header))
+            return fail(object, ERROR_INVALID_ACL, "GetAce", counted, i);
+    }
+    return SSWSE_LEGACY_DONE;
+}
+
+DWORD limitByOldDacl(const Object& object, sswseLegacyEntries& entries)
+{
+    Descriptor descriptor;
+    if (const DWORD status = readDescriptor(object, descriptor))
+        return status;
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    PACL acl = nullptr;
+    if (!GetSecurityDescriptorDacl(descriptor.bytes.get(), &present, &acl, &defaulted))
+        return fail(object, GetLastError(), "GetSecurityDescriptorDacl", once);
+    if (!present || !acl)
+        return SSWSE_LEGACY_DONE;
+    if (!liesWhole(descriptor, acl))
+        return fail(object, ERROR_INVALID_ACL, "GetSecurityDescriptorDacl", once);
+
+    sswseLegacyGrants grants;
+    if (const DWORD status = readGrants(object, descriptor, acl, grants))
+        return status;
+    sswseLimitLegacyEntries(entries, grants);
+    return SSWSE_LEGACY_DONE;
+}
+
+bool setFileSecurity(const wchar_t* path, const sswseLegacyEntries& entries)
+{
+    alignas(ACL) BYTE room[sizeof(ACL) + sizeof entries.entry];
+    const auto acl = reinterpret_cast<PACL>(room);
+    DWORD size = sizeof(ACL);
+    for (DWORD i = 0; i < entries.count; ++i)
+        size += entries.entry[i].ace.Header.AceSize;
+    if (!InitializeAcl(acl, size, ACL_REVISION))
+        return false;
+    for (DWORD i = 0; i < entries.count; ++i) {
+        sswseLegacyEntry entry = entries.entry[i];
+        if (!AddAce(acl, ACL_REVISION, MAXDWORD, &entry, entry.ace.Header.AceSize))
+            return false;
+    }
+    SECURITY_DESCRIPTOR descriptor;
+    return InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION) &&
+           SetSecurityDescriptorDacl(&descriptor, TRUE, acl, FALSE) &&
+           SetFileSecurityW(path, DACL_SECURITY_INFORMATION, &descriptor);
+}
+
+} // namespace
+
+DWORD sswseUpdateLegacyObject(const wchar_t* path, const sswseLegacyEntries& entries, sswseFailList& failed)
+{
+    return sswseRunFramed(nullptr, sswseLegacyObjectRoutine, sswseArgs("filename = %S", path),
+                          [&](const sswseCall& call) -> DWORD {
+                              const Object object = {call, path, failed};
+                              sswseLegacyEntries limited = entries;
+                              if (const DWORD status = limitByOldDacl(object, limited))
+                                  return status;
+                              // The message names the routine, not the platform's function: an old spelling that
+                              // support knows.
+                              if (!setFileSecurity(path, limited))
+                                  return fail(object, GetLastError(), "setFileSecurity", written);
+                              return SSWSE_LEGACY_DONE;
+                          });
+}
