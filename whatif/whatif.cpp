@@ -141,6 +141,14 @@ World& activeWorld()
     return *active;
 }
 
+BOOL WINAPI closeServiceHandle(SC_HANDLE service)
+{
+    for (const Replacement& replacement : serviceReplacements())
+        if (std::string(replacement.name) == "CloseServiceHandle")
+            return reinterpret_cast<decltype(&CloseServiceHandle)>(replacement.function)(service);
+    return failWith(ERROR_PROC_NOT_FOUND);
+}
+
 struct Redirection::State
 {
     explicit State(HMODULE library) : imports(library) {}

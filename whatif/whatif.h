@@ -55,6 +55,9 @@ private:
     std::unique_ptr<State> state_;
 };
 
+// Closes a service handle that the redirected library has returned.
+BOOL WINAPI closeServiceHandle(SC_HANDLE service);
+
 // Redirects the library's imports, and what it resolves at run time, to the world. One at a time per process.
 class Redirection
 {
