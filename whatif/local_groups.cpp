@@ -10,15 +10,6 @@ namespace whatif {
 
 namespace {
 
-const std::wstring builtin = L"S-1-5-32";
-
-// A described domain group may stand among the groups, with its members: it carries its members' membership on, but is
-// no local group.
-bool isLocal(const Node& node, const Group& group)
-{
-    return node.sid.empty() || isPrefixOf(builtin, group.sid) || isPrefixOf(node.sid, group.sid);
-}
-
 struct NetRelease
 {
     void operator()(void* block) const { NetApiBufferFree(block); }
@@ -118,7 +109,7 @@ bool isMember(const Group& group, const std::set<std::wstring>& holders)
 Group* findGroup(Node& node, const std::wstring& name)
 {
     for (Group& group : node.groups)
-        if (sameName(group.name, name) && isLocal(node, group))
+        if (sameName(group.name, name))
             return &group;
     return readMachineGroup(node, name);
 }
@@ -136,28 +127,20 @@ NET_API_STATUS openGroup(World& world, LPCWSTR server, LPCWSTR name, Node*& node
 
 std::vector<std::wstring> groupsOf(Node& node, const std::wstring& sid, bool indirect)
 {
-    std::set<std::wstring, NoCase> domainWay;
+    std::set<std::wstring> holders = {sid};
+    std::set<std::wstring, NoCase> others; // groups that only the machine knows the way to
     if (node.readsMachine) {
         readAllMachineGroups(node);
         if (indirect)
-            domainWay = throughDomainGroups(node, sid);
+            others = throughDomainGroups(node, sid);
     }
-    std::set<std::wstring> holders = {sid};
-    std::set<std::wstring> found;
-    bool again = true;
-    while (again) {
-        again = false;
-        for (const Group& group : node.groups)
-            if (!found.count(group.sid) && (isMember(group, holders) || domainWay.count(group.name))) {
-                found.insert(group.sid);
-                again = indirect;
-            }
-        if (indirect)
-            holders.insert(found.begin(), found.end());
-    }
+    if (indirect)
+        for (const Account& account : node.accounts)
+            if (account.sid == sid)
+                holders.insert(account.memberOf.begin(), account.memberOf.end());
     std::vector<std::wstring> names;
     for (const Group& group : node.groups)
-        if (found.count(group.sid) && isLocal(node, group))
+        if (isMember(group, holders) || others.count(group.name))
             names.push_back(group.name);
     return names;
 }
@@ -188,7 +171,7 @@ bool isAccountName(const wchar_t* name, size_t longest)
 bool isBuiltIn(const std::wstring& sid)
 {
     constexpr unsigned firstOwnRid = 1000;
-    return isPrefixOf(builtin, sid) || std::stoul(sid.substr(sid.rfind(L'-') + 1)) < firstOwnRid;
+    return isPrefixOf(L"S-1-5-32", sid) || std::stoul(sid.substr(sid.rfind(L'-') + 1)) < firstOwnRid;
 }
 
 NET_API_STATUS handOut(const Packed& block, LPBYTE* buffer)

@@ -18,7 +18,8 @@ Group* findGroup(Node& node, const std::wstring& name);
 // What every function on an existing group begins with: 0, or the error that it answers.
 NET_API_STATUS openGroup(World& world, LPCWSTR server, LPCWSTR name, Node*& node, Group*& group);
 
-// The node's groups that have one of `holders` as a member; with `indirect` also through groups that are members.
+// The node's groups that have one of `holders` as a member; with `indirect` also through the groups of a domain
+// that the account belongs to.
 std::vector<std::wstring> groupsOf(Node& node, const std::wstring& sid, bool indirect);
 
 // Takes an account that is gone out of every group.

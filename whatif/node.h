@@ -27,6 +27,7 @@ struct Account
     DWORD flags = 0;        // usri1_flags
     bool managed = false;   // managed service account of the standalone or the group kind
     DWORD managedState = 0; // what NetQueryServiceAccount says: 0 it has nothing to say (it fails), 5 installed
+    std::vector<std::wstring> memberOf; // SIDs of the groups of its domain that it belongs to
 };
 
 struct Group
@@ -52,6 +53,7 @@ struct Service
     DWORD tag = 0;
     DWORD sidType = 0;     // SERVICE_SID_TYPE_NONE
     std::wstring security; // SDDL of the DACL
+    bool deleted = false;  // marked: it goes with its last handle
 };
 
 struct Node
