@@ -320,6 +320,78 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
 /* ---- access control on objects ---------------------------------------------------------------------------------- */
 
 /*
+ * Gives users, and the accounts that the permission type calls for, access to an object. The entries are inheritable
+ * and come before the entries that a file or directory keeps; what it had for the same accounts goes. The DACL of a
+ * registry key becomes exactly the new entries, and unprotected.
+ *   wtype        0 a single file, 1 a directory, 2 a registry key, 3 an object of permission type 7
+ *   path         the file or directory; a key as "MACHINE\Software\..." or "\\node\MACHINE\...". Names are looked up on
+ *                the machine of a UNC path, but for permission type 7 on this one
+ *   usernames    the users; NULL when there are none or `ptype` is 7 or 8, which ignore them
+ *   numusers     their number
+ *   ptype        who gets access, each full control but where it says otherwise:
+ *                  for directories 0, 2  administrators, local system, authenticated users (read and execute), users
+ *                                  1, 3  administrators, local system, users
+ *                                  4     administrators, local system, KES_MESH_LISTENERS, authenticated users (read
+ *                                        and execute), users
+ *                                  5     administrators, local system, KES_MESH_LISTENERS, KES_CLX_USERS, users
+ *                  for files and directories
+ *                                  6     administrators, local system, users
+ *                                  10    users (read and execute) and nobody else
+ *                  for wtype 3     7     administrators, local system, KES_VLMADMIN, KES_DBSVCACCTS
+ *                  for keys        8     administrators, everyone (read and create links)
+ *                                  9     the same and users
+ *   inheritable  not 0: everything below a directory as well (not for permission type 7); children without access are
+ *                skipped, links are followed
+ * 2: done. The record may hold the message of a skipped child, or of a file that ended the walk early.
+ * 3: WSE-000014, WSE-000038, WSE-000039 (an account); WSE-000012 (a mount point that cannot be read); WSE-000053 (an
+ *    object's security cannot be read or written); WSE-000067 (a key's cannot be written); without a message when there
+ *    is nobody to give access to. What was written before stays.
+ * 4: WSE-000063, `wtype` and `ptype` do not go together; "path"; "usernames" also for a name that is NULL or a count
+ *    below 0.
+ */
+DWORD WINAPI sswseAddACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
+                                        int numusers, int ptype, unsigned char inheritable);
+
+/*
+ * Merges one explicit entry into an ACL, by the platform's rules for explicit entries.
+ *   pszTrustee      the account's SID (a PSID in spite of the name)
+ *   TrusteeType     TRUSTEE_TYPE, dwAccessRights the access mask, AccessMode ACCESS_MODE, dwInheritance ACE flags
+ *   acl             in: the ACL, from LocalAlloc; a NULL one is an empty one. out: the new ACL, which the caller
+ *                   releases with LocalFree; the old one is released
+ * 2; 3: WSE-000059, `*acl` is what it was.
+ */
+DWORD WINAPI sswseAddAceToACL(sswseErrRec* err, void* pszTrustee, int TrusteeType, DWORD dwAccessRights, int AccessMode,
+                              DWORD dwInheritance, PACL* acl);
+
+/*
+ * Splits the name of a registry key, "MACHINE\Software\..." or "\\node\MACHINE\...".
+ *   path    the name
+ *   root    receives the predefined key for MACHINE, CONFIG, CLASSES_ROOT, USERS, CURRENT_USER or PERFORMANCE_DATA, in
+ *           any case; stays as it is for any other root name
+ *   subkey  receives a pointer into `path`, behind the backslash that ends the root name
+ *   node    room for 260 characters; receives the node with its leading backslashes, not written when there is none
+ * 2; 4: "Registry Path" when `path` is NULL, a backslash is missing, or the node or the root name is too long.
+ */
+DWORD WINAPI sswseGetPredefKey(sswseErrRec* err, const wchar_t* path, HKEY* root, wchar_t** subkey, wchar_t* node);
+
+/* A list of entries taken from a DACL. */
+typedef struct AceListNode
+{
+    void* ace; /* the entry: its mask is behind the 4-byte header */
+    PSID sid;  /* the entry's SID */
+    struct AceListNode* next;
+} AceListNode;
+
+/*
+ * Does the first entry of `sid` in the list have all bits of `mask`? Later entries of that SID do not count.
+ *   reserved  ignored
+ *   list      may be NULL, as may any entry and SID in it; those are passed over
+ * 1, 0 (also without an entry of that SID), 3: WSE-000039, `sid` is not valid.
+ * The record is not cleared.
+ */
+DWORD WINAPI sswseCheckAccessMask(sswseErrRec* err, void* reserved, AceListNode* list, PSID sid, DWORD mask);
+
+/*
  * The older way of securing an installed file, or a directory with everything below it (links are followed): replaces
  * the DACL of each object by inheritable allow entries for Authenticated Users (read and execute), Administrators and
  * LocalSystem (full), each limited to what the old DACL allowed and did not deny that account. Neither function has an
@@ -330,9 +402,9 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
  *              OEM code page, "" for a name that it cannot hold; else NULL. The caller frees each name and the array,
  *              sswseFreeArrayofStrings does both
  *   failCount  receives the number of names; may be NULL
- * The statuses are these functions' own. 0: all objects were changed; 1: the file or directory does not exist; 2: memory
- * is exhausted, the work stopped half way, there is no list; 3: the objects in the list were not changed, or, without a
- * list, `wFilename` is NULL, cannot be converted or its attributes cannot be read; 4: `failList` is NULL.
+ * The statuses are these functions' own. 0: all objects were changed; 1: the file or directory does not exist; 2:
+ * memory is exhausted, the work stopped half way, there is no list; 3: the objects in the list were not changed, or,
+ * without a list, `wFilename` is NULL, cannot be converted or its attributes cannot be read; 4: `failList` is NULL.
  */
 DWORD WINAPI setPermissions(const char* wFilename, DWORD isAdmin, char*** failList, DWORD* failCount);
 DWORD WINAPI setPermissions2(const char* wFilename, DWORD isAdmin, char*** failList, DWORD* failCount);

@@ -1,0 +1,143 @@
+#include "acl/ace_list.h"
+
+#include "frame/call.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr DWORD sidOffset = offsetof(sswseAce, SidStart);
+
+constexpr size_t sizeWithSid(size_t subAuthorities)
+{
+    return sidOffset + offsetof(SID, SubAuthority) + subAuthorities * sizeof(DWORD);
+}
+
+enum class Kind
+{
+    allow,
+    deny,
+    other
+};
+
+Kind kindOf(const sswseAce* ace)
+{
+    switch (ace->Header.AceType) {
+    case ACCESS_ALLOWED_ACE_TYPE:
+    case ACCESS_ALLOWED_OBJECT_ACE_TYPE:
+        return Kind::allow;
+    case ACCESS_DENIED_ACE_TYPE:
+    case ACCESS_DENIED_OBJECT_ACE_TYPE:
+        return Kind::deny;
+    default:
+        return Kind::other;
+    }
+}
+
+DWORD append(const sswseCall& call, sswseAceList& list, sswseAce* ace)
+{
+    auto* const node = static_cast<AceListNode*>(malloc(sizeof(AceListNode)));
+    if (!node)
+        return sswseOutOfMemory(call);
+    *node = {ace, sswseSidOfAce(ace), nullptr};
+    (list.last ? list.last->next : list.first) = node;
+    list.last = node;
+    return SSWSE_SUCCESS;
+}
+
+// One entry an account: an entry of the other kind takes its bits away instead of standing beside it. An empty deny
+// mask stands for everything, so it empties the allow entry that it meets on either side. All of it is deliberate.
+// Returns the entry that the node does not hold afterwards.
+sswseAce* merge(AceListNode& node, sswseAce* newAce)
+{
+    auto* const old = static_cast<sswseAce*>(node.ace);
+    const Kind newKind = kindOf(newAce);
+    if (newKind == Kind::allow && kindOf(old) == Kind::deny) {
+        newAce->Mask = old->Mask ? newAce->Mask & ~old->Mask : 0;
+        node.ace = newAce;
+        node.sid = sswseSidOfAce(newAce);
+        return old;
+    }
+    if (newKind == Kind::allow)
+        old->Mask |= newAce->Mask;
+    else if (newKind == Kind::deny && newAce->Mask == 0)
+        old->Mask = 0;
+    else if (newKind == Kind::deny)
+        old->Mask = kindOf(old) == Kind::allow ? old->Mask & ~newAce->Mask : old->Mask | newAce->Mask;
+    return newAce;
+}
+
+} // namespace
+
+PSID sswseSidOfAce(const sswseAce* ace)
+{
+    const auto* const sid = reinterpret_cast<const SID*>(&ace->SidStart);
+    if (ace->Header.AceSize < sizeWithSid(0) || ace->Header.AceSize < sizeWithSid(sid->SubAuthorityCount))
+        return nullptr;
+    const PSID found = const_cast<SID*>(sid);
+    return IsValidSid(found) ? found : nullptr;
+}
+
+sswseAceList::~sswseAceList()
+{
+    while (first) {
+        AceListNode* const next = first->next;
+        free(first);
+        first = next;
+    }
+}
+
+AceListNode* sswseFindSid(const sswseAceList& list, PSID sid)
+{
+    if (!sid)
+        return nullptr;
+    for (AceListNode* node = list.first; node; node = node->next)
+        if (node->sid && EqualSid(node->sid, sid))
+            return node;
+    return nullptr;
+}
+
+DWORD sswseCreateAceForSid(sswseErrRec* err, PSID sid, BYTE aceFlags, DWORD mask, sswseAce** ace)
+{
+    return sswseRunFramed(err, __func__, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {
+        if (!ace)
+            return sswseBadArgument(call, "pAce");
+        const DWORD sidLength = GetLengthSid(sid);
+        const DWORD size = sidOffset + sidLength;
+        *ace = static_cast<sswseAce*>(malloc(size));
+        if (!*ace)
+            return sswseOutOfMemory(call);
+        (*ace)->Header = {ACCESS_ALLOWED_ACE_TYPE, aceFlags, static_cast<WORD>(size)};
+        (*ace)->Mask = mask;
+        memcpy(&(*ace)->SidStart, sid, sidLength);
+        return SSWSE_SUCCESS;
+    });
+}
+
+DWORD sswseAddAceToFinalList(sswseErrRec* err, sswseAceList& list, sswseAce* ace)
+{
+    return sswseRunFramed(err, __func__, sswseNoArgs{},
+                          [&](const sswseCall& call) -> DWORD { return append(call, list, ace); });
+}
+
+DWORD sswseMergeOrAddAceToAceList(sswseErrRec* err, sswseAceList& list, sswseAce* newAce, DWORD* counter,
+                                  sswseAce** superseded)
+{
+    return sswseRunFramed(err, __func__, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {
+        if (superseded)
+            *superseded = nullptr;
+        if (!newAce)
+            return sswseBadArgument(call, "pAceNew");
+        if (AceListNode* const node = sswseFindSid(list, sswseSidOfAce(newAce))) {
+            sswseAce* const unlisted = merge(*node, newAce);
+            if (superseded)
+                *superseded = unlisted;
+            return SSWSE_SUCCESS;
+        }
+        if (counter)
+            ++*counter; // before the node exists, and so counted even when it cannot be had
+        return append(call, list, newAce);
+    });
+}

@@ -1,0 +1,39 @@
+// Access-control entries and lists of them, searched by SID and kept in the order of insertion.
+//
+// An entry's SID begins at offset 8, whatever the entry's type, and counts only when it is valid and lies inside the
+// entry. Entries come from outside too: no routine reads past an entry's own size.
+#pragma once
+
+#include "keswsec.h"
+
+using sswseAce = ACCESS_ALLOWED_ACE; // the layout that allow and deny entries share; further ones only by their header
+
+// The entry's SID, NULL when there is none that counts.
+PSID sswseSidOfAce(const sswseAce* ace);
+
+// Owns its nodes, never the entries they point at.
+struct sswseAceList
+{
+    AceListNode* first = nullptr;
+    AceListNode* last = nullptr;
+
+    sswseAceList() = default;
+    sswseAceList(const sswseAceList&) = delete;
+    sswseAceList& operator=(const sswseAceList&) = delete;
+    ~sswseAceList();
+};
+
+// The first node of that SID, NULL when there is none (also for a NULL `sid`).
+AceListNode* sswseFindSid(const sswseAceList& list, PSID sid);
+
+// An allow entry for a valid SID in a block of its own, released with free. 2, 3, or 4 for a NULL `ace`.
+DWORD sswseCreateAceForSid(sswseErrRec* err, PSID sid, BYTE aceFlags, DWORD mask, sswseAce** ace);
+
+// Puts an entry at the tail, whatever the list holds. 2 or 3.
+DWORD sswseAddAceToFinalList(sswseErrRec* err, sswseAceList& list, sswseAce* ace);
+
+// Merges `newAce` into the entry of the same SID, or puts it at the tail and adds 1 to `counter` (may be NULL). Masks
+// of the listed entry and of `newAce` change. `superseded` (may be NULL) receives that one of the two that the list
+// does not hold afterwards, NULL when it holds both. 2, 3, or 4 for a NULL `newAce`.
+DWORD sswseMergeOrAddAceToAceList(sswseErrRec* err, sswseAceList& list, sswseAce* newAce, DWORD* counter,
+                                  sswseAce** superseded = nullptr);

@@ -1,0 +1,53 @@
+#include "acl/file_acl.h"
+
+#include "acl/final_ace_list.h"
+#include "acl/object_dacl.h"
+#include "frame/call.h"
+#include "frame/text.h"
+
+#include <cwchar>
+
+namespace {
+
+constexpr const wchar_t* reservedNames[] = {L".VLFS", L".fileid", L".Security"};
+
+const wchar_t* lastComponent(const wchar_t* path)
+{
+    const wchar_t* const backslash = wcsrchr(path, L'\\');
+    return backslash ? backslash + 1 : path;
+}
+
+} // namespace
+
+bool sswseIsReservedName(const wchar_t* name)
+{
+    for (const wchar_t* reserved : reservedNames)
+        if (_wcsicmp(name, reserved) == 0)
+            return true;
+    return false;
+}
+
+DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAce* const* newAces, DWORD newCount,
+                           bool keepExisting, bool failOnAccessDenied)
+{
+    return sswseRunFramed(err, __func__, sswsePathArgs{path}, [&](const sswseCall& call) -> DWORD {
+        owned::Heap<char> pathText;
+        DWORD status = sswseToMultibyte(call, path, pathText);
+        if (status != SSWSE_SUCCESS || sswseIsReservedName(lastComponent(path)))
+            return status;
+
+        sswseExistingDacl existing;
+        if (keepExisting) {
+            status = sswseReadDacl(call, path, pathText.get(), failOnAccessDenied, existing);
+            if (!existing.read)
+                return status;
+        }
+        sswseAceArray finalAces;
+        status = sswseCreateFinalAceList(call.rec, existing.aces, newAces, newCount, keepExisting, &finalAces);
+        if (status != SSWSE_SUCCESS)
+            return status;
+        status = sswseSetFileSecurity(call.rec, finalAces.entries, finalAces.count, path, false, keepExisting,
+                                      failOnAccessDenied);
+        return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
+    });
+}

@@ -1,0 +1,159 @@
+#include "acl/object_dacl.h"
+
+#include "frame/call.h"
+#include "frame/text.h"
+
+#include <accctrl.h>
+#include <aclapi.h>
+
+#include <algorithm>
+
+namespace {
+
+owned::Heap<char> pathForTrace(const wchar_t* path)
+{
+    char* text = nullptr;
+    size_t length = 0;
+    const bool converted = sswseWideToMb(path, &text, &length) == SSWSE_SUCCESS;
+    owned::Heap<char> owner(text);
+    return converted ? std::move(owner) : nullptr;
+}
+
+// An object without access is skipped where the caller allows it; the message is left all the same.
+DWORD skipOrFail(const sswseCall& call, DWORD osError, const char* apiName, const wchar_t* path,
+                 bool failOnAccessDenied)
+{
+    const bool denied = osError == ERROR_ACCESS_DENIED;
+    if (denied && sswseTraceEnabled())
+        sswseTrace("No access to arg- File/Directory - %s\n", sswseTextOrEmpty(pathForTrace(path).get()));
+    sswseReport(call, WSE_API_FAILED, osError, apiName, apiName);
+    return denied && !failOnAccessDenied ? SSWSE_SUCCESS : SSWSE_FAILURE;
+}
+
+// What is left of a block behind `place`, 0 for a place outside of it.
+size_t roomBehind(const void* place, const void* block, size_t size)
+{
+    const size_t offset = reinterpret_cast<size_t>(place) - reinterpret_cast<size_t>(block);
+    return offset < size ? size - offset : 0;
+}
+
+bool liesInside(const sswseAce* ace, const ACL* acl)
+{
+    const size_t room = roomBehind(ace, acl, acl->AclSize);
+    return room >= sizeof(ACE_HEADER) && ace->Header.AceSize >= sizeof(ACE_HEADER) && ace->Header.AceSize <= room;
+}
+
+DWORD listAces(const sswseCall& call, PACL dacl, sswseAceList& aces)
+{
+    ACL_SIZE_INFORMATION information = {};
+    if (!GetAclInformation(dacl, &information, sizeof information, AclSizeInformation))
+        return sswseApiFailed(call, GetLastError(), "GetAclInformation");
+    for (DWORD i = 0; i < information.AceCount; ++i) {
+        void* place = nullptr;
+        if (!GetAce(dacl, i, &place))
+            return sswseApiFailed(call, GetLastError(), "GetAce");
+        auto* const ace = static_cast<sswseAce*>(place);
+        if (!liesInside(ace, dacl))
+            return sswseApiFailed(call, ERROR_INVALID_ACL, "GetAce");
+        if (sswseAddAceToFinalList(call.rec, aces, ace) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+    }
+    return SSWSE_SUCCESS;
+}
+
+DWORD writeNamed(const sswseCall& call, const wchar_t* path, PACL acl, bool inheritFromParent)
+{
+    const DWORD information =
+        inheritFromParent ? DACL_SECURITY_INFORMATION : PROTECTED_DACL_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
+    // Whatever is written by name is named as a registry key.
+    const DWORD result =
+        SetNamedSecurityInfoW(const_cast<wchar_t*>(path), SE_REGISTRY_KEY, information, nullptr, nullptr, acl, nullptr);
+    if (result != ERROR_SUCCESS)
+        return sswseFail(call, WSE_SET_SECURITY, result, "SetNamedSecurityInfoW");
+    return SSWSE_SUCCESS;
+}
+
+DWORD writeFile(const sswseCall& call, const wchar_t* path, PACL acl, bool failOnAccessDenied)
+{
+    SECURITY_DESCRIPTOR descriptor;
+    if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION))
+        return sswseApiFailed(call, GetLastError(), "InitializeSecurityDescriptor");
+    if (!SetSecurityDescriptorDacl(&descriptor, TRUE, acl, FALSE))
+        return sswseApiFailed(call, GetLastError(),
+                              "InitializeSecurityDescriptor"); // the message names that one here too
+    if (!SetFileSecurityW(path, DACL_SECURITY_INFORMATION, &descriptor))
+        return skipOrFail(call, GetLastError(), "SetFileSecurityW", path, failOnAccessDenied);
+    return SSWSE_SUCCESS;
+}
+
+DWORD buildAcl(const sswseCall& call, const sswseAce* const* aces, DWORD count, owned::Heap<ACL>& acl)
+{
+    size_t size = sizeof(ACL);
+    for (DWORD i = 0; i < count; ++i)
+        size += aces[i]->Header.AceSize;
+    acl = owned::allocate<ACL>(size);
+    if (!acl)
+        return sswseOutOfMemory(call);
+    if (!InitializeAcl(acl.get(), static_cast<DWORD>(size), ACL_REVISION)) // refuses more than an ACL can hold
+        return sswseApiFailed(call, GetLastError(), "InitializeAcl");
+    for (DWORD i = 0; i < count; ++i)
+        if (!AddAce(acl.get(), ACL_REVISION, MAXDWORD, const_cast<sswseAce*>(aces[i]), aces[i]->Header.AceSize))
+            return sswseApiFailed(call, GetLastError(), "AddAce");
+    return SSWSE_SUCCESS;
+}
+
+} // namespace
+
+uint32_t sswsePathArgs::operator()(char* buffer, size_t capacity) const
+{
+    return sswseFormat(buffer, capacity, "wFilename = %s", sswseTextOrEmpty(pathForTrace(path).get()));
+}
+
+DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* pathText, bool failOnAccessDenied,
+                    sswseExistingDacl& existing)
+{
+    DWORD needed = 0;
+    if (!GetFileSecurityW(path, DACL_SECURITY_INFORMATION, nullptr, 0, &needed)) {
+        const DWORD osError = GetLastError();
+        if (osError != ERROR_INSUFFICIENT_BUFFER)
+            return skipOrFail(call, osError, "GetFileSecurityW", path, failOnAccessDenied);
+    }
+    // Zeroed and never smaller than a descriptor: one that the platform did not write is refused below.
+    const size_t size = std::max<size_t>(needed, sizeof(SECURITY_DESCRIPTOR));
+    existing.descriptor.reset(calloc(1, size));
+    if (!existing.descriptor)
+        return sswseOutOfMemory(call);
+    if (!GetFileSecurityW(path, DACL_SECURITY_INFORMATION, existing.descriptor.get(), needed, &needed))
+        return sswseApiFailed(call, GetLastError(), "GetFileSecurityW");
+
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    PACL dacl = nullptr;
+    if (!GetSecurityDescriptorDacl(existing.descriptor.get(), &present, &dacl,
+                                   &defaulted)) // the message names the path
+        return sswseFail(call, WSE_API_FAILED, GetLastError(), "GetSecurityDescriptorDAcl", pathText);
+    DWORD status = SSWSE_SUCCESS;
+    if (present && dacl) {
+        const size_t room = roomBehind(dacl, existing.descriptor.get(), size);
+        if (room < sizeof(ACL) || room < dacl->AclSize)
+            return sswseApiFailed(call, ERROR_INVALID_ACL, "GetAclInformation");
+        status = listAces(call, dacl, existing.aces);
+    }
+    existing.read = status == SSWSE_SUCCESS;
+    return status;
+}
+
+DWORD sswseSetFileSecurity(sswseErrRec* err, const sswseAce* const* finalAces, DWORD finalCount, const wchar_t* path,
+                           bool useNamedInfo, bool inheritFromParent, bool failOnAccessDenied)
+{
+    return sswseRunFramed(err, __func__, sswsePathArgs{path}, [&](const sswseCall& call) -> DWORD {
+        if (!finalAces)
+            return sswseBadArgument(call, "pAceNew");
+        owned::Heap<ACL> acl;
+        const DWORD status = buildAcl(call, finalAces, finalCount, acl);
+        if (status != SSWSE_SUCCESS)
+            return status;
+        return useNamedInfo ? writeNamed(call, path, acl.get(), inheritFromParent)
+                            : writeFile(call, path, acl.get(), failOnAccessDenied);
+    });
+}

@@ -1,0 +1,35 @@
+// The DACL of one object: reading a file's, writing a file's or a named object's.
+#pragma once
+
+#include "acl/ace_array.h"
+#include "frame/record.h"
+
+// The argument line of routines that take a wide path. The path is converted when the line is written: only while
+// tracing is on.
+struct sswsePathArgs
+{
+    const wchar_t* path;
+    uint32_t operator()(char* buffer, size_t capacity) const;
+};
+
+// The entries of a DACL as they were read; the list points into the descriptor.
+struct sswseExistingDacl
+{
+    owned::Heap<void> descriptor;
+    sswseAceList aces; // empty without a DACL, with a NULL DACL and with an empty one
+    bool read = false; // false: the object is to be left alone, whatever the status
+};
+
+// Reads the DACL of a file or directory; `pathText` is the path for the message. 2; 3 with WSE-00002, WSE-000053. An
+// object without access that is to be skipped gives 2 with WSE-000053 and stays unread. An entry that does not lie
+// inside the DACL is refused as a failure of GetAce (ERROR_INVALID_ACL); unknown types and SIDs that do not fit are no
+// reason to refuse.
+DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* pathText, bool failOnAccessDenied,
+                    sswseExistingDacl& existing);
+
+// Writes exactly `finalAces` as the DACL of the object; none give an empty DACL. With `useNamedInfo` the object is a
+// registry key named as the security functions do, and its DACL is protected unless `inheritFromParent`; otherwise it
+// is a file or directory. 2; 3 with WSE-00002, WSE-000053, WSE-000067; 4 "pAceNew" for a NULL array. A file without
+// access gives 2, with its WSE-000053, unless `failOnAccessDenied`.
+DWORD sswseSetFileSecurity(sswseErrRec* err, const sswseAce* const* finalAces, DWORD finalCount, const wchar_t* path,
+                           bool useNamedInfo, bool inheritFromParent, bool failOnAccessDenied);

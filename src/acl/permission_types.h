@@ -1,0 +1,77 @@
+// The permission types: for which objects each may be used, whom it gives access, and how much.
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <cstdint>
+#include <iterator>
+
+enum class sswseObjectType : uint8_t
+{
+    file,
+    directory,
+    registryKey,
+    groupsOnly // takes the permission type that needs no users
+};
+
+// In the order in which they are looked up.
+enum class sswsePrincipal : uint8_t
+{
+    administrators,
+    localSystem,
+    authenticatedUsers,
+    everyone,
+    meshListeners,
+    clxUsers,
+    vlmAdmin,
+    dbServiceAccounts,
+    none
+};
+
+inline constexpr DWORD sswseReadAndExecute = FILE_GENERIC_READ | FILE_GENERIC_EXECUTE;
+static_assert(sswseReadAndExecute == 0x1200A9);
+
+struct sswsePrincipalRow
+{
+    const char* name; // a SID in its string form, or the name of a group on the machine that owns the object
+    bool isSid;
+    DWORD mask;
+};
+
+inline constexpr sswsePrincipalRow sswsePrincipals[] = {
+    {"S-1-5-32-544", true, GENERIC_ALL},
+    {"S-1-5-18", true, GENERIC_ALL},
+    {"S-1-5-11", true, sswseReadAndExecute},
+    {"S-1-1-0", true, KEY_READ | KEY_CREATE_LINK}, // Everyone, on registry keys: to read alone would be KEY_READ
+    {"KES_MESH_LISTENERS", false, GENERIC_ALL},
+    {"KES_CLX_USERS", false, GENERIC_ALL},
+    {"KES_VLMADMIN", false, GENERIC_ALL},
+    {"KES_DBSVCACCTS", false, GENERIC_ALL},
+};
+inline constexpr size_t sswsePrincipalCount = std::size(sswsePrincipals);
+static_assert(sswsePrincipalCount == static_cast<size_t>(sswsePrincipal::none));
+static_assert(sswsePrincipals[static_cast<size_t>(sswsePrincipal::everyone)].mask == 0x20039);
+
+constexpr uint8_t sswseObjectBit(sswseObjectType type)
+{
+    return static_cast<uint8_t>(1U << static_cast<unsigned>(type));
+}
+
+struct sswsePermissionType
+{
+    uint8_t objects;                          // sswseObjectBit of each object type that it may be used for
+    DWORD userMask;                           // what each user gets, behind the principals; 0: users are ignored
+    std::array<sswsePrincipal, 4> principals; // in the order of their entries, filled up with `none`
+
+    constexpr bool includes(sswsePrincipal principal) const
+    {
+        for (const sswsePrincipal included : principals)
+            if (included == principal)
+                return true;
+        return false;
+    }
+};
+
+// The row of `ptype`; NULL when there is none or it may not be used for objects of type `wtype`.
+const sswsePermissionType* sswseFindPermissionType(unsigned wtype, int ptype);

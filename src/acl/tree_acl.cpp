@@ -1,0 +1,120 @@
+#include "acl/tree_acl.h"
+
+#include "acl/file_acl.h"
+#include "acl/object_dacl.h"
+#include "frame/call.h"
+#include "frame/owned.h"
+
+#include <cwchar>
+
+namespace {
+
+constexpr size_t patternSize = 260;
+constexpr size_t childPathSize = 520;
+
+// What all levels of a walk share, so that a level costs little stack. One listing entry is enough: once the child is
+// named in `path` its listing entry is not needed any more.
+struct TreeWalk
+{
+    const sswseAce* const* newAces;
+    DWORD newCount;
+    bool keepExisting;
+    wchar_t path[childPathSize]; // of the object at hand; each level appends a name and cuts it off again
+    WIN32_FIND_DATAW entry;
+    sswseErrRec lastSkipped;
+    size_t skipped;
+};
+
+DWORD walkDirectory(sswseErrRec* err, TreeWalk& walk, const wchar_t* path, bool failOnAccessDenied);
+
+// Each routine that is called for the next child clears the record, so a skipped child's message is kept aside.
+void rememberSkipped(TreeWalk& walk, const sswseErrRec* rec)
+{
+    walk.lastSkipped = *rec;
+    ++walk.skipped;
+}
+
+// A name that does not fit is not acted on: what it would have been given to counts as failed.
+void skipTooLong(const sswseCall& call, TreeWalk& walk, const char* apiName)
+{
+    sswseApiFailed(call, ERROR_FILENAME_EXCED_RANGE, apiName);
+    rememberSkipped(walk, call.rec);
+}
+
+DWORD updateOne(const sswseCall& call, TreeWalk& walk, const wchar_t* path, bool failOnAccessDenied)
+{
+    const DWORD status =
+        sswseUpdateAclOnFile(call.rec, path, walk.newAces, walk.newCount, walk.keepExisting, failOnAccessDenied);
+    if (status == SSWSE_SUCCESS && call.rec->message[0])
+        rememberSkipped(walk, call.rec);
+    return status;
+}
+
+bool isPassedOver(const wchar_t* name)
+{
+    return wcscmp(name, L".") == 0 || wcscmp(name, L"..") == 0 || sswseIsReservedName(name);
+}
+
+// The listed entry below the directory whose path is the first `length` characters. False stops the walk; only a
+// directory changes the status.
+bool updateChild(const sswseCall& call, TreeWalk& walk, size_t length, DWORD* status)
+{
+    const wchar_t* const name = walk.entry.cFileName;
+    if (length + 1 + wcslen(name) >= childPathSize) {
+        skipTooLong(call, walk, "GetFileAttributesW");
+        return true;
+    }
+    walk.path[length] = L'\\';
+    wcscpy(walk.path + length + 1, name);
+    // Attributes that cannot be read have all bits set: such a child is taken for a directory.
+    if (GetFileAttributesW(walk.path) & FILE_ATTRIBUTE_DIRECTORY) {
+        *status = walkDirectory(call.rec, walk, walk.path, false);
+        return *status == SSWSE_SUCCESS;
+    }
+    return updateOne(call, walk, walk.path, false) == SSWSE_SUCCESS;
+}
+
+DWORD updateChildren(const sswseCall& call, TreeWalk& walk, const wchar_t* path)
+{
+    const size_t length = wcslen(path);
+    if (length + 2 >= patternSize) {
+        skipTooLong(call, walk, "FindFirstFileW");
+        return SSWSE_SUCCESS;
+    }
+    wmemmove(walk.path, path, length); // the walk's own path but for the first directory
+    wcscpy(walk.path + length, L"\\*");
+    const owned::FindHandle listing(owned::orNull(FindFirstFileW(walk.path, &walk.entry)));
+    DWORD status = SSWSE_SUCCESS;
+    bool goOn = listing != nullptr;
+    while (goOn) {
+        if (!isPassedOver(walk.entry.cFileName))
+            goOn = updateChild(call, walk, length, &status);
+        goOn = goOn && FindNextFileW(listing.get(), &walk.entry);
+    }
+    return status;
+}
+
+DWORD walkDirectory(sswseErrRec* err, TreeWalk& walk, const wchar_t* path, bool failOnAccessDenied)
+{
+    return sswseRunFramed(err, "sswseUpdateAclOnTree", sswsePathArgs{path}, [&](const sswseCall& call) -> DWORD {
+        const size_t skippedBefore = walk.skipped;
+        DWORD status = updateOne(call, walk, path, failOnAccessDenied);
+        if (status == SSWSE_SUCCESS)
+            status = updateChildren(call, walk, path);
+        if (status == SSWSE_SUCCESS && !call.rec->message[0] && walk.skipped != skippedBefore)
+            *call.rec = walk.lastSkipped;
+        return status;
+    });
+}
+
+} // namespace
+
+DWORD sswseUpdateAclOnTree(sswseErrRec* err, const wchar_t* path, const sswseAce* const* newAces, DWORD newCount,
+                           bool keepExisting, bool failOnAccessDenied)
+{
+    TreeWalk walk = {};
+    walk.newAces = newAces;
+    walk.newCount = newCount;
+    walk.keepExisting = keepExisting;
+    return walkDirectory(err, walk, path, failOnAccessDenied);
+}

@@ -1,0 +1,56 @@
+#include "acl/vlfs_mount.h"
+
+#include "frame/call.h"
+#include "frame/text.h"
+
+#include <cwchar>
+
+namespace {
+
+bool isOnVlfs(const wchar_t* path)
+{
+    // The volume's path is no longer than the full path: what is given, behind the current directory at most.
+    const size_t size = wcslen(path) + MAX_PATH + 1;
+    const owned::Heap<wchar_t> volume = owned::allocate<wchar_t>(size * sizeof(wchar_t));
+    wchar_t fileSystem[MAX_PATH + 1] = {};
+    return volume && GetVolumePathNameW(path, volume.get(), static_cast<DWORD>(size)) &&
+           GetVolumeInformationW(volume.get(), nullptr, 0, nullptr, nullptr, nullptr, fileSystem, MAX_PATH + 1) &&
+           _wcsicmp(fileSystem, L"VLFS") == 0;
+}
+
+bool isLink(const WIN32_FIND_DATAA& entry)
+{
+    // A test of bits, not for one tag: most reparse points pass. Kept so.
+    return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) &&
+           (entry.dwReserved0 & IO_REPARSE_TAG_MOUNT_POINT) != 0;
+}
+
+} // namespace
+
+DWORD sswseCheckIfVlfsAndMountPoint(sswseErrRec* err, const char* path, char (&volumePath)[sswseVolumePathSize],
+                                    bool* isMountPoint)
+{
+    return sswseRunFramed(err, __func__, sswseArgs("path = %s\n", path), [&](const sswseCall& call) -> DWORD {
+        sswseTrace("%s\n",
+                   "Checking if the input variable path fed to Set/Add ACl api's is an vlfs mount point or not");
+        *isMountPoint = false;
+        owned::Heap<wchar_t> widePath;
+        const DWORD status = sswseToWide(call, path, widePath);
+        if (status != SSWSE_SUCCESS || !isOnVlfs(widePath.get()))
+            return status;
+
+        WIN32_FIND_DATAA entry = {};
+        const owned::FindHandle found(owned::orNull(FindFirstFileA(path, &entry)));
+        if (!found)
+            return sswseFail(call, WSE_INVALID_PARAMETER, GetLastError(), "FindFirstFile");
+        if (!isLink(entry))
+            return SSWSE_SUCCESS;
+        if (!GetVolumePathNameA(path, volumePath, sswseVolumePathSize))
+            return sswseFail(call, 0, GetLastError(), "GetVolumePathName"); // message 0: there is no text for this
+        volumePath[sswseVolumePathSize - 1] = '\0';
+        *isMountPoint = true;
+        sswseTrace("%s\n", "Checking completed for the input variable path fed to Set/Add ACl api's is an vlfs mount "
+                           "point or not");
+        return SSWSE_SUCCESS;
+    });
+}
