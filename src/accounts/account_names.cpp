@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr DWORD nameCapacity = 512;
-
 template <class T>
 owned::Heap<T> allocateZeroed(size_t bytes)
 {
@@ -34,22 +32,6 @@ DWORD convertName(const sswseCall& call, const char* username, PSID* sid, const 
     if (*sid)
         return SSWSE_SUCCESS;
     return status;
-}
-
-struct QualifiedName
-{
-    wchar_t account[nameCapacity];
-    wchar_t domain[nameCapacity];
-};
-
-DWORD lookupName(const sswseCall& call, PSID sid, QualifiedName& name)
-{
-    DWORD accountLength = nameCapacity - 1;
-    DWORD domainLength = nameCapacity - 1;
-    SID_NAME_USE use = SidTypeUnknown;
-    if (!LookupAccountSidW(nullptr, sid, name.account, &accountLength, name.domain, &domainLength, &use))
-        return sswseFail(call, WSE_SID_LOOKUP, GetLastError(), "LookupAccountSidW");
-    return SSWSE_SUCCESS;
 }
 
 } // namespace
@@ -90,6 +72,26 @@ DWORD sswseLookupAccountSid(const sswseCall& call, const wchar_t* machine, const
     return status;
 }
 
+DWORD sswseLookupSid(const sswseCall& call, PSID sid, sswseQualifiedName& name)
+{
+    name = {};
+    DWORD accountLength = sswseNameCapacity - 1;
+    DWORD domainLength = sswseNameCapacity - 1;
+    SID_NAME_USE use = SidTypeUnknown;
+    if (!LookupAccountSidW(nullptr, sid, name.account, &accountLength, name.domain, &domainLength, &use))
+        return sswseFail(call, WSE_SID_LOOKUP, GetLastError(), "LookupAccountSidW");
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseComputerName(const sswseCall& call, wchar_t (&computer)[MAX_COMPUTERNAME_LENGTH + 1])
+{
+    DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
+    computer[0] = L'\0';
+    if (!GetComputerNameW(computer, &length))
+        return sswseFail(call, WSE_COMPUTER_NAME, GetLastError(), "GetComputerNameW");
+    return SSWSE_SUCCESS;
+}
+
 DWORD WINAPI sswseConvertUnameToSID(sswseErrRec* err, const char* username, PSID* sid)
 {
     return sswseRunFramed(err, __func__, sswseArgs("username=%s", username), [&](const sswseCall& call) -> DWORD {
@@ -127,12 +129,12 @@ DWORD WINAPI sswseConvertSIDToUname(sswseErrRec* err, PSID OSSid, char* uname, s
                               if (!uname)
                                   return sswseBadArgument(call, "uname");
 
-                              QualifiedName name = {};
+                              sswseQualifiedName name;
                               owned::Heap<char> account;
                               owned::Heap<char> domain;
                               size_t accountSize = 0;
                               size_t domainSize = 0;
-                              if (lookupName(call, OSSid, name) != SSWSE_SUCCESS ||
+                              if (sswseLookupSid(call, OSSid, name) != SSWSE_SUCCESS ||
                                   sswseToMultibyte(call, name.account, account, &accountSize) != SSWSE_SUCCESS ||
                                   sswseToMultibyte(call, name.domain, domain, &domainSize) != SSWSE_SUCCESS)
                                   return SSWSE_FAILURE;

@@ -23,6 +23,20 @@ DWORD sswseLookupAccount(const sswseCall& call, const wchar_t* machine, const wc
 DWORD sswseLookupAccountSid(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
                             owned::Heap<void>& sid);
 
+inline constexpr DWORD sswseNameCapacity = 512;
+
+struct sswseQualifiedName
+{
+    wchar_t account[sswseNameCapacity];
+    wchar_t domain[sswseNameCapacity];
+};
+
+// The account of a SID on this machine. 2, or 3 with WSE-000034.
+DWORD sswseLookupSid(const sswseCall& call, PSID sid, sswseQualifiedName& name);
+
+// The name of this computer. 2, or 3 with WSE-000019.
+DWORD sswseComputerName(const sswseCall& call, wchar_t (&computer)[MAX_COMPUTERNAME_LENGTH + 1]);
+
 // sswseConvertUnameToSID with the look-up made on `machinename` (NULL: local); checks `username` before `sid`.
 DWORD sswseConvertUnameToSIDOnNode(sswseErrRec* err, const char* username, PSID* sid, const wchar_t* machinename);
 

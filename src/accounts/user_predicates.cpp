@@ -24,10 +24,9 @@ DWORD WINAPI sswseIsUserDomainUser(sswseErrRec* err, const char* username)
         sswseAccount account;
         if (lookup(call, username, account) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
-        wchar_t computer[MAX_COMPUTERNAME_LENGTH + 1] = {};
-        DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
-        if (!GetComputerNameW(computer, &length))
-            return sswseFail(call, WSE_COMPUTER_NAME, GetLastError(), "GetComputerName");
+        wchar_t computer[MAX_COMPUTERNAME_LENGTH + 1];
+        if (sswseComputerName(call, computer) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
         return CompareStringOrdinal(account.domain.get(), -1, computer, -1, TRUE) == CSTR_EQUAL ? SSWSE_NO : SSWSE_YES;
     });
 }
