@@ -23,6 +23,16 @@ struct Guarded<function>
         }
     }
 
+    static Result WINAPI returningStatus(Arguments... arguments) noexcept
+    {
+        constexpr auto noMemory = static_cast<Result>(0xC0000017); // STATUS_NO_MEMORY
+        try {
+            return function(arguments...);
+        } catch (...) {
+            return noMemory;
+        }
+    }
+
     static Result WINAPI setting(Arguments... arguments) noexcept
     {
         try {
@@ -39,6 +49,13 @@ template <auto function>
 Replacement returningError(const char* name)
 {
     return {name, reinterpret_cast<void*>(&Guarded<function>::returning)};
+}
+
+// For functions whose result is an NTSTATUS.
+template <auto function>
+Replacement returningStatus(const char* name)
+{
+    return {name, reinterpret_cast<void*>(&Guarded<function>::returningStatus)};
 }
 
 // For functions that fail with FALSE or no handle, and the last error.

@@ -22,11 +22,6 @@ constexpr wchar_t ntServiceSid[] = L"S-1-5-80";
 constexpr wchar_t builtin[] = L"BUILTIN";
 constexpr wchar_t builtinSid[] = L"S-1-5-32";
 
-bool startsWith(const std::wstring& text, const std::wstring& prefix)
-{
-    return text.compare(0, prefix.size(), prefix) == 0;
-}
-
 std::optional<Name> domainName(const std::wstring& sid, const std::wstring& name)
 {
     return Name{sid, name, L"", SidTypeDomain};
@@ -41,8 +36,7 @@ Name nameOfAccount(const Node& node, const Account& account)
 
 Name nameOfGroup(const Node& node, const Group& group)
 {
-    const bool isBuiltin = startsWith(group.sid, std::wstring(builtinSid) + L'-');
-    return {group.sid, isBuiltin ? builtin : accountDomain(node), group.name, SidTypeAlias};
+    return {group.sid, isPrefixOf(builtinSid, group.sid) ? builtin : accountDomain(node), group.name, SidTypeAlias};
 }
 
 // The localized name of the domain of service SIDs.
@@ -139,7 +133,7 @@ std::optional<Name> nameOf(const Node& node, const std::wstring& sid)
 {
     if (sid == ntServiceSid)
         return domainName(sid, serviceDomain(node));
-    if (startsWith(sid, std::wstring(ntServiceSid) + L'-'))
+    if (sid.compare(0, wcslen(ntServiceSid), ntServiceSid) == 0)
         for (const Service& service : node.services)
             if (serviceSid(service.name) == sid)
                 return Name{sid, serviceDomain(node), service.name, SidTypeWellKnownGroup};

@@ -74,6 +74,11 @@ std::vector<BYTE> sidBytes(const std::wstring& text)
     return bytes;
 }
 
+bool isPrefixOf(const std::wstring& domainSid, const std::wstring& sid)
+{
+    return sid.rfind(L'-') == domainSid.size() && sid.compare(0, domainSid.size(), domainSid) == 0;
+}
+
 std::wstring serviceSid(const std::wstring& serviceName)
 {
     return withWords(L"S-1-5-80", hashOf(serviceName), 5);

@@ -41,6 +41,7 @@ Account user(const Node& node, const wchar_t* name, const wchar_t* rid, DWORD fl
 
 void addStandardAccounts(Node& node)
 {
+    node.sid = accountDomainSid(node);
     node.accounts = {
         user(node, L"Administrator", L"-500", UF_SCRIPT | UF_NORMAL_ACCOUNT | UF_DONT_EXPIRE_PASSWD),
         user(node, L"Guest", L"-501",

@@ -3,8 +3,9 @@
 #include "whatif/active.h"
 #include "whatif/description.h"
 #include "whatif/imports.h"
-#include "whatif/names.h"
+#include "whatif/machine.h"
 #include "whatif/registry.h"
+#include "whatif/sids.h"
 
 #include <stdexcept>
 
@@ -33,6 +34,8 @@ Node thisMachine()
         node.minor = version.dwMinorVersion;
         node.productType = version.wProductType;
     }
+    const std::optional<Name> computer = machineResolve(node, node.name);
+    node.sid = computer && computer->use == SidTypeDomain ? computer->sid : domainSid(node.name);
     return node;
 }
 
