@@ -45,3 +45,10 @@ DWORD sswseSidFromString(const sswseCall& call, const char* text, owned::Local<v
 
 // 2, or 3 with WSE-000039 "IsValidSid".
 DWORD sswseRequireValidSid(const sswseCall& call, PSID sid);
+
+// For callers that use the SID: the conversions say 2 even when they found an account without getting its SID; only
+// their message tells.
+inline bool sswseHasSid(const sswseCall& call, DWORD status)
+{
+    return status == SSWSE_SUCCESS && !call.rec->message[0];
+}
