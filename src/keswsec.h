@@ -255,12 +255,59 @@ DWORD WINAPI sswseCheckUserPrivileges(sswseErrRec* err, const char* username, co
 
 /* ---- local groups ----------------------------------------------------------------------------------------------- */
 
+/*
+ * Group names are names of local groups of the node. What is asked for and already so counts as done: creating a group
+ * that exists, deleting one that does not, adding a member, removing what is no member.
+ */
+
+/*
+ * Creates a local group; one that exists is left as it is.
+ *   groupname  name of the group
+ *   groupdesc  its comment; NULL for none
+ *   nodename   node to create it on
+ * 2; 3 with WSE-000028; 4.
+ */
 DWORD WINAPI sswseCreateOSGroup(sswseErrRec* err, const char* groupname, const char* groupdesc, const char* nodename);
+
+/*
+ * Is there a local group of this name on the node?
+ * 1; 0; 3 with WSE-000030; 4.
+ */
 DWORD WINAPI sswseCheckOSGroup(sswseErrRec* err, const char* groupname, const char* nodename);
+
+/*
+ * Deletes a local group of the node.
+ * 2; 3 with WSE-000029; 4.
+ */
 DWORD WINAPI sswseDeleteOSGroup(sswseErrRec* err, const char* groupname, const char* nodename);
+
+/*
+ * Makes an account a member of a local group of the node. A group that is not there is created first, with the comment
+ * "KESTEL Group".
+ *   username   account name, with or without its domain
+ *   groupname  name of the group
+ *   nodename   node whose group it is
+ * 2; 3 with WSE-000028, WSE-000031; 4.
+ */
 DWORD WINAPI sswseAddUserToGroup(sswseErrRec* err, const char* username, const char* groupname, const char* nodename);
+
+/*
+ * Takes an account out of a local group of the node; arguments as above. A group that is not there is no failure.
+ * 2; 3 with WSE-000032; 4.
+ */
 DWORD WINAPI sswseRemoveUserFromGroup(sswseErrRec* err, const char* username, const char* groupname,
                                       const char* nodename);
+
+/*
+ * Is a user a member of a local group of the node? Decided by SID, so any spelling of the two names that the node
+ * resolves will do.
+ *   username   account name, with or without its domain
+ *   groupname  name of the group
+ *   directflg  0: membership through other groups counts; else only direct membership
+ *   nodename   node that is asked
+ * 1; 0, for a built-in service account also when it is a member through another group; 3 with WSE-000014, WSE-000015;
+ * 4, with "username" in its message also for a bad `groupname`: NULL, or with more than one backslash.
+ */
 DWORD WINAPI sswseCheckUserInGroup(sswseErrRec* err, const char* username, const char* groupname, DWORD directflg,
                                    const char* nodename);
 

@@ -1,0 +1,22 @@
+// What the operations on local groups share: the wide names, and which results of the network functions are success.
+#pragma once
+
+#include "frame/owned.h"
+#include "frame/record.h"
+
+#include <initializer_list>
+
+// A group on a machine, as the network functions take it; no node is the local machine.
+struct sswseGroupNames
+{
+    owned::Heap<wchar_t> group;
+    owned::Heap<wchar_t> node;
+};
+
+// 2; 3 with WSE-00006; 4 with WSE-000012 "groupname" when it is NULL.
+DWORD sswseNameGroup(const sswseCall& call, const char* groupname, const char* nodename, sswseGroupNames& names);
+
+// The status for the result of a network function: 2 when it is 0 or one of those that mean "already so", else 3 with
+// the message and the result as the system's error.
+DWORD sswseGroupResult(const sswseCall& call, NET_API_STATUS result,
+                       std::initializer_list<NET_API_STATUS> countedAsSuccess, DWORD messageId, const char* apiName);
