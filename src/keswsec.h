@@ -313,40 +313,181 @@ DWORD WINAPI sswseCheckUserInGroup(sswseErrRec* err, const char* username, const
 
 /* ---- home key, home type, home name ----------------------------------------------------------------------------- */
 
+/*
+ * A home's configuration lies under HKEY_LOCAL_MACHINE "Software\Kestel\<home key>". The home key is the last part of
+ * the registry path on the first line of the home's key file, which is KESTEL.KEY beside this library for the library's
+ * own home and bin\kestel.key for the home at a path.
+ */
+
+/*
+ * The home key of the library's own home; when there is no key file, the environment variable KESTEL_HOME_KEY.
+ *   khkey   the buffer, khkeyl its size in bytes; a key from the file that does not fit is cut
+ *   outlen  receives the text's length without terminator; NULL is allowed
+ * 2; 3 with WSE-000046, WSE-000047, with WSE-000052 when neither tells the key, with WSE-000033 when the variable's
+ * value does not fit, and with an empty record when the key file cannot be read; 4.
+ */
 DWORD WINAPI sswseGetKestelHomeKey(sswseErrRec* err, char* khkey, size_t khkeyl, size_t* outlen);
+
+/*
+ * The type of a home.
+ *   khomekey  home key
+ *   khtype    the buffer, khtypel its size in bytes: one more than the stored text with its terminator, so 3
+ *   outlen    receives the size of the stored text with its terminator; NULL is allowed
+ *   nodename  node whose registry is read
+ * 2; 3 with WSE-000033, WSE-000044, WSE-000048; 4; 6 with WSE-000010 when the home's key cannot be opened.
+ */
 DWORD WINAPI sswseGetKestelHomeType(sswseErrRec* err, const char* khomekey, char* khtype, size_t khtypel,
                                     size_t* outlen, const char* nodename);
+
+/*
+ * Records the type of a home; it is on disk when the function returns.
+ *   khomekey   home key; the home's registry key must exist
+ *   khometype  "0", "1" or "2"
+ *   nodename   node whose registry is written
+ * 2; 3 with WSE-000044, WSE-000049; 4; 5 with WSE-00008 for another type; 6 with WSE-000010.
+ */
 DWORD WINAPI sswseSetKestelHomeType(sswseErrRec* err, const char* khomekey, const char* khometype,
                                     const char* nodename);
+
+/* Is this text a home type: exactly "0", "1" or "2"? 1; 0; 4. */
 DWORD WINAPI sswseIsKhomeTypeValid(sswseErrRec* err, const char* khometype);
+
+/*
+ * The name of the library's own home; when its home key cannot be found, the environment variable KESTEL_HOME_NAME.
+ *   khname  the buffer, khnamel its size in bytes: more than the stored text with its terminator
+ *   outlen  receives the text's length without terminator; NULL is allowed
+ * 2, with the home key's failure in the record when the name is the variable's; 3 with WSE-000033, WSE-000048, and with
+ * WSE-000052 when the variable is not set either; 4; 6 with WSE-000010.
+ */
 DWORD WINAPI sswseGetKestelHomeName(sswseErrRec* err, char* khname, size_t khnamel, size_t* outlen);
+
+/*
+ * The type of the home at a path, from the registry key that its key file names.
+ *   khomepath  home directory, writable: with a node name the colon behind the drive letter is overwritten with "$", as
+ *              the file is then read through the node's administrative share
+ *   khtype, khtypel, outlen, nodename  as for sswseGetKestelHomeType
+ * 2; 3 with WSE-000033, WSE-000044, WSE-000048, and with WSE-000052 when the key file cannot be read; 4; 6 with
+ * WSE-000010, and with WSE-000052 when there is no key file.
+ */
 DWORD WINAPI sswseGetKestelHomeTypeForKHPath(sswseErrRec* err, char* khomepath, char* khtype, size_t khtypel,
                                              size_t* outlen, const char* nodename);
 
 /* ---- service user recorded for a home --------------------------------------------------------------------------- */
 
+/*
+ * The account that runs the services of a home, recorded under the home's registry key. For a home that is given by its
+ * path, `khomepath` or `ckhpath` is its directory on this machine, whose key file is read here even for a node;
+ * `nodename` or `cNode` is the node whose registry is read.
+ */
+
+/*
+ * Records the service user, whether it is a virtual account and whether it needs a password.
+ *   uname     account name, of which 511 bytes are recorded, looked up on this machine; LOCAL_SYSTEM and LOCAL_SERVICE
+ *             in upper or lower case are recorded by their names in the machine's language; the name of a local group
+ *             of the node stands for virtual accounts
+ *   nodename  node whose registry is written
+ *   khomekey  home key; the home's registry key must exist
+ * 2, with WSE-000030 in the record when the node could not tell whether the name is a group, which it is then not taken
+ * for; 3 with WSE-000010, WSE-000014, WSE-000034, WSE-000044, WSE-000049, WSE-000053 for a home key that is too long,
+ * what was written by then staying; 4; 6 with WSE-000012 when `khomekey` is NULL.
+ */
 DWORD WINAPI sswseSetUnameForKhome(sswseErrRec* err, const char* uname, const char* nodename, const char* khomekey);
+
+/*
+ * The service user of the library's own home.
+ *   uname     the buffer, unamel its size in bytes
+ *   outlen    receives the text's length with its terminator; NULL is allowed
+ *   nodename  node whose registry is read
+ * 2; 3 with WSE-000010, WSE-000033, WSE-000044, WSE-000048, WSE-000053 for a home key that is too long, or the message
+ * of sswseGetKestelHomeKey; 4.
+ */
 DWORD WINAPI sswseGetUnameForKhome(sswseErrRec* err, char* uname, size_t unamel, size_t* outlen, const char* nodename);
+
+/*
+ * The same for the home at a path.
+ * 2; 3 with WSE-000010, WSE-000033, WSE-000044, WSE-000048, and with WSE-000052 when the key file cannot be opened or
+ * read; 4; 6 with WSE-000052 when the key file names no key, and with WSE-000012 when `khomepath` is NULL.
+ */
 DWORD WINAPI sswseGetUnameForKhomePath(sswseErrRec* err, const char* khomepath, char* uname, size_t unamel,
                                        size_t* outlen, const char* nodename);
+
+/*
+ * Is the home's service user a managed service account?
+ * As sswseIsManagedSVCAccount; 6 with the message of sswseGetUnameForKhomePath when the user cannot be read.
+ */
 DWORD WINAPI sswseIsSVCUserMSA(sswseErrRec* err, const char* khomepath, const char* nodename);
+
+/*
+ * Is a password needed to make services run as the home's service user?
+ * 1; 0; 3 with WSE-000044, WSE-000048 also when that is not recorded, WSE-000052 when the key file cannot be read or
+ * names no key; 4; 6 with WSE-000010, and with WSE-000052 when there is no key file.
+ */
 DWORD WINAPI sswseIsSVCUserPasswordRequired(sswseErrRec* err, const char* khomepath, const char* nodename);
+
+/*
+ * Is the home's service user LocalSystem, or LocalService? The recorded name is looked up on this machine.
+ * 1; 0; 3 with WSE-000014, or the message of sswseGetUnameForKhomePath when the user cannot be read; 4.
+ */
 DWORD WINAPI sswseIsSvcUserLocalSystem(sswseErrRec* err, const char* ckhpath, const char* nodename);
 DWORD WINAPI sswseIsSvcUserLocalService(sswseErrRec* err, const char* ckhpath, const char* nodename);
+
+/*
+ * Do the home's services run under virtual accounts?
+ * 1; 0, also when that is not recorded; 3 with WSE-000010, WSE-000044, WSE-000048, WSE-000053 when the key file cannot
+ * be opened or read; 4; 6 with WSE-000052 when the key file names no key.
+ */
 DWORD WINAPI sswseIsSvcUserVirtualAccount(sswseErrRec* err, const char* khomepath, const char* nodename);
+
+/*
+ * Is the home's service user a group managed service account?
+ * As sswseIsGroupManagedSVCAccount; 3 with the message of sswseGetUnameForKhomePath when the user cannot be read.
+ */
 DWORD WINAPI sswseIsSVCUserGMSA(sswseErrRec* err, const char* ckhpath, const char* cNode);
 
 /* ---- virtual-account group names -------------------------------------------------------------------------------- */
 
+/*
+ * The virtual accounts of a home are gathered in the local group "KES_<home name>_SVCACCTS". Letter case counts and is
+ * kept.
+ */
+
+/*
+ * The group name of a home name.
+ *   homename   home name
+ *   groupname  the buffer, gamel its size in bytes: the home name's length and 14; the text is cut at 511 characters
+ *   outlen     receives the text's length without terminator; NULL is allowed
+ * 2; 3 with WSE-000033; 4.
+ */
 DWORD WINAPI sswseGetVAGroupnameForKHomename(sswseErrRec* err, const char* homename, char* groupname, size_t gamel,
                                              size_t* outlen);
+
+/*
+ * The home name in a group name, which may have other text before and behind.
+ *   groupname  group name of at most 511 characters
+ *   homename   the buffer, hnamel its size in bytes
+ *   outlen     receives the text's length without terminator
+ * 2; 3 with WSE-000033, and with WSE-000053 when the group name is too long; 4, also when `groupname` is no such name.
+ */
 DWORD WINAPI sswseGetKHomeNameFromVAGroupName(sswseErrRec* err, const char* groupname, char* homename, size_t hnamel,
                                               size_t* outlen);
 
 /* ---- event-log sources ------------------------------------------------------------------------------------------ */
 
+/*
+ * Registers a source of the Windows Application event log; one that is registered is overwritten.
+ *   SVCAppKey     name of the source
+ *   EventMsgFile  path of its message file, stored unexpanded
+ *   Types         event types it can write; 0 for errors, warnings and information
+ *   nodename      node whose registry is written
+ * 2; 3 with WSE-000044, WSE-000049, WSE-000050; 4.
+ */
 DWORD WINAPI sswseCreateSVCEventRegEntry(sswseErrRec* err, const char* SVCAppKey, const char* EventMsgFile, DWORD Types,
                                          const char* nodename);
+
+/*
+ * Removes a source of the Windows Application event log.
+ * 2; 3 with WSE-000044, and with WSE-000051 also when there is no such source; 4.
+ */
 DWORD WINAPI sswseDeleteSVCEventRegEntry(sswseErrRec* err, const char* SVCAppKey, const char* nodename);
 
 /* ---- services --------------------------------------------------------------------------------------------------- */

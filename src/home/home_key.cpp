@@ -1,0 +1,77 @@
+// The key of the home that this library is installed in: from the key file beside the library, or the environment.
+#include "home/home_key.h"
+
+#include "frame/call.h"
+#include "frame/library_file.h"
+#include "home/key_file.h"
+
+#include <cstring>
+
+namespace {
+
+// The key file lies in the directory of the library itself.
+DWORD ownKeyFile(const sswseCall& call, char (&path)[MAX_PATH])
+{
+    const HMODULE self = sswseOwnModule();
+    if (!self)
+        return sswseFail(call, WSE_MODULE_HANDLE, GetLastError(), "GetModuleHandle");
+    char* const fileName = sswseOwnDirectoryEnd(self, path);
+    if (!fileName)
+        return sswseFail(call, WSE_MODULE_PATH, GetLastError(), "GetModuleFileName");
+    sswseFormat(fileName, static_cast<size_t>(path + sizeof path - fileName) - 1, "%s", "\\KESTEL.KEY");
+    path[sizeof path - 1] = '\0';
+    return SSWSE_SUCCESS;
+}
+
+// A key that is too long for the caller is cut without a word: deliberate, unlike one from the environment.
+void copyCut(const char* homeKey, char* khkey, size_t khkeyl, size_t* outlen)
+{
+    size_t length = 0;
+    if (khkeyl > 0) {
+        length = strnlen(homeKey, khkeyl - 1);
+        memcpy(khkey, homeKey, length);
+        khkey[length] = '\0';
+    }
+    if (outlen)
+        *outlen = length;
+}
+
+} // namespace
+
+DWORD sswseHomeFromEnvironment(const sswseCall& call, const char* variable, const char* label, char* text, size_t size,
+                               size_t* outlen)
+{
+    char value[259];
+    const DWORD length = GetEnvironmentVariableA(variable, value, sizeof value);
+    if (length == 0)
+        return sswseFail(call, WSE_FIND_HOME, 0, "");
+    if (length >= sizeof value || length >= size)
+        return sswseBufferTooSmall(call, label);
+    memcpy(text, value, length);
+    text[length] = '\0';
+    if (outlen)
+        *outlen = length;
+    return SSWSE_SUCCESS;
+}
+
+DWORD WINAPI sswseGetKestelHomeKey(sswseErrRec* err, char* khkey, size_t khkeyl, size_t* outlen)
+{
+    return sswseRunFramed(err, __func__, sswseArgs("khkeyl=%Iu", khkeyl), [&](const sswseCall& call) -> DWORD {
+        if (!khkey)
+            return sswseBadArgument(call, "khkey");
+        char path[MAX_PATH];
+        if (const DWORD status = ownKeyFile(call, path); status != SSWSE_SUCCESS)
+            return status;
+        const owned::Handle file = sswseOpenKeyFile(path);
+        if (!file)
+            return sswseHomeFromEnvironment(call, "KESTEL_HOME_KEY", "Kestelhomekey", khkey, khkeyl, outlen);
+        sswseKeyLine line;
+        if (!sswseReadKeyLine(file.get(), line))
+            return SSWSE_FAILURE; // without a message: deliberate, the only failure that says nothing
+        const char* const homeKey = sswseHomeKeyOfLine(line);
+        if (!homeKey)
+            return sswseFail(call, WSE_FIND_HOME, 0, "");
+        copyCut(homeKey, khkey, khkeyl, outlen);
+        return SSWSE_SUCCESS;
+    });
+}

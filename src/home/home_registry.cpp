@@ -1,0 +1,166 @@
+#include "home/home_registry.h"
+
+#include "frame/format.h"
+#include "frame/node.h"
+
+#include <cstring>
+
+namespace {
+
+// One dialect of the registry: multibyte or wide. The functions are passed when they are called, never kept.
+template <class Char>
+struct Dialect
+{
+    LSTATUS(WINAPI* connect)(const Char* machine, HKEY hive, HKEY* root);
+    const char* connectName;
+    LSTATUS(WINAPI* open)(HKEY root, const Char* subkey, DWORD options, REGSAM access, HKEY* key);
+    const char* openName;
+};
+
+template <class Char>
+DWORD connectTo(const sswseCall& call, const Char* machine, const Dialect<Char>& dialect, owned::RegistryKey& root,
+                HKEY* hive)
+{
+    *hive = HKEY_LOCAL_MACHINE;
+    if (!machine || !machine[0])
+        return SSWSE_SUCCESS;
+    HKEY connected = nullptr;
+    const LSTATUS result = dialect.connect(machine, HKEY_LOCAL_MACHINE, &connected);
+    if (result != ERROR_SUCCESS)
+        return sswseFail(call, WSE_REMOTE_REGISTRY, static_cast<DWORD>(result), dialect.connectName);
+    root.reset(connected);
+    *hive = connected;
+    return SSWSE_SUCCESS;
+}
+
+struct KeyRequest
+{
+    const char* subkey; // as messages name it
+    REGSAM access;
+    DWORD openFailure;
+};
+
+template <class Char>
+DWORD openKey(const sswseCall& call, const Char* machine, const Char* subkey, const Dialect<Char>& dialect,
+              const KeyRequest& request, sswseHomeRegistryKey& opened)
+{
+    HKEY hive = nullptr;
+    if (const DWORD status = connectTo(call, machine, dialect, opened.root, &hive); status != SSWSE_SUCCESS)
+        return status;
+    HKEY key = nullptr;
+    const LSTATUS result = dialect.open(hive, subkey, 0, request.access, &key);
+    if (result != ERROR_SUCCESS) {
+        sswseReport(call, WSE_OPEN_REGISTRY_KEY, static_cast<DWORD>(result), dialect.openName, request.subkey, "HKLM");
+        return request.openFailure;
+    }
+    opened.key.reset(key);
+    return SSWSE_SUCCESS;
+}
+
+Dialect<char> multibyteDialect()
+{
+    return {RegConnectRegistryA, "RegConnectRegistry", RegOpenKeyExA, "RegOpenKeyEx"};
+}
+
+Dialect<wchar_t> wideDialect()
+{
+    return {RegConnectRegistryW, "RegConnectRegistryW", RegOpenKeyExW, "RegOpenKeyExW"};
+}
+
+} // namespace
+
+DWORD sswseConnectRegistryA(const sswseCall& call, const char* nodename, owned::RegistryKey& root, HKEY* hive)
+{
+    return connectTo(call, nodename, multibyteDialect(), root, hive);
+}
+
+DWORD sswseOpenHomeKeyA(const sswseCall& call, const char* nodename, const char* subkey, REGSAM access,
+                        DWORD openFailure, sswseHomeRegistryKey& opened)
+{
+    return openKey(call, nodename, subkey, multibyteDialect(), {subkey, access, openFailure}, opened);
+}
+
+DWORD sswseOpenHomeKeyW(const sswseCall& call, const char* nodename, const char* subkey, REGSAM access,
+                        DWORD openFailure, sswseHomeRegistryKey& opened)
+{
+    owned::Heap<wchar_t> wideSubkey;
+    owned::Heap<wchar_t> node;
+    DWORD status = sswseToWide(call, subkey, wideSubkey);
+    if (status == SSWSE_SUCCESS)
+        status = sswseNodeToWide(call, nodename, node);
+    if (status != SSWSE_SUCCESS)
+        return status;
+    return openKey<wchar_t>(call, node.get(), wideSubkey.get(), wideDialect(), {subkey, access, openFailure}, opened);
+}
+
+DWORD sswseOpenHomeA(const sswseCall& call, const char* homeKey, const char* nodename, REGSAM access,
+                     sswseHomeRegistryKey& opened)
+{
+    char subkey[260];
+    sswseFormatText(subkey, "Software\\Kestel\\%s", homeKey);
+    return sswseOpenHomeKeyA(call, nodename, subkey, access, SSWSE_HOME_NOT_FOUND, opened);
+}
+
+DWORD sswseHomeSubkey(const sswseCall& call, const char* homeKey, char (&subkey)[512])
+{
+    sswseFormatText(subkey, "%s", "software\\Kestel\\");
+    return sswseAppend(call, subkey, sizeof subkey, homeKey);
+}
+
+DWORD sswseReadHomeValueA(const sswseCall& call, HKEY key, const char* value, sswseHomeValue& read)
+{
+    read.stored = sizeof read.text - 1;
+    const LSTATUS result =
+        RegQueryValueExA(key, value, nullptr, nullptr, reinterpret_cast<BYTE*>(read.text), &read.stored);
+    if (result != ERROR_SUCCESS)
+        return sswseFail(call, WSE_QUERY_REGISTRY_VALUE, static_cast<DWORD>(result), "RegQueryValueEx", value);
+    read.text[read.stored] = '\0';
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseReadHomeValueW(const sswseCall& call, HKEY key, const wchar_t* value, const char* valueName,
+                          owned::Heap<char>& text, size_t* length, bool* absent)
+{
+    constexpr DWORD bufferSize = 32766;
+    const owned::Heap<wchar_t> wide = owned::allocate<wchar_t>(bufferSize);
+    if (!wide)
+        return sswseOutOfMemory(call);
+    DWORD stored = bufferSize - sizeof(wchar_t);
+    const LSTATUS result = RegQueryValueExW(key, value, nullptr, nullptr, reinterpret_cast<BYTE*>(wide.get()), &stored);
+    if (absent)
+        *absent = result == ERROR_FILE_NOT_FOUND;
+    if (absent && *absent)
+        return SSWSE_SUCCESS;
+    if (result != ERROR_SUCCESS)
+        return sswseFail(call, WSE_QUERY_REGISTRY_VALUE, static_cast<DWORD>(result), "RegQueryValueExW", valueName);
+    wide.get()[stored / sizeof(wchar_t)] = L'\0';
+    return sswseToMultibyte(call, wide.get(), text, length);
+}
+
+DWORD sswseReadValueOfHomeW(const sswseCall& call, const char* homeKey, const char* nodename, const wchar_t* value,
+                            const char* valueName, owned::Heap<char>& text, size_t* length, bool* absent)
+{
+    char subkey[512];
+    sswseHomeRegistryKey home;
+    DWORD status = sswseHomeSubkey(call, homeKey, subkey);
+    if (status == SSWSE_SUCCESS)
+        status = sswseOpenHomeKeyW(call, nodename, subkey, KEY_QUERY_VALUE, SSWSE_FAILURE, home);
+    if (status != SSWSE_SUCCESS)
+        return status;
+    return sswseReadHomeValueW(call, home.key.get(), value, valueName, text, length, absent);
+}
+
+DWORD sswseSetRegistryValueA(const sswseCall& call, HKEY key, const char* value, DWORD type, const void* data,
+                             size_t size)
+{
+    const LSTATUS result =
+        RegSetValueExA(key, value, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size));
+    if (result != ERROR_SUCCESS)
+        return sswseFail(call, WSE_SET_REGISTRY_VALUE, static_cast<DWORD>(result), "RegSetValueEx", value);
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseSetRegistryTextA(const sswseCall& call, HKEY key, const char* value, DWORD type, const char* text)
+{
+    return sswseSetRegistryValueA(call, key, value, type, text, strlen(text) + 1);
+}

@@ -1,0 +1,84 @@
+#include "home/key_file.h"
+
+#include "frame/format.h"
+#include "frame/node.h"
+#include "frame/text.h"
+
+#include <cstring>
+
+namespace {
+
+DWORD cannotTell(const sswseCall& call, const sswseKeyFileAnswers& answers, DWORD status, DWORD osError,
+                 const char* apiName)
+{
+    if (answers.namesApi)
+        sswseApiFailed(call, osError, apiName);
+    else
+        sswseReport(call, WSE_FIND_HOME, 0, "");
+    return status;
+}
+
+DWORD readKeyFile(const sswseCall& call, const char* path, const sswseKeyFileAnswers& answers, sswseKeyLine& line)
+{
+    const owned::Handle file = sswseOpenKeyFile(path);
+    if (!file)
+        return cannotTell(call, answers, answers.notOpened, GetLastError(), "CreateFile");
+    if (!sswseReadKeyLine(file.get(), line))
+        return cannotTell(call, answers, answers.notRead, GetLastError(), "ReadFile");
+    return SSWSE_SUCCESS;
+}
+
+} // namespace
+
+owned::Handle sswseOpenKeyFile(const char* path)
+{
+    return owned::Handle(owned::orNull(
+        CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
+}
+
+bool sswseReadKeyLine(HANDLE file, sswseKeyLine& line)
+{
+    DWORD read = 0;
+    if (!ReadFile(file, line, sizeof line - 1, &read, nullptr))
+        return false;
+    line[read] = '\0';
+    line[strcspn(line, "\r\n")] = '\0';
+    return true;
+}
+
+const char* sswseHomeKeyOfLine(const char* line)
+{
+    const char* part = nullptr;
+    for (const char* separator = sswseFindBackslash(line); separator; separator = sswseFindBackslash(part))
+        part = separator + 1;
+    return part;
+}
+
+DWORD sswseFindHomeKey(const sswseCall& call, const char* khomepath, const sswseKeyFileAnswers& answers,
+                       sswseKeyLine& line, const char** homeKey)
+{
+    char path[MAX_PATH];
+    sswseFormatText(path, "%s\\bin\\kestel.key", khomepath);
+    if (const DWORD status = readKeyFile(call, path, answers, line); status != SSWSE_SUCCESS)
+        return status;
+    *homeKey = sswseHomeKeyOfLine(line);
+    if (!*homeKey) {
+        sswseReport(call, WSE_FIND_HOME, 0, "");
+        return answers.noHomeKey;
+    }
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseReadKeyFileOnNode(const sswseCall& call, char* khomepath, const char* nodename,
+                             const sswseKeyFileAnswers& answers, sswseKeyLine& line)
+{
+    char path[MAX_PATH];
+    if (sswseIsLocalNode(nodename)) {
+        sswseFormatText(path, "%s\\bin\\kestel.key", khomepath);
+    } else {
+        if (strlen(khomepath) > 1)
+            khomepath[1] = '$'; // in the caller's own text, and left so: deliberate
+        sswseFormatText(path, "\\\\%s\\%s\\bin\\kestel.key", nodename, khomepath);
+    }
+    return readKeyFile(call, path, answers, line);
+}
