@@ -46,6 +46,9 @@ Result failWith(DWORD error)
     return Result();
 }
 
+// Text of the ANSI code page; NULL is empty.
+std::wstring wide(const char* text);
+
 // Names compared as Windows compares them.
 inline bool sameName(const std::wstring& a, const std::wstring& b)
 {

@@ -139,6 +139,14 @@ void World::clearPlan()
     state_->plan.clear();
 }
 
+std::wstring wide(const char* text)
+{
+    const int size = text ? MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0) : 0;
+    std::wstring result(static_cast<size_t>(size), L'\0');
+    MultiByteToWideChar(CP_ACP, 0, text, -1, result.data(), size);
+    return result.substr(0, result.find(L'\0'));
+}
+
 World& activeWorld()
 {
     return *active;

@@ -1,0 +1,201 @@
+// The machine around the library: its release and name, what it loads at run time, and files on other nodes.
+#include "whatif/active.h"
+#include "whatif/guarded.h"
+#include "whatif/names.h"
+
+#include <lm.h>
+
+namespace whatif {
+
+namespace {
+
+BOOL WINAPI getVersionEx(LPOSVERSIONINFOA info)
+{
+    if (!GetVersionExA(info))
+        return FALSE;
+    Locked world;
+    const Node& node = world->local();
+    info->dwMajorVersion = node.major;
+    info->dwMinorVersion = node.minor;
+    if (info->dwOSVersionInfoSize >= sizeof(OSVERSIONINFOEXA))
+        reinterpret_cast<OSVERSIONINFOEXA*>(info)->wProductType = node.productType;
+    return TRUE;
+}
+
+BOOL WINAPI getComputerName(LPWSTR buffer, LPDWORD size)
+{
+    Locked world;
+    const std::wstring& name = world->local().name;
+    if (!buffer || *size <= name.size()) {
+        *size = static_cast<DWORD>(name.size() + 1);
+        return failWith(ERROR_BUFFER_OVERFLOW);
+    }
+    name.copy(buffer, name.size());
+    buffer[name.size()] = L'\0';
+    *size = static_cast<DWORD>(name.size());
+    return TRUE;
+}
+
+// ---- managed service accounts, resolved at run time --------------------------------------------------------------
+
+constexpr NTSTATUS notSupported = static_cast<NTSTATUS>(0xC00000BB); // STATUS_NOT_SUPPORTED
+
+// The function of the real machine; NULL where it is missing. The library stays loaded.
+template <class Function>
+Function* machineFunction(const char* library, const char* name)
+{
+    const HMODULE module = LoadLibraryA(library);
+    return module ? reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name))) : nullptr;
+}
+
+// The name of a managed account may be given without its "$".
+const Account* accountOf(const Node& node, const std::wstring& text)
+{
+    for (const std::wstring& spelling : {text, text + L"$"})
+        if (const auto name = resolve(node, spelling))
+            for (const Account& account : node.accounts)
+                if (account.sid == name->sid)
+                    return &account;
+    return nullptr;
+}
+
+NTSTATUS WINAPI isServiceAccount(LPWSTR server, LPWSTR name, BOOL* answer)
+{
+    Locked world;
+    const Node& node = world->local();
+    const Account* const account = accountOf(node, name ? name : L"");
+    *answer = account && account->managed;
+    if (account || !node.readsMachine)
+        return 0;
+    auto* const real = machineFunction<decltype(isServiceAccount)>("Logoncli.dll", "NetIsServiceAccount");
+    return real ? real(server, name, answer) : notSupported;
+}
+
+NTSTATUS WINAPI queryServiceAccount(LPWSTR server, LPWSTR name, DWORD level, PBYTE* info)
+{
+    Locked world;
+    *info = nullptr;
+    const Node& node = world->local();
+    const Account* const account = accountOf(node, name ? name : L"");
+    if (!account && node.readsMachine) {
+        auto* const real = machineFunction<decltype(queryServiceAccount)>("Netapi32.dll", "NetQueryServiceAccount");
+        return real ? real(server, name, level, info) : notSupported;
+    }
+    if (level != 0 || !account || account->managedState == 0)
+        return notSupported;
+    void* buffer = nullptr;
+    if (NetApiBufferAllocate(sizeof(DWORD), &buffer) != NERR_Success)
+        return static_cast<NTSTATUS>(0xC0000017); // STATUS_NO_MEMORY
+    *static_cast<DWORD*>(buffer) = account->managedState;
+    *info = static_cast<PBYTE>(buffer);
+    return 0;
+}
+
+// The libraries that the node stands in for. Their handles are the addresses of their rows.
+struct RunTimeLibrary
+{
+    const wchar_t* library;
+    const wchar_t* name;
+    const char* function;
+    Replacement standIn;
+};
+
+const RunTimeLibrary* runTimeLibraries()
+{
+    static const RunTimeLibrary rows[] = {{L"Logoncli.dll", L"NetIsServiceAccount", "NetIsServiceAccount",
+                                           returningStatus<&isServiceAccount>("NetIsServiceAccount")},
+                                          {L"Netapi32.dll", L"NetQueryServiceAccount", "NetQueryServiceAccount",
+                                           returningStatus<&queryServiceAccount>("NetQueryServiceAccount")},
+                                          {}};
+    return rows;
+}
+
+const RunTimeLibrary* rowOf(HMODULE module)
+{
+    for (const RunTimeLibrary* row = runTimeLibraries(); row->library; ++row)
+        if (reinterpret_cast<const void*>(module) == row)
+            return row;
+    return nullptr;
+}
+
+HMODULE WINAPI loadLibrary(LPCSTR name)
+{
+    Locked world;
+    const Node& node = world->local();
+    for (const RunTimeLibrary* row = runTimeLibraries(); row->library; ++row) {
+        if (!sameName(row->library, wide(name)))
+            continue;
+        if (node.missing.count(row->library) || (node.readsMachine && !LoadLibraryA(name)))
+            return failWith<HMODULE>(ERROR_MOD_NOT_FOUND);
+        return reinterpret_cast<HMODULE>(const_cast<RunTimeLibrary*>(row));
+    }
+    return LoadLibraryA(name);
+}
+
+FARPROC WINAPI getProcAddress(HMODULE module, LPCSTR name)
+{
+    const RunTimeLibrary* const row = rowOf(module);
+    if (!row)
+        return GetProcAddress(module, name);
+    Locked world;
+    const Node& node = world->local();
+    const bool known = !IS_INTRESOURCE(name) && strcmp(name, row->function) == 0;
+    if (!known || node.missing.count(row->name) ||
+        (node.readsMachine && !GetProcAddress(GetModuleHandleW(row->library), name)))
+        return failWith<FARPROC>(ERROR_PROC_NOT_FOUND);
+    return reinterpret_cast<FARPROC>(row->standIn.function);
+}
+
+BOOL WINAPI freeLibrary(HMODULE module)
+{
+    return rowOf(module) ? TRUE : FreeLibrary(module);
+}
+
+// ---- files -------------------------------------------------------------------------------------------------------
+
+// Where "\\node\C$\path" of a described node lies; ERROR_SUCCESS with an empty path for what is no such name.
+DWORD locate(World& world, const std::wstring& path, std::wstring& real)
+{
+    if (path.compare(0, 2, L"\\\\") != 0 || path.size() < 3 || path[2] == L'?' || path[2] == L'.')
+        return ERROR_SUCCESS;
+    const size_t share = path.find(L'\\', 2);
+    const size_t rest = share == std::wstring::npos ? share : path.find(L'\\', share + 1);
+    const Node* const node = world.find(path.substr(0, share).c_str());
+    if (!node)
+        return world.local().readsMachine ? ERROR_SUCCESS : ERROR_BAD_NETPATH;
+    if (rest == std::wstring::npos)
+        return ERROR_BAD_PATHNAME;
+    const std::wstring name = path.substr(share + 1, rest - share - 1);
+    if (name.size() != 2 || name[1] != L'$')
+        return ERROR_BAD_NET_NAME;
+    const auto drive = node->drives.find(name.substr(0, 1));
+    if (drive == node->drives.end() && node != &world.local())
+        return ERROR_BAD_NET_NAME;
+    real = (drive != node->drives.end() ? drive->second : name.substr(0, 1) + L':') + path.substr(rest);
+    return ERROR_SUCCESS;
+}
+
+HANDLE WINAPI createFile(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
+                         DWORD flags, HANDLE pattern)
+{
+    Locked world;
+    std::wstring path;
+    if (const DWORD error = locate(*world, wide(name), path)) {
+        SetLastError(error);
+        return INVALID_HANDLE_VALUE;
+    }
+    if (path.empty())
+        return CreateFileA(name, access, share, security, disposition, flags, pattern);
+    return CreateFileW(path.c_str(), access, share, security, disposition, flags, pattern);
+}
+
+} // namespace
+
+std::vector<Replacement> kernelReplacements()
+{
+    return {settingLastError<&getVersionEx>("GetVersionExA"), settingLastError<&getComputerName>("GetComputerNameW"),
+            settingLastError<&loadLibrary>("LoadLibraryA"),   settingLastError<&getProcAddress>("GetProcAddress"),
+            settingLastError<&freeLibrary>("FreeLibrary"),    settingLastError<&createFile>("CreateFileA")};
+}
+
+} // namespace whatif
