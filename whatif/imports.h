@@ -17,13 +17,15 @@ struct Replacement
 };
 
 // One table per area of the platform, each in the file that holds the replacements.
-std::vector<Replacement> kernelReplacements();   // version, computer name, run-time loading, files of a node
-std::vector<Replacement> accountReplacements();  // names and SIDs, logon
-std::vector<Replacement> policyReplacements();   // LSA policy: account rights
-std::vector<Replacement> groupReplacements();    // local groups
-std::vector<Replacement> memberReplacements();   // their members
-std::vector<Replacement> userReplacements();     // users, password policy
-std::vector<Replacement> serviceReplacements();  // service control manager
+std::vector<Replacement> kernelReplacements();  // version, computer name, run-time loading, files of a node
+std::vector<Replacement> accountReplacements(); // names and SIDs, logon
+std::vector<Replacement> policyReplacements();  // LSA policy: account rights
+std::vector<Replacement> groupReplacements();   // local groups
+std::vector<Replacement> memberReplacements();  // their members
+std::vector<Replacement> userReplacements();    // users, password policy
+std::vector<Replacement> serviceReplacements(); // service control manager, services
+std::vector<Replacement> serviceConfigReplacements();
+std::vector<Replacement> serviceSecurityReplacements();
 std::vector<Replacement> registryReplacements(); // the registry
 std::vector<Replacement> securityReplacements(); // access-control lists by name, object security
 

@@ -168,10 +168,15 @@ bool isAccountName(const wchar_t* name, size_t longest)
            std::none_of(text.begin(), text.end(), [](wchar_t c) { return c < L' '; });
 }
 
+bool isOfDomain(const std::wstring& domainSid, const std::wstring& sid)
+{
+    return sid.substr(0, sid.rfind(L'-')) == domainSid;
+}
+
 bool isBuiltIn(const std::wstring& sid)
 {
     constexpr unsigned firstOwnRid = 1000;
-    return isPrefixOf(L"S-1-5-32", sid) || std::stoul(sid.substr(sid.rfind(L'-') + 1)) < firstOwnRid;
+    return isOfDomain(L"S-1-5-32", sid) || std::stoul(sid.substr(sid.rfind(L'-') + 1)) < firstOwnRid;
 }
 
 NET_API_STATUS handOut(const Packed& block, LPBYTE* buffer)

@@ -28,6 +28,9 @@ void leaveGroups(World& world, Node& node, const std::wstring& sid);
 // What current Windows accepts as the name of an account.
 bool isAccountName(const wchar_t* name, size_t longest);
 
+// Whether a SID is that of an account of the domain.
+bool isOfDomain(const std::wstring& domainSid, const std::wstring& sid);
+
 // For an account that came with the system, which cannot be deleted.
 bool isBuiltIn(const std::wstring& sid);
 

@@ -39,8 +39,9 @@ NET_API_STATUS checkNewMember(const Node& node, const std::wstring& sid)
 {
     const auto known = nameOf(node, sid);
     if (!known)
-        return isPrefixOf(node.sid, sid) ? ERROR_NO_SUCH_MEMBER : NERR_Success;
-    const bool ownGroup = known->use == SidTypeAlias && (isPrefixOf(node.sid, sid) || isPrefixOf(L"S-1-5-32", sid));
+        return isOfDomain(accountDomainSid(node), sid) ? ERROR_NO_SUCH_MEMBER : NERR_Success;
+    const bool ownGroup =
+        known->use == SidTypeAlias && (isOfDomain(accountDomainSid(node), sid) || isOfDomain(L"S-1-5-32", sid));
     const bool noAccount = known->use == SidTypeDomain || known->use == SidTypeComputer;
     return ownGroup || noAccount ? ERROR_INVALID_MEMBER : NERR_Success;
 }

@@ -152,14 +152,6 @@ World& activeWorld()
     return *active;
 }
 
-BOOL WINAPI closeServiceHandle(SC_HANDLE service)
-{
-    for (const Replacement& replacement : serviceReplacements())
-        if (std::string(replacement.name) == "CloseServiceHandle")
-            return reinterpret_cast<decltype(&CloseServiceHandle)>(replacement.function)(service);
-    return failWith(ERROR_PROC_NOT_FOUND);
-}
-
 struct Redirection::State
 {
     explicit State(HMODULE library) : imports(library) {}
@@ -174,7 +166,8 @@ Redirection::Redirection(HMODULE library, World& world)
     active = &world;
     for (const auto& table :
          {kernelReplacements(), accountReplacements(), policyReplacements(), groupReplacements(), memberReplacements(),
-          userReplacements(), serviceReplacements(), registryReplacements(), securityReplacements()})
+          userReplacements(), serviceReplacements(), serviceConfigReplacements(), serviceSecurityReplacements(),
+          registryReplacements(), securityReplacements()})
         for (const Replacement& replacement : table)
             state_->imports.redirect(replacement.name, replacement.function);
 }

@@ -1,0 +1,40 @@
+// The security of an object: as the node keeps it, which is SDDL, and as the platform's functions take it.
+#pragma once
+
+#include "whatif/node.h"
+
+namespace whatif {
+
+struct Security
+{
+    std::vector<BYTE> owner;               // a SID; empty stands for the Administrators
+    SECURITY_DESCRIPTOR_CONTROL flags = 0; // SE_DACL_PROTECTED, SE_DACL_AUTO_INHERITED
+    bool hasDacl = true;                   // without one everybody may do everything
+    std::vector<BYTE> dacl;                // an ACL without slack; its revision is not kept
+};
+
+// The text is SDDL of the owner, unless it is the default one, and of the DACL: "O:SYD:P(A;;FA;;;SY)". What SDDL cannot
+// say comes as "hex:" with the bytes of the descriptor. Exact both ways. Throws std::runtime_error for a text that is
+// neither.
+Security securityOf(const std::wstring& text);
+std::wstring textOf(const Security& security);
+
+// Any valid descriptor; of the control bits only the two flags are taken over.
+Security securityOf(PSECURITY_DESCRIPTOR descriptor);
+std::vector<BYTE> selfRelative(const Security& security, SECURITY_INFORMATION parts);
+
+// Generic rights become the object's own, as they do when Windows attaches a descriptor to an object. Entries that are
+// only there to be inherited keep theirs.
+void mapGenericRights(Security& security, const GENERIC_MAPPING& mapping);
+
+// What an object that is created below `parent` gets, when an administrator creates it.
+Security inheritedFrom(const Security& parent, bool container, const GENERIC_MAPPING& mapping);
+
+// Whether an administrator who is no other account of the DACL, and uses no privilege, gets the access.
+bool allows(const Security& security, DWORD access, const GENERIC_MAPPING& mapping);
+
+extern const GENERIC_MAPPING fileRights;
+extern const GENERIC_MAPPING keyRights;
+extern const GENERIC_MAPPING serviceRights;
+
+} // namespace whatif

@@ -1,0 +1,57 @@
+// The handles of the service control manager of a node, and the services behind them.
+#pragma once
+
+#include "whatif/descriptors.h"
+
+namespace whatif {
+
+class World;
+
+struct ServiceHandle
+{
+    World* world;
+    Node* node;
+    std::wstring service; // empty: the manager
+    DWORD access;
+};
+
+SC_HANDLE openHandle(const ServiceHandle& handle);
+bool closeHandle(SC_HANDLE handle);
+
+// What every function on a handle begins with. NULL with the last error set: ERROR_INVALID_HANDLE for a handle of the
+// other kind or of none, ERROR_ACCESS_DENIED when it was not opened for `access`.
+const ServiceHandle* managerOf(SC_HANDLE handle, DWORD access);
+Service* serviceOf(SC_HANDLE handle, DWORD access, Node*& node);
+
+// Also one that is marked for deletion. One of the real machine is copied into the node on the first touch.
+Service* findService(Node& node, const std::wstring& name);
+
+// Whether a display name is another service's, as its own name or its display name.
+bool isDisplayNameTaken(const Node& node, const std::wstring& displayName, const std::wstring& service);
+std::wstring machineServiceOfDisplayName(const std::wstring& displayName); // empty when there is none
+
+// A service belongs to LocalSystem.
+Security serviceSecurity(const Service& service);
+
+// The words of the plan.
+std::wstring startText(DWORD start);
+std::wstring sidTypeText(DWORD sidType);
+
+// Whether the service control manager takes a service as it stands, new or changed: a Win32 error code. The account is
+// looked at on its own, for one that is not changed may be gone by now.
+DWORD checkService(const Node& node, const Service& service);
+DWORD checkServiceAccount(const Node& node, const Service& service);
+
+// Gives the service the next tag of its load-ordering group; only drivers that start at boot have one.
+DWORD assignTag(const Node& node, Service& service);
+
+// "a\0b\0\0"; NULL is an empty list.
+std::vector<std::wstring> listOf(const wchar_t* names);
+
+// The real machine's service; false when it has none of that name, or does not show it.
+bool readMachineService(const std::wstring& name, Service& service);
+
+// What a service is created with, and what the node writes for security without an own text.
+extern const wchar_t defaultServiceSecurity[];
+
+} // namespace whatif
