@@ -1,0 +1,10 @@
+// Names of the local groups that belong to one home.
+#pragma once
+
+#include "frame/format.h"
+
+// "KES_" + home name + suffix such as "_DBA", cut to 511 characters.
+inline void sswseHomeGroup(char (&group)[512], const char* homename, const char* suffix)
+{
+    sswseFormatText(group, "KES_%s%s", homename, suffix);
+}

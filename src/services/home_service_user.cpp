@@ -1,0 +1,34 @@
+#include "services/home_service_user.h"
+
+#include "frame/call.h"
+#include "home/home_registry.h"
+#include "home/service_user.h"
+
+#include <cstring>
+
+DWORD sswseIsCurKHSvcUserLocalSystem(sswseErrRec* err, const char* nodename)
+{
+    return sswseRunFramed(err, __func__, sswseArgs("nodename = %s", nodename), [&](const sswseCall& call) -> DWORD {
+        char user[512];
+        if (sswseGetUnameForKhome(call.rec, user, sizeof user - 1, nullptr, nodename) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        owned::Heap<void> sid;
+        if (sswseSidOfServiceUser(call, user, sid) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        return IsWellKnownSid(sid.get(), WinLocalSystemSid) ? SSWSE_YES : SSWSE_NO;
+    });
+}
+
+DWORD sswseIsCurKHSvcUserVA(sswseErrRec* err, const char* nodename)
+{
+    return sswseRunFramed(err, __func__, sswseArgs("nodename = %s", nodename), [&](const sswseCall& call) -> DWORD {
+        char homeKey[512];
+        if (sswseGetKestelHomeKey(call.rec, homeKey, sizeof homeKey, nullptr) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        owned::Heap<char> type;
+        if (sswseReadValueOfHomeW(call, homeKey, nodename, L"KESTEL_SVCUSER_TYPE", "KESTEL_SVCUSER_TYPE", type,
+                                  nullptr) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        return _stricmp(type.get(), sswseVirtualAccountType) == 0 ? SSWSE_SUCCESS : SSWSE_NO;
+    });
+}
