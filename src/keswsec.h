@@ -492,17 +492,97 @@ DWORD WINAPI sswseDeleteSVCEventRegEntry(sswseErrRec* err, const char* SVCAppKey
 
 /* ---- services --------------------------------------------------------------------------------------------------- */
 
+/*
+ * Services of the home that the library is installed in. What a service is given depends on the executable in its
+ * binary path and on the type of the home: the account it runs under (the home's service user, a built-in account, the
+ * service's virtual account), whether its SID is unrestricted, its groups and its rights. An executable that the
+ * library does not know runs under the home's service user, LocalSystem in a home of type "0", without groups or rights
+ * of its own.
+ */
+
+/*
+ * Creates a service, lets the administrators of the product and of the home start and stop it, and gives it its groups
+ * and rights on the node.
+ *   servicename       name of the service
+ *   displayname       NULL: the same
+ *   desiredaccess, servicetype, starttype, errorcontrol  as for CreateService; with READ_CONTROL and WRITE_DAC in
+ *                     desiredaccess, or the administrators are not let in
+ *   binpath           command line of the service; its executable is the text behind the last backslash, up to a blank
+ *   loadordergroup    NULL for none
+ *   tagid             receives the tag within that group; NULL for none
+ *   dependencies      names of services, each with its NUL, an empty one at the end, 5120 characters in all; NULL for
+ *                     none
+ *   servicestartname  only for a driver service: the name it starts under, NULL for the default one
+ *   password          of the account, used only when it is a user account and not a managed one; NULL for none
+ *   nodename          node to create it on
+ *   phService         receives the handle, which the caller closes, as soon as the service exists: also when a later
+ *                     step fails, the service is not deleted again. NULL until then
+ * An account without a domain is one of the node's own.
+ * 2; 3 with WSE-000011, WSE-000057, or, the service having been created, the message of the failed step: WSE-000014,
+ * WSE-000019, WSE-000025, WSE-000031, WSE-000034, WSE-000041 and others of the home, group and account functions;
+ * 4; 5 when the home's type cannot be read, with the reader's message, or is unknown, with WSE-00008; 6 when the home
+ * cannot be found. After a 2 the record may hold the message of a step whose failure does not count.
+ */
 DWORD WINAPI sswseCreateService(sswseErrRec* err, const char* servicename, const char* displayname, DWORD desiredaccess,
                                 DWORD servicetype, DWORD starttype, DWORD errorcontrol, const char* binpath,
                                 const char* loadordergroup, DWORD* tagid, const char* dependencies,
                                 const char* servicestartname, const char* password, const char* nodename,
                                 SC_HANDLE* phService);
+
+/*
+ * Gives an existing service a new binary path, and decides its account, groups and rights anew as at creation. It
+ * leaves no group and loses no right.
+ *   nodename     node of the service
+ *   servicename  name of the service
+ *   username     not used: the home decides
+ *   password     as at creation
+ *   binpath      new command line of the service
+ * 2; 3 with WSE-000011, WSE-000054, WSE-000058, or, the service having been changed, as at creation; 4; 5 with
+ * WSE-00008 when the home's type cannot be read, with an empty record when it is unknown; 6 when the home cannot be
+ * found. The record after a 2 is as at creation.
+ */
 DWORD WINAPI sswseUpdateService(sswseErrRec* err, const char* nodename, const char* servicename, const char* username,
                                 const char* password, const char* binpath);
+
+/*
+ * The account that a service runs under, as it is configured: "LocalSystem", ".\user", "DOMAIN\user"; empty for a
+ * driver without one.
+ *   servicename  name of the service
+ *   username     the buffer, usernamel its size in bytes. While tracing is on, a text it already holds is traced
+ *   written      receives the length with the terminator; NULL is allowed
+ *   nodename     node of the service
+ * 2; 3 with WSE-000011, WSE-000054, WSE-000055, WSE-000033; 4.
+ */
 DWORD WINAPI sswseGetSvcUserForService(sswseErrRec* err, const char* servicename, char* username, size_t usernamel,
                                        size_t* written, const char* nodename);
+
+/*
+ * Deletes a service, having taken its SID out of the node's local groups; a group that it cannot be taken out of is
+ * passed over. Its rights stay in the security policy.
+ *   nodename     node of the service
+ *   servicename  name of the service
+ * 2; 3 with WSE-000034, WSE-000011, WSE-000054, WSE-000056; 4.
+ */
 DWORD WINAPI sswseDeleteService(sswseErrRec* err, const char* nodename, const char* servicename);
+
+/*
+ * The account name of a service's own SID: the domain of all service SIDs in this machine's language, "\", the name of
+ * the service, which need not exist.
+ *   svcname  name of the service
+ *   out      the buffer, outlen its size in bytes
+ *   written  receives the length without the terminator; NULL is allowed
+ * 2; 3 with WSE-000034, WSE-000038, WSE-000039, WSE-000033; 4, also with WSE-000033 when `outlen` is 0.
+ */
 DWORD WINAPI sswseGetServiceSidName(sswseErrRec* err, const char* svcname, char* out, size_t outlen, size_t* written);
+
+/*
+ * A service's own SID.
+ *   svcname   name of the service
+ *   psid      receives one block of the SID's length; the caller releases it. NULL after a failure
+ *   nodename  node that looks it up
+ * 2; 3 with WSE-000061 on a system without service SIDs, WSE-000014, WSE-000019, WSE-000033, WSE-000034, WSE-000045;
+ * 4.
+ */
 DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psid, const char* nodename);
 
 /* ---- access control on objects ---------------------------------------------------------------------------------- */

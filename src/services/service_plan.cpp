@@ -1,0 +1,86 @@
+#include "services/service_plan.h"
+
+#include "services/role_table.h"
+#include "services/service_acl.h"
+#include "services/service_key.h"
+#include "services/service_roles.h"
+#include "services/service_sid_type.h"
+
+#include <cwchar>
+
+DWORD sswseReadOwnHomeType(const sswseCall& call, const char* nodename, sswseHomeTypeFault reported,
+                           sswseServicePlan& plan)
+{
+    char homeKey[512];
+    if (sswseGetKestelHomeKey(call.rec, homeKey, sizeof homeKey, nullptr) != SSWSE_SUCCESS)
+        return SSWSE_HOME_NOT_FOUND;
+    sswseHomeTypeFault fault = sswseHomeTypeFault::unreadable;
+    if (sswseGetKestelHomeType(call.rec, homeKey, plan.khtype, sizeof plan.khtype - 1, nullptr, nodename) ==
+        SSWSE_SUCCESS) {
+        if (sswseIsKhomeTypeValid(call.rec, plan.khtype) == SSWSE_YES)
+            return SSWSE_SUCCESS;
+        fault = sswseHomeTypeFault::invalid;
+    }
+    if (fault == reported)
+        sswseReport(call, WSE_UNSUPPORTED_HOME_TYPE, 0, "");
+    return SSWSE_UNSUPPORTED_HOME_TYPE;
+}
+
+void sswseDecideService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan)
+{
+    plan.index = sswseNoRole;
+    sswseGetServiceIndex(call.rec, plan.svckey, plan.khtype, &plan.index);
+    sswseServiceAccount& account = plan.account;
+    // The status is ignored: only the account counts.
+    sswseDecideSvcUser(call.rec, plan.svckey, plan.khtype, plan.index, nodename, servicename, account);
+    if (!account.isVirtual && sswseIsManagedSVCAccount(call.rec, account.name, nodename) == SSWSE_YES)
+        account.isUserAccount = false; // the domain keeps its password
+}
+
+DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseServicePlan& plan, const char* account,
+                            const char* password, sswseServiceLogon& logon)
+{
+    constexpr wchar_t ownMachine[] = L".\\";
+    if (sswseToWideSecret(call, plan.account.isUserAccount ? password : nullptr, logon.password) != SSWSE_SUCCESS)
+        return SSWSE_FAILURE;
+    if (!account || !account[0])
+        return SSWSE_SUCCESS;
+    size_t length = 0;
+    if (sswseToWide(call, account, logon.account, &length) != SSWSE_SUCCESS)
+        return SSWSE_FAILURE;
+    if (wcschr(logon.account.get(), L'\\'))
+        return SSWSE_SUCCESS;
+    owned::Heap<wchar_t> qualified = owned::allocate<wchar_t>(sizeof ownMachine + length * sizeof(wchar_t));
+    if (!qualified)
+        return sswseOutOfMemory(call);
+    wcscpy(qualified.get(), ownMachine);
+    wcscat(qualified.get(), logon.account.get());
+    logon.account = std::move(qualified);
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseFollowUpService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan,
+                           SC_HANDLE service)
+{
+    char(&account)[512] = plan.account.name;
+    DWORD sidtypeUR = 0;
+    // The statuses of these three are ignored: a service without them is usable, and older systems lack some of them.
+    sswseSetSvcTypeUnrestricted(call.rec, servicename, plan.svckey, plan.khtype, nodename, &sidtypeUR);
+    sswseSetACLOnService(call.rec, service);
+    sswseAddSvcToSVCSIDSGrp(call.rec, servicename, plan.khtype, account, nodename);
+
+    // Before the row is asked for: a service without one still joins its home's group of service accounts.
+    if (plan.account.isVirtual &&
+        sswseAddSvcToVAGroups(call.rec, servicename, plan.khtype, account, plan.index, nodename) != SSWSE_SUCCESS)
+        return SSWSE_FAILURE;
+    if (plan.index == sswseNoRole)
+        return SSWSE_SUCCESS;
+    if (!account[0] &&
+        sswseGetBuiltinAccName(call.rec, "LOCAL_SYSTEM", account, sizeof account - 1, nullptr) != SSWSE_SUCCESS)
+        return SSWSE_FAILURE;
+    if (sswseAddSvcToGroups(call.rec, servicename, plan.khtype, plan.index, account, nodename, sidtypeUR) !=
+            SSWSE_SUCCESS ||
+        sswseGrantPrivsToSvc(call.rec, servicename, plan.khtype, plan.index, account, nodename) != SSWSE_SUCCESS)
+        return SSWSE_FAILURE;
+    return SSWSE_SUCCESS;
+}
