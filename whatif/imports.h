@@ -17,7 +17,8 @@ struct Replacement
 };
 
 // One table per area of the platform, each in the file that holds the replacements.
-std::vector<Replacement> kernelReplacements();  // version, computer name, run-time loading, files of a node
+std::vector<Replacement> kernelReplacements();  // version, computer name, run-time loading
+std::vector<Replacement> fileReplacements();    // files of nodes
 std::vector<Replacement> accountReplacements(); // names and SIDs, logon
 std::vector<Replacement> policyReplacements();  // LSA policy: account rights
 std::vector<Replacement> groupReplacements();   // local groups

@@ -1,4 +1,4 @@
-// The machine around the library: its release and name, what it loads at run time, and files on other nodes.
+// The machine around the library: its release and name, and what it loads at run time.
 #include "whatif/active.h"
 #include "whatif/guarded.h"
 #include "whatif/names.h"
@@ -151,51 +151,13 @@ BOOL WINAPI freeLibrary(HMODULE module)
     return rowOf(module) ? TRUE : FreeLibrary(module);
 }
 
-// ---- files -------------------------------------------------------------------------------------------------------
-
-// Where "\\node\C$\path" of a described node lies; ERROR_SUCCESS with an empty path for what is no such name.
-DWORD locate(World& world, const std::wstring& path, std::wstring& real)
-{
-    if (path.compare(0, 2, L"\\\\") != 0 || path.size() < 3 || path[2] == L'?' || path[2] == L'.')
-        return ERROR_SUCCESS;
-    const size_t share = path.find(L'\\', 2);
-    const size_t rest = share == std::wstring::npos ? share : path.find(L'\\', share + 1);
-    const Node* const node = world.find(path.substr(0, share).c_str());
-    if (!node)
-        return world.local().readsMachine ? ERROR_SUCCESS : ERROR_BAD_NETPATH;
-    if (rest == std::wstring::npos)
-        return ERROR_BAD_PATHNAME;
-    const std::wstring name = path.substr(share + 1, rest - share - 1);
-    if (name.size() != 2 || name[1] != L'$')
-        return ERROR_BAD_NET_NAME;
-    const auto drive = node->drives.find(name.substr(0, 1));
-    if (drive == node->drives.end() && node != &world.local())
-        return ERROR_BAD_NET_NAME;
-    real = (drive != node->drives.end() ? drive->second : name.substr(0, 1) + L':') + path.substr(rest);
-    return ERROR_SUCCESS;
-}
-
-HANDLE WINAPI createFile(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
-                         DWORD flags, HANDLE pattern)
-{
-    Locked world;
-    std::wstring path;
-    if (const DWORD error = locate(*world, wide(name), path)) {
-        SetLastError(error);
-        return INVALID_HANDLE_VALUE;
-    }
-    if (path.empty())
-        return CreateFileA(name, access, share, security, disposition, flags, pattern);
-    return CreateFileW(path.c_str(), access, share, security, disposition, flags, pattern);
-}
-
 } // namespace
 
 std::vector<Replacement> kernelReplacements()
 {
     return {settingLastError<&getVersionEx>("GetVersionExA"), settingLastError<&getComputerName>("GetComputerNameW"),
-            settingLastError<&loadLibrary>("LoadLibraryA"),   settingLastError<&getProcAddress>("GetProcAddress"),
-            settingLastError<&freeLibrary>("FreeLibrary"),    settingLastError<&createFile>("CreateFileA")};
+            settingLastError<&loadLibrary>("LoadLibraryA"), settingLastError<&getProcAddress>("GetProcAddress"),
+            settingLastError<&freeLibrary>("FreeLibrary")};
 }
 
 } // namespace whatif

@@ -165,9 +165,9 @@ Redirection::Redirection(HMODULE library, World& world)
     state_ = std::make_unique<State>(library);
     active = &world;
     for (const auto& table :
-         {kernelReplacements(), accountReplacements(), policyReplacements(), groupReplacements(), memberReplacements(),
-          userReplacements(), serviceReplacements(), serviceConfigReplacements(), serviceSecurityReplacements(),
-          registryReplacements(), securityReplacements()})
+         {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(), groupReplacements(),
+          memberReplacements(), userReplacements(), serviceReplacements(), serviceConfigReplacements(),
+          serviceSecurityReplacements(), registryReplacements(), securityReplacements()})
         for (const Replacement& replacement : table)
             state_->imports.redirect(replacement.name, replacement.function);
 }

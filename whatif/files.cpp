@@ -1,0 +1,156 @@
+#include "whatif/files.h"
+
+#include "whatif/active.h"
+#include "whatif/guarded.h"
+
+#include <algorithm>
+
+namespace whatif {
+
+namespace {
+
+bool startsWith(const std::wstring& text, const wchar_t* prefix)
+{
+    return text.compare(0, wcslen(prefix), prefix) == 0;
+}
+
+// "\\server\share\...", but not "\\?\C:\..." and "\\.\device".
+bool namesServer(const std::wstring& name)
+{
+    return startsWith(name, L"\\\\") && name.size() > 2 && name[2] != L'?' && name[2] != L'.';
+}
+
+// Absolute, without "." and "..", doubled and trailing backslashes.
+std::wstring absolute(const std::wstring& name)
+{
+    constexpr wchar_t longName[] = L"\\\\?\\";
+    std::wstring path = startsWith(name, longName) ? name.substr(wcslen(longName)) : name;
+    if (startsWith(path, L"UNC\\"))
+        path = L'\\' + path.substr(3);
+    const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+    std::wstring full(size, L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
+    while (full.size() > 3 && full.back() == L'\\')
+        full.pop_back();
+    return full;
+}
+
+bool isShareOfDrive(const std::wstring& share)
+{
+    return share.size() == 2 && iswalpha(share[0]) && share[1] == L'$';
+}
+
+DWORD locateOnServer(World& world, const std::wstring& name, File& file)
+{
+    const size_t share = name.find(L'\\', 2);
+    const size_t found = share == std::wstring::npos ? share : name.find(L'\\', share + 1);
+    const size_t rest = found == std::wstring::npos ? name.size() : found;
+    file.node = world.find(name.substr(0, share).c_str());
+    if (!file.node) { // another machine: only a node that reads the real one gets there
+        file = {&world.local(), absolute(name), name};
+        return world.local().readsMachine ? ERROR_SUCCESS : ERROR_BAD_NETPATH;
+    }
+    if (share == std::wstring::npos || share + 1 == rest)
+        return ERROR_BAD_PATHNAME;
+    const std::wstring shareName = name.substr(share + 1, rest - share - 1);
+    const auto drive = file.node->drives.find(shareName.substr(0, 1));
+    const bool mapped = drive != file.node->drives.end();
+    if (!isShareOfDrive(shareName) || (!mapped && file.node != &world.local()))
+        return ERROR_BAD_NET_NAME;
+    const std::wstring letter = shareName.substr(0, 1) + L':';
+    const std::wstring below = rest == name.size() ? L"\\" : name.substr(rest);
+    file.path = absolute(letter + below);
+    file.real = (mapped ? drive->second : letter) + below;
+    return ERROR_SUCCESS;
+}
+
+// ---- as they are imported ----------------------------------------------------------------------------------------
+
+// The real name of what the library names; false with the last error set.
+bool realName(const std::wstring& name, std::wstring& real)
+{
+    real = name;
+    if (!namesServer(name))
+        return true;
+    Locked world;
+    File file;
+    if (const DWORD error = locate(*world, name, file))
+        return failWith(error);
+    real = file.real;
+    return true;
+}
+
+HANDLE WINAPI createFile(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
+                         DWORD flags, HANDLE pattern)
+{
+    std::wstring real;
+    if (!realName(wide(name), real))
+        return INVALID_HANDLE_VALUE;
+    return CreateFileW(real.c_str(), access, share, security, disposition, flags, pattern);
+}
+
+DWORD WINAPI getFileAttributes(LPCWSTR name)
+{
+    std::wstring real;
+    return name && realName(name, real) ? GetFileAttributesW(real.c_str()) : INVALID_FILE_ATTRIBUTES;
+}
+
+HANDLE WINAPI findFirstFile(LPCWSTR pattern, LPWIN32_FIND_DATAW data)
+{
+    std::wstring real;
+    return pattern && realName(pattern, real) ? FindFirstFileW(real.c_str(), data) : INVALID_HANDLE_VALUE;
+}
+
+// The root of the share stands for the root of the volume that the share's directory lies on.
+BOOL WINAPI getVolumeInformation(LPCWSTR root, LPWSTR name, DWORD nameSize, LPDWORD serial, LPDWORD longest,
+                                 LPDWORD flags, LPWSTR fileSystem, DWORD fileSystemSize)
+{
+    wchar_t volume[MAX_PATH + 1];
+    std::wstring real;
+    if (root && namesServer(root)) {
+        if (!realName(root, real) || !GetVolumePathNameW(real.c_str(), volume, MAX_PATH + 1))
+            return FALSE;
+        root = volume;
+    }
+    return GetVolumeInformationW(root, name, nameSize, serial, longest, flags, fileSystem, fileSystemSize);
+}
+
+BOOL WINAPI getVolumePathName(LPCWSTR name, LPWSTR volume, DWORD size)
+{
+    std::wstring root = name ? name : L"";
+    std::wstring real;
+    if (!realName(root, real))
+        return FALSE;
+    if (real == root)
+        return GetVolumePathNameW(name, volume, size);
+    root.resize(std::min(root.size(), root.find(L'\', root.find(L'\', 2) + 1)));
+    root += L'\';
+    if (root.size() >= size)
+        return failWith(ERROR_FILENAME_EXCED_RANGE);
+    root.copy(volume, root.size());
+    volume[root.size()] = L'\0';
+    return TRUE;
+}
+
+} // namespace
+
+DWORD locate(World& world, const std::wstring& name, File& file)
+{
+    if (namesServer(name))
+        return locateOnServer(world, name, file);
+    file = {&world.local(), absolute(name), name};
+    return file.path.empty() ? ERROR_BAD_PATHNAME : ERROR_SUCCESS;
+}
+
+std::vector<Replacement> fileReplacements()
+{
+    return {
+        settingLastError<&createFile>("CreateFileA"),
+        settingLastError<&getFileAttributes>("GetFileAttributesW"),
+        settingLastError<&findFirstFile>("FindFirstFileW"),
+        settingLastError<&getVolumeInformation>("GetVolumeInformationW"),
+        settingLastError<&getVolumePathName>("GetVolumePathNameW"),
+    };
+}
+
+} // namespace whatif

@@ -1,0 +1,20 @@
+// Files that the library names: on this machine, or by "\\node\C$\path" on a node whose drives are directories here.
+#pragma once
+
+#include "whatif/node.h"
+
+namespace whatif {
+
+class World;
+
+struct File
+{
+    Node* node = nullptr;
+    std::wstring path; // on the node: absolute, "C:\\dir\\file"; "\\\\server\\share\\file" on a machine that is no node
+    std::wstring real; // where it lies: the name to give to the real platform
+};
+
+// Win32 error codes: ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME for what cannot be reached.
+DWORD locate(World& world, const std::wstring& name, File& file);
+
+} // namespace whatif
