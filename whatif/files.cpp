@@ -123,8 +123,8 @@ BOOL WINAPI getVolumePathName(LPCWSTR name, LPWSTR volume, DWORD size)
         return FALSE;
     if (real == root)
         return GetVolumePathNameW(name, volume, size);
-    root.resize(std::min(root.size(), root.find(L'\', root.find(L'\', 2) + 1)));
-    root += L'\';
+    root.resize(std::min(root.size(), root.find(L'\\', root.find(L'\\', 2) + 1)));
+    root += L'\\';
     if (root.size() >= size)
         return failWith(ERROR_FILENAME_EXCED_RANGE);
     root.copy(volume, root.size());
