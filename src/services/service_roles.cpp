@@ -24,11 +24,6 @@ DWORD memberName(const sswseCall& call, bool useSid, const char* svcname, const 
     return sswseGetServiceSidName(call.rec, svcname, member, sizeof member - 1, nullptr);
 }
 
-bool hasServiceSids(const sswseCall& call)
-{
-    return sswseIsOSVistaOrAbove(call.rec) == SSWSE_YES;
-}
-
 bool isServiceBuiltin(const sswseCall& call, const char* svcuser)
 {
     DWORD kind = 0;
@@ -36,20 +31,26 @@ bool isServiceBuiltin(const sswseCall& call, const char* svcuser)
            (kind == SSWSE_BUILTIN_LOCAL_SERVICE || kind == SSWSE_BUILTIN_NETWORK_SERVICE);
 }
 
-DWORD readHomeName(const sswseCall& call, char (&homename)[512])
+// A home's own groups, and who joins them.
+struct HomeMember
 {
-    return sswseGetKestelHomeName(call.rec, homename, sizeof homename, nullptr);
+    char homename[512];
+    char member[512];
+};
+
+DWORD findHomeMember(const sswseCall& call, const char* svcname, const char* svcuser, HomeMember& who)
+{
+    const DWORD status = sswseGetKestelHomeName(call.rec, who.homename, sizeof who.homename, nullptr);
+    if (status != SSWSE_SUCCESS)
+        return status;
+    return memberName(call, sswseIsOSVistaOrAbove(call.rec) == SSWSE_YES, svcname, svcuser, who.member);
 }
 
-// Virtual-account groups: a per-home template stands for the home's own group.
-DWORD addToVAGroup(const sswseCall& call, const char* member, const char* entry, const char* homename,
-                   const char* nodename)
+DWORD joinHomeGroup(const sswseCall& call, const HomeMember& who, const char* suffix, const char* nodename)
 {
-    if (!strstr(entry, homeTemplate))
-        return sswseAddUserToGroup(call.rec, member, entry, nodename);
     char group[512];
-    sswseHomeGroup(group, homename, entry + templateSuffix);
-    return sswseAddUserToGroup(call.rec, member, group, nodename);
+    sswseHomeGroup(group, who.homename, suffix);
+    return sswseAddUserToGroup(call.rec, who.member, group, nodename);
 }
 
 } // namespace
@@ -91,8 +92,9 @@ DWORD sswseGrantPrivsToSvc(sswseErrRec* err, const char* svcname, const char* kh
         if (!table)
             return SSWSE_SUCCESS;
         PSID found = nullptr;
-        const DWORD status = hasServiceSids(call) ? sswseGetServiceSID(call.rec, svcname, &found, nodename)
-                                                  : sswseConvertUnameToSID(call.rec, svcuser, &found);
+        const DWORD status = sswseIsOSVistaOrAbove(call.rec) == SSWSE_YES
+                                 ? sswseGetServiceSID(call.rec, svcname, &found, nodename)
+                                 : sswseConvertUnameToSID(call.rec, svcuser, &found);
         const owned::Heap<void> sid(found);
         if (status != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
@@ -112,21 +114,17 @@ DWORD sswseAddSvcToVAGroups(sswseErrRec* err, const char* svcname, const char* k
             return sswseBadArgument(call, "Service Name", SSWSE_FAILURE);
         if (!khtype)
             return sswseBadArgument(call, "Home Type", SSWSE_FAILURE);
-        char homename[512];
-        char member[512];
-        if (readHomeName(call, homename) != SSWSE_SUCCESS ||
-            memberName(call, hasServiceSids(call), svcname, svcuser, member) != SSWSE_SUCCESS)
-            return SSWSE_FAILURE;
-        char accounts[512];
-        sswseHomeGroup(accounts, homename, "_SVCACCTS");
+        HomeMember who;
         // "kestel.exe" meets this group again in its row: deliberate, joining twice is no error.
-        if (sswseAddUserToGroup(call.rec, member, accounts, nodename) != SSWSE_SUCCESS)
+        if (findHomeMember(call, svcname, svcuser, who) != SSWSE_SUCCESS ||
+            joinHomeGroup(call, who, "_SVCACCTS", nodename) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         const sswseRoleTable* const table = sswseRoleTableOf(khtype);
         if (!table)
             return sswseFail(call, WSE_UNSUPPORTED_HOME_TYPE, 0, "");
         return sswseForEachName(sswseRoleAt(*table, index).vagroups, [&](const char* entry) {
-            return addToVAGroup(call, member, entry, homename, nodename);
+            return strstr(entry, homeTemplate) ? joinHomeGroup(call, who, entry + templateSuffix, nodename)
+                                               : sswseAddUserToGroup(call.rec, who.member, entry, nodename);
         });
     });
 }
@@ -141,13 +139,10 @@ DWORD sswseAddSvcToSVCSIDSGrp(sswseErrRec* err, const char* svcname, const char*
             return sswseBadArgument(call, "Service Name", SSWSE_FAILURE);
         if (strcmp(khtype, "2") != 0)
             return SSWSE_SUCCESS;
-        char homename[512];
-        char member[512];
-        if (readHomeName(call, homename) != SSWSE_SUCCESS ||
-            memberName(call, hasServiceSids(call), svcname, svcuser, member) != SSWSE_SUCCESS)
+        HomeMember who;
+        if (findHomeMember(call, svcname, svcuser, who) != SSWSE_SUCCESS ||
+            joinHomeGroup(call, who, "_SVCSIDS", nodename) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
-        char group[512];
-        sswseHomeGroup(group, homename, "_SVCSIDS");
-        return sswseAddUserToGroup(call.rec, member, group, nodename) == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
+        return SSWSE_SUCCESS;
     });
 }
