@@ -1,0 +1,103 @@
+// Stands between the loaded library and the platform: counts the library's calls, fails the one that a test names, and
+// keeps account of what is acquired and released. Sits on top of whatever the imports point at, a what-if node too.
+#pragma once
+
+#include "whatif/imports.h"
+
+#include <windows.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace intercept {
+
+// How a platform function says that it failed.
+enum class Says
+{
+    nothing,   // it cannot fail, or its failure has no consequence
+    zero,      // 0, FALSE or NULL, and the last error
+    allBits,   // INVALID_HANDLE_VALUE, INVALID_FILE_ATTRIBUTES, and the last error
+    result,    // its result is the error
+    ntStatus,  // its result is an NTSTATUS
+    memoryNull // NULL from the heap
+};
+
+enum class Kind
+{
+    none,
+    heap,
+    localBlock,
+    registryKey,
+    serviceHandle,
+    policy,
+    lsaBuffer,
+    netBuffer,
+    passwordOutput,
+    search,
+    handle, // files and tokens
+    sid,
+    module
+};
+const char* nameOf(Kind kind);
+
+constexpr int fromResult = -1;
+
+// One row per imported platform function.
+struct Row
+{
+    const char* name;
+    void* wrapper;
+    void** original; // where the wrapper finds what it stands before
+    Says says = Says::nothing;
+    std::vector<DWORD> codes = {}; // documented failures worth trying; the first is the usual one
+    Kind acquires = Kind::none;
+    int through = fromResult; // the argument that receives the resource, or fromResult
+    Kind releases = Kind::none;
+    int released = 0;        // the argument that is released
+    void* standIn = nullptr; // called instead of the platform's function
+};
+
+const std::vector<Row>& rows();          // functions that are stood before
+const std::vector<const char*>& plain(); // functions that are left alone: they cannot fail and own nothing
+
+struct Fault
+{
+    size_t call = 0; // counted from 1; 0 is none
+    DWORD code = 0;
+};
+
+// What one run of a library function did.
+struct Trail
+{
+    struct Call
+    {
+        const Row* row;
+        size_t planLength; // of the node, before the call
+    };
+    std::vector<Call> calls;             // those that can fail, in order
+    std::vector<std::string> offences;   // wrong-pair or double releases
+    std::map<std::string, long> balance; // kind -> acquired less released, where not 0 at the end
+};
+
+class Interception
+{
+public:
+    // `planLength` says how many changes the node has recorded.
+    Interception(HMODULE library, size_t (*planLength)());
+    ~Interception();
+    Interception(const Interception&) = delete;
+    Interception& operator=(const Interception&) = delete;
+
+    void start(Fault fault);
+    Trail finish();
+
+    std::vector<std::string> importsWithoutRow() const;
+    std::vector<std::string> rowsWithoutImport() const;
+
+private:
+    whatif::Imports imports_;
+};
+
+} // namespace intercept
