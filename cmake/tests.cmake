@@ -11,3 +11,20 @@ target_link_libraries(keswsec_tests PRIVATE whatif GTest::gmock_main ${KESWSEC_S
 target_compile_options(keswsec_tests PRIVATE ${KESWSEC_WARNINGS})
 target_link_options(keswsec_tests PRIVATE -static)
 add_dependencies(keswsec_tests keswsec keswsec_messages)
+
+# The library once more, with traps for undefined behaviour, for the runs in which everything is made to fail.
+add_library(keswsec_checked_objects OBJECT ${LIBRARY_SOURCES})
+add_dependencies(keswsec_checked_objects keswsec_messages)
+target_include_directories(keswsec_checked_objects PRIVATE src ${KESWSEC_MESSAGES_DIR})
+target_compile_options(keswsec_checked_objects PRIVATE ${KESWSEC_WARNINGS}
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+  -fsanitize=undefined -fsanitize-undefined-trap-on-error)
+add_library(keswsec_checked SHARED
+  $<TARGET_OBJECTS:keswsec_checked_objects> src/resources/exports.def src/resources/library.rc)
+add_dependencies(keswsec_checked keswsec_messages)
+target_link_libraries(keswsec_checked PRIVATE ${KESWSEC_SYSTEM_LIBRARIES})
+target_link_options(keswsec_checked PRIVATE ${KESWSEC_LINK_OPTIONS})
+set_target_properties(keswsec_checked PROPERTIES
+  PREFIX "" OUTPUT_NAME keswsec${KESWSEC_RELEASE} RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/checked
+  ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/checked)
+add_dependencies(keswsec_tests keswsec_checked)
