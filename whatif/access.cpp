@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 namespace whatif {
 
@@ -65,11 +66,19 @@ public:
         ++count_;
     }
 
+    void copy(const BYTE* ace, WORD size)
+    {
+        if (isObjectEntry(*ace))
+            revision_ = ACL_REVISION_DS;
+        append(ace, size);
+        ++count_;
+    }
+
     bool empty() const { return count_ == 0; }
 
     std::vector<BYTE> finish()
     {
-        const ACL header = {ACL_REVISION, 0, static_cast<WORD>(bytes_.size()), count_, 0};
+        const ACL header = {revision_, 0, static_cast<WORD>(bytes_.size()), count_, 0};
         memcpy(bytes_.data(), &header, sizeof header);
         return std::move(bytes_);
     }
@@ -82,6 +91,7 @@ private:
     }
 
     std::vector<BYTE> bytes_;
+    BYTE revision_ = ACL_REVISION;
     WORD count_ = 0;
 };
 
@@ -142,6 +152,24 @@ void mapGenericRights(Security& security, const GENERIC_MAPPING& mapping)
         const DWORD mask = mapped(entry.mask, mapping);
         memcpy(&security.dacl[at + sizeof(ACE_HEADER)], &mask, sizeof mask);
     });
+}
+
+void keepEntries(Security& security, bool inherited)
+{
+    AclBuilder acl;
+    forEachEntry(security.dacl, [&](const Entry& entry, size_t at) {
+        if (((entry.header.AceFlags & INHERITED_ACE) != 0) == inherited)
+            acl.copy(&security.dacl[at], entry.header.AceSize);
+    });
+    security.dacl = acl.finish();
+}
+
+void appendEntries(Security& security, const Security& more)
+{
+    AclBuilder acl;
+    for (const std::vector<BYTE>* dacl : {&std::as_const(security).dacl, &more.dacl})
+        forEachEntry(*dacl, [&](const Entry& entry, size_t at) { acl.copy(&(*dacl)[at], entry.header.AceSize); });
+    security.dacl = acl.finish();
 }
 
 Security inheritedFrom(const Security& parent, bool container, const GENERIC_MAPPING& mapping)

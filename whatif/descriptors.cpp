@@ -115,13 +115,6 @@ std::wstring format(const Security& security)
     return back.dacl == security.dacl && back.flags == security.flags ? text : hexOf(selfRelative(security, parts));
 }
 
-// Entries with GUIDs need the later revision.
-bool isObjectEntry(BYTE type)
-{
-    return (type >= ACCESS_MIN_MS_OBJECT_ACE_TYPE && type <= ACCESS_MAX_MS_OBJECT_ACE_TYPE) ||
-           type == ACCESS_ALLOWED_CALLBACK_OBJECT_ACE_TYPE || type == ACCESS_DENIED_CALLBACK_OBJECT_ACE_TYPE;
-}
-
 // The ACL without the slack behind its entries, under the revision that they need.
 std::vector<BYTE> trimmed(const ACL* acl)
 {
@@ -165,6 +158,12 @@ const Value& cached(std::unordered_map<Key, Value>& cache, const Key& key, Make 
 }
 
 } // namespace
+
+bool isObjectEntry(BYTE type)
+{
+    return (type >= ACCESS_MIN_MS_OBJECT_ACE_TYPE && type <= ACCESS_MAX_MS_OBJECT_ACE_TYPE) ||
+           type == ACCESS_ALLOWED_CALLBACK_OBJECT_ACE_TYPE || type == ACCESS_DENIED_CALLBACK_OBJECT_ACE_TYPE;
+}
 
 // Both caches are used under the lock of the active world, or before there is one.
 Security securityOf(const std::wstring& text)

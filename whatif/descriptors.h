@@ -23,9 +23,16 @@ std::wstring textOf(const Security& security);
 Security securityOf(PSECURITY_DESCRIPTOR descriptor);
 std::vector<BYTE> selfRelative(const Security& security, SECURITY_INFORMATION parts);
 
+// An entry with GUIDs in it; a list with such an entry has the later revision.
+bool isObjectEntry(BYTE type);
+
 // Generic rights become the object's own, as they do when Windows attaches a descriptor to an object. Entries that are
 // only there to be inherited keep theirs.
 void mapGenericRights(Security& security, const GENERIC_MAPPING& mapping);
+
+// Keeps the entries of the DACL that are inherited, or those that are not; puts entries behind those that are there.
+void keepEntries(Security& security, bool inherited);
+void appendEntries(Security& security, const Security& more);
 
 // What an object that is created below `parent` gets, when an administrator creates it.
 Security inheritedFrom(const Security& parent, bool container, const GENERIC_MAPPING& mapping);

@@ -75,7 +75,8 @@ struct Node
     std::vector<Service> services;
     std::map<std::wstring, std::wstring, NoCase>
         security; // object name -> SDDL of its DACL ("file C:\\x", "registry ...")
-    std::map<std::wstring, std::wstring, NoCase> drives; // "C" -> directory that \\name\C$ stands for
+    std::map<std::wstring, std::wstring, NoCase> securityBefore; // of changed containers: what they had passed on
+    std::map<std::wstring, std::wstring, NoCase> drives;         // "C" -> directory that \\name\C$ stands for
     std::set<std::wstring, NoCase> gone; // objects of the real machine that were deleted here: "group X", "service Y"
     DWORD nextRid = 1001;                // relative identifier of the next local account or group
 };
