@@ -83,7 +83,7 @@ DWORD WINAPI sswseIsPasswordValid(sswseErrRec* err, const char* password)
         const DWORD osError = GetLastError();
         const PolicyOutput verdict(static_cast<NET_VALIDATE_OUTPUT_ARG*>(output));
         if (result != NERR_Success || !verdict)
-            return sswseFail(call, WSE_API_FAILED, osError, "NetValidatePasswordPolicy", "NetValidatePasswordPolicy");
+            return sswseApiFailed(call, osError, "NetValidatePasswordPolicy");
         if (verdict->ValidationStatus == NERR_Success)
             return SSWSE_YES;
         sswseReport(call, WSE_TEXT_1, verdict->ValidationStatus, "NetValidatePasswordPolicy",
