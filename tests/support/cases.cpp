@@ -1,0 +1,45 @@
+#include "tests/support/cases.h"
+
+#include "frame/trace.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+// What attaching the library to the process does for the functions that are linked into the test program; their
+// messages they find in the library, as the shipped ones do.
+struct Attached : testing::Environment
+{
+    void SetUp() override
+    {
+        sswseInitTrace();
+        ASSERT_TRUE(LoadLibraryA("keswsec19.dll"));
+    }
+};
+
+testing::Environment* const attached = testing::AddGlobalTestEnvironment(new Attached);
+
+} // namespace
+
+std::string support::messageOf(const sswseErrRec& rec)
+{
+    const std::string text = rec.message;
+    return text.substr(0, text.find_first_of("\r\n"));
+}
+
+void support::expectCases(const std::vector<Case>& cases)
+{
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.what);
+        sswseErrRec rec;
+        memset(&rec, 'x', sizeof rec);
+        EXPECT_EQ(row.call(&rec), row.status);
+        const std::string message = messageOf(rec);
+        if (*row.message)
+            EXPECT_EQ(message.substr(0, strlen(row.message)), row.message);
+        else
+            EXPECT_EQ(message, "");
+    }
+}
