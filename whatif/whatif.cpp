@@ -2,7 +2,6 @@
 
 #include "whatif/active.h"
 #include "whatif/description.h"
-#include "whatif/imports.h"
 #include "whatif/machine.h"
 #include "whatif/registry.h"
 #include "whatif/sids.h"
@@ -12,8 +11,6 @@
 namespace whatif {
 
 namespace {
-
-World* active = nullptr;
 
 std::wstring computerName()
 {
@@ -145,37 +142,6 @@ std::wstring wide(const char* text)
     std::wstring result(static_cast<size_t>(size), L'\0');
     MultiByteToWideChar(CP_ACP, 0, text, -1, result.data(), size);
     return result.substr(0, result.find(L'\0'));
-}
-
-World& activeWorld()
-{
-    return *active;
-}
-
-struct Redirection::State
-{
-    explicit State(HMODULE library) : imports(library) {}
-    Imports imports;
-};
-
-Redirection::Redirection(HMODULE library, World& world)
-{
-    if (active)
-        throw std::logic_error("only one redirection at a time");
-    state_ = std::make_unique<State>(library);
-    active = &world;
-    for (const auto& table :
-         {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(), groupReplacements(),
-          memberReplacements(), userReplacements(), serviceReplacements(), serviceConfigReplacements(),
-          serviceSecurityReplacements(), registryReplacements(), securityReplacements()})
-        for (const Replacement& replacement : table)
-            state_->imports.redirect(replacement.name, replacement.function);
-}
-
-Redirection::~Redirection()
-{
-    state_.reset();
-    active = nullptr;
 }
 
 } // namespace whatif
