@@ -12,6 +12,8 @@
 #include "frame/record.h"
 #include "frame/trace.h"
 
+#include <cstring>
+
 // The argument line of a routine, formatted only when tracing is on. Values are copied, texts are not.
 template <class... Arguments>
 auto sswseArgs(const char* format, Arguments... arguments)
@@ -37,8 +39,8 @@ void sswseTraceArgLine(const ArgLine& line)
     char* const buffer = static_cast<char*>(malloc(size));
     if (!buffer)
         return;
+    memset(buffer, 0, size); // a line that cannot be formatted must not show what the block held before
     const uint32_t length = line(buffer, size - 1);
-    buffer[size - 1] = '\0';
     sswseTraceArgs(buffer, static_cast<int>(length));
 }
 

@@ -20,6 +20,11 @@ void* heapAllocate(size_t bytes)
     return guarded::allocate(bytes);
 }
 
+void* heapAllocateZeroed(size_t n, size_t bytes)
+{
+    return guarded::allocateZeroed(n, bytes);
+}
+
 void heapRelease(void* block)
 {
     if (block && !guarded::release(block))
@@ -49,6 +54,7 @@ const std::vector<Row>& rows()
     static const std::vector<Row> table = {
         // heap and text
         {FUNCTION(malloc), Says::memoryNull, memory, Kind::heap, fromResult, Kind::none, 0, bits(heapAllocate)},
+        {FUNCTION(calloc), Says::memoryNull, memory, Kind::heap, fromResult, Kind::none, 0, bits(heapAllocateZeroed)},
         {FUNCTION(free), Says::nothing, {}, Kind::none, fromResult, Kind::heap, 0, bits(heapRelease)},
         {FUNCTION(LocalFree), Says::nothing, {}, Kind::none, fromResult, Kind::localBlock},
         {FUNCTION(MultiByteToWideChar), Says::zero, conversion},
@@ -127,7 +133,27 @@ const std::vector<Row>& rows()
         {FUNCTION(SetServiceObjectSecurity), Says::zero, denied},
         {FUNCTION(DeleteService), Says::zero, {ERROR_SERVICE_MARKED_FOR_DELETE}},
         {FUNCTION(CloseServiceHandle), Says::nothing, {}, Kind::none, fromResult, Kind::serviceHandle},
+        // files
+        {FUNCTION(FindFirstFileW), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}, Kind::search},
+        {FUNCTION(FindFirstFileA), Says::allBits, {ERROR_FILE_NOT_FOUND}, Kind::search},
+        {FUNCTION(FindNextFileW), Says::zero, {ERROR_NO_MORE_FILES, ERROR_ACCESS_DENIED}},
+        {FUNCTION(FindClose), Says::nothing, {}, Kind::none, fromResult, Kind::search},
+        {FUNCTION(GetFileAttributesW), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}},
+        {FUNCTION(GetVolumePathNameA), Says::zero, {ERROR_BUFFER_OVERFLOW}},
+        {FUNCTION(GetVolumePathNameW), Says::zero, {ERROR_PATH_NOT_FOUND}},
+        {FUNCTION(GetVolumeInformationW), Says::zero, {ERROR_NOT_READY}},
+        {FUNCTION(GetVersionExW), Says::zero, {ERROR_INSUFFICIENT_BUFFER}},
         // access-control lists
+        {FUNCTION(AllocateAndInitializeSid), Says::zero, {ERROR_NOT_ENOUGH_MEMORY}, Kind::sid, 10},
+        {FUNCTION(FreeSid), Says::nothing, {}, Kind::none, fromResult, Kind::sid},
+        {FUNCTION(ConvertStringSidToSidW), Says::zero, {ERROR_INVALID_SID}, Kind::localBlock, 1},
+        {FUNCTION(AddAce), Says::zero, {ERROR_ALLOTTED_SPACE_EXCEEDED}},
+        {FUNCTION(GetAce), Says::zero, {ERROR_INVALID_PARAMETER}},
+        {FUNCTION(GetAclInformation), Says::zero, {ERROR_INVALID_PARAMETER}},
+        {FUNCTION(InitializeAcl), Says::zero, {ERROR_INSUFFICIENT_BUFFER}},
+        {FUNCTION(GetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND}},
+        {FUNCTION(SetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_INVALID_OWNER}},
+        {FUNCTION(SetNamedSecurityInfoW), Says::result, denied},
         {FUNCTION(SetEntriesInAclA), Says::result, {ERROR_NONE_MAPPED}, Kind::localBlock, 3},
         {FUNCTION(GetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}},
         {FUNCTION(SetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}},
@@ -142,10 +168,80 @@ const std::vector<const char*>& plain()
 {
     static const std::vector<const char*> names = {
         // pure, or without a way to fail
-        "EqualSid",         "GetLengthSid",      "LsaNtStatusToWinError", "CompareStringOrdinal",
-        "GetACP",           "GetCurrentProcess", "GetCurrentProcessId",   "GetCurrentThreadId",
-        "GetLastError",     "SetLastError",      "GetUserDefaultLangID",  "IsDBCSLeadByte",
-        "IsDBCSLeadByteEx", "IsWellKnownSid",
+        "EqualSid",
+        "GetLengthSid",
+        "LsaNtStatusToWinError",
+        "CompareStringOrdinal",
+        "GetACP",
+        "GetCurrentProcess",
+        "GetCurrentProcessId",
+        "GetCurrentThreadId",
+        "GetLastError",
+        "SetLastError",
+        "GetUserDefaultLangID",
+        "IsDBCSLeadByte",
+        "IsDBCSLeadByteEx",
+        "IsWellKnownSid",
+        "GetOEMCP",
+        "GetSidLengthRequired",
+        "BuildExplicitAccessWithNameA",
+        // locks, and the start-up code of the toolchain
+        "DeleteCriticalSection",
+        "EnterCriticalSection",
+        "InitializeCriticalSection",
+        "LeaveCriticalSection",
+        "Sleep",
+        "TlsGetValue",
+        "VirtualProtect",
+        "VirtualQuery",
+        "___lc_codepage_func",
+        "___mb_cur_max_func",
+        "__iob_func",
+        "_amsg_exit",
+        "_errno",
+        "_initterm",
+        "_lock",
+        "_unlock",
+        "abort",
+        "realloc",
+        "strerror",
+        "localeconv",
+        // text of the runtime
+        "_strdate",
+        "_stricmp",
+        "_strnicmp",
+        "_strtime",
+        "_vsnprintf",
+        "_vsnwprintf",
+        "_wcsicmp",
+        "_wsplitpath",
+        "memchr",
+        "memcpy",
+        "memmove",
+        "memset",
+        "strchr",
+        "strcmp",
+        "strcspn",
+        "strlen",
+        "strncat",
+        "strncmp",
+        "strrchr",
+        "strstr",
+        "strtol",
+        "towupper",
+        "wcscat",
+        "wcschr",
+        "wcscmp",
+        "wcscpy",
+        "wcslen",
+        "wcsncmp",
+        "wcsrchr",
+        // the trace file: what cannot be written is dropped
+        "fflush",
+        "fopen",
+        "fputc",
+        "fwrite",
+        "vfprintf",
     };
     return names;
 }
