@@ -17,7 +17,7 @@ struct Constructor
     ACCESS_MASK maskOnNT4;
 };
 
-constexpr ACCESS_MASK read = FILE_GENERIC_READ | FILE_GENERIC_EXECUTE;
+constexpr ACCESS_MASK read = FILE_GENERIC_READ | FILE_EXECUTE; // reading and executing share all the rest
 constexpr ACCESS_MASK full = GENERIC_ALL | FILE_ALL_ACCESS;
 
 constexpr Constructor constructors[] = {

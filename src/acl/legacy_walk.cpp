@@ -26,7 +26,7 @@ struct Walk
     owned::Heap<wchar_t> path; // of the object at hand; a level's directory is its beginning
     size_t capacity;
     Level* level; // innermost
-    WIN32_FIND_DATAW found;
+    WIN32_FIND_DATAW& found;
 };
 
 DWORD traceNoMemory(DWORD status, const char* step)
@@ -44,20 +44,28 @@ DWORD endFrame(const Walk& walk, DWORD status)
     return walk.level ? traceNoMemory(status, sswseLegacyTreeRoutine) : status;
 }
 
+// Makes room for `needed` characters; the text is kept.
+bool growPath(Walk& walk, size_t needed)
+{
+    if (needed <= walk.capacity)
+        return true;
+    const size_t capacity = std::max(needed, 2 * walk.capacity);
+    owned::Heap<wchar_t> longer = owned::allocate<wchar_t>(capacity * sizeof(wchar_t));
+    if (!longer)
+        return false;
+    if (walk.path)
+        wmemcpy(longer.get(), walk.path.get(), walk.capacity);
+    walk.path = std::move(longer);
+    walk.capacity = capacity;
+    return true;
+}
+
 // Puts "\name" behind the first `length` characters of the path.
 bool appendName(Walk& walk, size_t length, const wchar_t* name)
 {
     const size_t nameLength = wcslen(name);
-    const size_t needed = length + 1 + nameLength + 1;
-    if (needed > walk.capacity) {
-        const size_t capacity = std::max(needed, 2 * walk.capacity);
-        auto* const longer = static_cast<wchar_t*>(realloc(walk.path.get(), capacity * sizeof(wchar_t)));
-        if (!longer)
-            return false;
-        (void)walk.path.release();
-        walk.path.reset(longer);
-        walk.capacity = capacity;
-    }
+    if (!growPath(walk, length + 1 + nameLength + 1))
+        return false;
     walk.path.get()[length] = L'\\';
     wmemcpy(walk.path.get() + length + 1, name, nameLength + 1);
     return true;
@@ -150,9 +158,9 @@ DWORD step(Walk& walk)
 
 DWORD sswseUpdateLegacyTree(const wchar_t* directory, const sswseLegacyEntries& entries, sswseFailList& failed)
 {
-    const size_t capacity = wcslen(directory) + MAX_PATH;
-    Walk walk = {entries, failed, owned::allocate<wchar_t>(capacity * sizeof(wchar_t)), capacity, nullptr, {}};
-    if (!walk.path)
+    WIN32_FIND_DATAW found = {};
+    Walk walk = {entries, failed, nullptr, 0, nullptr, found};
+    if (!growPath(walk, wcslen(directory) + MAX_PATH))
         return sswseLegacyNoMemory(sswseLegacyTreeRoutine);
     wcscpy(walk.path.get(), directory);
 
