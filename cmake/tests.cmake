@@ -28,3 +28,22 @@ set_target_properties(keswsec_checked PROPERTIES
   PREFIX "" OUTPUT_NAME keswsec${KESWSEC_RELEASE} RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/checked
   ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/checked)
 add_dependencies(keswsec_tests keswsec_checked)
+
+# ---- resource-only message modules, as translations ship them ----------------------------------------------------
+function(add_message_module CODE)
+  set(directory ${CMAKE_BINARY_DIR}/message-modules)
+  configure_file(tests/frame/message_module.mc.in ${directory}/${CODE}.mc @ONLY NEWLINE_STYLE CRLF)
+  file(WRITE ${directory}/${CODE}.c "")
+  add_custom_command(
+    OUTPUT ${directory}/${CODE}.rc
+    COMMAND ${MESSAGE_COMPILER} -A -h ${directory} -r ${directory} ${directory}/${CODE}.mc
+    DEPENDS ${directory}/${CODE}.mc
+    VERBATIM)
+  add_library(message_module_${CODE} MODULE ${directory}/${CODE}.c ${directory}/${CODE}.rc)
+  target_link_options(message_module_${CODE} PRIVATE -nostdlib -Wl,--entry=0)
+  set_target_properties(message_module_${CODE} PROPERTIES
+    PREFIX "" OUTPUT_NAME KESWSECMSG${CODE} SUFFIX .DLL LIBRARY_OUTPUT_DIRECTORY ${directory})
+  add_dependencies(keswsec_tests message_module_${CODE})
+endfunction()
+add_message_module(JA)
+add_message_module(US)

@@ -1,0 +1,222 @@
+#include "frame/call.h"
+#include "tests/support/library_copy.h"
+#include "tests/support/trace_log.h"
+
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <fstream>
+#include <regex>
+#include <thread>
+
+namespace fs = std::filesystem;
+using support::TraceLog;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+BOOL WINAPI noVersion(OSVERSIONINFOA*)
+{
+    SetLastError(ERROR_INVALID_FUNCTION);
+    return FALSE;
+}
+
+void* __cdecl noMemory(size_t)
+{
+    return nullptr;
+}
+
+// The trace state of the objects that are linked into this program.
+struct LinkedTrace
+{
+    explicit LinkedTrace(TraceLog* log)
+    {
+        sswseInitTrace();
+        sswseTracing.context = log;
+        sswseTracing.callback = log ? &TraceLog::receive : nullptr;
+        sswseTracing.enabled = 1;
+    }
+    ~LinkedTrace()
+    {
+        sswseTraceOff(nullptr);
+        if (sswseTracing.file)
+            fclose(sswseTracing.file);
+        sswseTracing.file = nullptr;
+        sswseEndTrace();
+    }
+};
+
+struct WorkingDirectory
+{
+    WorkingDirectory() { fs::current_path(scratch.path()); }
+    ~WorkingDirectory() { fs::current_path(before); }
+    const fs::path before = fs::current_path();
+    const support::ScratchDirectory scratch;
+};
+
+fs::path traceFile()
+{
+    return "keswsec" + std::to_string(GetCurrentProcessId()) + ".trc";
+}
+
+std::vector<std::string> linesOf(const fs::path& file)
+{
+    std::ifstream stream(file);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+} // namespace
+
+TEST(Trace, TellsACallLineByLine)
+{
+    support::LibraryCopy library;
+    TraceLog log;
+    sswseErrRec rec;
+    const auto version = library.redirect("GetVersionExA", &noVersion);
+    ASSERT_EQ(EXPORT_OF(library, sswseTraceOn)(&rec, &TraceLog::receive, &log, 7), 1u);
+    EXPECT_EQ(EXPORT_OF(library, sswseIsOSWinDC)(&rec), 3u);
+    const std::string message = std::string("\n") + rec.message;
+    EXPECT_THAT(log.take(), ElementsAre("Entering... sswseIsOSWinDC()\n", "Entering... sswseGetOSVer()\n", message,
+                                        "Exiting... sswseGetOSVer()", "<separator>", message,
+                                        "Exiting... sswseIsOSWinDC()", "<separator>"));
+
+    library.redirect("GetVersionExA", version);
+    strcpy(rec.message, "an earlier message"); // is cleared and not traced
+    EXPECT_EQ(EXPORT_OF(library, sswseIsOSVistaOrAbove)(&rec), 1u);
+    EXPECT_THAT(log.take(), ElementsAre("Entering... sswseIsOSVistaOrAbove()\n", "Entering... sswseGetOSVer()\n",
+                                        "Exiting... sswseGetOSVer()", "<separator>",
+                                        "Exiting... sswseIsOSVistaOrAbove()", "<separator>"));
+}
+
+TEST(Trace, ArgumentLineIsCutAt511AndLeftOutWithoutMemory)
+{
+    support::LibraryCopy library;
+    TraceLog log;
+    sswseErrRec rec;
+    EXPORT_OF(library, sswseTraceOn)(&rec, &TraceLog::receive, &log, 0);
+    DWORD kind = 0;
+    const auto classify = EXPORT_OF(library, sswseIsNameBuiltinAcc);
+    classify(&rec, std::string(600, 'x').c_str(), &kind);
+    const std::string line = log.take().at(1);
+    EXPECT_EQ(line.size(), 511u);
+    EXPECT_EQ(line.back(), 'x');
+
+    library.redirect("malloc", &noMemory);
+    classify(&rec, nullptr, nullptr);
+    EXPECT_THAT(log.take(), ElementsAre("Entering... sswseIsNameBuiltinAcc()\n", std::string("\n") + rec.message,
+                                        "Exiting... sswseIsNameBuiltinAcc()", "<separator>"));
+}
+
+TEST(Trace, SwitchesOnOnceAndOffAgain)
+{
+    support::LibraryCopy library;
+    const auto on = EXPORT_OF(library, sswseTraceOn);
+    const auto off = EXPORT_OF(library, sswseTraceOff);
+    const auto work = EXPORT_OF(library, sswseIsOSWinDC);
+    TraceLog first;
+    TraceLog second;
+    sswseErrRec rec = {};
+    EXPECT_EQ(on(&rec, nullptr, &first, 1), 0u);
+    EXPECT_STREQ(rec.message, "WSE-000012: Null or invalid callback function parameter.\r\n");
+    EXPECT_EQ(on(&rec, &TraceLog::receive, nullptr, 1), 0u);
+    EXPECT_STREQ(rec.message, "WSE-000012: Null or invalid callback context parameter.\r\n");
+    work(&rec);
+    EXPECT_EQ(on(&rec, &TraceLog::receive, &first, 1), 1u);
+    EXPECT_STREQ(rec.message, "");
+    EXPECT_EQ(on(&rec, &TraceLog::receive, &second, 2), 1u);
+    work(&rec);
+    EXPECT_EQ(first.take().size(), 3u);
+    EXPECT_THAT(second.take(), IsEmpty());
+
+    strcpy(rec.message, "an earlier message");
+    EXPECT_EQ(off(&rec), 1u);
+    EXPECT_STREQ(rec.message, "");
+    work(&rec);
+    EXPECT_EQ(on(nullptr, &TraceLog::receive, &second, 2), 1u);
+    work(&rec);
+    EXPECT_EQ(off(nullptr), 1u);
+    EXPECT_EQ(off(nullptr), 1u);
+    EXPECT_THAT(first.take(), IsEmpty());
+    EXPECT_EQ(second.take().size(), 3u);
+}
+
+TEST(Trace, ArgumentTextComesInPieces)
+{
+    struct
+    {
+        size_t length;
+        std::vector<size_t> lineFeeds;
+        std::vector<std::pair<size_t, size_t>> pieces; // start, length
+        int said = 0;                                  // the length that is passed, when it is another
+    } const cases[] = {
+        {0, {}, {{0, 0}}},
+        {128, {}, {{0, 128}}},
+        {128, {20}, {{0, 128}}},
+        {129, {}, {{0, 127}, {127, 2}}},
+        {254, {}, {{0, 127}, {127, 127}}},
+        {255, {}, {{0, 127}, {127, 127}, {254, 1}}},
+        {300, {}, {{0, 127}, {127, 127}, {254, 46}}},
+        {300, {100, 250}, {{0, 100}, {101, 127}, {228, 72}}}, // a remainder that fits is not split
+        {300, {127, 255}, {{0, 127}, {128, 127}, {256, 44}}}, // the last place that is looked at
+        {300, {128}, {{0, 127}, {127, 1}, {129, 127}, {256, 44}}},
+        {300, {0}, {{0, 0}, {1, 127}, {128, 127}, {255, 45}}},
+        {130, {10, 60}, {{0, 60}, {61, 69}}}, // the last line feed in reach, and none in the remainder
+        {129, {128}, {{0, 127}, {127, 2}}},
+        {511, {5}, {{0, 511}}, -1},
+    };
+    TraceLog log;
+    const LinkedTrace tracing(&log);
+    for (const auto& row : cases) {
+        std::string text;
+        for (size_t i = 0; i < row.length; ++i)
+            text += static_cast<char>('a' + i % 26);
+        for (const size_t at : row.lineFeeds)
+            text[at] = '\n';
+        std::vector<std::string> expected;
+        for (const auto& [start, length] : row.pieces)
+            expected.push_back(text.substr(start, length));
+        std::string traced = text;
+        sswseTraceArgs(traced.data(), row.said ? row.said : static_cast<int>(row.length));
+        EXPECT_EQ(log.take(), expected) << row.length;
+        EXPECT_EQ(traced, text) << "the text is put back";
+    }
+}
+
+TEST(Trace, FileRecordsAreWholeLines)
+{
+    const WorkingDirectory directory;
+    const LinkedTrace tracing(nullptr);
+    fs::create_directory(traceFile());
+    sswseTrace("%s", "dropped: the file cannot be opened");
+    fs::remove(traceFile());
+
+    constexpr int perThread = 50;
+    std::vector<std::thread> threads;
+    for (int id = 0; id < 4; ++id)
+        threads.emplace_back([id] {
+            for (int i = 0; i < perThread; ++i)
+                sswseTrace("thread %d line %Iu of %S", id, static_cast<size_t>(i), L"wide");
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    sswseTraceSeparator();
+    sswseTracing.enabled = 0;
+    sswseTraceToFile("%s", "dropped: switched off");
+
+    const std::vector<std::string> lines = linesOf(traceFile());
+    const std::regex form(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d : \((\d+)\) : thread (\d) line (\d+) of wide)");
+    int next[4] = {};
+    ASSERT_EQ(lines.size(), 4u * perThread + 2);
+    for (size_t i = 0; i < 4 * perThread; ++i) {
+        std::smatch parts;
+        ASSERT_TRUE(std::regex_match(lines[i], parts, form)) << lines[i];
+        EXPECT_EQ(std::stoi(parts[3]), next[std::stoi(parts[2])]++);
+    }
+    const std::string thread = "(" + std::to_string(GetCurrentThreadId()) + ")";
+    EXPECT_EQ(lines[lines.size() - 2].substr(17), " : " + thread + " : %*******************************");
+    EXPECT_EQ(lines.back(), "") << "the separator's own line feed";
+}

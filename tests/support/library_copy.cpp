@@ -1,0 +1,59 @@
+#include "tests/support/library_copy.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace support {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char libraryName[] = "keswsec19.dll";
+HMODULE current;
+
+// Several modules of one name: the platform gives the first one that was loaded.
+HMODULE WINAPI moduleByName(const char* name)
+{
+    return name && std::string(name) == libraryName ? current : GetModuleHandleA(name);
+}
+
+} // namespace
+
+HMODULE shippedLibrary()
+{
+    static const HMODULE library = LoadLibraryW((programDirectory() / libraryName).c_str());
+    if (!library)
+        throw std::runtime_error("the library cannot be loaded");
+    return library;
+}
+
+LibraryCopy::LibraryCopy()
+{
+    shippedLibrary(); // the first of its name, which is what everyone else in this process finds
+    const fs::path copy = directory() / libraryName;
+    fs::copy_file(programDirectory() / libraryName, copy);
+    module_ = LoadLibraryW(copy.c_str());
+    if (!module_)
+        throw std::runtime_error("the library cannot be loaded");
+    current = module_;
+    imports_ = std::make_unique<whatif::Imports>(module_);
+    redirect("GetModuleHandleA", &moduleByName);
+}
+
+LibraryCopy::~LibraryCopy()
+{
+    imports_.reset();
+    FreeLibrary(module_);
+    current = nullptr;
+}
+
+void* LibraryCopy::redirectImport(const char* name, void* replacement)
+{
+    void* const before = imports_->redirect(name, replacement);
+    if (!before)
+        throw std::runtime_error(std::string("the library does not import ") + name);
+    return before;
+}
+
+} // namespace support

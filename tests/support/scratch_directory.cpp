@@ -1,0 +1,31 @@
+#include "tests/support/scratch_directory.h"
+
+#include <windows.h>
+
+#include <string>
+
+namespace support {
+
+namespace fs = std::filesystem;
+
+ScratchDirectory::ScratchDirectory()
+{
+    static int made = 0;
+    path_ = fs::temp_directory_path() /
+            ("keswsec-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++made));
+    fs::create_directories(path_);
+}
+
+ScratchDirectory::~ScratchDirectory()
+{
+    std::error_code ignored; // a file that a module keeps open stays
+    fs::remove_all(path_, ignored);
+}
+
+fs::path programDirectory()
+{
+    wchar_t path[MAX_PATH];
+    return fs::path(path, path + GetModuleFileNameW(nullptr, path, MAX_PATH)).parent_path();
+}
+
+} // namespace support

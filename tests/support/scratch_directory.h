@@ -1,0 +1,25 @@
+// A directory of the test's own, removed with all that is in it.
+#pragma once
+
+#include <filesystem>
+
+namespace support {
+
+class ScratchDirectory
+{
+public:
+    ScratchDirectory();
+    ~ScratchDirectory();
+    ScratchDirectory(const ScratchDirectory&) = delete;
+    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// The directory of the test program, where the build puts the library.
+std::filesystem::path programDirectory();
+
+} // namespace support

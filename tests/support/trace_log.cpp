@@ -1,0 +1,31 @@
+#include "tests/support/trace_log.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+namespace support {
+
+void TraceLog::receive(void* context, const char* format, ...)
+{
+    auto& log = *static_cast<TraceLog*>(context);
+    char line[2048];
+    va_list arguments;
+    va_start(arguments, format);
+    if (strcmp(format, "%*******************************\n") == 0)
+        strcpy(line, va_arg(arguments, int) == 0 ? "<separator>" : "<separator with an argument other than 0>");
+    else
+        vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    const std::lock_guard lock(log.mutex);
+    log.lines.emplace_back(line);
+}
+
+std::vector<std::string> TraceLog::take()
+{
+    const std::lock_guard lock(mutex);
+    return std::exchange(lines, {});
+}
+
+} // namespace support
