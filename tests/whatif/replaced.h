@@ -1,0 +1,48 @@
+// A world that stands in for the machine, and its replacement functions as the library would call them.
+#pragma once
+
+#include "whatif/imports.h"
+#include "whatif/whatif.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace replaced {
+
+class WhatIf : public testing::Test
+{
+protected:
+    template <class Function>
+    static Function* at(Function&, const char* name)
+    {
+        for (const auto& table :
+             {whatif::groupReplacements(), whatif::memberReplacements(), whatif::userReplacements(),
+              whatif::serviceReplacements(), whatif::serviceConfigReplacements(), whatif::serviceSecurityReplacements(),
+              whatif::fileReplacements(), whatif::securityReplacements()})
+            for (const whatif::Replacement& replacement : table)
+                if (std::string(replacement.name) == name)
+                    return reinterpret_cast<Function*>(replacement.function);
+        return nullptr;
+    }
+
+    // The lines of the plan since the last call.
+    std::vector<std::wstring> plan()
+    {
+        std::vector<std::wstring> lines;
+        for (const whatif::Change& change : world.plan())
+            lines.push_back(whatif::textOf(change));
+        world.clearPlan();
+        return lines;
+    }
+
+    whatif::World world{whatif::Base::described};
+    whatif::Node& node = world.local(); // "NODE"
+    whatif::Redirection redirection{LoadLibraryW(L"keswsec19.dll"), world};
+};
+
+// CALL(NetLocalGroupDel)(nullptr, L"x")
+#define CALL(name) at(name, #name)
+
+} // namespace replaced
