@@ -56,17 +56,20 @@ LSTATUS connectNode(const std::wstring& machine, HKEY root, HKEY* result)
     if (root != HKEY_LOCAL_MACHINE)
         return ERROR_INVALID_HANDLE;
     HKEY key = nullptr;
-    return handOut(world->registry().open(place, KEY_ALL_ACCESS, key), place, key, result);
+    const LSTATUS status = world->registry().open(place, KEY_ALL_ACCESS, key);
+    return handOut(status, place, key, result);
 }
 
 LSTATUS openNodeKey(HKEY root, const std::wstring& subkey, REGSAM access, HKEY* result)
 {
     Locked world;
     Registry::Place place;
-    if (const LSTATUS status = placeOf(*world, root, subkey, place))
+    LSTATUS status = placeOf(*world, root, subkey, place);
+    if (status != ERROR_SUCCESS)
         return status;
     HKEY key = nullptr;
-    return handOut(world->registry().open(place, access, key), place, key, result);
+    status = world->registry().open(place, access, key);
+    return handOut(status, place, key, result);
 }
 
 LSTATUS createNodeKey(HKEY root, const std::wstring& subkey, const std::wstring& className, REGSAM access, HKEY* result,
