@@ -28,10 +28,11 @@ HMODULE shippedLibrary()
     return library;
 }
 
-LibraryCopy::LibraryCopy()
+LibraryCopy::LibraryCopy(const char* folder) : folder_(*folder ? scratch_.path() / folder : scratch_.path())
 {
     shippedLibrary(); // the first of its name, which is what everyone else in this process finds
-    const fs::path copy = directory() / libraryName;
+    fs::create_directories(folder_);
+    const fs::path copy = folder_ / libraryName;
     fs::copy_file(programDirectory() / libraryName, copy);
     module_ = LoadLibraryW(copy.c_str());
     if (!module_)

@@ -18,12 +18,12 @@ HMODULE shippedLibrary();
 class LibraryCopy
 {
 public:
-    LibraryCopy();
+    explicit LibraryCopy(const char* folder = ""); // where it lies below a directory of its own
     ~LibraryCopy();
     LibraryCopy(const LibraryCopy&) = delete;
     LibraryCopy& operator=(const LibraryCopy&) = delete;
 
-    const std::filesystem::path& directory() const { return directory_.path(); }
+    const std::filesystem::path& directory() const { return folder_; } // where the copy lies
     HMODULE module() const { return module_; }
 
     // A function of the public header: EXPORT_OF(library, sswseTraceOn)(&rec, ...).
@@ -43,7 +43,8 @@ public:
 private:
     void* redirectImport(const char* name, void* replacement);
 
-    ScratchDirectory directory_;
+    ScratchDirectory scratch_;
+    std::filesystem::path folder_;
     HMODULE module_ = nullptr;
     std::unique_ptr<whatif::Imports> imports_;
 };
