@@ -1,27 +1,35 @@
 #include "services/dependency_list.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr size_t listCapacity = 5120;
-constexpr int longestCharacter = 4; // bytes, in any ANSI code page; no more wide characters either
+constexpr int longestCharacter = 4; // wide characters, with room to spare
+
+// Bytes of the character that begins with this one.
+size_t characterLength(BYTE lead)
+{
+    if (GetACP() != CP_UTF8)
+        return IsDBCSLeadByte(lead) ? 2 : 1;
+    return lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+}
 
 // Converts the one character at `text`, which is not a NUL, and moves on behind it; reads nothing behind a NUL. The
 // code page is the system's, as for all text of this library. The runtime's mbtowc would go by the locale, which is the
 // caller's to set, and in the "C" locale takes each byte for a character of Latin 1.
 DWORD convertCharacter(const sswseCall& call, const char*& text, wchar_t* list, size_t& used)
 {
-    DWORD osError = ERROR_NO_UNICODE_TRANSLATION;
-    for (int bytes = IsDBCSLeadByte(static_cast<BYTE>(*text)) ? 2 : 1;
-         bytes <= longestCharacter && text[bytes - 1] && osError == ERROR_NO_UNICODE_TRANSLATION; ++bytes) {
-        const int count = MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, text, bytes, list + used, longestCharacter);
-        osError = GetLastError(); // so far it may only be the first part of a character
-        if (count > 0) {
-            text += bytes;
-            used += static_cast<size_t>(count);
-            return SSWSE_SUCCESS;
-        }
-    }
-    return sswseFail(call, WSE_MB_TO_WIDE, osError, "MultiByteToWideChar");
+    const size_t bytes = characterLength(static_cast<BYTE>(*text));
+    if (strnlen(text, bytes) < bytes)
+        return sswseFail(call, WSE_MB_TO_WIDE, ERROR_NO_UNICODE_TRANSLATION, "MultiByteToWideChar");
+    const int count =
+        MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, text, static_cast<int>(bytes), list + used, longestCharacter);
+    if (count == 0)
+        return sswseFail(call, WSE_MB_TO_WIDE, GetLastError(), "MultiByteToWideChar");
+    text += bytes;
+    used += static_cast<size_t>(count);
+    return SSWSE_SUCCESS;
 }
 
 } // namespace
