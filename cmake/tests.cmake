@@ -8,7 +8,7 @@ add_executable(keswsec_tests ${TEST_SOURCES} $<TARGET_OBJECTS:keswsec_objects>)
 target_include_directories(keswsec_tests PRIVATE
   ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src ${KESWSEC_MESSAGES_DIR})
 target_link_libraries(keswsec_tests PRIVATE whatif GTest::gmock_main ${KESWSEC_SYSTEM_LIBRARIES} rpcrt4 ole32)
-target_compile_options(keswsec_tests PRIVATE ${KESWSEC_WARNINGS})
+target_compile_options(keswsec_tests PRIVATE ${KESWSEC_WARNINGS} -O0) # built often, run briefly
 target_link_options(keswsec_tests PRIVATE -static)
 add_dependencies(keswsec_tests keswsec keswsec_messages)
 
@@ -18,7 +18,7 @@ add_dependencies(keswsec_checked_objects keswsec_messages)
 target_include_directories(keswsec_checked_objects PRIVATE src ${KESWSEC_MESSAGES_DIR})
 target_compile_options(keswsec_checked_objects PRIVATE ${KESWSEC_WARNINGS}
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
-  -fsanitize=undefined -fsanitize-undefined-trap-on-error)
+  -O1 -fsanitize=undefined -fsanitize-undefined-trap-on-error)
 add_library(keswsec_checked SHARED
   $<TARGET_OBJECTS:keswsec_checked_objects> src/resources/exports.def src/resources/library.rc)
 add_dependencies(keswsec_checked keswsec_messages)
