@@ -180,6 +180,34 @@ TEST(HomePath, EachRoutineHasItsOwnStatuses)
         });
 }
 
+TEST(HomePath, AnUnreadableKeyFileIsTold)
+{
+    support::TemporaryHome home;
+    home.redirect(
+        "ReadFile", +[](HANDLE, void*, DWORD, DWORD*, OVERLAPPED*) WINAPI -> BOOL {
+            SetLastError(ERROR_LOCK_VIOLATION);
+            return FALSE;
+        });
+    std::string path = home.path();
+    char text[64] = "kept";
+    size_t length = 7;
+    const auto ofType = EXPORT_OF(home, sswseGetKestelHomeTypeForKHPath);
+    const auto ofUser = EXPORT_OF(home, sswseGetUnameForKhomePath);
+    const auto ofPassword = EXPORT_OF(home, sswseIsSVCUserPasswordRequired);
+    const auto isVirtual = EXPORT_OF(home, sswseIsSvcUserVirtualAccount);
+    const auto ownKey = EXPORT_OF(home, sswseGetKestelHomeKey);
+    expectCases({
+        {"type", [&](auto rec) { return ofType(rec, path.data(), text, 64, &length, nullptr); }, 3, noHome},
+        {"user", [&](auto rec) { return ofUser(rec, path.c_str(), text, 64, &length, nullptr); }, 3, noHome},
+        {"password", [&](auto rec) { return ofPassword(rec, path.c_str(), nullptr); }, 3, noHome},
+        {"virtual", [&](auto rec) { return isVirtual(rec, path.c_str(), nullptr); }, 3,
+         "WSE-000053: Windows application programming interface (API) ReadFile failed."},
+        {"own home: without a word", [&](auto rec) { return ownKey(rec, text, 64, &length); }, 3},
+    });
+    EXPECT_STREQ(text, "kept");
+    EXPECT_EQ(length, 7u);
+}
+
 TEST(HomePath, OnANodeKeepsTheAdministrativeShare)
 {
     char type[16];
@@ -314,45 +342,46 @@ TEST(Home, MissingArgumentsAreNamed)
 {
     char out[8];
     char path[] = "C:\\home";
-    const auto named = [](const std::string& label) { return "WSE-000012: Null or invalid " + label + " parameter."; };
-    const std::string key = named("KestelHome Key"), type = named("KestelHome Type"), name = named("KestelHome Name");
-    const std::string homePath = named("KestelHome Path"), unspaced = named("KestelHomePath");
-    const std::string user = named("username"), userKey = named("KestelHomeKey"), buffer = named("khkey");
-    expectCases({
-        {"key", [](auto rec) { return sswseGetKestelHomeKey(rec, nullptr, 1, nullptr); }, 4, buffer.c_str()},
-        {"type: key first", [](auto rec) { return sswseGetKestelHomeType(rec, nullptr, nullptr, 1, nullptr, nullptr); },
-         4, key.c_str()},
-        {"type", [](auto rec) { return sswseGetKestelHomeType(rec, "K", nullptr, 1, nullptr, nullptr); }, 4,
-         type.c_str()},
-        {"set: key", [](auto rec) { return sswseSetKestelHomeType(rec, nullptr, nullptr, nullptr); }, 4, key.c_str()},
-        {"set: type", [](auto rec) { return sswseSetKestelHomeType(rec, "K", nullptr, nullptr); }, 4, type.c_str()},
-        {"valid", [](auto rec) { return sswseIsKhomeTypeValid(rec, nullptr); }, 4, type.c_str()},
-        {"name", [](auto rec) { return sswseGetKestelHomeName(rec, nullptr, 1, nullptr); }, 4, name.c_str()},
-        {"type of path",
-         [&](auto rec) { return sswseGetKestelHomeTypeForKHPath(rec, nullptr, out, 8, nullptr, nullptr); }, 4,
-         homePath.c_str()},
-        {"type of path: buffer",
-         [&](auto rec) { return sswseGetKestelHomeTypeForKHPath(rec, path, nullptr, 8, nullptr, noNode); }, 4,
-         type.c_str()},
-        {"name of path: buffer",
-         [&](auto rec) { return sswseGetKestelHomeNameForKHPath(rec, path, nullptr, 8, nullptr, noNode); }, 4,
-         name.c_str()},
-        {"record: user", [](auto rec) { return sswseSetUnameForKhome(rec, nullptr, nullptr, nullptr); }, 4,
-         user.c_str()},
-        {"record: key", [](auto rec) { return sswseSetUnameForKhome(rec, "u", nullptr, nullptr); }, 6, userKey.c_str()},
-        {"user", [](auto rec) { return sswseGetUnameForKhome(rec, nullptr, 8, nullptr, nullptr); }, 4, user.c_str()},
-        {"user of path", [](auto rec) { return sswseGetUnameForKhomePath(rec, nullptr, nullptr, 8, nullptr, nullptr); },
-         6, homePath.c_str()},
-        {"user of path: buffer",
-         [&](auto rec) { return sswseGetUnameForKhomePath(rec, path, nullptr, 8, nullptr, nullptr); }, 4, user.c_str()},
-        {"managed", [](auto rec) { return sswseIsSVCUserMSA(rec, nullptr, nullptr); }, 4, homePath.c_str()},
-        {"password", [](auto rec) { return sswseIsSVCUserPasswordRequired(rec, nullptr, nullptr); }, 4,
-         homePath.c_str()},
-        {"virtual", [](auto rec) { return sswseIsSvcUserVirtualAccount(rec, nullptr, nullptr); }, 4, homePath.c_str()},
-        {"LocalSystem", [](auto rec) { return sswseIsSvcUserLocalSystem(rec, nullptr, nullptr); }, 4, unspaced.c_str()},
-        {"LocalService", [](auto rec) { return sswseIsSvcUserLocalService(rec, nullptr, nullptr); }, 4,
-         unspaced.c_str()},
-        {"group managed", [](auto rec) { return sswseIsSVCUserGMSA(rec, nullptr, nullptr); }, 4, unspaced.c_str()},
-    });
-    EXPECT_STREQ(path, "C:\\home");
+    const struct
+    {
+        std::string label;
+        std::vector<std::function<DWORD(sswseErrRec*)>> calls;
+        DWORD status = 4;
+    } rows[] = {
+        {"KestelHome Key",
+         {[](auto rec) { return sswseGetKestelHomeType(rec, nullptr, nullptr, 1, nullptr, nullptr); },
+          [](auto rec) { return sswseSetKestelHomeType(rec, nullptr, nullptr, nullptr); }}},
+        {"KestelHome Type",
+         {[](auto rec) { return sswseGetKestelHomeType(rec, "K", nullptr, 1, nullptr, nullptr); },
+          [](auto rec) { return sswseSetKestelHomeType(rec, "K", nullptr, nullptr); },
+          [](auto rec) { return sswseIsKhomeTypeValid(rec, nullptr); },
+          [&](auto rec) { return sswseGetKestelHomeTypeForKHPath(rec, path, nullptr, 8, nullptr, noNode); }}},
+        {"KestelHome Name",
+         {[](auto rec) { return sswseGetKestelHomeName(rec, nullptr, 1, nullptr); },
+          [&](auto rec) { return sswseGetKestelHomeNameForKHPath(rec, path, nullptr, 8, nullptr, noNode); }}},
+        {"KestelHome Path",
+         {[&](auto rec) { return sswseGetKestelHomeTypeForKHPath(rec, nullptr, out, 8, nullptr, nullptr); },
+          [](auto rec) { return sswseIsSVCUserMSA(rec, nullptr, nullptr); },
+          [](auto rec) { return sswseIsSVCUserPasswordRequired(rec, nullptr, nullptr); },
+          [](auto rec) { return sswseIsSvcUserVirtualAccount(rec, nullptr, nullptr); }}},
+        {"KestelHome Path",
+         {[](auto rec) { return sswseGetUnameForKhomePath(rec, nullptr, nullptr, 8, nullptr, nullptr); }},
+         6},
+        {"KestelHomePath",
+         {[](auto rec) { return sswseIsSvcUserLocalSystem(rec, nullptr, nullptr); },
+          [](auto rec) { return sswseIsSvcUserLocalService(rec, nullptr, nullptr); },
+          [](auto rec) { return sswseIsSVCUserGMSA(rec, nullptr, nullptr); }}},
+        {"username",
+         {[](auto rec) { return sswseSetUnameForKhome(rec, nullptr, nullptr, nullptr); },
+          [](auto rec) { return sswseGetUnameForKhome(rec, nullptr, 8, nullptr, nullptr); },
+          [&](auto rec) { return sswseGetUnameForKhomePath(rec, path, nullptr, 8, nullptr, nullptr); }}},
+        {"KestelHomeKey", {[](auto rec) { return sswseSetUnameForKhome(rec, "u", nullptr, nullptr); }}, 6},
+        {"khkey", {[](auto rec) { return sswseGetKestelHomeKey(rec, nullptr, 1, nullptr); }}},
+    };
+    for (const auto& row : rows)
+        for (const auto& call : row.calls) {
+            const std::string message = "WSE-000012: Null or invalid " + row.label + " parameter.";
+            expectCases({{row.label.c_str(), call, row.status, message.c_str()}});
+        }
+    EXPECT_STREQ(path, "C:\\home"); // not even for a node
 }
