@@ -1,0 +1,106 @@
+#include "cli/options.h"
+
+#include "cli/arguments.h"
+#include "cli/text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+
+namespace cli {
+
+namespace {
+
+constexpr const char* synopsis =
+    "Usage: keswsec [--home DIR] [--what-if | --node FILE...] [--save FILE] [--trace] [--json] FUNCTION [name=value "
+    "...]\n"
+    "       keswsec [...] --script FILE\n"
+    "       keswsec --list [FUNCTION]\n\n"
+    "Calls an exported function of keswsec19.dll, with or without \"sswse\" before its name.\n"
+    "Arguments are named as in keswsec.h; numbers are decimal or 0x; a list repeats its name; name.size=N sets the\n"
+    "size of an output buffer; password=- reads the password without echo.\n";
+
+constexpr const char* legend =
+    "Shown are status and call, then lines with = for outputs, ! for the error record, + for changes of a node.\n"
+    "Exit status: 0 success or yes, 1 failure or no, 2 wrong usage.";
+
+class HelpFormat : public CLI::Formatter
+{
+public:
+    std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override { return synopsis; }
+};
+
+std::filesystem::path pathOf(const std::string& utf8)
+{
+    return wideFromUtf8(utf8);
+}
+
+// The name of a function has neither a dot nor a separator.
+bool looksLikeFile(const std::string& word)
+{
+    return word.substr(0, word.find('=')).find_first_of("./\\") != std::string::npos;
+}
+
+void check(const Options& options, const std::string& scriptGiven)
+{
+    if (!options.words.empty() && options.words.front().rfind('-', 0) == 0)
+        throw UsageError("no option " + options.words.front() + "; keswsec --help shows them");
+    if (options.whatIf && !options.nodes.empty())
+        throw UsageError("--what-if and --node exclude each other");
+    if (!options.save.empty() && !options.whatIf && options.nodes.empty())
+        throw UsageError("--save needs a node: --what-if or --node");
+    if (!options.list && options.words.empty() == scriptGiven.empty())
+        throw UsageError(scriptGiven.empty() ? "no function is given; keswsec --help shows the usage"
+                                             : "--script takes no function beside it");
+    if (options.list && options.words.size() > 1)
+        throw UsageError("--list takes one function at most");
+}
+
+} // namespace
+
+Options parseOptions(const std::vector<std::string>& words)
+{
+    Options options;
+    std::string home;
+    std::string save;
+    std::string script;
+    std::vector<std::string> nodes;
+
+    CLI::App app("", "keswsec");
+    app.formatter(std::make_shared<HelpFormat>());
+    app.footer(legend);
+    app.prefix_command()->allow_windows_style_options(false);
+    app.add_option("--home", home, "use DIR\\bin\\keswsec19.dll, not the one beside keswsec.exe")->type_name("DIR");
+    app.add_flag("--what-if", options.whatIf, "read this machine, but keep every change in memory and show it");
+    app.add_option("--node", nodes, "act on a described node; further ones are reached by their node name")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+    app.add_option("--save", save, "write the node as it is afterwards, as a description")->type_name("FILE");
+    app.add_option("--script", script, "one call a line, # for comments; stops at a failure unless - begins the line")
+        ->type_name("FILE");
+    app.add_flag("--trace", options.trace, "the library's trace, on standard error");
+    app.add_flag("--json", options.json, "one JSON object for each call");
+    app.add_flag("--list", options.list, "the functions and their arguments");
+    try {
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::CallForHelp&) {
+        options.help = app.help();
+        return options;
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(error.what());
+    }
+
+    options.words = app.remaining();
+    while (!nodes.empty() && !options.words.empty() && looksLikeFile(options.words.front())) {
+        nodes.push_back(options.words.front());
+        options.words.erase(options.words.begin());
+    }
+    options.home = pathOf(home);
+    options.save = pathOf(save);
+    options.script = pathOf(script);
+    std::transform(nodes.begin(), nodes.end(), std::back_inserter(options.nodes), pathOf);
+    check(options, script);
+    return options;
+}
+
+} // namespace cli

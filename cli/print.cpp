@@ -1,0 +1,170 @@
+#include "cli/print.h"
+
+#include "cli/text.h"
+
+#include <sstream>
+
+namespace cli {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr size_t width = 120;
+constexpr size_t indent = 11; // the column of status and meaning
+
+// Where a line that is too long is broken: behind a blank, or between two entries of an access-control list.
+size_t breakOf(const std::string& text, size_t room)
+{
+    for (size_t at = room; at > room / 2; --at)
+        if (text[at - 1] == ' ' || (text[at - 1] == ')' && text[at] == '('))
+            return at;
+    return text.size();
+}
+
+// `head` stands before the text; what does not fit on the line goes on below, under the text.
+std::string wrapped(const std::string& head, std::string text)
+{
+    const size_t room = width - head.size();
+    std::string lines = head;
+    while (text.size() > room) {
+        const size_t end = breakOf(text, room);
+        if (end == text.size())
+            break;
+        lines += text.substr(0, text.find_last_not_of(' ', end - 1) + 1) + "\n" + std::string(head.size(), ' ');
+        text.erase(0, end);
+    }
+    return lines + text + "\n";
+}
+
+std::string detail(char mark, const std::string& text)
+{
+    return wrapped(std::string(indent, ' ') + mark + " ", text);
+}
+
+std::string givenName(const Parameter& parameter)
+{
+    return parameter.name + std::string(parameter.kind == Kind::textOut ? ".size" : "");
+}
+
+std::string commandOf(const Call& call)
+{
+    std::string line = shortName(*call.function);
+    for (size_t i = 0; i < call.values.size(); ++i)
+        for (const std::string& value : call.values[i].shown)
+            line += " " + givenName(call.function->parameters[i]) + "=" + quoted(value);
+    return line;
+}
+
+std::string statusOf(const Call& call, const Outcome& outcome)
+{
+    const bool hasStatus = call.function->result != Result::nothing;
+    std::string column = (hasStatus ? std::to_string(outcome.status) + " " : "") + outcome.verdict.meaning + " ";
+    column.resize(std::max(column.size(), indent), ' ');
+    return column;
+}
+
+std::string textOf(const ordered_json& value)
+{
+    if (value.is_string())
+        return value.get<std::string>();
+    std::string text;
+    if (!value.is_array())
+        return value.dump();
+    for (const ordered_json& item : value)
+        text += (text.empty() ? "" : ", ") + item.get<std::string>();
+    return text;
+}
+
+std::string outputText(const ordered_json& outputs)
+{
+    std::string line;
+    for (const auto& [name, value] : outputs.items())
+        line += (line.empty() ? "" : ", ") + name + " " + textOf(value);
+    return line;
+}
+
+std::string recordText(const Outcome& outcome)
+{
+    std::istringstream message(outcome.message);
+    std::string lines;
+    std::string line;
+    while (std::getline(message, line)) {
+        line.erase(line.find_last_not_of(" \r") + 1);
+        if (line.empty())
+            continue;
+        const bool first = lines.empty() && !outcome.osError.empty();
+        lines += detail('!', first ? line + " [oserror " + outcome.osError + "]" : line);
+    }
+    return lines;
+}
+
+std::string changeText(const whatif::Change& change, const std::wstring& localNode)
+{
+    std::string line = utf8FromWide(whatif::textOf(change));
+    if (change.node == localNode)
+        line.erase(0, utf8FromWide(localNode + L": ").size());
+    const size_t arrow = line.find(" -> ");
+    if (line.size() + indent + 2 <= width || arrow == std::string::npos)
+        return detail('+', line);
+    return detail('+', line.substr(0, arrow)) + detail(' ', line.substr(arrow + 1)); // before and after begin lines
+}
+
+ordered_json argumentsOf(const Call& call)
+{
+    ordered_json arguments = ordered_json::object();
+    for (size_t i = 0; i < call.values.size(); ++i) {
+        const Value& value = call.values[i];
+        const Parameter& parameter = call.function->parameters[i];
+        if (!value.given)
+            continue;
+        if (value.texts.empty())
+            arguments[givenName(parameter)] = value.number;
+        else if (isRepeated(parameter))
+            arguments[parameter.name] = value.shown;
+        else
+            arguments[parameter.name] = value.shown.front();
+    }
+    return arguments;
+}
+
+ordered_json planOf(const std::vector<whatif::Change>& changes)
+{
+    ordered_json plan = ordered_json::array();
+    for (const whatif::Change& change : changes)
+        plan.push_back({{"node", utf8FromWide(change.node)},
+                        {"object", utf8FromWide(change.object)},
+                        {"action", utf8FromWide(change.action)},
+                        {"before", utf8FromWide(change.before)},
+                        {"after", utf8FromWide(change.after)}});
+    return plan;
+}
+
+} // namespace
+
+std::string asText(const Call& call, const Outcome& outcome, const std::vector<whatif::Change>& changes,
+                   const std::wstring& localNode)
+{
+    const std::string status = statusOf(call, outcome);
+    const std::string command = commandOf(call);
+    const std::string outputs = outputText(outcome.outputs);
+    const bool onOneLine = !outputs.empty() && status.size() + command.size() + 4 + outputs.size() <= width;
+    std::string text = wrapped(status, command + (onOneLine ? "  = " + outputs : ""));
+    if (!onOneLine && !outputs.empty())
+        text += detail('=', outputs);
+    text += recordText(outcome);
+    for (const whatif::Change& change : changes)
+        text += changeText(change, localNode);
+    return text;
+}
+
+std::string asJson(const Call& call, const Outcome& outcome, const std::vector<whatif::Change>& changes)
+{
+    const ordered_json object = {{"function", call.function->name}, {"arguments", argumentsOf(call)},
+                                 {"status", outcome.status},        {"meaning", outcome.verdict.meaning},
+                                 {"outputs", outcome.outputs},      {"message", outcome.message},
+                                 {"oserror", outcome.osError},      {"plan", planOf(changes)}};
+    return object.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+} // namespace cli

@@ -1,0 +1,28 @@
+// The platform's values in text form: SIDs, access-control lists, registry keys, arrays of strings.
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace cli {
+
+struct LocalRelease
+{
+    void operator()(void* memory) const { LocalFree(memory); }
+};
+using LocalMemory = std::unique_ptr<void, LocalRelease>;
+
+LocalMemory sidFromText(const std::string& text); // NULL when it is none
+std::string textOfSid(PSID sid);
+
+std::vector<char> aclFromSddl(const std::string& sddl); // empty when it is no DACL, or one that stands for everything
+std::string sddlOf(PACL acl);
+
+std::string nameOfKey(HKEY key); // of a predefined one
+
+std::vector<std::string> textsOf(char** strings, size_t count, UINT codePage); // UTF-8
+
+} // namespace cli
