@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Installs a home on a described server and shows everything that changes there. No machine is touched: the library is
+# the shipped one, the server is examples/server.ini, and the home is a directory in the build folder.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. cmake/workshop.sh
+
+example=build/example
+rm -rf $example
+mkdir -p $example/home1/bin
+cp build/keswsec19.dll $example/home1/bin/
+printf 'SOFTWARE\\KESTEL\\KEY_home1\r\n' >$example/home1/bin/KESTEL.KEY
+
+# keswsec DESCRIPTION OPTION...: acts on that node; DB2 is another one.
+keswsec() {
+    workshop_wine build/keswsec.exe --home $example/home1 --node "$1" --node examples/remote.ini "${@:2}"
+}
+
+echo "==== A home is created on SRV1 (examples/server.ini, examples/create-home.txt)"
+keswsec examples/server.ini --save $example/created.ini --script examples/create-home.txt
+echo "==== The same calls on the node as it is then: nothing changes, Windows refuses what is there already"
+sed '/^#/d; s/^/- /' examples/create-home.txt >$example/again.txt
+keswsec $example/created.ini --script $example/again.txt
+echo "==== The home is used, its service user changes, it goes (examples/use-home.txt)"
+keswsec $example/created.ini --script examples/use-home.txt
