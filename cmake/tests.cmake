@@ -7,10 +7,11 @@ add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM
 add_executable(keswsec_tests ${TEST_SOURCES} $<TARGET_OBJECTS:keswsec_objects>)
 target_include_directories(keswsec_tests PRIVATE
   ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src ${KESWSEC_MESSAGES_DIR})
-target_link_libraries(keswsec_tests PRIVATE whatif GTest::gmock_main ${KESWSEC_SYSTEM_LIBRARIES} rpcrt4 ole32)
+target_link_libraries(keswsec_tests PRIVATE cli GTest::gmock_main ${KESWSEC_SYSTEM_LIBRARIES} rpcrt4 ole32)
 target_compile_options(keswsec_tests PRIVATE ${KESWSEC_WARNINGS} -O0) # built often, run briefly
+target_compile_definitions(keswsec_tests PRIVATE KESWSEC_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
 target_link_options(keswsec_tests PRIVATE -static)
-add_dependencies(keswsec_tests keswsec keswsec_messages)
+add_dependencies(keswsec_tests keswsec keswsec_cli keswsec_messages)
 
 # The library once more, with traps for undefined behaviour, for the runs in which everything is made to fail.
 add_library(keswsec_checked_objects OBJECT ${LIBRARY_SOURCES})

@@ -1,0 +1,176 @@
+// keswsec.exe itself: exit status, what is written where, passwords.
+#include "cli/text.h"
+
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+
+using namespace cli;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+struct Finished
+{
+    DWORD status = 0;
+    std::string output; // standard output and error
+};
+
+std::filesystem::path programFolder()
+{
+    std::array<wchar_t, MAX_PATH> file{};
+    GetModuleFileNameW(nullptr, file.data(), MAX_PATH);
+    return std::filesystem::path(file.data()).parent_path();
+}
+
+std::string readAll(HANDLE pipe)
+{
+    std::string text;
+    std::array<char, 4096> piece{};
+    for (DWORD size = 0; ReadFile(pipe, piece.data(), static_cast<DWORD>(piece.size()), &size, nullptr) && size;)
+        text.append(piece.data(), size);
+    return text;
+}
+
+Finished run(const std::string& arguments, const std::string& input = "")
+{
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    HANDLE inputRead = nullptr;
+    HANDLE inputWrite = nullptr;
+    HANDLE outputRead = nullptr;
+    HANDLE outputWrite = nullptr;
+    CreatePipe(&inputRead, &inputWrite, &inherited, 0);
+    CreatePipe(&outputRead, &outputWrite, &inherited, 0);
+    SetHandleInformation(inputWrite, HANDLE_FLAG_INHERIT, 0);
+    SetHandleInformation(outputRead, HANDLE_FLAG_INHERIT, 0);
+
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = inputRead;
+    startup.hStdOutput = outputWrite;
+    startup.hStdError = outputWrite;
+    PROCESS_INFORMATION process = {};
+    std::wstring command = L"\"" + (programFolder() / L"keswsec.exe").wstring() + L"\" " + wideFromUtf8(arguments);
+    Finished result;
+    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process))
+        throw std::runtime_error("keswsec.exe cannot be started");
+    CloseHandle(inputRead);
+    CloseHandle(outputWrite);
+    DWORD written = 0;
+    WriteFile(inputWrite, input.data(), static_cast<DWORD>(input.size()), &written, nullptr);
+    CloseHandle(inputWrite);
+    result.output = readAll(outputRead);
+    WaitForSingleObject(process.hProcess, INFINITE);
+    GetExitCodeProcess(process.hProcess, &result.status);
+    for (HANDLE handle : {outputRead, process.hThread, process.hProcess})
+        CloseHandle(handle);
+    return result;
+}
+
+std::string scriptFile(const std::string& lines)
+{
+    const std::filesystem::path file = std::filesystem::temp_directory_path() / L"keswsec-test-script.txt";
+    std::ofstream(file, std::ios::binary) << lines;
+    return "\"" + utf8FromWide(file.wstring()) + "\"";
+}
+
+} // namespace
+
+TEST(Program, ExitStatusAndOutput)
+{
+    const struct
+    {
+        const char* arguments;
+        DWORD status;
+        const char* output;
+    } cases[] = {
+        {"IsKhomeTypeValid khometype=2", 0, "1 yes      IsKhomeTypeValid khometype=2\n"},
+        {"sswseIsKhomeTypeValid khometype=3", 1, "0 no "},
+        {"GetVAGroupnameForKHomename homename=h1", 0, "= groupname KES_h1_SVCACCTS, outlen 15\n"},
+        {"GetVAGroupnameForKHomename homename=h1 groupname.size=15", 1, "! WSE-000033: Insufficient output buffer"},
+        {"FillErrMsg messageId=0xC002000A osError=5 insert=a insert=b", 0,
+         "Unable to open registry key a under b. [ose"},
+        {"ConvertSIDToUname OSSid=S-1-1-0", 0, "= uname "},
+        {"CheckAccessMask sid=S-1-1-0 mask=3 list=D:(A;;0x1;;;WD)(A;;0x3;;;WD)", 1, "0 no "},
+        {"GetPredefKey path=MACHINE\\Software", 0, "= root HKEY_LOCAL_MACHINE, subkey Software\n"},
+        {"--help", 0, "Exit status: 0"},
+        {"--list setPermissions", 0, "failList "},
+        {"", 2, "keswsec: no function is given"},
+        {"--list NoSuch", 2, "keswsec: no function NoSuch"},
+        {"--unknown", 2, "keswsec: no option --unknown"},
+        {"--node", 2, "keswsec: --node"},
+        {"--what-if --node a.ini IsOSWinDC", 2, "keswsec: --what-if and --node exclude each other"},
+        {"--save a.ini IsOSWinDC", 2, "keswsec: --save needs a node"},
+        {"--script nosuch.txt", 2, "keswsec: cannot read nosuch.txt"},
+        {"--node nosuch.ini IsOSWinDC", 2, "nosuch.ini"},
+        {"--home Z:\\nosuch IsOSWinDC", 2, "keswsec: cannot load Z:\\nosuch\\bin\\keswsec19.dll"},
+        {"CheckOSGroup", 2, "keswsec: CheckOSGroup: groupname is missing"},
+    };
+    for (const auto& row : cases) {
+        const Finished result = run(row.arguments);
+        EXPECT_EQ(result.status, row.status) << row.arguments;
+        EXPECT_THAT(result.output, HasSubstr(row.output)) << row.arguments;
+        if (result.status == 2) {
+            EXPECT_EQ(result.output.find('\n'), result.output.size() - 1) << row.arguments;
+        }
+    }
+}
+
+TEST(Program, PasswordsAreNeverShown)
+{
+    std::string password;
+    for (int i = 0; password.size() < 480; ++i)
+        password += "p" + std::to_string(i) + "-";
+    const Finished result = run("--trace CheckValidUser username=nobody passwd=-", password + "\r\nIsOSWinDC");
+    EXPECT_THAT(result.output, HasSubstr("passwd  = ****\n"));
+    for (size_t at = 0; at + 8 <= password.size(); ++at)
+        EXPECT_THAT(result.output, Not(HasSubstr(password.substr(at, 8))));
+}
+
+TEST(Program, ScriptStopsAtAFailureThatIsNotTolerated)
+{
+    const std::string calls =
+        "# heading\n- IsKhomeTypeValid khometype=3 # tolerated\r\n\nIsKhomeTypeValid khometype=1\n"
+        "IsKhomeTypeValid khometype=4\nIsKhomeTypeValid khometype=0\n";
+    const Finished stopped = run("--script " + scriptFile(calls));
+    EXPECT_EQ(stopped.status, 1U);
+    EXPECT_EQ(stopped.output,
+              "# heading\n0 no       IsKhomeTypeValid khometype=3\n1 yes      IsKhomeTypeValid khometype=1\n"
+              "0 no       IsKhomeTypeValid khometype=4\n");
+
+    const Finished refused = run("--script " + scriptFile("IsKhomeTypeValid khometype=1\n\nIsKhomeTypeValid\n"));
+    EXPECT_EQ(refused.status, 2U);
+    EXPECT_THAT(refused.output, HasSubstr("keswsec-test-script.txt:3: IsKhomeTypeValid: khometype is missing"));
+    EXPECT_THAT(refused.output, Not(HasSubstr("yes"))); // nothing has been run
+}
+
+TEST(Program, CreatingAHomeAgainChangesNothing)
+{
+    SetEnvironmentVariableA("KESTEL_HOME_KEY", "KEY_home1"); // the library beside keswsec.exe has no key file
+    SetEnvironmentVariableA("KESTEL_HOME_NAME", "home1");
+    const std::string saved =
+        utf8FromWide((std::filesystem::temp_directory_path() / L"keswsec-test-node.ini").wstring());
+    const std::string script = " --script " KESWSEC_SOURCE_DIR "/examples/create-home.txt";
+    const Finished first =
+        run("--json --node " KESWSEC_SOURCE_DIR "/examples/server.ini --save \"" + saved + "\"" + script);
+    EXPECT_EQ(first.status, 0U) << first.output;
+
+    EXPECT_THAT(first.output, Not(HasSubstr("\"plan\":[]")));
+    std::ifstream file(KESWSEC_SOURCE_DIR "/examples/create-home.txt");
+    std::string tolerant;
+    for (std::string line; std::getline(file, line);)
+        tolerant += "- " + line + "\n";
+    const Finished again = run("--json --node \"" + saved + "\" --script " + scriptFile(tolerant));
+    EXPECT_EQ(again.status, 0U);
+    EXPECT_THAT(again.output, Not(HasSubstr("\"plan\":[{")));
+    EXPECT_THAT(again.output, HasSubstr("(OS 1073)"));
+    EXPECT_THAT(first.output, HasSubstr(R"("outputs":{"phService":"open"})"));
+    EXPECT_THAT(first.output, Not(HasSubstr("Secret-1")));
+    std::filesystem::remove(saved);
+}
