@@ -29,8 +29,7 @@ enum class sswsePrincipal : uint8_t
     none
 };
 
-inline constexpr DWORD sswseReadAndExecute = FILE_GENERIC_READ | FILE_GENERIC_EXECUTE;
-static_assert(sswseReadAndExecute == 0x1200A9);
+inline constexpr DWORD sswseReadAndExecute = 0x1200A9; // FILE_GENERIC_READ and FILE_GENERIC_EXECUTE
 
 struct sswsePrincipalRow
 {

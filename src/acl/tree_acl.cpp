@@ -21,32 +21,32 @@ struct TreeWalk
     bool keepExisting;
     wchar_t path[childPathSize]; // of the object at hand; each level appends a name and cuts it off again
     WIN32_FIND_DATAW entry;
-    sswseErrRec lastSkipped;
-    size_t skipped;
+    sswseErrRec lastReport;
+    size_t reports;
 };
 
 DWORD walkDirectory(sswseErrRec* err, TreeWalk& walk, const wchar_t* path, bool failOnAccessDenied);
 
-// Each routine that is called for the next child clears the record, so a skipped child's message is kept aside.
-void rememberSkipped(TreeWalk& walk, const sswseErrRec* rec)
+// The routines that are called for the next child clear the record, so what was reported for this one is kept aside.
+void keepReport(const sswseCall& call, TreeWalk& walk)
 {
-    walk.lastSkipped = *rec;
-    ++walk.skipped;
+    walk.lastReport = *call.rec;
+    ++walk.reports;
 }
 
 // A name that does not fit is not acted on: what it would have been given to counts as failed.
 void skipTooLong(const sswseCall& call, TreeWalk& walk, const char* apiName)
 {
     sswseApiFailed(call, ERROR_FILENAME_EXCED_RANGE, apiName);
-    rememberSkipped(walk, call.rec);
+    keepReport(call, walk);
 }
 
 DWORD updateOne(const sswseCall& call, TreeWalk& walk, const wchar_t* path, bool failOnAccessDenied)
 {
     const DWORD status =
         sswseUpdateAclOnFile(call.rec, path, walk.newAces, walk.newCount, walk.keepExisting, failOnAccessDenied);
-    if (status == SSWSE_SUCCESS && call.rec->message[0])
-        rememberSkipped(walk, call.rec);
+    if (call.rec->message[0])
+        keepReport(call, walk);
     return status;
 }
 
@@ -97,12 +97,12 @@ DWORD updateChildren(const sswseCall& call, TreeWalk& walk, const wchar_t* path)
 DWORD walkDirectory(sswseErrRec* err, TreeWalk& walk, const wchar_t* path, bool failOnAccessDenied)
 {
     return sswseRunFramed(err, "sswseUpdateAclOnTree", sswsePathArgs{path}, [&](const sswseCall& call) -> DWORD {
-        const size_t skippedBefore = walk.skipped;
+        const size_t reportsBefore = walk.reports;
         DWORD status = updateOne(call, walk, path, failOnAccessDenied);
         if (status == SSWSE_SUCCESS)
             status = updateChildren(call, walk, path);
-        if (status == SSWSE_SUCCESS && !call.rec->message[0] && walk.skipped != skippedBefore)
-            *call.rec = walk.lastSkipped;
+        if (status == SSWSE_SUCCESS && !call.rec->message[0] && walk.reports != reportsBefore)
+            *call.rec = walk.lastReport;
         return status;
     });
 }
