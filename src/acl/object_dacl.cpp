@@ -37,10 +37,21 @@ size_t roomBehind(const void* place, const void* block, size_t size)
     return offset < size ? size - offset : 0;
 }
 
-bool liesInside(const sswseAce* ace, const ACL* acl)
+// Does the ACL lie inside the block of `size` bytes, and each of its entries inside the ACL?
+bool isWhole(const ACL* acl, const void* block, size_t size)
 {
-    const size_t room = roomBehind(ace, acl, acl->AclSize);
-    return room >= sizeof(ACE_HEADER) && ace->Header.AceSize >= sizeof(ACE_HEADER) && ace->Header.AceSize <= room;
+    const size_t room = roomBehind(acl, block, size);
+    if (room < sizeof(ACL) || room < acl->AclSize)
+        return false;
+    const auto* place = reinterpret_cast<const BYTE*>(acl + 1);
+    for (WORD left = acl->AceCount; left > 0; --left) {
+        const size_t aceRoom = roomBehind(place, acl, acl->AclSize);
+        const WORD aceSize = aceRoom >= sizeof(ACE_HEADER) ? reinterpret_cast<const ACE_HEADER*>(place)->AceSize : 0;
+        if (aceSize < sizeof(ACE_HEADER) || aceSize > aceRoom)
+            return false;
+        place += aceSize;
+    }
+    return true;
 }
 
 DWORD listAces(const sswseCall& call, PACL dacl, sswseAceList& aces)
@@ -52,10 +63,7 @@ DWORD listAces(const sswseCall& call, PACL dacl, sswseAceList& aces)
         void* place = nullptr;
         if (!GetAce(dacl, i, &place))
             return sswseApiFailed(call, GetLastError(), "GetAce");
-        auto* const ace = static_cast<sswseAce*>(place);
-        if (!liesInside(ace, dacl))
-            return sswseApiFailed(call, ERROR_INVALID_ACL, "GetAce");
-        if (sswseAddAceToFinalList(call.rec, aces, ace) != SSWSE_SUCCESS)
+        if (sswseAddAceToFinalList(call.rec, aces, static_cast<sswseAce*>(place)) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
     }
     return SSWSE_SUCCESS;
@@ -134,8 +142,7 @@ DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* path
         return sswseFail(call, WSE_API_FAILED, GetLastError(), "GetSecurityDescriptorDAcl", pathText);
     DWORD status = SSWSE_SUCCESS;
     if (present && dacl) {
-        const size_t room = roomBehind(dacl, existing.descriptor.get(), size);
-        if (room < sizeof(ACL) || room < dacl->AclSize)
+        if (!isWhole(dacl, existing.descriptor.get(), size)) // the platform's functions take it on trust
             return sswseApiFailed(call, ERROR_INVALID_ACL, "GetAclInformation");
         status = listAces(call, dacl, existing.aces);
     }
