@@ -1,0 +1,81 @@
+#include "tests/acl/held_security.h"
+
+#include "tests/acl/ace_text.h"
+
+#include <cstring>
+#include <set>
+
+namespace acetext {
+
+namespace {
+
+HeldFiles* held;
+
+std::vector<BYTE> descriptorOf(const HeldSecurity& security)
+{
+    if (!security.descriptor.empty())
+        return security.descriptor;
+    std::vector<BYTE> acl = aclOf(security.aces);
+    SECURITY_DESCRIPTOR absolute;
+    InitializeSecurityDescriptor(&absolute, SECURITY_DESCRIPTOR_REVISION);
+    if (security.form != HeldSecurity::absent)
+        SetSecurityDescriptorDacl(
+            &absolute, TRUE, security.form == HeldSecurity::null ? nullptr : reinterpret_cast<PACL>(acl.data()), FALSE);
+    DWORD size = 0;
+    MakeSelfRelativeSD(&absolute, nullptr, &size);
+    std::vector<BYTE> descriptor(size);
+    MakeSelfRelativeSD(&absolute, descriptor.data(), &size);
+    return descriptor;
+}
+
+BOOL WINAPI getFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, DWORD* needed)
+{
+    held->calls.emplace_back("GetFileSecurityW");
+    const HeldSecurity& security = held->files[path];
+    const std::vector<BYTE> descriptor = descriptorOf(security);
+    *needed = static_cast<DWORD>(descriptor.size());
+    SetLastError(security.readError ? security.readError : ERROR_INSUFFICIENT_BUFFER);
+    if (security.readError || size < *needed)
+        return FALSE;
+    memcpy(buffer, descriptor.data(), descriptor.size());
+    return TRUE;
+}
+
+BOOL WINAPI setFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR descriptor)
+{
+    held->calls.emplace_back("SetFileSecurityW");
+    if (const DWORD error = held->files[path].writeError) {
+        SetLastError(error);
+        return FALSE;
+    }
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    PACL acl = nullptr;
+    GetSecurityDescriptorDacl(descriptor, &present, &acl, &defaulted);
+    held->written.emplace_back(path);
+    held->result[path] = textOf(acesOf(acl));
+    return TRUE;
+}
+
+} // namespace
+
+const char* failed(const std::string& api)
+{
+    static std::set<std::string> messages;
+    const std::string message = "WSE-000053: Windows application programming interface (API) " + api + " failed.";
+    return messages.insert(message).first->c_str();
+}
+
+HeldFiles::HeldFiles() : imports_(GetModuleHandleA(nullptr))
+{
+    held = this;
+    imports_.redirect("GetFileSecurityW", reinterpret_cast<void*>(getFileSecurity));
+    imports_.redirect("SetFileSecurityW", reinterpret_cast<void*>(setFileSecurity));
+}
+
+HeldFiles::~HeldFiles()
+{
+    held = nullptr;
+}
+
+} // namespace acetext
