@@ -16,6 +16,17 @@ World& activeWorld()
     return *active;
 }
 
+std::vector<Replacement> allReplacements()
+{
+    std::vector<Replacement> all;
+    for (const auto& table :
+         {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(), groupReplacements(),
+          memberReplacements(), userReplacements(), serviceReplacements(), serviceConfigReplacements(),
+          serviceSecurityReplacements(), registryReplacements(), securityReplacements()})
+        all.insert(all.end(), table.begin(), table.end());
+    return all;
+}
+
 struct Redirection::State
 {
     explicit State(HMODULE library) : imports(library) {}
@@ -28,12 +39,8 @@ Redirection::Redirection(HMODULE library, World& world)
         throw std::logic_error("only one redirection at a time");
     state_ = std::make_unique<State>(library);
     active = &world;
-    for (const auto& table :
-         {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(), groupReplacements(),
-          memberReplacements(), userReplacements(), serviceReplacements(), serviceConfigReplacements(),
-          serviceSecurityReplacements(), registryReplacements(), securityReplacements()})
-        for (const Replacement& replacement : table)
-            state_->imports.redirect(replacement.name, replacement.function);
+    for (const Replacement& replacement : allReplacements())
+        state_->imports.redirect(replacement.name, replacement.function);
 }
 
 Redirection::~Redirection()

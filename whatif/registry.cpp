@@ -9,6 +9,9 @@ namespace {
 
 constexpr wchar_t scratchKey[] = L"Software\\keswsec-what-if";
 
+// Every Windows has it, so that its making would only clutter the plan of a described node.
+constexpr wchar_t standardKey[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application";
+
 struct KeyCloser
 {
     void operator()(HKEY key) const { RegCloseKey(key); }
@@ -135,7 +138,8 @@ Registry::~Registry()
 LSTATUS Registry::touch(const Node& node, const std::wstring& path)
 {
     Key key;
-    require(makeKey(state_->root.get(), node.name, nullptr, key));
+    if (openKey(state_->root.get(), node.name, KEY_READ, key) != ERROR_SUCCESS)
+        require(makeKey(state_->root.get(), state_->under(node, node.readsMachine ? L"" : standardKey), nullptr, key));
     if (!node.readsMachine)
         return ERROR_SUCCESS;
     for (const std::wstring& step : stepsTo(path)) {

@@ -2,7 +2,8 @@
 // at the end, so that the platform itself does what a registry does: types, sizes, handles, text conversion. On a node
 // that reads this machine a key is copied when it is first touched; what was deleted there stays deleted.
 //
-// Paths are relative to HKEY_LOCAL_MACHINE ("SOFTWARE\\Kestel\\KEY_h1"); neither paths nor names regard case.
+// A node's registry goes by the node's name, and is empty but for what every Windows has. Paths are relative to
+// HKEY_LOCAL_MACHINE ("SOFTWARE\\Kestel\\KEY_h1"); neither paths nor names regard case.
 #pragma once
 
 #include "whatif/registry_value.h"

@@ -80,9 +80,8 @@ void World::load(const std::filesystem::path& description)
         state_->localDescribed = true;
         return;
     }
-    for (const auto& known : state_->nodes)
-        if (sameName(known->name, node.name))
-            throw std::runtime_error(description.string() + ": there is already a node of that name");
+    if (find(node.name.c_str()))
+        throw std::runtime_error(description.string() + ": there is already a node of that name");
     state_->nodes.push_back(std::make_unique<Node>(std::move(node)));
 }
 

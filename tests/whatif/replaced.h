@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,13 +18,9 @@ protected:
     template <class Function>
     static Function* at(Function&, const char* name)
     {
-        for (const auto& table :
-             {whatif::groupReplacements(), whatif::memberReplacements(), whatif::userReplacements(),
-              whatif::serviceReplacements(), whatif::serviceConfigReplacements(), whatif::serviceSecurityReplacements(),
-              whatif::fileReplacements(), whatif::securityReplacements()})
-            for (const whatif::Replacement& replacement : table)
-                if (std::string(replacement.name) == name)
-                    return reinterpret_cast<Function*>(replacement.function);
+        for (const whatif::Replacement& replacement : whatif::allReplacements())
+            if (std::string(replacement.name) == name)
+                return reinterpret_cast<Function*>(replacement.function);
         return nullptr;
     }
 
@@ -39,7 +36,8 @@ protected:
 
     whatif::World world{whatif::Base::described};
     whatif::Node& node = world.local(); // "NODE"
-    whatif::Redirection redirection{LoadLibraryW(L"keswsec19.dll"), world};
+    HMODULE library = LoadLibraryW(L"keswsec19.dll");
+    std::optional<whatif::Redirection> redirection{std::in_place, library, world};
 };
 
 // CALL(NetLocalGroupDel)(nullptr, L"x")
