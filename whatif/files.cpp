@@ -60,7 +60,7 @@ DWORD locateOnServer(World& world, const std::wstring& name, File& file)
     const std::wstring letter = shareName.substr(0, 1) + L':';
     const std::wstring below = rest == name.size() ? L"\\" : name.substr(rest);
     file.path = absolute(letter + below);
-    file.real = (mapped ? drive->second : letter) + below;
+    file.real = (mapped ? drive->second : letter) + file.path.substr(letter.size());
     return ERROR_SUCCESS;
 }
 

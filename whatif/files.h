@@ -17,4 +17,7 @@ struct File
 // Win32 error codes: ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME for what cannot be reached.
 DWORD locate(World& world, const std::wstring& name, File& file);
 
+// The path on the node of an existing directory, or of one that has been asked for before and is the same one.
+std::wstring firstNameOf(Node& node, const DirectoryNames::Name& directory);
+
 } // namespace whatif

@@ -56,6 +56,19 @@ struct Service
     bool deleted = false;  // marked: it goes with its last handle
 };
 
+// The directories of a tree under the first names that they were reached by: junctions and links lead to the same
+// objects.
+struct DirectoryNames
+{
+    struct Name
+    {
+        std::wstring real; // where it lies
+        std::wstring path; // on the node
+    };
+    std::map<std::pair<DWORD, ULONGLONG>, Name> known; // by volume and file index
+    Name last;                                         // asked for, and its answer
+};
+
 struct Node
 {
     std::wstring name; // computer name
@@ -76,7 +89,8 @@ struct Node
     std::map<std::wstring, std::wstring, NoCase>
         security; // object name -> SDDL of its DACL ("file C:\\x", "registry ...")
     std::map<std::wstring, std::wstring, NoCase> securityBefore; // of changed containers: what they had passed on
-    std::map<std::wstring, std::wstring, NoCase> drives;         // "C" -> directory that \\name\C$ stands for
+    DirectoryNames directories;
+    std::map<std::wstring, std::wstring, NoCase> drives; // "C" -> directory that \\name\C$ stands for
     std::set<std::wstring, NoCase> gone; // objects of the real machine that were deleted here: "group X", "service Y"
     DWORD nextRid = 1001;                // relative identifier of the next local account or group
 };

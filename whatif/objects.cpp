@@ -13,6 +13,15 @@ namespace {
 constexpr wchar_t filePrefix[] = L"file ";
 constexpr wchar_t keyPrefix[] = L"registry HKLM";
 
+// Without the last component; the root of a drive keeps its backslash.
+std::wstring above(const std::wstring& path)
+{
+    const size_t separator = path.rfind(L'\\');
+    if (separator == std::wstring::npos)
+        return {};
+    return path.substr(0, separator && path[separator - 1] == L':' ? separator + 1 : separator);
+}
+
 Object keyBelow(Node& node, const std::wstring& path)
 {
     return {&node, path.empty() ? keyPrefix : std::wstring(keyPrefix) + L'\\' + path, path, true, &keyRights};
@@ -96,9 +105,14 @@ DWORD fileObject(World& world, const std::wstring& name, Object& object)
     const DWORD attributes = GetFileAttributesW(file.real.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES)
         return GetLastError();
-    while (file.real.size() > 3 && file.real.back() == L'\\')
-        file.real.pop_back();
-    object = {file.node, filePrefix + file.path, file.real, (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0, &fileRights};
+    const std::wstring real = file.real == name ? file.path : file.real;
+    object = {file.node, filePrefix + file.path, real, (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0, &fileRights};
+    Object parent;
+    if (parentOf(object, parent)) { // a link is an object of its own, what lies below it is not
+        const std::wstring path = firstNameOf(*file.node, {parent.real, parent.name.substr(wcslen(filePrefix))});
+        object.name.erase(0, object.name.rfind(L'\\') + 1);
+        object.name.insert(0, filePrefix + path + (path.back() == L'\\' ? L"" : L"\\"));
+    }
     return ERROR_SUCCESS;
 }
 
@@ -122,16 +136,10 @@ bool parentOf(const Object& object, Object& parent)
     const size_t separator = object.name.rfind(L'\\');
     if (separator == std::wstring::npos || separator + 1 == object.name.size())
         return false;
-    if (!isFile(object)) {
-        parent = keyBelow(*object.node, object.real.substr(0, object.real.find_last_of(L'\\') == std::wstring::npos
-                                                                  ? 0
-                                                                  : object.real.rfind(L'\\')));
-        return true;
-    }
     parent = object;
     parent.container = true;
-    parent.name.resize(object.name[separator - 1] == L':' ? separator + 1 : separator);
-    parent.real.resize(std::min(parent.real.size(), parent.real.find_last_of(L"\\/")));
+    parent.name = above(object.name);
+    parent.real = above(object.real);
     return true;
 }
 

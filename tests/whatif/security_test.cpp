@@ -77,6 +77,10 @@ TEST_F(WhatIfSecurity, UntouchedObjectsHaveWhatTheyInheritedWhenTheyWereMade)
             EXPECT_EQ(write(dir, readers), static_cast<DWORD>(ERROR_SUCCESS));
         }
     }
+    world.add(L"DB2").drives[L"Q"] = dir.wstring();
+    EXPECT_EQ(write(L"\\\\db2\\q$\\sub\\file", readers), static_cast<DWORD>(ERROR_SUCCESS));
+    EXPECT_EQ(world.add(L"DB2").security.count(L"file Q:\\sub\\file"), 1u);
+    EXPECT_EQ(read(dir / "sub" / "file"), file);
     EXPECT_EQ(read(dir / "none"), std::to_wstring(ERROR_FILE_NOT_FOUND));
     EXPECT_EQ(read(L"\\\\nowhere\\C$\\x"), std::to_wstring(ERROR_BAD_NETPATH));
 }
@@ -91,11 +95,19 @@ TEST_F(WhatIfSecurity, WritingMapsGenericRightsAndIsRecordedOnce)
                   static_cast<DWORD>(ERROR_SUCCESS));
     EXPECT_EQ(read(name), after);
     EXPECT_EQ(plan(), Lines{L"NODE: file " + name + L": security: " + before + L" -> " + after});
-    node.drives[L"Q"] = dir.wstring();
-    EXPECT_EQ(write(L"\\\\node\\Q$\\sub", readers), static_cast<DWORD>(ERROR_SUCCESS));
-    EXPECT_EQ(node.security.count(L"file Q:\\sub"), 1u);
     EXPECT_EQ(write(name, L"D:NO_ACCESS_CONTROL"), static_cast<DWORD>(ERROR_SUCCESS));
     EXPECT_EQ(read(name), L"D:NO_ACCESS_CONTROL");
+}
+
+// A directory that is one and the same by two names: here a drive of the node leads to it, as a junction would.
+TEST_F(WhatIfSecurity, OneDirectoryByTwoNamesHasOneSecurityInIt)
+{
+    node.drives[L"Q"] = dir.wstring();
+    EXPECT_EQ(write(dir / "file2", readers), static_cast<DWORD>(ERROR_SUCCESS));
+    EXPECT_EQ(read(L"\\\\node\\Q$\\file2"), normal(readers));
+    plan();
+    EXPECT_EQ(write(L"\\\\node\\q$\\file2", readers), static_cast<DWORD>(ERROR_SUCCESS));
+    EXPECT_EQ(plan(), Lines());
 }
 
 TEST_F(WhatIfSecurity, AccessIsDeniedToAdministratorsWhereTheListAndTheOwnerSaySo)
