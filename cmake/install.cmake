@@ -19,6 +19,8 @@ install(TARGETS keswsec EXPORT keswsecTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT keswsecTargets NAMESPACE keswsec:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/keswsec
-  FILE keswsec-config.cmake)
+  FILE keswsec-targets.cmake)
+configure_file(cmake/keswsec-config.cmake.in ${CMAKE_BINARY_DIR}/keswsec-config.cmake @ONLY)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/keswsec-config-version.cmake COMPATIBILITY SameMajorVersion)
-install(FILES ${CMAKE_BINARY_DIR}/keswsec-config-version.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/keswsec)
+install(FILES ${CMAKE_BINARY_DIR}/keswsec-config.cmake ${CMAKE_BINARY_DIR}/keswsec-config-version.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/keswsec)
