@@ -2,6 +2,7 @@
 
 #include "whatif/active.h"
 #include "whatif/description.h"
+#include "whatif/ini.h"
 #include "whatif/machine.h"
 #include "whatif/registry.h"
 #include "whatif/sids.h"
@@ -81,7 +82,7 @@ void World::load(const std::filesystem::path& description)
         return;
     }
     if (find(node.name.c_str()))
-        throw std::runtime_error(description.string() + ": there is already a node of that name");
+        throw std::runtime_error(narrow(description.wstring()) + ": there is already a node of that name");
     state_->nodes.push_back(std::make_unique<Node>(std::move(node)));
 }
 

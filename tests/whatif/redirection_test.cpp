@@ -163,6 +163,23 @@ TEST_F(RedirectedLibrary, ImportsAreTheirOwnAgainAfterwards)
     EXPECT_EQ(EXPORT(sswseSetKestelHomeType)(&rec, "KEY_h1", "1", nullptr), 6u); // this machine has no such home
 }
 
+TEST(RedirectedToThisMachine, WritesStayInTheNode)
+{
+    const HMODULE library = LoadLibraryW(L"keswsec19.dll");
+    World world(Base::thisMachine);
+    const Redirection redirection(library, world);
+    sswseErrRec rec = {};
+    EXPECT_EQ(EXPORT(sswseCreateSVCEventRegEntry)(&rec, "keswsec-test", "m.dll", 1, nullptr), 2u) << rec.message;
+    EXPECT_EQ(EXPORT(sswseGrantPrivilegesToUser)(&rec, "Everyone", nullptr, "0"), 2u) << rec.message;
+    const Change& last = world.plan().back();
+    EXPECT_EQ(last.object, L"right SeCreateSymbolicLinkPrivilege");
+    EXPECT_EQ(last.node, world.local().name);
+    const wchar_t* const path = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\keswsec-test";
+    EXPECT_EQ(world.registry().value(world.local(), path, L"TypesSupported"), registryNumber(1));
+    HKEY key = nullptr;
+    EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
+}
+
 // A function that reads or changes the machine must not get past the node because nobody thought of it.
 TEST_F(RedirectedLibrary, StandsBeforeEveryFunctionThatTouchesTheMachine)
 {
