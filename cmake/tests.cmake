@@ -18,7 +18,7 @@ add_library(keswsec_checked_objects OBJECT ${LIBRARY_SOURCES})
 add_dependencies(keswsec_checked_objects keswsec_messages)
 target_include_directories(keswsec_checked_objects PRIVATE src ${KESWSEC_MESSAGES_DIR})
 target_compile_options(keswsec_checked_objects PRIVATE ${KESWSEC_WARNINGS}
-  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-builtin-malloc>
   -O1 -fsanitize=undefined -fsanitize-undefined-trap-on-error)
 add_library(keswsec_checked SHARED
   $<TARGET_OBJECTS:keswsec_checked_objects> src/resources/exports.def src/resources/library.rc)
