@@ -143,6 +143,18 @@ void inheritEntry(AclBuilder& acl, const Entry& entry, bool container, const GEN
 
 } // namespace
 
+DWORD accessToRead(SECURITY_INFORMATION parts)
+{
+    return READ_CONTROL | (parts & SACL_SECURITY_INFORMATION ? ACCESS_SYSTEM_SECURITY : 0);
+}
+
+DWORD accessToWrite(SECURITY_INFORMATION parts)
+{
+    return (parts & (OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION) ? WRITE_OWNER : 0) |
+           (parts & DACL_SECURITY_INFORMATION ? WRITE_DAC : 0) |
+           (parts & SACL_SECURITY_INFORMATION ? ACCESS_SYSTEM_SECURITY : 0);
+}
+
 void mapGenericRights(Security& security, const GENERIC_MAPPING& mapping)
 {
     const std::vector<BYTE> before = security.dacl;

@@ -1,6 +1,7 @@
 #include "whatif/active.h"
 #include "whatif/description.h"
 #include "whatif/description_fields.h"
+#include "whatif/descriptors.h"
 #include "whatif/ini.h"
 #include "whatif/names.h"
 #include "whatif/registry.h"
@@ -34,7 +35,7 @@ public:
         readAccounts();
         readServices();
         readMembership();
-        each(L"security", [&](const IniLine& line) { node_.security[keyOf(line)] = unescaped(line.value); });
+        each(L"security", [&](const IniLine& line) { node_.security[keyOf(line)] = checkedSecurity(line); });
         each(L"drives", [&](const IniLine& line) { node_.drives[keyOf(line)] = unescaped(line.value); });
         readRegistry();
         for (const IniSection& section : sections_)
@@ -205,6 +206,14 @@ private:
         each(L"rights", [&](const IniLine& line) { node_.rights[line.key] = sidsOf(line); });
     }
 
+    // What is no security descriptor is refused here, not when the library asks for it.
+    static std::wstring checkedSecurity(const IniLine& line)
+    {
+        const std::wstring text = unescaped(line.value);
+        securityOf(text);
+        return text;
+    }
+
     void readServices()
     {
         for (const std::wstring& name : named(L"service ")) {
@@ -214,6 +223,8 @@ private:
             each(L"service " + name, [&](const IniLine& line) {
                 if (sameName(line.key, L"dependencies"))
                     service.dependencies = listOf(line.value);
+                else if (sameName(line.key, L"security"))
+                    service.security = checkedSecurity(line);
                 else if (!readField(service, serviceFields, line.key, unescaped(line.value)))
                     fail(L"is no key of this section");
             });

@@ -1,5 +1,6 @@
 #include "whatif/descriptors.h"
 
+#include "whatif/active.h"
 #include "whatif/sids.h"
 
 #include <sddl.h>
@@ -208,6 +209,17 @@ std::vector<BYTE> selfRelative(const Security& security, SECURITY_INFORMATION pa
     if (!MakeSelfRelativeSD(&absolute.descriptor, bytes.data(), &size))
         throw std::runtime_error("a security descriptor cannot be copied");
     return bytes;
+}
+
+BOOL handOut(const Security& security, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
+             LPDWORD needed)
+{
+    const std::vector<BYTE> bytes = selfRelative(security, parts);
+    *needed = static_cast<DWORD>(bytes.size());
+    if (!buffer || size < bytes.size())
+        return failWith(ERROR_INSUFFICIENT_BUFFER);
+    memcpy(buffer, bytes.data(), bytes.size());
+    return TRUE;
 }
 
 } // namespace whatif

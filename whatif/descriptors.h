@@ -23,6 +23,14 @@ std::wstring textOf(const Security& security);
 Security securityOf(PSECURITY_DESCRIPTOR descriptor);
 std::vector<BYTE> selfRelative(const Security& security, SECURITY_INFORMATION parts);
 
+// What a query of a descriptor ends with: FALSE and ERROR_INSUFFICIENT_BUFFER when there is no room for it.
+BOOL handOut(const Security& security, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR buffer, DWORD size,
+             LPDWORD needed);
+
+// The access that reading respectively writing parts of a descriptor needs.
+DWORD accessToRead(SECURITY_INFORMATION parts);
+DWORD accessToWrite(SECURITY_INFORMATION parts);
+
 // An entry with GUIDs in it; a list with such an entry has the later revision.
 bool isObjectEntry(BYTE type);
 

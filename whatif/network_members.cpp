@@ -46,16 +46,29 @@ NET_API_STATUS checkNewMember(const Node& node, const std::wstring& sid)
     return ownGroup || noAccount ? ERROR_INVALID_MEMBER : NERR_Success;
 }
 
+// What a call on a group with a list of members is about.
+struct Request
+{
+    Node* node = nullptr;
+    Group* group = nullptr;
+    std::vector<std::wstring> sids;
+};
+
+NET_API_STATUS openMembers(World& world, LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE buffer, DWORD count,
+                           Request& request)
+{
+    if (const NET_API_STATUS status = openGroup(world, server, name, request.node, request.group))
+        return status;
+    return readMembers(*request.node, level, buffer, count, request.sids);
+}
+
 NET_API_STATUS WINAPI localGroupAddMembers(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE buffer, DWORD count)
 {
     Locked world;
-    Node* node = nullptr;
-    Group* group = nullptr;
-    if (const NET_API_STATUS status = openGroup(*world, server, name, node, group))
+    Request request;
+    if (const NET_API_STATUS status = openMembers(*world, server, name, level, buffer, count, request))
         return status;
-    std::vector<std::wstring> added;
-    if (const NET_API_STATUS status = readMembers(*node, level, buffer, count, added))
-        return status;
+    const auto& [node, group, added] = request;
     std::vector<std::wstring> members = group->members;
     for (const std::wstring& sid : added) {
         if (const NET_API_STATUS status = checkNewMember(*node, sid))
@@ -73,13 +86,10 @@ NET_API_STATUS WINAPI localGroupAddMembers(LPCWSTR server, LPCWSTR name, DWORD l
 NET_API_STATUS WINAPI localGroupDelMembers(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE buffer, DWORD count)
 {
     Locked world;
-    Node* node = nullptr;
-    Group* group = nullptr;
-    if (const NET_API_STATUS status = openGroup(*world, server, name, node, group))
+    Request request;
+    if (const NET_API_STATUS status = openMembers(*world, server, name, level, buffer, count, request))
         return status;
-    std::vector<std::wstring> removed;
-    if (const NET_API_STATUS status = readMembers(*node, level, buffer, count, removed))
-        return status;
+    const auto& [node, group, removed] = request;
     std::vector<std::wstring> members = group->members;
     for (const std::wstring& sid : removed) {
         const auto found = std::find(members.begin(), members.end(), sid);

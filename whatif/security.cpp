@@ -8,8 +8,6 @@
 #include <accctrl.h>
 #include <aclapi.h>
 
-#include <cstring>
-
 namespace whatif {
 
 namespace {
@@ -42,8 +40,6 @@ DWORD WINAPI setEntriesInAcl(ULONG count, PEXPLICIT_ACCESS_A entries, PACL befor
 
 // ---- files -------------------------------------------------------------------------------------------------------
 
-constexpr SECURITY_INFORMATION ownerParts = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION;
-
 BOOL WINAPI getFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor, DWORD size,
                             LPDWORD needed)
 {
@@ -61,12 +57,7 @@ BOOL WINAPI getFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_
         error = ERROR_ACCESS_DENIED;
     if (error)
         return failWith(error);
-    const std::vector<BYTE> bytes = selfRelative(security, parts);
-    *needed = static_cast<DWORD>(bytes.size());
-    if (!descriptor || size < bytes.size())
-        return failWith(ERROR_INSUFFICIENT_BUFFER);
-    memcpy(descriptor, bytes.data(), bytes.size());
-    return TRUE;
+    return handOut(security, parts, descriptor, size, needed);
 }
 
 // The mark of an inheriting DACL is only taken over from a descriptor that asks for it.
@@ -104,8 +95,7 @@ BOOL WINAPI setFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_
     DWORD error = fileObject(*world, name, object);
     if (!error)
         error = readSecurity(object, before);
-    const DWORD access = (parts & DACL_SECURITY_INFORMATION ? WRITE_DAC : 0) | (parts & ownerParts ? WRITE_OWNER : 0);
-    if (!error && !mayChange(object, before, access))
+    if (!error && !mayChange(object, before, accessToWrite(parts)))
         error = ERROR_ACCESS_DENIED;
     if (error)
         return failWith(error);
@@ -190,9 +180,7 @@ DWORD WINAPI setNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INF
         return error;
     if (const DWORD error = readSecurity(object, before))
         return error;
-    const DWORD access =
-        (parts & DACL_SECURITY_INFORMATION ? READ_CONTROL | WRITE_DAC : 0) | (parts & ownerParts ? WRITE_OWNER : 0);
-    if (!mayChange(object, before, access))
+    if (!mayChange(object, before, READ_CONTROL | accessToWrite(parts)))
         return ERROR_ACCESS_DENIED;
     Security after = parts & DACL_SECURITY_INFORMATION ? namedSecurity(object, before, parts, dacl) : before;
     if (parts & OWNER_SECURITY_INFORMATION)

@@ -5,26 +5,9 @@
 #include "whatif/service_handles.h"
 #include "whatif/sids.h"
 
-#include <cstring>
-
 namespace whatif {
 
 namespace {
-
-constexpr SECURITY_INFORMATION ownerParts = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION;
-
-// The access that reading respectively writing parts of a descriptor needs.
-DWORD accessFor(SECURITY_INFORMATION parts, DWORD ownerAccess, DWORD daclAccess)
-{
-    DWORD access = 0;
-    if (parts & ownerParts)
-        access |= ownerAccess;
-    if (parts & DACL_SECURITY_INFORMATION)
-        access |= daclAccess;
-    if (parts & SACL_SECURITY_INFORMATION)
-        access |= ACCESS_SYSTEM_SECURITY;
-    return access;
-}
 
 BOOL WINAPI querySecurity(SC_HANDLE handle, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor, DWORD size,
                           LPDWORD needed)
@@ -33,15 +16,10 @@ BOOL WINAPI querySecurity(SC_HANDLE handle, SECURITY_INFORMATION parts, PSECURIT
     Node* node = nullptr;
     if (!parts || !needed)
         return failWith(ERROR_INVALID_PARAMETER);
-    const Service* const service = serviceOf(handle, accessFor(parts, READ_CONTROL, READ_CONTROL), node);
+    const Service* const service = serviceOf(handle, accessToRead(parts), node);
     if (!service)
         return FALSE;
-    const std::vector<BYTE> bytes = selfRelative(serviceSecurity(*service), parts);
-    *needed = static_cast<DWORD>(bytes.size());
-    if (!descriptor || size < bytes.size())
-        return failWith(ERROR_INSUFFICIENT_BUFFER);
-    memcpy(descriptor, bytes.data(), bytes.size());
-    return TRUE;
+    return handOut(serviceSecurity(*service), parts, descriptor, size, needed);
 }
 
 // Only the DACL is kept: the owner of a service is LocalSystem.
@@ -51,7 +29,7 @@ BOOL WINAPI setSecurity(SC_HANDLE handle, SECURITY_INFORMATION parts, PSECURITY_
     Node* node = nullptr;
     if (!parts || !descriptor || !IsValidSecurityDescriptor(descriptor))
         return failWith(ERROR_INVALID_PARAMETER);
-    Service* const service = serviceOf(handle, accessFor(parts, WRITE_OWNER, WRITE_DAC), node);
+    Service* const service = serviceOf(handle, accessToWrite(parts), node);
     if (!service)
         return FALSE;
     if (service->deleted)
