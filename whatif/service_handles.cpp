@@ -104,6 +104,15 @@ Service* findService(Node& node, const std::wstring& name)
     return &node.services.back();
 }
 
+bool mayOpen(const Node& node, const Service& service, DWORD access)
+{
+    Service real;
+    if (node.readsMachine && !node.gone.count(L"service " + service.name) && readMachineService(service.name, real) &&
+        real.security == service.security)
+        return machineLetsOpen(service.name, access);
+    return allows(serviceSecurity(service), access, serviceRights);
+}
+
 bool isDisplayNameTaken(const Node& node, const std::wstring& displayName, const std::wstring& service)
 {
     const auto taken = [&](const Service& other) {

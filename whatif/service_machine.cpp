@@ -66,6 +66,12 @@ void readSecurity(SC_HANDLE handle, Service& service)
 
 } // namespace
 
+bool machineLetsOpen(const std::wstring& name, DWORD access)
+{
+    const ServiceOwner manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    return manager && ServiceOwner(OpenServiceW(manager.get(), name.c_str(), access));
+}
+
 std::wstring machineServiceOfDisplayName(const std::wstring& displayName)
 {
     constexpr DWORD longestName = 256;

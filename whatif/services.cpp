@@ -55,7 +55,7 @@ SC_HANDLE WINAPI openService(SC_HANDLE manager, LPCWSTR name, DWORD access)
     const Service* const service = findService(*opened->node, name);
     if (!service)
         return failWith<SC_HANDLE>(ERROR_SERVICE_DOES_NOT_EXIST);
-    if (!allows(serviceSecurity(*service), access, serviceRights))
+    if (!mayOpen(*opened->node, *service, access))
         return failWith<SC_HANDLE>(ERROR_ACCESS_DENIED);
     return openHandle({&*world, opened->node, service->name, mapped(access, serviceRights)});
 }
