@@ -113,24 +113,31 @@ void sswseMakeLegacyEntries(bool isAdmin, bool isNT4, sswseLegacyEntries& entrie
     }
 }
 
-bool sswseMergeLegacyAce(sswseLegacyGrants& grants, const ACE_HEADER* ace)
+WORD sswseLegacyAceSize(const BYTE* ace)
+{
+    WORD size = 0;
+    memcpy(&size, ace + offsetof(ACE_HEADER, AceSize), sizeof size);
+    return size;
+}
+
+bool sswseMergeLegacyAce(sswseLegacyGrants& grants, const BYTE* ace)
 {
     constexpr size_t sidHeader = offsetof(SID, SubAuthority);
-    const BYTE* const bytes = reinterpret_cast<const BYTE*>(ace);
-    const BYTE* const sid = bytes + sidOffset; // in object entries too
-    if (ace->AceSize < sidOffset + sidHeader ||
-        ace->AceSize < sidOffset + GetSidLengthRequired(sid[offsetof(SID, SubAuthorityCount)]))
+    const BYTE* const sid = ace + sidOffset; // in object entries too
+    const WORD size = sswseLegacyAceSize(ace);
+    if (size < sidOffset + sidHeader || size < sidOffset + GetSidLengthRequired(sid[offsetof(SID, SubAuthorityCount)]))
         return false;
 
+    const BYTE type = ace[offsetof(ACE_HEADER, AceType)];
     ACCESS_MASK mask = 0;
-    memcpy(&mask, bytes + offsetof(ACCESS_ALLOWED_ACE, Mask), sizeof mask);
+    memcpy(&mask, ace + offsetof(ACCESS_ALLOWED_ACE, Mask), sizeof mask);
     if (sswseLegacyGrant* known = grantOf(grants, sid)) {
-        mergeAgain(*known, ace->AceType, mask);
+        mergeAgain(*known, type, mask);
         return true;
     }
-    if (isDeny(ace->AceType) && mask == GENERIC_ALL)
+    if (isDeny(type) && mask == GENERIC_ALL)
         mask = 0;
-    grants.rows.get()[grants.count++] = {sid, ace->AceType, mask};
+    grants.rows.get()[grants.count++] = {sid, type, mask};
     return true;
 }
 

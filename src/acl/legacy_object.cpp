@@ -61,9 +61,9 @@ bool liesWhole(const Descriptor& descriptor, const ACL* acl)
     return lies(descriptor, acl, sizeof(ACL)) && lies(descriptor, acl, acl->AclSize);
 }
 
-bool liesWhole(const Descriptor& descriptor, const ACE_HEADER* ace)
+bool liesWhole(const Descriptor& descriptor, const BYTE* ace)
 {
-    return lies(descriptor, ace, sizeof(ACE_HEADER)) && lies(descriptor, ace, ace->AceSize);
+    return lies(descriptor, ace, sizeof(ACE_HEADER)) && lies(descriptor, ace, sswseLegacyAceSize(ace));
 }
 
 DWORD readGrants(const Object& object, const Descriptor& descriptor, PACL acl, sswseLegacyGrants& grants)
@@ -79,8 +79,8 @@ DWORD readGrants(const Object& object, const Descriptor& descriptor, PACL acl, s
         void* ace = nullptr;
         if (!GetAce(acl, i, &ace))
             return fail(object, GetLastError(), "GetAce", counted, i);
-        const auto* const header = static_cast<const ACE_HEADER*>(ace);
-        if (!liesWhole(descriptor, header) || !sswseMergeLegacyAce(grants, header))
+        const auto* const bytes = static_cast<const BYTE*>(ace);
+        if (!liesWhole(descriptor, bytes) || !sswseMergeLegacyAce(grants, bytes))
             return fail(object, ERROR_INVALID_ACL, "GetAce", counted, i);
     }
     return SSWSE_LEGACY_DONE;
