@@ -1,5 +1,6 @@
 #include "acl/object_dacl.h"
 
+#include "frame/acl_bounds.h"
 #include "frame/call.h"
 #include "frame/text.h"
 
@@ -28,30 +29,6 @@ DWORD skipOrFail(const sswseCall& call, DWORD osError, const char* apiName, cons
         sswseTrace("No access to arg- File/Directory - %s\n", sswseTextOrEmpty(pathForTrace(path).get()));
     sswseReport(call, WSE_API_FAILED, osError, apiName, apiName);
     return denied && !failOnAccessDenied ? SSWSE_SUCCESS : SSWSE_FAILURE;
-}
-
-// What is left of a block behind `place`, 0 for a place outside of it.
-size_t roomBehind(const void* place, const void* block, size_t size)
-{
-    const size_t offset = reinterpret_cast<size_t>(place) - reinterpret_cast<size_t>(block);
-    return offset < size ? size - offset : 0;
-}
-
-// Does the ACL lie inside the block of `size` bytes, and each of its entries inside the ACL?
-bool isWhole(const ACL* acl, const void* block, size_t size)
-{
-    const size_t room = roomBehind(acl, block, size);
-    if (room < sizeof(ACL) || room < acl->AclSize)
-        return false;
-    const auto* place = reinterpret_cast<const BYTE*>(acl + 1);
-    for (WORD left = acl->AceCount; left > 0; --left) {
-        const size_t aceRoom = roomBehind(place, acl, acl->AclSize);
-        const WORD aceSize = aceRoom >= sizeof(ACE_HEADER) ? reinterpret_cast<const ACE_HEADER*>(place)->AceSize : 0;
-        if (aceSize < sizeof(ACE_HEADER) || aceSize > aceRoom)
-            return false;
-        place += aceSize;
-    }
-    return true;
 }
 
 DWORD listAces(const sswseCall& call, PACL dacl, sswseAceList& aces)
@@ -142,7 +119,7 @@ DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* path
         return sswseFail(call, WSE_API_FAILED, GetLastError(), "GetSecurityDescriptorDAcl", pathText);
     DWORD status = SSWSE_SUCCESS;
     if (present && dacl) {
-        if (!isWhole(dacl, existing.descriptor.get(), size)) // the platform's functions take it on trust
+        if (!sswseIsAclWhole(dacl, existing.descriptor.get(), size)) // the platform's functions take it on trust
             return sswseApiFailed(call, ERROR_INVALID_ACL, "GetAclInformation");
         status = listAces(call, dacl, existing.aces);
     }
