@@ -113,18 +113,12 @@ void sswseMakeLegacyEntries(bool isAdmin, bool isNT4, sswseLegacyEntries& entrie
     }
 }
 
-WORD sswseLegacyAceSize(const BYTE* ace)
-{
-    WORD size = 0;
-    memcpy(&size, ace + offsetof(ACE_HEADER, AceSize), sizeof size);
-    return size;
-}
-
 bool sswseMergeLegacyAce(sswseLegacyGrants& grants, const BYTE* ace)
 {
     constexpr size_t sidHeader = offsetof(SID, SubAuthority);
     const BYTE* const sid = ace + sidOffset; // in object entries too
-    const WORD size = sswseLegacyAceSize(ace);
+    WORD size = 0;
+    memcpy(&size, ace + offsetof(ACE_HEADER, AceSize), sizeof size);
     if (size < sidOffset + sidHeader || size < sidOffset + GetSidLengthRequired(sid[offsetof(SID, SubAuthorityCount)]))
         return false;
 

@@ -36,10 +36,8 @@ struct sswseLegacyGrants
     DWORD count = 0;
 };
 
-// The size that an entry's header claims. Entries are read as bytes: nothing says that a DACL from outside is aligned.
-WORD sswseLegacyAceSize(const BYTE* ace);
-
-// Merges the next entry of the old DACL. False when its SID does not lie inside it. `ace` lies whole in memory.
+// Merges the next entry of the old DACL, which lies inside the DACL but need not be aligned. False when its SID does
+// not lie inside it.
 bool sswseMergeLegacyAce(sswseLegacyGrants& grants, const BYTE* ace);
 
 // Limits the new entries by what the old DACL says of their SIDs and drops those of which nothing is left.

@@ -1,9 +1,9 @@
 #include "acl/legacy_object.h"
 
+#include "frame/acl_bounds.h"
 #include "frame/call.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace {
 
@@ -49,25 +49,10 @@ DWORD readDescriptor(const Object& object, Descriptor& descriptor)
     return SSWSE_LEGACY_DONE;
 }
 
-bool lies(const Descriptor& descriptor, const void* address, size_t length)
-{
-    const auto start = reinterpret_cast<UINT_PTR>(descriptor.bytes.get());
-    const auto position = reinterpret_cast<UINT_PTR>(address);
-    return position >= start && position - start <= descriptor.size && descriptor.size - (position - start) >= length;
-}
-
-bool liesWhole(const Descriptor& descriptor, const ACL* acl)
-{
-    return lies(descriptor, acl, sizeof(ACL)) && lies(descriptor, acl, acl->AclSize);
-}
-
-bool liesWhole(const Descriptor& descriptor, const BYTE* ace)
-{
-    return lies(descriptor, ace, sizeof(ACE_HEADER)) && lies(descriptor, ace, sswseLegacyAceSize(ace));
-}
-
 DWORD readGrants(const Object& object, const Descriptor& descriptor, PACL acl, sswseLegacyGrants& grants)
 {
+    if (!sswseIsAclWhole(acl, descriptor.bytes.get(), descriptor.size))
+        return fail(object, ERROR_INVALID_ACL, "GetAclInformation", once);
     ACL_SIZE_INFORMATION size = {};
     if (!GetAclInformation(acl, &size, sizeof size, AclSizeInformation))
         return fail(object, GetLastError(), "GetAclInformation", once);
@@ -79,8 +64,7 @@ DWORD readGrants(const Object& object, const Descriptor& descriptor, PACL acl, s
         void* ace = nullptr;
         if (!GetAce(acl, i, &ace))
             return fail(object, GetLastError(), "GetAce", counted, i);
-        const auto* const bytes = static_cast<const BYTE*>(ace);
-        if (!liesWhole(descriptor, bytes) || !sswseMergeLegacyAce(grants, bytes))
+        if (!sswseMergeLegacyAce(grants, static_cast<const BYTE*>(ace)))
             return fail(object, ERROR_INVALID_ACL, "GetAce", counted, i);
     }
     return SSWSE_LEGACY_DONE;
@@ -98,8 +82,6 @@ DWORD limitByOldDacl(const Object& object, sswseLegacyEntries& entries)
         return fail(object, GetLastError(), "GetSecurityDescriptorDacl", once);
     if (!present || !acl)
         return SSWSE_LEGACY_DONE;
-    if (!liesWhole(descriptor, acl))
-        return fail(object, ERROR_INVALID_ACL, "GetSecurityDescriptorDacl", once);
 
     sswseLegacyGrants grants;
     if (const DWORD status = readGrants(object, descriptor, acl, grants))

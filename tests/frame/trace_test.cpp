@@ -27,6 +27,11 @@ void* __cdecl noMemory(size_t)
     return nullptr;
 }
 
+void* __cdecl noZeroedMemory(size_t, size_t)
+{
+    return nullptr;
+}
+
 // The trace state of the objects that are linked into this program.
 struct LinkedTrace
 {
@@ -106,6 +111,7 @@ TEST(Trace, ArgumentLineIsCutAt511AndLeftOutWithoutMemory)
     EXPECT_EQ(line.back(), 'x');
 
     library.redirect("malloc", &noMemory);
+    library.redirect("calloc", &noZeroedMemory); // what the compiler makes of a block that is cleared at once
     classify(&rec, nullptr, nullptr);
     EXPECT_THAT(log.take(), ElementsAre("Entering... sswseIsNameBuiltinAcc()\n", std::string("\n") + rec.message,
                                         "Exiting... sswseIsNameBuiltinAcc()", "<separator>"));
