@@ -72,6 +72,12 @@ private:
         case Kind::numberInOut:
             value.number = number(name, given, UINT32_MAX);
             break;
+        case Kind::byte:
+            value.number = number(name, given, UINT8_MAX);
+            break;
+        case Kind::wideText:
+            value.texts.push_back(given);
+            break;
         case Kind::textOut:
             value.number = number(name, given, largestBuffer);
             break;

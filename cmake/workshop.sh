@@ -30,7 +30,7 @@ workshop_build() {
         mkdir -p build
         cmake --preset mingw-w64 "${options[@]}" >build/configure.log 2>&1 || { cat build/configure.log >&2; exit 1; }
     fi
-    ninja -C build --quiet "$@"
+    ninja -C build --quiet "$@" | sed '/: no work to do/d'
 }
 
 # Runs a Windows program under Wine. The prefix lies in the build folder and is made on first use.

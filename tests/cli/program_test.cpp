@@ -99,6 +99,8 @@ TEST(Program, ExitStatusAndOutput)
         {"ConvertSIDToUname OSSid=S-1-1-0", 0, "= uname "},
         {"CheckAccessMask sid=S-1-1-0 mask=3 list=D:(A;;0x1;;;WD)(A;;0x3;;;WD)", 1, "0 no "},
         {"GetPredefKey path=MACHINE\\Software", 0, "= root HKEY_LOCAL_MACHINE, subkey Software\n"},
+        {"AddAceToACL pszTrustee=S-1-5-18 dwAccessRights=0x2 acl=D:(A;;0x1;;;WD)", 0, ";SY)"},
+        {"setPermissions wFilename=C:\\nosuch", 1, "1 no such object "},
         {"--help", 0, "Exit status: 0"},
         {"--list setPermissions", 0, "failList "},
         {"", 2, "keswsec: no function is given"},
@@ -170,7 +172,10 @@ TEST(Program, CreatingAHomeAgainChangesNothing)
     EXPECT_EQ(again.status, 0U);
     EXPECT_THAT(again.output, Not(HasSubstr("\"plan\":[{")));
     EXPECT_THAT(again.output, HasSubstr("(OS 1073)"));
+    std::ifstream node(saved);
+    EXPECT_THAT(std::string(std::istreambuf_iterator<char>(node), {}), HasSubstr("dependencies=RpcSs"));
     EXPECT_THAT(first.output, HasSubstr(R"("outputs":{"phService":"open"})"));
     EXPECT_THAT(first.output, Not(HasSubstr("Secret-1")));
+    node.close();
     std::filesystem::remove(saved);
 }
