@@ -4,6 +4,8 @@
 #include "cli/trace.h"
 #include "cli/values.h"
 
+#include <algorithm>
+
 namespace cli {
 
 namespace {

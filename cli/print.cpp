@@ -71,6 +71,8 @@ std::string textOf(const ordered_json& value)
     std::string text;
     if (!value.is_array())
         return value.dump();
+    if (value.empty())
+        return "none";
     for (const ordered_json& item : value)
         text += (text.empty() ? "" : ", ") + item.get<std::string>();
     return text;

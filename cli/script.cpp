@@ -2,6 +2,7 @@
 
 #include "cli/text.h"
 
+#include <cstring>
 #include <fstream>
 #include <sstream>
 

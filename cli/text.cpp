@@ -1,5 +1,6 @@
 #include "cli/text.h"
 
+#include <algorithm>
 #include <array>
 #include <iostream>
 

@@ -2,6 +2,7 @@
 
 #include "cli/text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
