@@ -3,6 +3,8 @@
 
 #include "whatif/node.h"
 
+#include <accctrl.h>
+
 namespace whatif {
 
 struct Security
@@ -41,6 +43,10 @@ void mapGenericRights(Security& security, const GENERIC_MAPPING& mapping);
 // Keeps the entries of the DACL that are inherited, or those that are not; puts entries behind those that are there.
 void keepEntries(Security& security, bool inherited);
 void appendEntries(Security& security, const Security& more);
+
+// SetEntriesInAcl without names. What neither grants, denies nor revokes, or is for another trustee than a SID, is left
+// to the platform.
+DWORD mergeEntries(std::vector<EXPLICIT_ACCESS_A> entries, PACL before, PACL* after);
 
 // What an object that is created below `parent` gets, when an administrator creates it.
 Security inheritedFrom(const Security& parent, bool container, const GENERIC_MAPPING& mapping);

@@ -8,8 +8,6 @@
 #include <accctrl.h>
 #include <aclapi.h>
 
-#include <algorithm>
-
 namespace whatif {
 
 namespace {
@@ -21,28 +19,7 @@ bool isByName(const EXPLICIT_ACCESS_A& entry)
     return entry.Trustee.TrusteeForm == TRUSTEE_IS_NAME;
 }
 
-// A grant to an account that has an explicit entry of the same inheritance already widens that entry. Windows does so;
-// what runs the node may add a second entry instead, so it is done here and the entry is not asked for again.
-bool widensEntryOf(ACL* list, const EXPLICIT_ACCESS_A& grant)
-{
-    ACL_SIZE_INFORMATION size = {};
-    if (!list || grant.grfAccessMode != GRANT_ACCESS ||
-        !GetAclInformation(list, &size, sizeof size, AclSizeInformation))
-        return false;
-    for (DWORD i = 0; i < size.AceCount; ++i) {
-        void* found = nullptr;
-        GetAce(list, i, &found);
-        auto* const ace = static_cast<ACCESS_ALLOWED_ACE*>(found);
-        if (ace->Header.AceType == ACCESS_ALLOWED_ACE_TYPE && ace->Header.AceFlags == grant.grfInheritance &&
-            EqualSid(&ace->SidStart, reinterpret_cast<PSID>(grant.Trustee.ptstrName))) {
-            ace->Mask |= grant.grfAccessPermissions;
-            return true;
-        }
-    }
-    return false;
-}
-
-// The rest of the merge is the platform's own, by SID; names are the node's.
+// Names are the node's.
 DWORD WINAPI setEntriesInAcl(ULONG count, PEXPLICIT_ACCESS_A entries, PACL before, PACL* after)
 {
     Locked world;
@@ -58,14 +35,7 @@ DWORD WINAPI setEntriesInAcl(ULONG count, PEXPLICIT_ACCESS_A entries, PACL befor
         entry.Trustee.TrusteeForm = TRUSTEE_IS_SID;
         entry.Trustee.ptstrName = reinterpret_cast<LPSTR>(sids.back().data());
     }
-    std::vector<BYTE> copy;
-    if (before)
-        copy.assign(reinterpret_cast<BYTE*>(before), reinterpret_cast<BYTE*>(before) + before->AclSize);
-    ACL* const list = before ? reinterpret_cast<ACL*>(copy.data()) : nullptr;
-    bySid.erase(std::remove_if(bySid.begin(), bySid.end(),
-                               [list](const EXPLICIT_ACCESS_A& entry) { return widensEntryOf(list, entry); }),
-                bySid.end());
-    return SetEntriesInAclA(static_cast<ULONG>(bySid.size()), bySid.empty() ? nullptr : bySid.data(), list, after);
+    return mergeEntries(bySid, before, after);
 }
 
 // ---- files -------------------------------------------------------------------------------------------------------
