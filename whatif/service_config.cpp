@@ -140,7 +140,7 @@ BOOL WINAPI changeConfig(SC_HANDLE handle, DWORD type, DWORD start, DWORD errorC
     return TRUE;
 }
 
-// Only the SID type is known here.
+// Only the SID type is known here, and that not before services had SIDs.
 BOOL WINAPI changeConfig2(SC_HANDLE handle, DWORD level, LPVOID info)
 {
     Locked world;
@@ -148,7 +148,7 @@ BOOL WINAPI changeConfig2(SC_HANDLE handle, DWORD level, LPVOID info)
     Service* const service = serviceOf(handle, SERVICE_CHANGE_CONFIG, node);
     if (!service)
         return FALSE;
-    if (level != SERVICE_CONFIG_SERVICE_SID_INFO)
+    if (level != SERVICE_CONFIG_SERVICE_SID_INFO || node->major < 6)
         return failWith(ERROR_INVALID_LEVEL);
     if (!info) // documented: nothing is changed
         return TRUE;
