@@ -16,6 +16,7 @@ struct Run
 {
     bool on = false;
     Fault fault;
+    size_t counted = 0; // calls that the fault looks at
     Trail trail;
     std::map<uintptr_t, Kind> held;
     size_t (*planLength)() = nullptr;
@@ -63,9 +64,11 @@ std::optional<DWORD> enter(const Row& row)
     if (!run.on || row.says == Says::nothing)
         return std::nullopt;
     run.trail.calls.push_back({&row, run.planLength()});
-    if (run.trail.calls.size() != run.fault.call)
+    const Fault& fault = run.fault;
+    if (fault.function && strcmp(fault.function, row.name) != 0)
         return std::nullopt;
-    return run.fault.code;
+    const bool isEveryOne = fault.function && fault.call == 0;
+    return ++run.counted == fault.call || isEveryOne ? std::optional(fault.code) : std::nullopt;
 }
 
 void releasing(const Row& row, const Raw& arguments)
@@ -117,6 +120,7 @@ void Interception::start(Fault fault)
 {
     const std::lock_guard lock(mutex);
     run.fault = fault;
+    run.counted = 0;
     run.trail = {};
     run.held.clear();
     run.on = true;
