@@ -1,0 +1,83 @@
+#include "tests/support/node_test.h"
+
+#include "tests/support/cases.h"
+#include "whatif/names.h"
+
+namespace support {
+
+namespace {
+
+const whatif::World* current;
+
+size_t planLength()
+{
+    return current->plan().size();
+}
+
+void addAccount(whatif::Node& node, const wchar_t* name, const std::wstring& sid, const wchar_t* domain = L"",
+                SID_NAME_USE use = SidTypeUser, const std::vector<std::wstring>& memberOf = {})
+{
+    whatif::Account& added = node.accounts.emplace_back();
+    added.name = name;
+    added.domain = domain;
+    added.sid = sid;
+    added.use = use;
+    added.memberOf = memberOf;
+    added.password = L"right";
+}
+
+} // namespace
+
+NodeTest::NodeTest() : interception_(library.module(), planLength)
+{
+    current = &world;
+    addAccount(local, L"svc", svc);
+    addAccount(remote, L"svc", remoteSvc);
+    for (whatif::Node* const node : {&local, &remote}) {
+        node->domain = L"CORP";
+        addAccount(*node, L"dbuser", dbuser, L"CORP", SidTypeUser, {operators});
+        addAccount(*node, L"Operators", operators, L"CORP", SidTypeGroup);
+        addAccount(*node, L"gmsa$", L"S-1-5-21-7-7-7-1203", L"CORP");
+        node->accounts.back().managed = true;
+    }
+}
+
+void NodeTest::expectNodeCases(const std::vector<NodeCase>& cases)
+{
+    for (const NodeCase& row : cases) {
+        SCOPED_TRACE(row.what);
+        std::string osError;
+        const auto call = [&](sswseErrRec* rec) {
+            const DWORD status = row.call(rec);
+            osError = rec->oserror;
+            return status;
+        };
+        interception_.start(row.fault);
+        expectCases({{row.what, call, row.status, row.message}});
+        interception_.finish();
+        EXPECT_EQ(osError, row.osError ? std::to_string(row.osError) : "");
+        Lines changes;
+        for (const whatif::Change& change : world.plan()) {
+            const std::wstring line = textOf(change);
+            changes.emplace_back(line.begin(), line.end());
+        }
+        EXPECT_EQ(changes, row.changes);
+        world.clearPlan();
+    }
+}
+
+whatif::Group& NodeTest::addGroup(whatif::Node& node, const wchar_t* name, const std::vector<std::wstring>& members)
+{
+    node.groups.push_back({name, L"", whatif::newSid(node), members});
+    return node.groups.back();
+}
+
+const whatif::Group* NodeTest::findGroup(const whatif::Node& node, const wchar_t* name)
+{
+    for (const whatif::Group& group : node.groups)
+        if (group.name == name)
+            return &group;
+    return nullptr;
+}
+
+} // namespace support

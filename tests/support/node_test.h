@@ -1,0 +1,85 @@
+// The library on described nodes: this machine "NODE" and the remote "DB2", both members of the domain CORP. Each of
+// the two has a user "svc" of its own. The library's calls of the platform go through the test, which can fail them.
+#pragma once
+
+#include "tests/support/home.h"
+#include "tests/support/intercept.h"
+#include "whatif/whatif.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace support {
+
+using Lines = std::vector<std::string>; // of the plan
+using Call = std::function<DWORD(sswseErrRec*)>;
+
+// The function with these arguments behind the record; texts are not copied.
+template <class Function, class... Arguments>
+Call calling(Function* function, Arguments... arguments)
+{
+    return [=](sswseErrRec* rec) { return function(rec, arguments...); };
+}
+
+// The call of that number fails, or every one.
+inline intercept::Fault failing(const char* function, DWORD code, size_t call = 0)
+{
+    return {call, code, function};
+}
+
+// A call on a node: what it answers, and what it changes there.
+struct NodeCase
+{
+    NodeCase(const char* name, Call function, DWORD answer, Lines lines = {})
+        : what(name), call(std::move(function)), status(answer), changes(std::move(lines))
+    {
+    }
+    NodeCase(const char* name, Call function, DWORD answer, const char* text, DWORD error = 0,
+             intercept::Fault failure = {}, Lines lines = {})
+        : what(name), call(std::move(function)), status(answer), message(text), osError(error), fault(failure),
+          changes(std::move(lines))
+    {
+    }
+
+    const char* what;
+    Call call;
+    DWORD status;
+    const char* message = ""; // how the record's message begins; "" for an empty record
+    DWORD osError = 0;        // 0 for none in the record
+    intercept::Fault fault = {};
+    Lines changes;
+};
+
+class NodeTest : public testing::Test
+{
+protected:
+    NodeTest();
+
+    void expectNodeCases(const std::vector<NodeCase>& cases);
+
+    static whatif::Group& addGroup(whatif::Node& node, const wchar_t* name,
+                                   const std::vector<std::wstring>& members = {});
+    static const whatif::Group* findGroup(const whatif::Node& node, const wchar_t* name);
+
+    support::TemporaryHome library;
+    whatif::World world{whatif::Base::described};
+    whatif::Node& local = world.local();
+    whatif::Node& remote = world.add(L"DB2");
+    const std::wstring svc = local.sid + L"-1101"; // SIDs
+    const std::wstring remoteSvc = remote.sid + L"-1101";
+    const std::wstring dbuser = L"S-1-5-21-7-7-7-1201";
+    const std::wstring operators = L"S-1-5-21-7-7-7-1202"; // a group of CORP, with dbuser in it
+
+private:
+    whatif::Redirection redirection_{library.module(), world};
+    intercept::Interception interception_;
+};
+
+// EXPORT(sswseCreateOSGroup)(rec, ...)
+#define EXPORT(name) EXPORT_OF(library, name)
+
+} // namespace support
