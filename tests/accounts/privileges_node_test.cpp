@@ -1,0 +1,165 @@
+// The rights that a home's user needs, granted, revoked and checked on a node.
+#include "tests/support/node_test.h"
+
+#include <lm.h>
+#include <ntstatus.h>
+
+namespace {
+
+using support::Call;
+using support::calling;
+using support::failing;
+using support::Lines;
+
+constexpr wchar_t logon[] = L"SeServiceLogonRight";
+constexpr wchar_t links[] = L"SeCreateSymbolicLinkPrivilege";
+constexpr DWORD ntDenied = static_cast<DWORD>(STATUS_ACCESS_DENIED);
+constexpr char notFound[] = "WSE-000014: Lookup for Windows account name failed.";
+
+Lines changes(const std::string& node, const std::string& action, const std::string& account)
+{
+    const std::string end = ": " + action + ": " + account;
+    return {node + ": right SeServiceLogonRight" + end, node + ": right SeCreateSymbolicLinkPrivilege" + end};
+}
+
+class Rights : public support::NodeTest
+{
+protected:
+    Call grant(const char* user, const char* node = nullptr, const char* khtype = "1") const
+    {
+        return calling(EXPORT(sswseGrantPrivilegesToUser), user, node, khtype);
+    }
+    Call revoke(const char* user, const char* node = nullptr, const char* khtype = "1") const
+    {
+        return calling(EXPORT(sswseRevokePrivilegesFromUser), user, node, khtype);
+    }
+
+    // The missing rights that the check hands out end up in `missing`.
+    Call check(const char* user, const char* khtype = "1")
+    {
+        return [=](sswseErrRec* rec) {
+            char** names = reinterpret_cast<char**>(1);
+            int count = -1;
+            const DWORD answer = EXPORT(sswseCheckUserPrivileges)(rec, user, khtype, &names, &count);
+            EXPECT_EQ(names == nullptr, answer != 0);
+            missing.assign(names, names + count);
+            EXPORT(sswseFreeArrayofStrings)(names, static_cast<size_t>(count));
+            return answer;
+        };
+    }
+
+    std::vector<std::string> missing;
+};
+
+} // namespace
+
+TEST_F(Rights, AreGrantedAndRevokedOnceOnTheNode)
+{
+    for (const char* const khtype : {"0", "1", "2"})
+        for (const char* const nodename : {static_cast<const char*>(nullptr), "DB2"}) {
+            const std::string name = nodename ? "DB2" : "NODE";
+            const std::string qualified = name + "\\svc";
+            const Lines granted = changes(name, "granted", qualified);
+            const Lines revoked = changes(name, "revoked", qualified);
+            expectNodeCases({
+                {"revoke, no right held", revoke("svc", nodename, khtype), 2},
+                {"grant", grant("svc", nodename, khtype), 2, granted},
+                {"grant again", grant(qualified.c_str(), nodename, khtype), 2},
+                {"grant to another", grant("CORP\\dbuser", nodename, khtype), 2,
+                 changes(name, "granted", "CORP\\dbuser")},
+                {"revoke", revoke("svc", nodename, khtype), 2, revoked},
+                {"revoke again", revoke("svc", nodename, khtype), 2},
+                {"revoke from the other", revoke("CORP\\dbuser", nodename, khtype), 2,
+                 changes(name, "revoked", "CORP\\dbuser")},
+            });
+            auto& rights = (nodename ? remote : local).rights;
+            rights[L"SeBatchLogonRight"] = {nodename ? remoteSvc : svc};
+            expectNodeCases({{"revoke, another right held", revoke("svc", nodename, khtype), 2}});
+            rights.erase(L"SeBatchLogonRight");
+        }
+}
+
+TEST_F(Rights, StopAtTheFirstThatFails)
+{
+    constexpr DWORD denied = ERROR_ACCESS_DENIED;
+    constexpr DWORD noTrust = ERROR_TRUSTED_RELATIONSHIP_FAILURE;
+    constexpr DWORD nothingHeld = static_cast<DWORD>(STATUS_OBJECT_NAME_NOT_FOUND);
+    const auto noPolicy = "WSE-000025: Unable to open Policy data.";
+    const auto notGranted = "WSE-000041: Unable to grant privilege to user.";
+    const auto notRevoked = "WSE-000040: Unable to remove privilege for user.";
+    const Lines granted = changes("NODE", "granted", "NODE\\svc");
+    const Lines revoked = changes("NODE", "revoked", "NODE\\svc");
+    expectNodeCases({
+        {"grant: policy", grant("svc"), 3, noPolicy, denied, failing("LsaOpenPolicy", ntDenied)},
+        {"grant: first", grant("svc"), 3, notGranted, denied, failing("LsaAddAccountRights", ntDenied, 1)},
+        {"grant: error 2 is one", grant("svc"), 3, notGranted, ERROR_FILE_NOT_FOUND,
+         failing("LsaAddAccountRights", nothingHeld, 1)},
+        {"grant: second", grant("svc"), 3, notGranted, denied, failing("LsaAddAccountRights", ntDenied, 2),
+         Lines{granted[0]}},
+        {"grant: no SID", grant("svc"), 3, notFound, noTrust, failing("LookupAccountNameW", noTrust, 2)},
+        {"grant: bad SID", grant("svc"), 3, "WSE-000039", ERROR_INVALID_SID, failing("IsValidSid", ERROR_INVALID_SID)},
+        {"grant: the rest", grant("svc"), 2, Lines{granted[1]}},
+        {"revoke: policy", revoke("svc"), 3, noPolicy, denied, failing("LsaOpenPolicy", ntDenied)},
+        {"revoke: account holds nothing, goes on", revoke("svc"), 2, "", 0,
+         failing("LsaRemoveAccountRights", nothingHeld, 1), Lines{revoked[1]}},
+        {"revoke: second", revoke("svc"), 3, notRevoked, denied, failing("LsaRemoveAccountRights", ntDenied, 2),
+         Lines{revoked[0]}},
+        {"unknown on the node", grant("NODE\\svc", "DB2"), 3, notFound, ERROR_NONE_MAPPED},
+        {"no such node", revoke("svc", "nowhere"), 3, notFound, RPC_S_SERVER_UNAVAILABLE},
+    });
+}
+
+TEST_F(Rights, AreHeldByTheUserOrAnyOfItsGroups)
+{
+    addGroup(local, L"KES_DBA", {svc});
+    addGroup(local, L"KES_NESTED", {operators});
+    const std::wstring dba = findGroup(local, L"KES_DBA")->sid;
+    const std::wstring nested = findGroup(local, L"KES_NESTED")->sid;
+    const std::wstring everyone = L"S-1-1-0"; // no group that the account database knows
+    const std::vector<std::string> both = {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"};
+    const struct
+    {
+        const char* user;
+        std::vector<std::wstring> logonHolders;
+        std::vector<std::wstring> linkHolders;
+        std::vector<std::string> missing;
+    } rows[] = {
+        {"svc", {}, {}, both},
+        {"svc", {dbuser, everyone}, {nested}, both},
+        {"svc", {dbuser, svc}, {svc}, {}},
+        {"NODE\\svc", {dba}, {}, {both[1]}},
+        {"svc", {}, {dbuser, dba}, {both[0]}},
+        {"svc", {svc}, {dba}, {}},
+        {"CORP\\dbuser", {nested}, {dbuser}, {}},
+        {"CORP\\dbuser", {nested}, {operators}, {both[1]}}, // a group of the domain is no local one
+    };
+    for (const auto& row : rows) {
+        local.rights[logon] = row.logonHolders;
+        local.rights[links] = row.linkHolders;
+        for (const char* const khtype : {"0", "1", "2"}) {
+            expectNodeCases({{row.user, check(row.user, khtype), row.missing.empty() ? 1u : 0u}});
+            EXPECT_EQ(missing, row.missing);
+        }
+    }
+}
+
+TEST_F(Rights, ThatCannotBeReadAreNoAnswer)
+{
+    constexpr DWORD denied = ERROR_ACCESS_DENIED;
+    constexpr DWORD unknown = ERROR_NONE_MAPPED;
+    const auto noGroups = "WSE-000015: Unable to get list of groups to which the user belongs.";
+    const auto noHolders = "WSE-000043: Unable to enumerate accounts with the specified privilege.";
+    addGroup(local, L"KES_DBA", {svc});
+    expectNodeCases({
+        {"policy", check("svc"), 3, "WSE-000025", denied, failing("LsaOpenPolicy", ntDenied)},
+        {"holders of the second", check("svc"), 3, noHolders, denied,
+         failing("LsaEnumerateAccountsWithUserRight", ntDenied, 2)},
+        {"groups", check("svc"), 3, noGroups, denied, failing("NetUserGetLocalGroups", denied)},
+        {"no user", check("KES_DBA"), 3, noGroups, NERR_UserNotFound},
+        {"nobody", check("nobody"), 3, noGroups, NERR_UserNotFound},
+        {"group's name", check("svc"), 3, notFound, unknown, failing("LookupAccountNameW", unknown, 1)},
+        {"user's name", check("svc"), 3, notFound, unknown, failing("LookupAccountNameW", unknown, 3)},
+        {"user without a SID", check("svc"), 3, "WSE-000039", unknown, failing("LookupAccountNameW", unknown, 4)},
+        {"another type", check("svc", "3"), 5, "WSE-00008: Unsupported Kestel home type."},
+    });
+}
