@@ -7,7 +7,7 @@
 
 namespace support {
 
-TemporaryHome::TemporaryHome(const std::string& keyFile) : LibraryCopy("bin")
+TemporaryHome::TemporaryHome(const std::string& keyFile, const char* build) : LibraryCopy("bin", build)
 {
     writeKeyFile(keyFile);
 }

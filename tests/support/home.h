@@ -11,7 +11,8 @@ namespace support {
 class TemporaryHome : public LibraryCopy
 {
 public:
-    explicit TemporaryHome(const std::string& keyFile = "SOFTWARE\\KESTEL\\KEY_keswsec_test\r\n");
+    explicit TemporaryHome(const std::string& keyFile = "SOFTWARE\\KESTEL\\KEY_keswsec_test\r\n",
+                           const char* build = "");
 
     std::string path() const { return directory().parent_path().string(); }
     void writeKeyFile(const std::string& content) const;

@@ -28,13 +28,29 @@ HMODULE shippedLibrary()
     return library;
 }
 
-LibraryCopy::LibraryCopy(const char* folder) : folder_(*folder ? scratch_.path() / folder : scratch_.path())
+LibraryCopy::LibraryCopy(const char* folder, const char* build)
+    : folder_(*folder ? scratch_.path() / folder : scratch_.path())
 {
     shippedLibrary(); // the first of its name, which is what everyone else in this process finds
     fs::create_directories(folder_);
-    const fs::path copy = folder_ / libraryName;
-    fs::copy_file(programDirectory() / libraryName, copy);
-    module_ = LoadLibraryW(copy.c_str());
+    fs::copy_file(programDirectory() / build / libraryName, folder_ / libraryName);
+    load();
+}
+
+LibraryCopy::~LibraryCopy()
+{
+    unload();
+}
+
+void LibraryCopy::reload()
+{
+    unload();
+    load();
+}
+
+void LibraryCopy::load()
+{
+    module_ = LoadLibraryW((folder_ / libraryName).c_str());
     if (!module_)
         throw std::runtime_error("the library cannot be loaded");
     current = module_;
@@ -42,7 +58,7 @@ LibraryCopy::LibraryCopy(const char* folder) : folder_(*folder ? scratch_.path()
     redirect("GetModuleHandleA", &moduleByName);
 }
 
-LibraryCopy::~LibraryCopy()
+void LibraryCopy::unload()
 {
     imports_.reset();
     FreeLibrary(module_);

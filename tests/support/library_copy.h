@@ -18,10 +18,14 @@ HMODULE shippedLibrary();
 class LibraryCopy
 {
 public:
-    explicit LibraryCopy(const char* folder = ""); // where it lies below a directory of its own
+    // Where it lies below a directory of its own, and below the test program's directory what is copied: "checked" is
+    // the build with traps for undefined behaviour.
+    explicit LibraryCopy(const char* folder = "", const char* build = "");
     ~LibraryCopy();
     LibraryCopy(const LibraryCopy&) = delete;
     LibraryCopy& operator=(const LibraryCopy&) = delete;
+
+    void reload(); // process-wide state as it is at first; what was redirected is no longer
 
     const std::filesystem::path& directory() const { return folder_; } // where the copy lies
     HMODULE module() const { return module_; }
@@ -42,6 +46,8 @@ public:
 
 private:
     void* redirectImport(const char* name, void* replacement);
+    void load();
+    void unload();
 
     ScratchDirectory scratch_;
     std::filesystem::path folder_;
