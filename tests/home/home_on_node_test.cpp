@@ -1,0 +1,182 @@
+// What is recorded of a home, read for a remote node: which part comes from this machine and which from the node.
+#include "tests/support/node_test.h"
+#include "whatif/active.h"
+#include "whatif/registry.h"
+
+#include <fstream>
+
+namespace {
+
+using support::Call;
+using support::calling;
+using support::failing;
+
+constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_keswsec_test";
+
+std::vector<std::string> opened; // key files
+decltype(&CreateFileA) openFile;
+
+HANDLE WINAPI noteFile(const char* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD disposition,
+                       DWORD flags, HANDLE pattern)
+{
+    if (_stricmp(std::filesystem::path(name).extension().string().c_str(), ".key") == 0)
+        opened.push_back(name);
+    return openFile(name, access, share, security, disposition, flags, pattern);
+}
+
+class HomeOfNode : public support::NodeTest
+{
+protected:
+    struct Reader
+    {
+        const char* name;
+        Call call;
+        DWORD unreachable = 3; // the answer
+    };
+
+    HomeOfNode()
+    {
+        opened.clear();
+        openFile = library.redirect("CreateFileA", &noteFile);
+        describe(local, "0", "CORP\\gmsa$", " ", "0");
+        describe(remote, "2", "NT AUTHORITY\\LocalService", "V", "1");
+    }
+
+    void set(const whatif::Node& node, const char* value, const char* content) const
+    {
+        world.registry().setValue(node, homeKey, whatif::wide(value), whatif::registryText(whatif::wide(content)));
+    }
+
+    void describe(const whatif::Node& node, const char* type, const char* user, const char* userType,
+                  const char* passwordRequired) const
+    {
+        set(node, "KESTEL_HOME_TYPE", type);
+        set(node, "KESTEL_SVCUSER", user);
+        set(node, "KESTEL_SVCUSER_TYPE", userType);
+        set(node, "KESTEL_SVCUSER_PWDREQ", passwordRequired);
+    }
+
+    std::vector<Reader> predicates(const char* node) const
+    {
+        const char* const home = path.c_str();
+        return {
+            {"managed", calling(EXPORT(sswseIsSVCUserMSA), home, node), 6},
+            {"group managed", calling(EXPORT(sswseIsSVCUserGMSA), home, node)},
+            {"LocalSystem", calling(EXPORT(sswseIsSvcUserLocalSystem), home, node)},
+            {"LocalService", calling(EXPORT(sswseIsSvcUserLocalService), home, node)},
+            {"virtual", calling(EXPORT(sswseIsSvcUserVirtualAccount), home, node)},
+            {"password", calling(EXPORT(sswseIsSVCUserPasswordRequired), home, node)},
+        };
+    }
+
+    std::vector<Reader> texts(const char* node)
+    {
+        return {
+            {"own home's user", calling(EXPORT(sswseGetUnameForKhome), text, sizeof text, &length, node)},
+            {"user", calling(EXPORT(sswseGetUnameForKhomePath), path.c_str(), text, sizeof text, &length, node)},
+            {"type", calling(EXPORT(sswseGetKestelHomeType), "KEY_keswsec_test", text, sizeof text, &length, node)},
+        };
+    }
+
+    const std::string path = library.path();
+    const std::string keyFile = path + "\\bin\\kestel.key";
+    char text[64] = "";
+    size_t length = 0;
+};
+
+} // namespace
+
+TEST_F(HomeOfNode, KeyFileIsThisMachinesValuesAreTheNodes)
+{
+    const struct
+    {
+        const char* node;
+        std::vector<DWORD> answers; // in the order of the predicates
+        const char* user;
+        const char* type;
+    } rows[] = {
+        {nullptr, {1, 1, 0, 0, 0, 0}, "CORP\\gmsa$", "0"},
+        {"DB2", {0, 0, 0, 1, 1, 1}, "NT AUTHORITY\\LocalService", "2"},
+        {"\\\\db2", {0, 0, 0, 1, 1, 1}, "NT AUTHORITY\\LocalService", "2"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.user);
+        size_t answer = 0;
+        for (const Reader& reader : predicates(row.node)) {
+            expectNodeCases({{reader.name, reader.call, row.answers[answer++]}});
+            EXPECT_EQ(opened, std::vector<std::string>{keyFile});
+            opened.clear();
+        }
+        const std::string wanted[] = {row.user, row.user, row.type};
+        size_t next = 0;
+        for (const Reader& reader : texts(row.node)) {
+            expectNodeCases({{reader.name, reader.call, 2}});
+            EXPECT_EQ(text, wanted[next]);
+            EXPECT_EQ(length, wanted[next++].size() + 1);
+        }
+        EXPECT_EQ(opened, (std::vector<std::string>{path + "\\bin\\KESTEL.KEY", keyFile}));
+        opened.clear();
+    }
+    set(remote, "KESTEL_SVCUSER", "DB2\\svc"); // that this machine does not know
+    expectNodeCases({
+        {"LocalSystem", predicates("DB2")[2].call, 3, "WSE-000014", ERROR_NONE_MAPPED},
+        {"LocalService", predicates("DB2")[3].call, 3, "WSE-000014", ERROR_NONE_MAPPED},
+    });
+    set(remote, "KESTEL_SVCUSER", "SYSTEM");
+    expectNodeCases({{"LocalSystem", predicates("DB2")[2].call, 1}, {"LocalService", predicates("DB2")[3].call, 0}});
+}
+
+TEST_F(HomeOfNode, EveryReaderSaysWhenItCannotRead)
+{
+    const auto noNode = "WSE-000044: Unable to open registry on remote node.";
+    for (const auto& readers : {predicates("nowhere"), texts("nowhere")})
+        for (const Reader& reader : readers)
+            expectNodeCases({{reader.name, reader.call, reader.unreachable, noNode, ERROR_BAD_NETPATH}});
+    constexpr DWORD denied = ERROR_ACCESS_DENIED;
+    const intercept::Fault wideValue = failing("RegQueryValueExW", denied);
+    const auto noUser = "WSE-000048: Unable to query value for KESTEL_SVCUSER in registry.";
+    const std::vector<Reader> of = predicates("DB2");
+    expectNodeCases({
+        {"user", texts("DB2")[1].call, 3, noUser, denied, wideValue},
+        {"user of the own home", texts("DB2")[0].call, 3, noUser, denied, wideValue},
+        {"managed", of[0].call, 6, noUser, denied, wideValue},
+        {"group managed", of[1].call, 3, noUser, denied, wideValue},
+        {"LocalSystem", of[2].call, 3, noUser, denied, wideValue},
+        {"virtual", of[4].call, 3, "WSE-000048: Unable to query value for KESTEL_SVCUSER_TYPE", denied, wideValue},
+        {"password", of[5].call, 3, "WSE-000048: Unable to query value for KESTEL_SVCUSER_PWDREQ", denied,
+         failing("RegQueryValueExA", denied)},
+        {"type", texts("DB2")[2].call, 3, "WSE-000048: Unable to query value for KESTEL_HOME_TYPE", denied,
+         failing("RegQueryValueExA", denied)},
+        {"key", texts("DB2")[2].call, 6, "WSE-000010", denied, failing("RegOpenKeyExA", denied)},
+    });
+    library.removeKeyFile();
+    expectNodeCases(
+        {{"no key file", predicates(nullptr)[4].call, 3,
+          "WSE-000053: Windows application programming interface (API) CreateFile failed.", ERROR_FILE_NOT_FOUND}});
+}
+
+TEST_F(HomeOfNode, TypeOfAPathIsReadThroughTheAdministrativeShare)
+{
+    const support::ScratchDirectory drive; // of the node, with the same path on it
+    const std::string below = path.substr(2);
+    const std::filesystem::path bin = drive.path().string() + below + "\\bin";
+    std::filesystem::create_directories(bin);
+    std::ofstream(bin / "kestel.key") << "SOFTWARE\\Kestel\\KEY_other\n";
+    remote.drives[whatif::wide(path.substr(0, 1).c_str())] = drive.path().wstring();
+    world.registry().setValue(remote, L"SOFTWARE\\Kestel\\KEY_other", L"KESTEL_HOME_TYPE", whatif::registryText(L"1"));
+
+    const auto read = EXPORT(sswseGetKestelHomeTypeForKHPath);
+    const std::string share = path.substr(0, 1) + "$" + below;
+    std::string given = path;
+    expectNodeCases({{"local", calling(read, given.data(), text, sizeof text, &length, ""), 2}});
+    EXPECT_STREQ(text, "0");
+    EXPECT_EQ(given, path);
+    expectNodeCases({{"node", calling(read, given.data(), text, sizeof text, &length, "DB2"), 2}});
+    EXPECT_STREQ(text, "1");
+    EXPECT_EQ(length, 2u);
+    EXPECT_EQ(given, share);
+    expectNodeCases({{"no such node", calling(read, given.data(), text, sizeof text, &length, "nowhere"), 6,
+                      "WSE-000052: Unable to determine Kestel home."}});
+    EXPECT_EQ(opened, (std::vector<std::string>{keyFile, "\\\\DB2\\" + share + "\\bin\\kestel.key",
+                                                "\\\\nowhere\\" + share + "\\bin\\kestel.key"}));
+}
