@@ -111,10 +111,8 @@ TEST_F(Rights, StopAtTheFirstThatFails)
 
 TEST_F(Rights, AreHeldByTheUserOrAnyOfItsGroups)
 {
-    addGroup(local, L"KES_DBA", {svc});
-    addGroup(local, L"KES_NESTED", {operators});
-    const std::wstring dba = findGroup(local, L"KES_DBA")->sid;
-    const std::wstring nested = findGroup(local, L"KES_NESTED")->sid;
+    const std::wstring dba = addGroup(local, L"KES_DBA", {svc}).sid;
+    const std::wstring nested = addGroup(local, L"KES_NESTED", {operators}).sid;
     const std::wstring everyone = L"S-1-1-0"; // no group that the account database knows
     const std::vector<std::string> both = {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"};
     const struct

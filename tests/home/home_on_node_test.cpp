@@ -175,8 +175,13 @@ TEST_F(HomeOfNode, TypeOfAPathIsReadThroughTheAdministrativeShare)
     EXPECT_STREQ(text, "1");
     EXPECT_EQ(length, 2u);
     EXPECT_EQ(given, share);
-    expectNodeCases({{"no such node", calling(read, given.data(), text, sizeof text, &length, "nowhere"), 6,
-                      "WSE-000052: Unable to determine Kestel home."}});
+    const auto noHome = "WSE-000052: Unable to determine Kestel home.";
+    std::string otherDrive = "Q:\\h";
+    expectNodeCases({
+        {"drive not shared", calling(read, otherDrive.data(), text, sizeof text, &length, "DB2"), 6, noHome},
+        {"no such node", calling(read, given.data(), text, sizeof text, &length, "nowhere"), 6, noHome},
+    });
     EXPECT_EQ(opened, (std::vector<std::string>{keyFile, "\\\\DB2\\" + share + "\\bin\\kestel.key",
+                                                "\\\\DB2\\Q$\\h\\bin\\kestel.key",
                                                 "\\\\nowhere\\" + share + "\\bin\\kestel.key"}));
 }

@@ -72,12 +72,4 @@ whatif::Group& NodeTest::addGroup(whatif::Node& node, const wchar_t* name, const
     return node.groups.back();
 }
 
-const whatif::Group* NodeTest::findGroup(const whatif::Node& node, const wchar_t* name)
-{
-    for (const whatif::Group& group : node.groups)
-        if (group.name == name)
-            return &group;
-    return nullptr;
-}
-
 } // namespace support

@@ -63,7 +63,6 @@ protected:
 
     static whatif::Group& addGroup(whatif::Node& node, const wchar_t* name,
                                    const std::vector<std::wstring>& members = {});
-    static const whatif::Group* findGroup(const whatif::Node& node, const wchar_t* name);
 
     support::TemporaryHome library;
     whatif::World world{whatif::Base::described};

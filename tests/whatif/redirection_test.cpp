@@ -7,8 +7,6 @@
 #include <lm.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -70,25 +68,6 @@ TEST_F(RedirectedLibrary, RegistryWritesAreThePlan)
                                     key + L"TypesSupported set: dword:7", key + L"deleted"));
 }
 
-TEST_F(RedirectedLibrary, RightsAreGrantedAndRevokedOnce)
-{
-    const auto grant = EXPORT(sswseGrantPrivilegesToUser);
-    const auto revoke = EXPORT(sswseRevokePrivilegesFromUser);
-    EXPECT_EQ(revoke(&rec, "svc", nullptr, "0"), 2u) << rec.message;
-    EXPECT_EQ(grant(&rec, "svc", nullptr, "0"), 2u) << rec.message;
-    EXPECT_EQ(grant(&rec, "NODE\\svc", nullptr, "0"), 2u);
-    EXPECT_THAT(plan(), ElementsAre(L"NODE: right SeServiceLogonRight: granted: NODE\\svc",
-                                    L"NODE: right SeCreateSymbolicLinkPrivilege: granted: NODE\\svc"));
-    char** missing = nullptr;
-    int count = 0;
-    EXPECT_EQ(EXPORT(sswseCheckUserPrivileges)(&rec, "svc", "0", &missing, &count), 1u) << rec.message;
-    EXPECT_EQ(revoke(&rec, "svc", nullptr, "0"), 2u) << rec.message;
-    EXPECT_EQ(plan().size(), 2u);
-    EXPECT_EQ(grant(&rec, "svc", "nowhere", "0"), 3u);
-    EXPECT_STREQ(rec.oserror, "1722");
-    EXPECT_THAT(plan(), IsEmpty());
-}
-
 TEST_F(RedirectedLibrary, LogonSaysWhyNot)
 {
     const auto check = EXPORT(sswseCheckValidUser);
@@ -134,26 +113,6 @@ TEST_F(RedirectedLibrary, ManagedAccountsAndWhatAReleaseLacks)
     }
     node.missing.clear();
     EXPECT_EQ(EXPORT(sswseIsManagedSVCAccount)(&rec, "svc", nullptr), 0u);
-}
-
-TEST_F(RedirectedLibrary, FilesOfAnotherNodeAreReadThroughItsDrives)
-{
-    const std::filesystem::path drive = std::filesystem::temp_directory_path() / "keswsec-drive";
-    std::filesystem::create_directories(drive / "h" / "bin");
-    std::ofstream(drive / "h" / "bin" / "kestel.key") << "SOFTWARE\\KESTEL\\KEY_h2\n";
-    Node& other = world.add(L"DB2");
-    other.drives[L"D"] = drive.wstring();
-    registry.setValue(other, L"SOFTWARE\\Kestel\\KEY_h2", L"KESTEL_HOME_TYPE", registryText(L"2"));
-    char path[] = "D:\\h";
-    char type[16] = "";
-    size_t length = 0;
-    EXPECT_EQ(EXPORT(sswseGetKestelHomeTypeForKHPath)(&rec, path, type, sizeof type, &length, "DB2"), 2u)
-        << rec.message;
-    EXPECT_STREQ(type, "2");
-    char noDrive[] = "E:\\h";
-    EXPECT_EQ(EXPORT(sswseGetKestelHomeTypeForKHPath)(&rec, noDrive, type, sizeof type, &length, "DB2"), 6u);
-    EXPECT_THAT(rec.message, testing::StartsWith("WSE-000052"));
-    std::filesystem::remove_all(drive);
 }
 
 TEST_F(RedirectedLibrary, ImportsAreTheirOwnAgainAfterwards)
