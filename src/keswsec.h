@@ -1,9 +1,12 @@
 /*
  * keswsec19.dll: Windows security services of a Kestel home.
  *
- * Every function takes the caller's error record first and clears it; on the first failure the record gets a numbered
- * message and the operating system's error, and the function returns a status. Text arguments and results are multibyte
- * text in the ANSI code page, NUL-terminated. A node name is a machine name; NULL or "" is the local machine.
+ * The functions take the caller's error record first and clear it; on the first failure the record gets a numbered
+ * message and the operating system's error, and the function returns a status. Only sswseFreeMemory,
+ * sswseFreeArrayofStrings and setPermissions take none; sswseFillErrMsg and sswseCheckAccessMask do not clear it. Text
+ * arguments and results are multibyte text in the ANSI code page, NUL-terminated. A node name is a machine name; NULL
+ * or
+ * "" is the local machine.
  *
  * Common to all functions, and not repeated below:
  *  - `err` may be NULL; the message is lost then.
@@ -62,15 +65,19 @@ void WINAPIV sswseFillErrMsg(sswseErrRec* err, DWORD messageId, DWORD osError, c
 
 /* ---- tracing ---------------------------------------------------------------------------------------------------- */
 
-/* Receives each trace line as a format and its arguments, printf style, on the thread that runs the traced function. */
+/*
+ * Receives each trace line as a format and its arguments, printf style, on the thread that runs the traced function:
+ * the entry line, the arguments in pieces of up to 127 characters, findings, the message that is left, the exit line,
+ * and the separator "%*******************************\n" with the one argument 0. The separator is no format that every
+ * printf accepts: a callback that formats with one of its own compares for it first.
+ */
 typedef void(__cdecl* sswseTraceCallback)(void* context, const char* format, ...);
 
 /*
- * Switches tracing on for the process.
- *   callback  receives every line; must bear concurrent calls
- *   context   given back as the callback's first argument; not NULL
- *   level     kept, without effect
- * 1: on (when it was on already, the earlier callback stays); 0: `callback` or `context` is NULL, WSE-000012.
+ * Switches tracing on for the process. Each call that has arguments to trace then keeps 512 bytes, with their text, for
+ * the life of the process. callback  receives every line; must bear concurrent calls context   given back as the
+ * callback's first argument; not NULL level     kept, without effect 1: on (when it was on already, the earlier
+ * callback stays); 0: `callback` or `context` is NULL, WSE-000012.
  */
 DWORD WINAPI sswseTraceOn(sswseErrRec* err, sswseTraceCallback callback, void* context, DWORD level);
 
@@ -87,12 +94,12 @@ void WINAPI sswseFreeArrayofStrings(char** array, size_t count);
 
 /* ---- operating system version ----------------------------------------------------------------------------------- */
 
-/* Windows 6.0, 6.1, 6.2 or later? 1, 0, or 3 with WSE-000045. Read once per process. */
+/* Windows 6.0, 6.1, 6.2 or later? 1, 0, or 3 with WSE-000045. Read once per process, again after a failure. */
 DWORD WINAPI sswseIsOSVistaOrAbove(sswseErrRec* err);
 DWORD WINAPI sswseIsOSWin7OrAbove(sswseErrRec* err);
 DWORD WINAPI sswseIsOSWin8OrAbove(sswseErrRec* err);
 
-/* Is this machine a domain controller? 1, 0, or 3 with WSE-000045. Read once per process. */
+/* Is this machine a domain controller? 1, 0, or 3 with WSE-000045. Read once per process, again after a failure. */
 DWORD WINAPI sswseIsOSWinDC(sswseErrRec* err);
 
 /* ---- account names, SIDs and built-in accounts ------------------------------------------------------------------ */
@@ -107,8 +114,8 @@ enum
 
 /*
  * The SID of an account of this machine, or that this machine can look up.
- *   username  account name, with or without its domain
- *   sid       receives one block of the SID's length; the caller releases it
+ *   username  account name as the machine resolves it: "name", "DOMAIN\name"; ".\name" is not one
+ *   sid       receives one block of the SID's length, NULL on failure; the caller releases it
  * 2; 3 with WSE-000014; 4. When the account vanishes between the size query and the look-up the answer is still 2, with
  * WSE-000014 in the record and a SID that is not valid: who must be sure looks at the record too.
  */
@@ -143,14 +150,15 @@ DWORD WINAPI sswseGetBuiltinAccName(sswseErrRec* err, const char* accname, char*
 /*
  * Is this the name, in whatever spelling the machine resolves, of a built-in service account?
  *   accname  account name (not a keyword); when it is NULL the status is 3
- *   kind     receives SSWSE_BUILTIN_..., else 0
+ *   kind     receives SSWSE_BUILTIN_... with a yes, else 0
  * 1: yes. 3 with an empty record: no. 3 with WSE-000012, WSE-000014, WSE-000038: failure. 4.
  */
 DWORD WINAPI sswseIsNameBuiltinAcc(sswseErrRec* err, const char* accname, DWORD* kind);
 
 /* ---- user accounts ---------------------------------------------------------------------------------------------- */
 
-/* While tracing is on, these functions write the passwords they are given to the trace, readable. */
+/* While tracing is on, these functions write the passwords they are given to the trace, readable, and they stay in the
+ * memory that the trace keeps. */
 
 /*
  * Can this user log on over the network with this password?
@@ -162,10 +170,9 @@ DWORD WINAPI sswseIsNameBuiltinAcc(sswseErrRec* err, const char* accname, DWORD*
 DWORD WINAPI sswseCheckValidUser(sswseErrRec* err, const char* username, const char* passwd);
 
 /*
- * Creates a local user for services: its password never expires and it cannot log on interactively.
- *   username  name without domain
- *   password  NULL for none, where the machine's policy allows it
- * 2; 9 with WSE-000023 when the account exists; 3 with WSE-000024, or, the account having been created and left there,
+ * Creates a local user for services: its password never expires, it cannot change it, and it cannot log on
+ * interactively. username  name without domain password  NULL for none, where the machine's policy allows it 2; 9 with
+ * WSE-000023 when the account exists; 3 with WSE-000024, or, the account having been created and left there,
  * WSE-000014, WSE-000025, WSE-000026; 4, also with WSE-000016 for a name with a backslash.
  */
 DWORD WINAPI sswseCreateKestelSVCUser(sswseErrRec* err, const char* username, const char* password);
@@ -179,6 +186,7 @@ DWORD WINAPI sswseDeleteKestelSVCUser(sswseErrRec* err, const char* username);
 
 /*
  * Does this password meet the machine's policy?
+ *   password  the password
  * 1: yes. 0: no, with WSE-00003 and the policy's verdict (NET_API_STATUS) as the operating system's error. 3 with
  * WSE-000053. 4.
  */
@@ -186,9 +194,9 @@ DWORD WINAPI sswseIsPasswordValid(sswseErrRec* err, const char* password);
 
 /*
  * Is this user a member, directly or through other groups, of the built-in Administrators group of this machine?
- *   username  account name, with or without its domain
+ *   username  account name; one of a domain needs its domain
  * 1; 0; 3 with WSE-000013, WSE-000014, or WSE-000015, also when only the direct groups may be read and Administrators
- * is not among them; 4.
+ * is not among them; 4. A 1 or 0 may come with WSE-000014 when the account vanished during the call.
  */
 DWORD WINAPI sswseIsAdministrator(sswseErrRec* err, const char* username);
 
@@ -196,7 +204,8 @@ DWORD WINAPI sswseIsAdministrator(sswseErrRec* err, const char* username);
  * Is this a managed service account, of the standalone or the group kind?
  *   username  account name
  *   nodename  traced only: this machine is asked
- * 1; 0, also when the system has no such accounts; 3 with an empty record when Logoncli.dll cannot be loaded; 4.
+ * 1; 0, also when the system has no such accounts, or with WSE-00006; 3 with an empty record when Logoncli.dll cannot
+ * be loaded; 4.
  */
 DWORD WINAPI sswseIsManagedSVCAccount(sswseErrRec* err, const char* username, const char* nodename);
 
@@ -205,7 +214,7 @@ DWORD WINAPI sswseIsManagedSVCAccount(sswseErrRec* err, const char* username, co
  *   cUser  "DOMAIN\account"; without a domain the answer is 0
  *   cNode  traced only: this machine is asked
  * 1, also when the system knows the account as a managed one and does not tell its state; 0, also when the system has
- * no such accounts; 3 as from sswseIsManagedSVCAccount; 4.
+ * no such accounts, or with WSE-000045 or WSE-00006; 3 as from sswseIsManagedSVCAccount; 4.
  */
 DWORD WINAPI sswseIsGroupManagedSVCAccount(sswseErrRec* err, const char* cUser, const char* cNode);
 
@@ -242,11 +251,11 @@ DWORD WINAPI sswseRevokePrivilegesFromUser(sswseErrRec* err, const char* usernam
 
 /*
  * Does the user hold these rights on this machine, itself or through its local groups, nested ones included?
- *   username  account name
+ *   username  account name; one of a domain needs its domain
  *   khtype    home type "0", "1" or "2"
  *   missing   receives an array of the names of the rights that are not held, NULL when there are none; the caller
  *             releases it with sswseFreeArrayofStrings
- *   count     receives their number
+ *   count     receives their number, 0 on failure
  * 1: all are held. 0: some are missing. 3 with WSE-000014, WSE-000015, WSE-000025, WSE-000039, WSE-000043. 4. 5 with
  * WSE-00008 for another home type.
  */
@@ -292,17 +301,17 @@ DWORD WINAPI sswseDeleteOSGroup(sswseErrRec* err, const char* groupname, const c
 DWORD WINAPI sswseAddUserToGroup(sswseErrRec* err, const char* username, const char* groupname, const char* nodename);
 
 /*
- * Takes an account out of a local group of the node; arguments as above. A group that is not there is no failure.
+ * Takes an account out of a local group of the node; arguments as above. A group or an account that is not there is no
+ * failure.
  * 2; 3 with WSE-000032; 4.
  */
 DWORD WINAPI sswseRemoveUserFromGroup(sswseErrRec* err, const char* username, const char* groupname,
                                       const char* nodename);
 
 /*
- * Is a user a member of a local group of the node? Decided by SID, so any spelling of the two names that the node
- * resolves will do.
- *   username   account name, with or without its domain
- *   groupname  name of the group
+ * Is a user a member of a local group of the node? Decided by SID.
+ *   username   account name in any spelling that the node resolves; one of a domain needs its domain
+ *   groupname  plain name of the group
  *   directflg  0: membership through other groups counts; else only direct membership
  *   nodename   node that is asked
  * 1; 0, for a built-in service account also when it is a member through another group; 3 with WSE-000014, WSE-000015;
@@ -323,8 +332,9 @@ DWORD WINAPI sswseCheckUserInGroup(sswseErrRec* err, const char* username, const
  * The home key of the library's own home; when there is no key file, the environment variable KESTEL_HOME_KEY.
  *   khkey   the buffer, khkeyl its size in bytes; a key from the file that does not fit is cut
  *   outlen  receives the text's length without terminator; NULL is allowed
- * 2; 3 with WSE-000046, WSE-000047, with WSE-000052 when neither tells the key, with WSE-000033 when the variable's
- * value does not fit, and with an empty record when the key file cannot be read; 4.
+ * 2; 3 with WSE-000046, WSE-000047, with WSE-000052 when the file names no key, or cannot be opened and the variable is
+ * not set, with WSE-000033 when the variable's value does not fit, and with an empty record when the key file cannot be
+ * read; 4.
  */
 DWORD WINAPI sswseGetKestelHomeKey(sswseErrRec* err, char* khkey, size_t khkeyl, size_t* outlen);
 
@@ -340,7 +350,7 @@ DWORD WINAPI sswseGetKestelHomeType(sswseErrRec* err, const char* khomekey, char
                                     size_t* outlen, const char* nodename);
 
 /*
- * Records the type of a home; it is on disk when the function returns.
+ * Records the type of a home; the system is asked to write it to disk before the function returns.
  *   khomekey   home key; the home's registry key must exist
  *   khometype  "0", "1" or "2"
  *   nodename   node whose registry is written
@@ -388,8 +398,9 @@ DWORD WINAPI sswseGetKestelHomeTypeForKHPath(sswseErrRec* err, char* khomepath, 
  *   nodename  node whose registry is written
  *   khomekey  home key; the home's registry key must exist
  * 2, with WSE-000030 in the record when the node could not tell whether the name is a group, which it is then not taken
- * for; 3 with WSE-000010, WSE-000014, WSE-000034, WSE-000044, WSE-000049, WSE-000053 for a home key that is too long,
- * what was written by then staying; 4; 6 with WSE-000012 when `khomekey` is NULL.
+ * for; 3 with WSE-000010, WSE-000014, WSE-000033, WSE-000034, WSE-000038, WSE-000039, WSE-000044, WSE-000049,
+ * WSE-000053 for a home key that is too long, what was written by then staying; 4; 6 with WSE-000012 when `khomekey` is
+ * NULL.
  */
 DWORD WINAPI sswseSetUnameForKhome(sswseErrRec* err, const char* uname, const char* nodename, const char* khomekey);
 
@@ -405,8 +416,9 @@ DWORD WINAPI sswseGetUnameForKhome(sswseErrRec* err, char* uname, size_t unamel,
 
 /*
  * The same for the home at a path.
- * 2; 3 with WSE-000010, WSE-000033, WSE-000044, WSE-000048, and with WSE-000052 when the key file cannot be opened or
- * read; 4; 6 with WSE-000052 when the key file names no key, and with WSE-000012 when `khomepath` is NULL.
+ * 2; 3 with WSE-000010, WSE-000033, WSE-000044, WSE-000048, WSE-000053 for a home key that is too long, and with
+ * WSE-000052 when the key file cannot be opened or read; 4; 6 with WSE-000052 when the key file names no key, and with
+ * WSE-000012 when `khomepath` is NULL.
  */
 DWORD WINAPI sswseGetUnameForKhomePath(sswseErrRec* err, const char* khomepath, char* uname, size_t unamel,
                                        size_t* outlen, const char* nodename);
@@ -434,7 +446,7 @@ DWORD WINAPI sswseIsSvcUserLocalService(sswseErrRec* err, const char* ckhpath, c
 /*
  * Do the home's services run under virtual accounts?
  * 1; 0, also when that is not recorded; 3 with WSE-000010, WSE-000044, WSE-000048, WSE-000053 when the key file cannot
- * be opened or read; 4; 6 with WSE-000052 when the key file names no key.
+ * be opened or read or its home key is too long; 4; 6 with WSE-000052 when the key file names no key.
  */
 DWORD WINAPI sswseIsSvcUserVirtualAccount(sswseErrRec* err, const char* khomepath, const char* nodename);
 

@@ -136,7 +136,9 @@ BOOL WINAPI logonUser(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD type
     Locked world;
     const Node& node = world->local();
     const Account* const account = accountToLogOn(node, user ? user : L"", domain ? domain : L"");
-    if (!account && node.readsMachine && !node.gone.count(std::wstring(L"user ") + (user ? user : L"")))
+    const bool ofDomain = domain && *domain && wcscmp(domain, L".") != 0 && !sameName(domain, accountDomain(node));
+    const bool deleted = !ofDomain && node.gone.count(std::wstring(L"user ") + (user ? user : L""));
+    if (!account && node.readsMachine && !deleted)
         return LogonUserW(user, domain, password, type, provider, token);
     if (const DWORD error = logonError(node, account, password, type))
         return failWith(error);

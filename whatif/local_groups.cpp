@@ -161,7 +161,8 @@ void leaveGroups(World& world, Node& node, const std::wstring& sid)
 
 bool isAccountName(const wchar_t* name, size_t longest)
 {
-    if (!name || !*name || wcslen(name) > longest || name[wcsspn(name, L". ")] == L'\0')
+    if (!name || !*name || wcslen(name) > longest || name[wcsspn(name, L". ")] == L'\0' ||
+        name[wcslen(name) - 1] == L'.')
         return false;
     const std::wstring text = name;
     return text.find_first_of(L"\"/\\[]:;|=,+*?<>") == std::wstring::npos &&

@@ -2,6 +2,7 @@
 #include "whatif/active.h"
 #include "whatif/guarded.h"
 #include "whatif/local_groups.h"
+#include "whatif/names.h"
 #include "whatif/packed.h"
 #include "whatif/sids.h"
 
@@ -158,8 +159,10 @@ NET_API_STATUS WINAPI userGetLocalGroups(LPCWSTR server, LPCWSTR name, DWORD lev
     Node* const node = world->find(server);
     if (!node)
         return ERROR_BAD_NETPATH;
-    // Services and other well-known identities are found like users; groups are not.
-    const auto account = resolve(*node, name);
+    // A bare name is looked for on the server alone, not in its domain. That services and other well-known identities
+    // are found like users is an assumption, groups are not.
+    const bool bare = !wcspbrk(name, L"\\@");
+    const auto account = resolve(*node, bare ? accountDomain(*node) + L"\\" + name : std::wstring(name));
     if (!account || (account->use != SidTypeUser && account->use != SidTypeWellKnownGroup))
         return NERR_UserNotFound;
     const std::vector<std::wstring> groups = groupsOf(*node, account->sid, (flags & LG_INCLUDE_INDIRECT) != 0);

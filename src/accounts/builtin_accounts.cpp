@@ -28,11 +28,11 @@ DWORD WINAPI sswseGetBuiltinAccName(sswseErrRec* err, const char* accname, char*
     return sswseRunFramed(err, __func__, sswseArgs("ilen=%Iu", ilen), [&](const sswseCall& call) -> DWORD {
         if (!accname)
             return sswseBadArgument(call, "account name");
-        if (!buf)
-            return sswseBadArgument(call, "buf");
         const sswseBuiltinAccount* const account = sswseFindBuiltinKeyword(accname);
         if (!account)
             return SSWSE_FAILURE; // no keyword: told from a failure by the empty record
+        if (!buf && ilen)
+            return sswseBadArgument(call, "buf");
         owned::Local<void> sid;
         if (sswseSidFromString(call, account->sid, sid) != SSWSE_SUCCESS ||
             sswseRequireValidSid(call, sid.get()) != SSWSE_SUCCESS)
@@ -47,11 +47,12 @@ DWORD WINAPI sswseGetBuiltinAccName(sswseErrRec* err, const char* accname, char*
 DWORD WINAPI sswseIsNameBuiltinAcc(sswseErrRec* err, const char* accname, DWORD* kind)
 {
     return sswseRunFramed(err, __func__, sswseArgs("accname=%s", accname), [&](const sswseCall& call) -> DWORD {
+        if (kind)
+            *kind = 0;
         if (!accname)
             return sswseBadArgument(call, "account name", SSWSE_FAILURE);
         if (!kind)
             return sswseBadArgument(call, "kind");
-        *kind = 0;
         PSID converted = nullptr;
         if (sswseConvertUnameToSID(call.rec, accname, &converted) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
