@@ -28,7 +28,7 @@ void addAccount(whatif::Node& node, const wchar_t* name, const std::wstring& sid
 
 } // namespace
 
-NodeTest::NodeTest() : interception_(library.module(), planLength)
+NodeTest::NodeTest() : interception(library.module(), planLength)
 {
     current = &world;
     addAccount(local, L"svc", svc);
@@ -52,9 +52,9 @@ void NodeTest::expectNodeCases(const std::vector<NodeCase>& cases)
             osError = rec->oserror;
             return status;
         };
-        interception_.start(row.fault);
+        interception.start(row.fault);
         expectCases({{row.what, call, row.status, row.message}});
-        interception_.finish();
+        interception.finish();
         EXPECT_EQ(osError, row.osError ? std::to_string(row.osError) : "");
         Lines changes;
         for (const whatif::Change& change : world.plan()) {

@@ -75,7 +75,9 @@ protected:
 
 private:
     whatif::Redirection redirection_{library.module(), world};
-    intercept::Interception interception_;
+
+protected:
+    intercept::Interception interception;
 };
 
 // EXPORT(sswseCreateOSGroup)(rec, ...)

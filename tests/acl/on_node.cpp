@@ -1,0 +1,126 @@
+#include "tests/acl/on_node.h"
+
+#include "whatif/descriptors.h"
+#include "whatif/registry.h"
+
+namespace acl {
+
+namespace {
+
+constexpr wchar_t anyLength[] = L"\\\\?\\";
+
+constexpr const wchar_t* groups[][2] = {{L"KES_MESH_LISTENERS", L"mesh"},
+                                        {L"KES_CLX_USERS", L"clx"},
+                                        {L"KES_VLMADMIN", L"vlm"},
+                                        {L"KES_DBSVCACCTS", L"dbs"}};
+
+std::string narrow(const std::wstring& text)
+{
+    return {text.begin(), text.end()};
+}
+
+// A program of the host, which Wine starts like its own but does not wait for.
+void runOnHost(const std::wstring& program, const std::wstring& arguments, const std::wstring& path, bool isToBe)
+{
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    const std::wstring folder = path.substr(0, path.rfind(L'\\'));
+    std::wstring command = program + arguments + path.substr(path.rfind(L'\\') + 1);
+    EXPECT_TRUE(CreateProcessW((L"Z:\\bin\\" + program).c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                               folder.c_str(), &startup, &process));
+    const auto is = [&] { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; };
+    for (int i = 0; i < 1000 && is() != isToBe; ++i)
+        Sleep(10);
+    EXPECT_EQ(is(), isToBe);
+}
+
+} // namespace
+
+OnNode::OnNode()
+{
+    // A tree takes more blocks than there are guarded ones.
+    library.redirect("malloc", &malloc);
+    library.redirect("calloc", &calloc);
+    library.redirect("free", &free);
+    for (whatif::Node* const node : {&local, &remote}) {
+        const std::wstring number = node == &remote ? L"2" : L"";
+        sids_[L"svc" + number] = node == &remote ? remoteSvc : svc;
+        for (const auto& [name, shortName] : groups)
+            sids_[shortName + number] = addGroup(*node, name).sid;
+        node->drives[L"C"] = root;
+        world.registry().createKey(*node, L"SOFTWARE\\Kestel");
+    }
+}
+
+OnNode::~OnNode()
+{
+    for (const std::wstring& link : links_)
+        runOnHost(L"rm", L" ", link, false);
+    for (auto path = made_.rbegin(); path != made_.rend(); ++path)
+        EXPECT_TRUE(DeleteFileW((anyLength + *path).c_str()) || RemoveDirectoryW((anyLength + *path).c_str()));
+}
+
+std::wstring OnNode::sddl(std::wstring text) const
+{
+    for (const auto& [name, sid] : sids_) {
+        const std::wstring entry = L";;;" + name + L')';
+        for (size_t at = text.find(entry); at != std::wstring::npos; at = text.find(entry))
+            text.replace(at, entry.size(), L";;;" + sid + L')');
+    }
+    return whatif::textOf(whatif::securityOf(text));
+}
+
+std::wstring OnNode::make(const std::wstring& name)
+{
+    const bool isDirectory = name.back() == L'\\';
+    const std::wstring path = root + L'\\' + name.substr(0, name.size() - isDirectory);
+    if (isDirectory)
+        EXPECT_TRUE(CreateDirectoryW((anyLength + path).c_str(), nullptr));
+    else
+        EXPECT_TRUE(
+            CloseHandle(CreateFileW((anyLength + path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr)));
+    made_.push_back(path);
+    return path;
+}
+
+void OnNode::makeLink(const std::wstring& name)
+{
+    links_.push_back(root + L'\\' + name);
+    runOnHost(L"ln", L" -s . ", links_.back(), true);
+}
+
+void OnNode::describe(const Objects& security)
+{
+    local.security.clear();
+    local.securityBefore.clear();
+    for (const auto& [name, text] : security)
+        local.security[L"file " + root + (name.empty() ? L"" : L'\\' + name)] = sddl(text);
+}
+
+DWORD OnNode::add(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users, int ptype,
+                  bool inheritable)
+{
+    std::vector<char*> names;
+    for (const char* const user : users)
+        names.push_back(const_cast<char*>(user));
+    return EXPORT(sswseAddACLOnObjectForUser)(&rec, wtype, narrow(path).c_str(), names.data(),
+                                              static_cast<int>(names.size()), ptype, inheritable ? 0x80 : 0);
+}
+
+legacy::Result OnNode::applyLegacy(const std::wstring& path, DWORD isAdmin, bool second)
+{
+    return legacy::call(narrow(path), isAdmin, second ? EXPORT(setPermissions2) : EXPORT(setPermissions));
+}
+
+Objects OnNode::written()
+{
+    const size_t prefix = (L"file " + root + L'\\').size();
+    Objects objects;
+    for (const whatif::Change& change : world.plan())
+        EXPECT_TRUE(objects.emplace(change.object.substr(std::min(prefix, change.object.size())), change.after).second);
+    world.clearPlan();
+    return objects;
+}
+
+} // namespace acl
