@@ -11,9 +11,10 @@ namespace fs = std::filesystem;
 ScratchDirectory::ScratchDirectory()
 {
     static int made = 0;
-    path_ = fs::temp_directory_path() /
-            ("keswsec-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++made));
-    fs::create_directories(path_);
+    do // what a run that did not come to its end has left is passed over
+        path_ = fs::temp_directory_path() /
+                ("keswsec-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++made));
+    while (!fs::create_directories(path_));
 }
 
 ScratchDirectory::~ScratchDirectory()
