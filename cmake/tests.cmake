@@ -12,6 +12,11 @@ target_compile_options(keswsec_tests PRIVATE ${KESWSEC_WARNINGS} -O0) # built of
 target_compile_definitions(keswsec_tests PRIVATE KESWSEC_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
 target_link_options(keswsec_tests PRIVATE -static)
 add_dependencies(keswsec_tests keswsec keswsec_cli keswsec_messages)
+set_target_properties(keswsec_tests PROPERTIES CROSSCOMPILING_EMULATOR /usr/bin/wine)
+# Two processes, not one for each test: a cold one costs Wine a second or two.
+add_test(NAME tests COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=-FaultRuns*)
+add_test(NAME fault-runs COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=FaultRuns*)
+set_tests_properties(tests fault-runs PROPERTIES TIMEOUT 280)
 
 # The library once more, with traps for undefined behaviour, for the runs in which everything is made to fail.
 add_library(keswsec_checked_objects OBJECT ${LIBRARY_SOURCES})
