@@ -1,3 +1,4 @@
+#include "tests/support/scratch_directory.h"
 #include "whatif/names.h"
 #include "whatif/registry.h"
 #include "whatif/whatif.h"
@@ -5,179 +6,147 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
-#include <sstream>
+#include <tuple>
 
 namespace {
 
 using namespace whatif;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Pair;
 
 class Description : public testing::Test
 {
 protected:
-    std::filesystem::path file(const char* name, const std::string& text) const
+    // Gives its contents.
+    std::string saved(const World& world, const char* name) const
     {
-        std::ofstream(directory_ / name, std::ios::binary) << text;
-        return directory_ / name;
+        world.save(scratch_.path() / name);
+        std::ifstream stream(scratch_.path() / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
     }
 
-    static std::string contentsOf(const std::filesystem::path& path)
+    void load(World& world, const char* name, const std::string& text) const
     {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
+        std::ofstream(scratch_.path() / name, std::ios::binary) << text;
+        world.load(scratch_.path() / name);
     }
-
-    std::filesystem::path saved(const World& world, const char* name) const
-    {
-        world.save(directory_ / name);
-        return directory_ / name;
-    }
-
-    Description() { std::filesystem::create_directories(directory_); }
-    ~Description() override { std::filesystem::remove_all(directory_); }
 
 private:
-    std::filesystem::path directory_ =
-        std::filesystem::temp_directory_path() / ("keswsec-description-" + std::to_string(GetCurrentProcessId()));
+    const support::ScratchDirectory scratch_;
 };
 
-constexpr char small[] = R"([node]
+// What the platform would trim or take for syntax is escaped, and so are characters outside the ANSI code page.
+constexpr char text[] = R"([node]
 name=SERVER1
 version=6.1
 product=workstation
 domain=CORP
+missing=Logoncli.dll
+minimum password length=8
 [members]
 KES_DBA=svc, CORP\gmsa$, NT SERVICE\KestelDB, S-1-5-21-9-9-9-500
 Administrators=svc
 [service KestelDB]
 binary path="C:\kestel\bin\kestel.exe" h1
-dependencies=RpcSs, +TDI
+dependencies=RpcSs, +TDI, a%2Cb
+sid type=1
+security=D:(A;;CC;;;BA)
+[service odd ]%3Dname]
 [groups]
-KES_DBA=Administrators of the database
+KES_DBA='quoted'
+%5BKES%5D=
 [users]
-svc=Secret 1
+svc=%20"a%2541=;"%20
+%3Bx%3D=
 [domain accounts]
 CORP\gmsa$=
+CORP\Ops=
+[account kinds]
+CORP\Ops=group
+[account flags]
+svc=0x10040
 [managed accounts]
 CORP\gmsa$=5
+[member of]
+CORP\gmsa$=CORP\Ops
 [rights]
 SeServiceLogonRight=svc
+SeBatchLogonRight=
+[security]
+file C:\a%3Db=D:P(A;;FA;;;SY)
+[drives]
+C=Z:\tmp
 [registry SOFTWARE\Kestel\KEY_h1]
 KESTEL_HOME_TYPE=1
 KESTEL_SVCUSER_TYPE=%20
 @=expand:%SystemRoot%
+a%3Db%20=hex(3):00,ff
+[registry SOFTWARE\Kestel\empty]]
 )";
-
-TEST_F(Description, SaysWhatTheNodeIs)
+void expectDescribed(World& world)
 {
-    World world(Base::described);
-    world.load(file("small.ini", small));
     const Node& node = world.local();
-    EXPECT_EQ(node.major, 6u);
-    EXPECT_EQ(node.minor, 1u);
-    EXPECT_EQ(node.productType, VER_NT_WORKSTATION);
-    ASSERT_TRUE(resolve(node, L"SERVER1\\svc"));
-    const std::wstring svc = resolve(node, L"SERVER1\\svc")->sid;
-    const Group& group = node.groups.back();
-    EXPECT_EQ(group.comment, L"Administrators of the database");
-    ASSERT_EQ(group.members.size(), 4u);
-    EXPECT_EQ(group.members[0], svc);
-    EXPECT_EQ(printableName(node, group.members[1]), L"CORP\\gmsa$");
-    EXPECT_EQ(printableName(node, group.members[2]), L"NT SERVICE\\KestelDB");
-    EXPECT_EQ(group.members[3], L"S-1-5-21-9-9-9-500");
-    EXPECT_EQ(node.groups.front().members, std::vector<std::wstring>{svc}); // what is said of a standard group holds
-    EXPECT_EQ(node.rights.at(L"SeServiceLogonRight"), std::vector<std::wstring>{svc});
-    EXPECT_EQ(node.services.at(0).binaryPath, L"\"C:\\kestel\\bin\\kestel.exe\" h1");
-    EXPECT_EQ(node.services.at(0).account, L"LocalSystem");
-    EXPECT_EQ(node.services.at(0).dependencies, (std::vector<std::wstring>{L"RpcSs", L"+TDI"}));
-    const wchar_t* const home = L"SOFTWARE\\Kestel\\KEY_h1";
-    EXPECT_EQ(world.registry().value(node, home, L"KESTEL_HOME_TYPE"), registryText(L"1"));
-    EXPECT_EQ(world.registry().value(node, home, L"KESTEL_SVCUSER_TYPE"), registryText(L" "));
-    EXPECT_EQ(world.registry().value(node, home, L""), registryText(L"%SystemRoot%", REG_EXPAND_SZ));
+    EXPECT_EQ(std::tuple(node.major, node.minor, node.productType), std::tuple(6u, 1u, BYTE{VER_NT_WORKSTATION}));
+    EXPECT_EQ(std::tuple(node.name, node.domain), std::tuple(L"SERVER1", L"CORP"));
+    EXPECT_EQ(node.missing.count(L"logoncli.dll"), 1u);
+    EXPECT_EQ(node.minimumPasswordLength, 8u);
+    std::map<std::wstring, const Account*> accounts;
+    for (const Account& account : node.accounts)
+        accounts[account.name] = &account;
+    ASSERT_TRUE(accounts[L"svc"] && accounts[L";x="] && accounts[L"gmsa$"] && accounts[L"Ops"]);
+    const Account& svc = *accounts[L"svc"];
+    const Account& managed = *accounts[L"gmsa$"];
+    EXPECT_EQ(std::tuple(svc.domain, svc.password, svc.flags), std::tuple(L"", L" \"a%41=;\" ", 0x10040u));
+    EXPECT_EQ(std::tuple(managed.domain, managed.managed, managed.managedState), std::tuple(L"CORP", true, 5u));
+    EXPECT_EQ(accounts[L"Ops"]->use, SidTypeGroup);
+    EXPECT_THAT(managed.memberOf, ElementsAre(accounts[L"Ops"]->sid));
+
+    std::map<std::wstring, const Group*> groups;
+    for (const Group& group : node.groups)
+        groups[group.name] = &group;
+    ASSERT_TRUE(groups[L"KES_DBA"] && groups[L"[KES]"]);
+    EXPECT_EQ(std::tuple(groups[L"KES_DBA"]->comment, groups[L"[KES]"]->comment), std::tuple(L"'quoted'", L"\x4E2D"));
+    std::vector<std::wstring> members;
+    for (const std::wstring& sid : groups[L"KES_DBA"]->members)
+        members.push_back(printableName(node, sid));
+    EXPECT_THAT(members, ElementsAre(L"SERVER1\\svc", L"CORP\\gmsa$", L"NT SERVICE\\KestelDB", L"S-1-5-21-9-9-9-500"));
+    EXPECT_THAT(groups[L"Administrators"]->members, ElementsAre(svc.sid)); // what is said of a standard group holds
+    EXPECT_THAT(node.rights.at(L"SeServiceLogonRight"), ElementsAre(svc.sid));
+    EXPECT_THAT(node.rights.at(L"SeBatchLogonRight"), ElementsAre());
+    EXPECT_EQ(node.security.at(L"file C:\\a=b"), L"D:P(A;;FA;;;SY)");
+    EXPECT_EQ(node.drives.at(L"C"), L"Z:\\tmp");
+
+    const Service& service = node.services.at(0);
+    EXPECT_EQ(std::tuple(service.binaryPath, service.account, service.sidType, service.security),
+              std::tuple(L"\"C:\\kestel\\bin\\kestel.exe\" h1", L"LocalSystem", 1u, L"D:(A;;CC;;;BA)"));
+    EXPECT_THAT(service.dependencies, ElementsAre(L"RpcSs", L"+TDI", L"a,b"));
+    EXPECT_EQ(node.services.at(1).name, L"odd ]=name");
+    const auto values = world.registry().values(node, L"SOFTWARE\\Kestel\\KEY_h1");
+    EXPECT_THAT(values, ElementsAre(Pair(L"", registryText(L"%SystemRoot%", REG_EXPAND_SZ)),
+                                    Pair(L"a=b ", RegistryValue{REG_BINARY, {0, 255}}),
+                                    Pair(L"KESTEL_HOME_TYPE", registryText(L"1")),
+                                    Pair(L"KESTEL_SVCUSER_TYPE", registryText(L" "))));
+    EXPECT_TRUE(world.registry().hasKey(node, L"SOFTWARE\\Kestel\\empty]"));
 }
 
-// Everything at its most awkward: names that look like syntax, texts that the platform would trim, characters outside
-// the ANSI code page.
-void makeAwkward(World& world)
-{
-    Node& node = world.local();
-    node.name = L"SRV-\x4E2D";
-    node.domain = L"CORP";
-    node.minimumPasswordLength = 8;
-    node.missing = {L"Logoncli.dll"};
-    Account account;
-    account.name = L";svc=";
-    account.domain = L"CORP";
-    account.sid = L"S-1-5-21-7-8-9-1104";
-    account.password = L" \"a%41=;\" ";
-    account.flags = 0x10040;
-    account.managed = true;
-    account.memberOf = {L"S-1-5-21-7-8-9-1105"};
-    Account group = Account();
-    group.name = L"Ops";
-    group.domain = L"CORP";
-    group.sid = L"S-1-5-21-7-8-9-1105";
-    group.use = SidTypeGroup;
-    node.accounts.insert(node.accounts.end(), {account, group});
-    node.groups.push_back({L"[KES]", L"'quoted'", newSid(node), {account.sid, group.sid, L"S-1-5-80-1-2-3-4-5"}});
-    node.rights[L"SeBatchLogonRight"] = {};
-    Service& service = node.services.emplace_back();
-    service.name = L"odd ]=name";
-    service.account = L".\\svc";
-    service.binaryPath = L"\"C:\\a b\\x.exe\"";
-    service.dependencies = {L"a,b", L" c"};
-    service.sidType = SERVICE_SID_TYPE_UNRESTRICTED;
-    service.security = L"D:(A;;CCLCSWRPLO;;;BA)";
-    node.security[L"file C:\\a=b"] = L"D:P(A;;FA;;;SY)";
-    node.drives[L"C"] = L"Z:\\tmp";
-    Registry& registry = world.registry();
-    registry.createKey(node, L"SOFTWARE\\Kestel\\empty]");
-    registry.setValue(node, L"SOFTWARE\\Kestel", L"@", registryText(L"at"));
-    registry.setValue(node, L"SOFTWARE\\Kestel", L"", registryText(L" "));
-    registry.setValue(node, L"SOFTWARE\\Kestel", L"a=b ", {REG_BINARY, {0, 255}});
-}
-
-TEST_F(Description, SurvivesBeingSavedAndRead)
+TEST_F(Description, SaysWhatTheNodeIsAndSurvivesBeingSaved)
 {
     World world(Base::described);
-    makeAwkward(world);
-    const auto first = saved(world, "first.ini");
+    load(world, "first.ini", text);
+    world.local().groups.back().comment = L"\x4E2D"; // makes the file UTF-16
+    expectDescribed(world);
+    const std::string first = saved(world, "second.ini");
     World again(Base::described);
-    again.load(first);
-    EXPECT_TRUE(contentsOf(first) == contentsOf(saved(again, "second.ini")));
-
-    const Node& before = world.local();
-    const Node& after = again.local();
-    const size_t last = before.accounts.size() - 2;
-    EXPECT_EQ(after.name, before.name);
-    EXPECT_EQ(after.nextRid, before.nextRid);
-    EXPECT_EQ(after.missing, before.missing);
-    EXPECT_EQ(after.rights, before.rights);
-    EXPECT_EQ(after.security, before.security);
-    ASSERT_EQ(after.accounts.size(), before.accounts.size());
-    EXPECT_EQ(after.accounts[last].name, before.accounts[last].name);
-    EXPECT_EQ(after.accounts[last].password, before.accounts[last].password);
-    EXPECT_EQ(after.accounts[last].memberOf, before.accounts[last].memberOf);
-    EXPECT_EQ(after.accounts[last + 1].use, SidTypeGroup);
-    EXPECT_EQ(after.groups.back().name, before.groups.back().name);
-    EXPECT_EQ(after.groups.back().comment, before.groups.back().comment);
-    EXPECT_EQ(after.groups.back().members, before.groups.back().members);
-    EXPECT_EQ(after.services.at(0).name, before.services.at(0).name);
-    EXPECT_EQ(after.services.at(0).binaryPath, before.services.at(0).binaryPath);
-    EXPECT_EQ(after.services.at(0).dependencies, before.services.at(0).dependencies);
-    EXPECT_EQ(again.registry().values(after, L"SOFTWARE\\Kestel"),
-              world.registry().values(before, L"SOFTWARE\\Kestel"));
-    EXPECT_TRUE(again.registry().hasKey(after, L"SOFTWARE\\Kestel\\empty]"));
+    load(again, "second.ini", first);
+    expectDescribed(again);
+    EXPECT_EQ(again.local().nextRid, world.local().nextRid);
+    EXPECT_TRUE(saved(again, "third.ini") == first);
 }
 
 TEST_F(Description, ErrorsNameFileSectionAndKey)
 {
-    const struct
-    {
-        const char* text;
-        const char* message;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"[node]\nversion=10.0\n", "[node] has no name"},
         {"[node]\nname=S\nnmae=S\n", "[node] nmae: is no key"},
         {"[node]\nname=S\nproduct=mainframe\n", "[node] product: \"mainframe\" is none of"},
@@ -188,13 +157,13 @@ TEST_F(Description, ErrorsNameFileSectionAndKey)
         {"[node]\nname=S\n[registry A]\nv=dword:x\n", "[registry A] v: not a registry value"},
         {"[node]\nname=S\n[grups]\nG=\n", "[grups] is no section"},
     };
-    for (const auto& row : cases) {
+    for (const auto& [wrong, message] : cases) {
         World world(Base::described);
         try {
-            world.load(file("wrong.ini", row.text));
-            ADD_FAILURE() << "no error: " << row.message;
+            load(world, "wrong.ini", wrong);
+            ADD_FAILURE() << "no error: " << message;
         } catch (const std::runtime_error& error) {
-            EXPECT_THAT(error.what(), HasSubstr(std::string("wrong.ini: ") + row.message));
+            EXPECT_THAT(error.what(), HasSubstr(std::string("wrong.ini: ") + message));
         }
     }
     EXPECT_THROW(World(Base::described).load("no-such-file.ini"), std::runtime_error);

@@ -15,6 +15,8 @@ namespace replaced {
 class WhatIf : public testing::Test
 {
 protected:
+    explicit WhatIf(whatif::Base base = whatif::Base::described) : world(base) {}
+
     template <class Function>
     static Function* at(Function&, const char* name)
     {
@@ -23,6 +25,9 @@ protected:
                 return reinterpret_cast<Function*>(replacement.function);
         return nullptr;
     }
+
+    // Of the call that has just answered; of the type that the platform gives its codes.
+    static long errorOf(bool done) { return done ? ERROR_SUCCESS : static_cast<long>(GetLastError()); }
 
     // The lines of the plan since the last call.
     std::vector<std::wstring> plan()
@@ -34,13 +39,14 @@ protected:
         return lines;
     }
 
-    whatif::World world{whatif::Base::described};
-    whatif::Node& node = world.local(); // "NODE"
+    whatif::World world;
+    whatif::Node& node = world.local(); // "NODE" where it is described
     HMODULE library = LoadLibraryW(L"keswsec19.dll");
     std::optional<whatif::Redirection> redirection{std::in_place, library, world};
 };
 
-// CALL(NetLocalGroupDel)(nullptr, L"x")
+// CALL(NetLocalGroupDel)(nullptr, L"x"), EXPORT(sswseTraceOff)(&rec)
 #define CALL(name) at(name, #name)
+#define EXPORT(name) reinterpret_cast<decltype(&::name)>(reinterpret_cast<void*>(GetProcAddress(library, #name)))
 
 } // namespace replaced
