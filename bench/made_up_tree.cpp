@@ -1,0 +1,127 @@
+#include "bench/made_up_tree.h"
+
+#include "whatif/descriptors.h"
+
+#include <cstring>
+#include <utility>
+
+namespace bench {
+
+namespace {
+
+size_t directoriesOfRoot;
+size_t writes;
+
+struct Listing
+{
+    bool ofRoot;
+    size_t next; // 0 and 1 are "." and ".."
+};
+
+const std::vector<BYTE>& descriptor()
+{
+    static const std::vector<BYTE> bytes =
+        whatif::selfRelative(whatif::securityOf(std::wstring(treeSecurity)), DACL_SECURITY_INFORMATION);
+    return bytes;
+}
+
+// A letter and six digits; directories begin with "d".
+void writeName(wchar_t* name, wchar_t letter, size_t number)
+{
+    *name = letter;
+    for (int digit = 6; digit > 0; --digit, number /= 10)
+        name[digit] = static_cast<wchar_t>(L'0' + number % 10);
+    name[7] = L'\0';
+}
+
+bool isDirectory(const wchar_t* path)
+{
+    const wchar_t* const name = wcsrchr(path, L'\\') + 1;
+    return *name == L'd' || wcscmp(path, treeRoot) == 0;
+}
+
+DWORD WINAPI getFileAttributes(LPCWSTR path)
+{
+    return isDirectory(path) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
+}
+
+BOOL WINAPI findNextFile(HANDLE handle, LPWIN32_FIND_DATAW entry)
+{
+    auto* const listing = static_cast<Listing*>(handle);
+    const size_t number = listing->next++;
+    if (number >= 2 + (listing->ofRoot ? directoriesOfRoot : filesPerDirectory)) {
+        SetLastError(ERROR_NO_MORE_FILES);
+        return FALSE;
+    }
+    entry->dwFileAttributes = listing->ofRoot || number < 2 ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
+    if (number < 2)
+        wcscpy(entry->cFileName, number ? L".." : L".");
+    else
+        writeName(entry->cFileName, listing->ofRoot ? L'd' : L'f', number);
+    return TRUE;
+}
+
+HANDLE WINAPI findFirstFile(LPCWSTR pattern, LPWIN32_FIND_DATAW entry)
+{
+    static Listing listings[2]; // as deep as the tree
+    const bool ofRoot = wcslen(pattern) == wcslen(treeRoot) + 2;
+    Listing& listing = listings[ofRoot];
+    listing = {ofRoot, 0};
+    findNextFile(&listing, entry);
+    return &listing;
+}
+
+BOOL WINAPI findClose(HANDLE)
+{
+    return TRUE;
+}
+
+BOOL WINAPI getFileSecurity(LPCWSTR, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, LPDWORD needed)
+{
+    *needed = static_cast<DWORD>(descriptor().size());
+    if (size < *needed) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return FALSE;
+    }
+    memcpy(buffer, descriptor().data(), *needed);
+    return TRUE;
+}
+
+BOOL WINAPI setFileSecurity(LPCWSTR, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR)
+{
+    ++writes;
+    return TRUE;
+}
+
+template <class Function>
+void* address(Function* function)
+{
+    return reinterpret_cast<void*>(function);
+}
+
+} // namespace
+
+void growTree(size_t directories)
+{
+    directoriesOfRoot = directories;
+}
+
+std::vector<whatif::Replacement> treeFunctions()
+{
+    return {{"GetFileAttributesW", address(getFileAttributes)},
+            {"FindFirstFileW", address(findFirstFile)},
+            {"FindNextFileW", address(findNextFile)},
+            {"FindClose", address(findClose)}};
+}
+
+std::vector<whatif::Replacement> securityFunctions()
+{
+    return {{"GetFileSecurityW", address(getFileSecurity)}, {"SetFileSecurityW", address(setFileSecurity)}};
+}
+
+size_t takeWriteCount()
+{
+    return std::exchange(writes, 0);
+}
+
+} // namespace bench

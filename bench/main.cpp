@@ -1,0 +1,167 @@
+// What the library costs when it secures a tree: its time for an object beside that of a bare loop of the same platform
+// calls, the best of some rounds, and the memory of both. On a made-up node, where the difference is the library's own;
+// and on a what-if node over the same made-up tree, where it is seen beside what the node does.
+#include "bench/bare_loop.h"
+#include "bench/made_up_tree.h"
+#include "keswsec.h"
+#include "whatif/descriptors.h"
+#include "whatif/whatif.h"
+
+#include <psapi.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <stdexcept>
+
+namespace {
+
+using namespace bench;
+
+constexpr wchar_t newSecurity[] = L"D:(A;OICI;GA;;;BA)(A;OICI;GA;;;SY)(A;OICI;GA;;;WD)"; // of permission type 1
+constexpr size_t objectsPerDirectory = filesPerDirectory + 1;
+
+double microseconds()
+{
+    LARGE_INTEGER frequency;
+    LARGE_INTEGER now;
+    QueryPerformanceFrequency(&frequency);
+    QueryPerformanceCounter(&now);
+    return 1e6 * static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
+
+double peakMegabytes()
+{
+    PROCESS_MEMORY_COUNTERS counters = {};
+    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return static_cast<double>(counters.PeakWorkingSetSize) / (1 << 20);
+}
+
+struct Result
+{
+    double time = 0;   // of the best round
+    double memory = 0; // of the process until the end of the first round
+
+    void add(double roundTime)
+    {
+        time = memory > 0 ? std::min(time, roundTime) : roundTime;
+        memory = memory > 0 ? memory : peakMegabytes();
+    }
+};
+
+void secureBare(const Platform& platform)
+{
+    whatif::Security security = whatif::securityOf(std::wstring(newSecurity));
+    secureTree(platform, treeRoot, reinterpret_cast<PACL>(security.dacl.data()));
+}
+
+class Bench
+{
+public:
+    Bench() : own_(GetModuleHandleW(nullptr)), library_(LoadLibraryW(L"keswsec19.dll"))
+    {
+        if (!library_)
+            throw std::runtime_error("keswsec19.dll is not beside this program");
+        imports_.emplace(library_);
+        for (const whatif::Replacement& row : treeFunctions()) {
+            own_.redirect(row.name, row.function); // for the node, which is linked into this program
+            imports_->redirect(row.name, row.function);
+        }
+    }
+
+    void run(bool onWhatIfNode, size_t directories, int rounds)
+    {
+        growTree(directories);
+        Result bare;
+        Result library;
+        for (int round = 0; round < rounds; ++round) {
+            bare.add(timeOf(onWhatIfNode, directories, secureBare));
+            library.add(timeOf(onWhatIfNode, directories, [this](const Platform&) { secure(); }));
+        }
+        const auto objects = static_cast<double>(directories * objectsPerDirectory + 1);
+        printf("%-10s%10.0f%14.2f%10.2f%14.1f%10.1f\n", onWhatIfNode ? "what-if" : "made up", objects,
+               bare.time / objects, library.time / objects, bare.memory, library.memory);
+        fflush(stdout);
+    }
+
+private:
+    template <class Work>
+    double timeOf(bool onWhatIfNode, size_t directories, Work work)
+    {
+        std::vector<whatif::Replacement> functions = treeFunctions();
+        std::optional<whatif::World> world;
+        std::optional<whatif::Redirection> redirection;
+        if (onWhatIfNode) {
+            world.emplace(whatif::Base::described);
+            world->local().security[std::wstring(L"file ") + treeRoot] = treeSecurity;
+            redirection.emplace(library_, *world);
+            for (const auto& table : {whatif::fileReplacements(), whatif::securityReplacements()})
+                functions.insert(functions.begin(), table.begin(), table.end());
+        } else {
+            for (const whatif::Replacement& row : securityFunctions()) {
+                imports_->redirect(row.name, row.function);
+                functions.push_back(row);
+            }
+        }
+        const Platform platform = platformOf(functions);
+        takeWriteCount();
+        const double start = microseconds();
+        work(platform);
+        const double time = microseconds() - start;
+        if ((world ? world->plan().size() : takeWriteCount()) != directories * objectsPerDirectory + 1)
+            throw std::runtime_error("not every object has been written");
+        return time;
+    }
+
+    static Platform platformOf(const std::vector<whatif::Replacement>& functions)
+    {
+        Platform platform = {};
+        const auto take = [&](auto& member, const char* name) {
+            const auto row = std::find_if(functions.begin(), functions.end(),
+                                          [name](const auto& one) { return strcmp(one.name, name) == 0; });
+            member = reinterpret_cast<std::decay_t<decltype(member)>>(row->function);
+        };
+        take(platform.getFileAttributes, "GetFileAttributesW");
+        take(platform.findFirstFile, "FindFirstFileW");
+        take(platform.findNextFile, "FindNextFileW");
+        take(platform.findClose, "FindClose");
+        take(platform.getFileSecurity, "GetFileSecurityW");
+        take(platform.setFileSecurity, "SetFileSecurityW");
+        return platform;
+    }
+
+    void secure() const
+    {
+        const auto add = reinterpret_cast<decltype(&sswseAddACLOnObjectForUser)>(
+            reinterpret_cast<void*>(GetProcAddress(library_, "sswseAddACLOnObjectForUser")));
+        char path[] = "C:\\home";
+        char everyone[] = "Everyone";
+        char* users[] = {everyone};
+        sswseErrRec rec = {};
+        if (add(&rec, 1, path, users, 1, 1, 1) != SSWSE_SUCCESS || rec.message[0])
+            throw std::runtime_error(rec.message);
+    }
+
+    whatif::Imports own_;
+    HMODULE library_;
+    std::optional<whatif::Imports> imports_;
+};
+
+} // namespace
+
+int main()
+{
+    try {
+        Bench bench;
+        puts("                      microseconds an object    peak memory so far, MB\n"
+             "node         objects     bare loop   library     bare loop   library");
+        for (const bool onWhatIfNode : {false, true})
+            for (const size_t directories : {100, 1000})
+                bench.run(onWhatIfNode, directories, onWhatIfNode ? 2 : 9);
+        return 0;
+    } catch (const std::exception& error) {
+        fprintf(stderr, "keswsec_bench: %s\n", error.what());
+        return 1;
+    }
+}
