@@ -1,4 +1,6 @@
 // The rights that a home's user needs, granted, revoked and checked on a node.
+#include "accounts/lsa_policy.h"
+#include "accounts/privileges.h"
 #include "tests/support/node_test.h"
 
 #include <lm.h>
@@ -8,6 +10,7 @@ namespace {
 
 using support::Call;
 using support::calling;
+using support::expectRefused;
 using support::failing;
 using support::Lines;
 
@@ -55,26 +58,23 @@ protected:
 
 TEST_F(Rights, AreGrantedAndRevokedOnceOnTheNode)
 {
-    for (const char* const khtype : {"0", "1", "2"})
-        for (const char* const nodename : {static_cast<const char*>(nullptr), "DB2"}) {
-            const std::string name = nodename ? "DB2" : "NODE";
+    for (const char* const type : {"0", "1", "2"})
+        for (const char* const node : {static_cast<const char*>(nullptr), "DB2"}) {
+            const std::string name = node ? "DB2" : "NODE";
             const std::string qualified = name + "\\svc";
-            const Lines granted = changes(name, "granted", qualified);
-            const Lines revoked = changes(name, "revoked", qualified);
+            auto& rights = (node ? remote : local).rights;
             expectNodeCases({
-                {"revoke, no right held", revoke("svc", nodename, khtype), 2},
-                {"grant", grant("svc", nodename, khtype), 2, granted},
-                {"grant again", grant(qualified.c_str(), nodename, khtype), 2},
-                {"grant to another", grant("CORP\\dbuser", nodename, khtype), 2,
-                 changes(name, "granted", "CORP\\dbuser")},
-                {"revoke", revoke("svc", nodename, khtype), 2, revoked},
-                {"revoke again", revoke("svc", nodename, khtype), 2},
-                {"revoke from the other", revoke("CORP\\dbuser", nodename, khtype), 2,
+                {"revoke, no right held", revoke("svc", node, type), 2},
+                {"grant", grant("svc", node, type), 2, changes(name, "granted", qualified)},
+                {"grant again", grant(qualified.c_str(), node, type), 2},
+                {"grant to another", grant("CORP\\dbuser", node, type), 2, changes(name, "granted", "CORP\\dbuser")},
+                {"revoke", revoke("svc", node, type), 2, changes(name, "revoked", qualified)},
+                {"revoke again", revoke("svc", node, type), 2},
+                {"revoke from the other", revoke("CORP\\dbuser", node, type), 2,
                  changes(name, "revoked", "CORP\\dbuser")},
             });
-            auto& rights = (nodename ? remote : local).rights;
-            rights[L"SeBatchLogonRight"] = {nodename ? remoteSvc : svc};
-            expectNodeCases({{"revoke, another right held", revoke("svc", nodename, khtype), 2}});
+            rights[L"SeBatchLogonRight"] = {node ? remoteSvc : svc};
+            expectNodeCases({{"revoke, another right held", revoke("svc", node, type), 2}});
             rights.erase(L"SeBatchLogonRight");
         }
 }
@@ -82,7 +82,6 @@ TEST_F(Rights, AreGrantedAndRevokedOnceOnTheNode)
 TEST_F(Rights, StopAtTheFirstThatFails)
 {
     constexpr DWORD denied = ERROR_ACCESS_DENIED;
-    constexpr DWORD noTrust = ERROR_TRUSTED_RELATIONSHIP_FAILURE;
     constexpr DWORD nothingHeld = static_cast<DWORD>(STATUS_OBJECT_NAME_NOT_FOUND);
     const auto noPolicy = "WSE-000025: Unable to open Policy data.";
     const auto notGranted = "WSE-000041: Unable to grant privilege to user.";
@@ -96,10 +95,8 @@ TEST_F(Rights, StopAtTheFirstThatFails)
          failing("LsaAddAccountRights", nothingHeld, 1)},
         {"grant: second", grant("svc"), 3, notGranted, denied, failing("LsaAddAccountRights", ntDenied, 2),
          Lines{granted[0]}},
-        {"grant: no SID", grant("svc"), 3, notFound, noTrust, failing("LookupAccountNameW", noTrust, 2)},
         {"grant: bad SID", grant("svc"), 3, "WSE-000039", ERROR_INVALID_SID, failing("IsValidSid", ERROR_INVALID_SID)},
         {"grant: the rest", grant("svc"), 2, Lines{granted[1]}},
-        {"revoke: policy", revoke("svc"), 3, noPolicy, denied, failing("LsaOpenPolicy", ntDenied)},
         {"revoke: account holds nothing, goes on", revoke("svc"), 2, "", 0,
          failing("LsaRemoveAccountRights", nothingHeld, 1), Lines{revoked[1]}},
         {"revoke: second", revoke("svc"), 3, notRevoked, denied, failing("LsaRemoveAccountRights", ntDenied, 2),
@@ -149,15 +146,52 @@ TEST_F(Rights, ThatCannotBeReadAreNoAnswer)
     const auto noHolders = "WSE-000043: Unable to enumerate accounts with the specified privilege.";
     addGroup(local, L"KES_DBA", {svc});
     expectNodeCases({
-        {"policy", check("svc"), 3, "WSE-000025", denied, failing("LsaOpenPolicy", ntDenied)},
         {"holders of the second", check("svc"), 3, noHolders, denied,
          failing("LsaEnumerateAccountsWithUserRight", ntDenied, 2)},
         {"groups", check("svc"), 3, noGroups, denied, failing("NetUserGetLocalGroups", denied)},
         {"no user", check("KES_DBA"), 3, noGroups, NERR_UserNotFound},
-        {"nobody", check("nobody"), 3, noGroups, NERR_UserNotFound},
         {"group's name", check("svc"), 3, notFound, unknown, failing("LookupAccountNameW", unknown, 1)},
-        {"user's name", check("svc"), 3, notFound, unknown, failing("LookupAccountNameW", unknown, 3)},
         {"user without a SID", check("svc"), 3, "WSE-000039", unknown, failing("LookupAccountNameW", unknown, 4)},
-        {"another type", check("svc", "3"), 5, "WSE-00008: Unsupported Kestel home type."},
     });
+}
+
+TEST_F(Rights, MissingArgumentsAndHomeTypes)
+{
+    int count = 7;
+    char** names = reinterpret_cast<char**>(1);
+    const auto badType = "WSE-00008: Unsupported Kestel home type.";
+    const auto inspect = EXPORT(sswseCheckUserPrivileges);
+    expectRefused("username",
+                  {grant(nullptr, nullptr, "9"), revoke(nullptr), calling(inspect, nullptr, "9", &names, &count)});
+    EXPECT_EQ(names, nullptr);
+    EXPECT_EQ(count, 0);
+    expectRefused("missing", {calling(inspect, "SYSTEM", "0", nullptr, &count)});
+    expectRefused("count", {calling(inspect, "SYSTEM", "0", &names, nullptr)});
+    expectNodeCases({
+        {"grant", grant("svc", nullptr, "3"), 3, badType},
+        {"revoke", revoke("svc", nullptr, ""), 3, badType},
+        {"check", check("svc", "01"), 5, badType},
+        {"check without a type", check("svc", nullptr), 5, badType},
+    });
+}
+
+TEST(GrantToSid, LooksAtItsArguments)
+{
+    const auto grant = [](PSID sid, const char* right) {
+        return calling(sswseGrantPrivilegesToSid, sid, right, nullptr);
+    };
+    BYTE invalid[SECURITY_MAX_SID_SIZE] = {};
+    expectRefused("privilege name", {grant(nullptr, nullptr)});
+    expectRefused("OS SID", {grant(nullptr, "SeServiceLogonRight")});
+    support::expectCases({{"invalid", grant(invalid, "SeServiceLogonRight"), 4, "WSE-000039"}});
+}
+
+TEST(Policy, TextsAreMeasuredInBytesAndNeverWrap)
+{
+    for (const auto& [characters, length] : {std::pair{4, 8}, {32766, 65532}, {40000, 65532}}) {
+        const std::wstring text(static_cast<size_t>(characters), L'n');
+        const LSA_UNICODE_STRING measured = sswseLsaString(text.c_str());
+        EXPECT_EQ(measured.Length, length);
+        EXPECT_EQ(measured.MaximumLength, length + 2);
+    }
 }

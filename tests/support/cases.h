@@ -12,15 +12,43 @@ namespace support {
 // The record's message without its line ends; the operating system's error line is left out.
 std::string messageOf(const sswseErrRec& rec);
 
+using Call = std::function<DWORD(sswseErrRec*)>;
+
+// The function with these arguments behind the record; texts are not copied.
+template <class Function, class... Arguments>
+Call calling(Function* function, Arguments... arguments)
+{
+    return [=](sswseErrRec* rec) { return function(rec, arguments...); };
+}
+
 struct Case
 {
     const char* what;
-    std::function<DWORD(sswseErrRec*)> call;
+    Call call;
     DWORD status;
     const char* message = ""; // how the record's message begins; "" for an empty record
 };
 
 // Each call gets a record full of an earlier message.
 void expectCases(const std::vector<Case>& cases);
+
+// Each call names this parameter as the one that is missing or invalid.
+void expectRefused(const std::string& parameter, const std::vector<Call>& calls, DWORD status = SSWSE_INVALID_ARGUMENT);
+
+// A text that a function gives into a buffer of the caller's, where nothing else is written.
+constexpr size_t untouched = 7777; // for the length
+
+struct TextCase
+{
+    std::string what;
+    std::function<DWORD(sswseErrRec*, char*, size_t, size_t*)> call;
+    size_t size;
+    DWORD status;
+    std::string text; // written with a terminator, if the status is 2; "" otherwise
+    size_t length = untouched;
+    std::string message = ""; // the whole of it
+};
+
+void expectTexts(const std::vector<TextCase>& cases);
 
 } // namespace support

@@ -1,6 +1,5 @@
 #include "tests/support/node_test.h"
 
-#include "tests/support/cases.h"
 #include "whatif/names.h"
 
 namespace support {

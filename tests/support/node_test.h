@@ -2,13 +2,13 @@
 // the two has a user "svc" of its own. The library's calls of the platform go through the test, which can fail them.
 #pragma once
 
+#include "tests/support/cases.h"
 #include "tests/support/home.h"
 #include "tests/support/intercept.h"
 #include "whatif/whatif.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,14 +16,6 @@
 namespace support {
 
 using Lines = std::vector<std::string>; // of the plan
-using Call = std::function<DWORD(sswseErrRec*)>;
-
-// The function with these arguments behind the record; texts are not copied.
-template <class Function, class... Arguments>
-Call calling(Function* function, Arguments... arguments)
-{
-    return [=](sswseErrRec* rec) { return function(rec, arguments...); };
-}
 
 // The call of that number fails, or every one.
 inline intercept::Fault failing(const char* function, DWORD code, size_t call = 0)

@@ -28,4 +28,14 @@ std::vector<std::string> TraceLog::take()
     return std::exchange(lines, {});
 }
 
+std::string argumentLine(const Call& call)
+{
+    TraceLog log;
+    sswseTraceOn(nullptr, &TraceLog::receive, &log, 0);
+    call(nullptr);
+    sswseTraceOff(nullptr);
+    const std::vector<std::string> lines = log.take();
+    return lines.size() > 1 ? lines[1] : "no line";
+}
+
 } // namespace support

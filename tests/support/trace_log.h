@@ -1,6 +1,8 @@
 // A trace callback that keeps the lines it is given.
 #pragma once
 
+#include "tests/support/cases.h"
+
 #include <mutex>
 #include <string>
 #include <vector>
@@ -18,5 +20,8 @@ struct TraceLog
     std::mutex mutex;
     std::vector<std::string> lines;
 };
+
+// The line with its arguments that a call leaves in the trace.
+std::string argumentLine(const Call& call);
 
 } // namespace support
