@@ -43,39 +43,32 @@ TEST_F(LocalGroups, AnythingDoneTwiceChangesNothingTheSecondTime)
         node = each;
         const bool isLocal = !node || !*node;
         const std::string name = isLocal ? "NODE" : "DB2";
+        SCOPED_TRACE(name);
         const std::string qualified = name + "\\SVC";
         const size_t groupsOfOther = (isLocal ? remote : local).groups.size();
         const std::string dba = name + ": group KES_DBA: ";
         const std::string made = name + ": group KES_NEW: ";
-        const struct
-        {
-            const char* what;
-            Call call;
-            Lines changes = {};
-        } rows[] = {
-            {"delete a missing one", remove("KES_DBA")},
-            {"remove from a missing one", removeMember("svc", "KES_DBA")},
-            {"create", create("KES_DBA", "DBAs"), {dba + "created: DBAs"}},
-            {"create with another comment", create("kes_dba", "others")},
-            {"add", addMember("svc", "KES_DBA"), {dba + "member added: " + name + "\\svc"}},
-            {"add by another name", addMember(qualified.c_str(), "Kes_Dba")},
-            {"add of the domain", addMember("CORP\\Operators", "KES_DBA"), {dba + "member added: CORP\\Operators"}},
-            {"add a service",
-             addMember("NT SERVICE\\Service1", "KES_DBA"),
-             {dba + "member added: NT SERVICE\\Service1"}},
-            {"remove", removeMember(qualified.c_str(), "KES_DBA"), {dba + "member removed: " + name + "\\svc"}},
-            {"remove an unknown name", removeMember("nobody", "KES_DBA")},
-            {"add to a missing one",
-             addMember("svc", "KES_NEW"),
-             {made + "created: KESTEL Group", made + "member added: " + name + "\\svc"}},
-            {"delete one with members", remove("KES_NEW"), {made + "deleted"}},
-            {"create without a comment", create("KES_NEW"), {made + "created"}},
-            {"delete an empty one", remove("KES_NEW"), {made + "deleted"}},
+        const std::vector<support::NodeCase> rows = {
+            {"delete a missing one", remove("KES_DBA"), 2},
+            {"remove from a missing one", removeMember("svc", "KES_DBA"), 2},
+            {"create", create("KES_DBA", "DBAs"), 2, Lines{dba + "created: DBAs"}},
+            {"create with another comment", create("kes_dba", "others"), 2},
+            {"add", addMember("svc", "KES_DBA"), 2, Lines{dba + "member added: " + name + "\\svc"}},
+            {"add by another name", addMember(qualified.c_str(), "Kes_Dba"), 2},
+            {"add of the domain", addMember("CORP\\Operators", "KES_DBA"), 2,
+             Lines{dba + "member added: CORP\\Operators"}},
+            {"add a service", addMember("NT SERVICE\\Service1", "KES_DBA"), 2,
+             Lines{dba + "member added: NT SERVICE\\Service1"}},
+            {"remove", removeMember(qualified.c_str(), "KES_DBA"), 2, Lines{dba + "member removed: " + name + "\\svc"}},
+            {"remove an unknown name", removeMember("nobody", "KES_DBA"), 2},
+            {"add to a missing one", addMember("svc", "KES_NEW"), 2,
+             Lines{made + "created: KESTEL Group", made + "member added: " + name + "\\svc"}},
+            {"delete one with members", remove("KES_NEW"), 2, Lines{made + "deleted"}},
+            {"create without a comment", create("KES_NEW"), 2, Lines{made + "created"}},
+            {"delete an empty one", remove("KES_NEW"), 2, Lines{made + "deleted"}},
         };
-        for (const auto& row : rows) {
-            SCOPED_TRACE(name);
-            expectNodeCases({{row.what, row.call, 2, row.changes}, {row.what, row.call, 2}});
-        }
+        for (const support::NodeCase& row : rows)
+            expectNodeCases({row, {row.what, row.call, 2}});
         EXPECT_EQ((isLocal ? local : remote).groups.back().comment, L"DBAs");
         EXPECT_EQ((isLocal ? remote : local).groups.size(), groupsOfOther);
         expectNodeCases({{"there", check("KES_dba"), 1},
@@ -140,6 +133,9 @@ TEST_F(LocalGroups, AreRefusedWithTheResultOfThePlatform)
         {"delete: it came with the system", remove("Users"), 3, "WSE-000029", ERROR_SPECIAL_ACCOUNT},
         {"create: no name for a group", create("a/b"), 3, "WSE-000028", NERR_BadUsername},
     });
+    support::expectRefused("groupname", {create(nullptr), check(nullptr), remove(nullptr), addMember(nullptr, nullptr),
+                                         removeMember(nullptr, nullptr)});
+    support::expectRefused("username", {addMember(nullptr, "g"), removeMember(nullptr, "g")});
     node = "nowhere";
     expectNodeCases({
         {"create", create("KES_DBA"), 3, "WSE-000028", ERROR_BAD_NETPATH},

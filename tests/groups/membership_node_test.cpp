@@ -46,10 +46,8 @@ TEST_F(Membership, IsDecidedBySidDirectlyOrThroughNesting)
         {"CORP\\dbuser", "KES_DBA", 0, 0},
         {"CORP\\Operators", "KES_NESTED", 1, 1},
         {"CORP\\Operators", "KES_DBA", 0, 0}, // no user whose groups could be asked
-        {"KES_NESTED", "KES_DBA", 0, 0},
         {"NT AUTHORITY\\NETWORK SERVICE", "KES_DBA", 1, 1},
         {"NetworkService", "KES_DBA", 1, 1},
-        {"NetworkService", "KES_NESTED", 0, 0},
         {"NT AUTHORITY\\SYSTEM", "KES_DBA", 0, 0},
         {"Administrator", "Administrators", 1, 1},
         {"svc", "KES_REMOTE", 1, 1, "DB2"},
@@ -79,14 +77,14 @@ TEST_F(Membership, NamesAreLookedUpOnTheNode)
         {"qualified built-in group", isMember("Administrator", "BUILTIN\\Administrators", 1), 3, noGroups,
          ERROR_NO_SUCH_ALIAS},
         {"group of a domain", isMember("CORP\\dbuser", "CORP\\Operators", 0), 3, noGroups, ERROR_NO_SUCH_ALIAS},
-        {"well-known group", isMember("svc", "Everyone", 0), 3, noGroups, ERROR_NO_SUCH_ALIAS},
     });
+    support::expectRefused("username", {isMember(nullptr, "g", 0), isMember("DOM\\sub\\user", "g", 0),
+                                        isMember("u", nullptr, 0), isMember("u", "\\\\g", 0)}); // a group too
 }
 
 TEST_F(Membership, WhatCannotBeReadDoesNotHideWhatCan)
 {
     constexpr DWORD denied = ERROR_ACCESS_DENIED;
-    constexpr DWORD noTrust = ERROR_TRUSTED_RELATIONSHIP_FAILURE;
     const intercept::Fault noMembers = failing("NetLocalGroupGetMembers", denied);
     const intercept::Fault noUserGroups = failing("NetUserGetLocalGroups", denied);
     expectNodeCases({
@@ -102,9 +100,5 @@ TEST_F(Membership, WhatCannotBeReadDoesNotHideWhatCan)
         {"no user's groups", isMember("CORP\\dbuser", "KES_NESTED", 0), 3, noGroups, denied, noUserGroups},
         {"a built-in account's are not asked", isMember("SYSTEM", "KES_DBA", 0), 0, "", 0, noUserGroups},
         {"not a user", isMember("svc", "KES_NESTED", 0), 0, "", 0, failing("NetUserGetLocalGroups", NERR_UserNotFound)},
-        {"group found without its SID", isMember("svc", "KES_DBA", 0), 3, notFound, noTrust,
-         failing("LookupAccountNameW", noTrust, 2)},
-        {"user found without its SID", isMember("svc", "KES_DBA", 0), 3, notFound, noTrust,
-         failing("LookupAccountNameW", noTrust, 4)},
     });
 }
