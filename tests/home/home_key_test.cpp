@@ -8,185 +8,98 @@
 namespace {
 
 using support::EnvironmentVariable;
-using support::messageOf;
-using support::RegistryHome;
-using support::TemporaryHome;
+using support::expectTexts;
+using support::TextCase;
+using support::untouched;
+using namespace std::string_literals;
 
 constexpr char noHome[] = "WSE-000052: Unable to determine Kestel home.";
-constexpr size_t untouched = 7777;
 
-struct Answer
+class OwnHome : public testing::Test
 {
-    DWORD status;
-    std::string text; // what the buffer holds behind its fill, up to the NUL
-    size_t length;
-    std::string message;
+protected:
+    const support::TemporaryHome home;
+    decltype(&sswseGetKestelHomeKey) const key = EXPORT_OF(home, sswseGetKestelHomeKey);
+    decltype(&sswseGetKestelHomeName) const name = EXPORT_OF(home, sswseGetKestelHomeName);
 };
-
-// Calls a reader with a buffer of `size` bytes and watches the bytes behind it.
-template <class Reader>
-Answer read(Reader* reader, size_t size)
-{
-    std::vector<char> buffer(size + 16, '#');
-    sswseErrRec rec;
-    Answer answer = {0, "", untouched, ""};
-    answer.status = reader(&rec, buffer.data(), size, &answer.length);
-    EXPECT_EQ(std::string(buffer.end() - 16, buffer.end()), std::string(16, '#')) << "written behind the buffer";
-    buffer.back() = '\0';
-    if (answer.length != untouched)
-        answer.text = buffer.data();
-    else
-        EXPECT_EQ(buffer[0], '#') << "written without a length";
-    answer.message = messageOf(rec);
-    return answer;
-}
 
 } // namespace
 
-TEST(HomeKey, IsTheLastPartOfTheFirstLine)
+TEST_F(OwnHome, KeyIsTheLastPartOfTheFirstLine)
 {
     const std::string longLine = "SOFTWARE\\" + std::string(600, 'k');
-    const struct
-    {
-        std::string content;
-        DWORD status;
-        std::string key;
-    } rows[] = {
-        {"SOFTWARE\\KESTEL\\KEY_h1\r\n", 2, "KEY_h1"},
-        {"SOFTWARE\\KESTEL\\KEY_h1", 2, "KEY_h1"},
-        {"SOFTWARE\\KESTEL\\KEY_h1\nSOFTWARE\\KESTEL\\KEY_h2\n", 2, "KEY_h1"},
-        {std::string("A\\KEY_h1\0\\KEY_h2\r\n", 18), 2, "KEY_h1"},
-        {"\\KEY h1 \r\n", 2, "KEY h1 "},
-        {"SOFTWARE\\KESTEL\\\r\n", 2, ""},
-        {longLine, 2, std::string(511 - 9, 'k')},
-        {"KEY_h1\r\n", 3, ""},
-        {"\r\nSOFTWARE\\KESTEL\\KEY_h1\r\n", 3, ""},
-        {"", 3, ""},
-    };
-    const TemporaryHome home;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.content);
-        home.writeKeyFile(row.content);
-        const Answer answer = read(EXPORT_OF(home, sswseGetKestelHomeKey), 600);
-        EXPECT_EQ(answer.status, row.status);
-        EXPECT_EQ(answer.text, row.key);
-        EXPECT_EQ(answer.length, row.status == 2 ? row.key.size() : untouched);
-        EXPECT_EQ(answer.message, row.status == 2 ? "" : noHome);
+    for (const auto& [content, expected] : {std::pair{"SOFTWARE\\KESTEL\\KEY_h1\r\n"s, "KEY_h1"s},
+                                            {"SOFTWARE\\KESTEL\\KEY_h1"s, "KEY_h1"s},
+                                            {"SOFTWARE\\KESTEL\\KEY_h1\nSOFTWARE\\KESTEL\\KEY_h2\n"s, "KEY_h1"s},
+                                            {"A\\KEY_h1\0\\KEY_h2\r\n"s, "KEY_h1"s},
+                                            {"\\KEY h1 \r\n"s, "KEY h1 "s},
+                                            {"SOFTWARE\\KESTEL\\\r\n"s, ""s},
+                                            {longLine, std::string(511 - 9, 'k')}}) {
+        home.writeKeyFile(content);
+        expectTexts({{content, key, 600, 2, expected, expected.size()}});
+    }
+    for (const char* const content : {"KEY_h1\r\n", "\r\nSOFTWARE\\KESTEL\\KEY_h1\r\n", ""}) {
+        home.writeKeyFile(content);
+        expectTexts({{content, key, 600, 3, "", untouched, noHome}});
     }
 }
 
-TEST(HomeKey, FromTheFileIsCutToTheBuffer)
+TEST_F(OwnHome, KeyFromTheFileIsCutToTheBuffer)
 {
-    const TemporaryHome home("SOFTWARE\\KESTEL\\KEY_h1\r\n");
-    const auto getHomeKey = EXPORT_OF(home, sswseGetKestelHomeKey);
-    for (const auto& [size, key] : {std::pair{7, "KEY_h1"}, {6, "KEY_h"}, {1, ""}}) {
-        const Answer answer = read(getHomeKey, static_cast<size_t>(size));
-        EXPECT_EQ(answer.status, 2u);
-        EXPECT_EQ(answer.text, key);
-        EXPECT_EQ(answer.length, strlen(key));
-    }
+    home.writeKeyFile("SOFTWARE\\KESTEL\\KEY_h1\r\n");
+    expectTexts({{"fits", key, 7, 2, "KEY_h1", 6}, {"cut", key, 6, 2, "KEY_h", 5}, {"emptied", key, 1, 2, "", 0}});
     char nothing = '#';
-    EXPECT_EQ(getHomeKey(nullptr, &nothing, 0, nullptr), 2u);
+    EXPECT_EQ(key(nullptr, &nothing, 0, nullptr), 2u);
     EXPECT_EQ(nothing, '#');
 }
 
-TEST(HomeKey, FromTheEnvironmentMustFitWithItsTerminator)
+TEST_F(OwnHome, KeyFromTheEnvironmentMustFitWithItsTerminator)
 {
-    const TemporaryHome home;
     home.removeKeyFile();
+    const auto noRoom = "WSE-000033: Insufficient output buffer for Kestelhomekey.";
     const std::string longest(258, 'k');
     const std::string tooLong(259, 'k');
-    const struct
-    {
-        const char* value;
-        size_t size;
-        DWORD status;
-        const char* message;
-    } rows[] = {
-        {"KEY_env", 8, 2, ""},
-        {"KEY_env", 7, 3, "WSE-000033: Insufficient output buffer for Kestelhomekey."},
-        {"KEY_env", 0, 3, "WSE-000033: Insufficient output buffer for Kestelhomekey."},
-        {longest.c_str(), 500, 2, ""},
-        {tooLong.c_str(), 500, 3, "WSE-000033: Insufficient output buffer for Kestelhomekey."},
-        {nullptr, 8, 3, noHome},
-        {"", 8, 3, noHome},
+    const auto expect = [](const char* value, const TextCase& expected) {
+        const EnvironmentVariable variable("KESTEL_HOME_KEY", value);
+        expectTexts({expected});
     };
-    for (const auto& row : rows) {
-        const EnvironmentVariable variable("KESTEL_HOME_KEY", row.value);
-        const Answer answer = read(EXPORT_OF(home, sswseGetKestelHomeKey), row.size);
-        EXPECT_EQ(answer.status, row.status) << row.size;
-        EXPECT_EQ(answer.message, row.message);
-        EXPECT_EQ(answer.text, row.status == 2 ? row.value : "");
-        EXPECT_EQ(answer.length, row.status == 2 ? strlen(row.value) : untouched);
-    }
+    expect("KEY_env", {"fits", key, 8, 2, "KEY_env", 7});
+    expect("KEY_env", {"too small", key, 7, 3, "", untouched, noRoom});
+    expect("KEY_env", {"no room", key, 0, 3, "", untouched, noRoom});
+    expect(longest.c_str(), {"longest", key, 500, 2, longest, 258});
+    expect(tooLong.c_str(), {"too long", key, 500, 3, "", untouched, noRoom});
+    expect(nullptr, {"not set", key, 8, 3, "", untouched, noHome});
+    expect("", {"empty", key, 8, 3, "", untouched, noHome});
 }
 
-TEST(HomeName, IsReadBelowTheHomeKey)
+TEST_F(OwnHome, NameIsReadBelowTheKey)
 {
-    const TemporaryHome home;
-    const auto getHomeName = EXPORT_OF(home, sswseGetKestelHomeName);
-    EXPECT_EQ(read(getHomeName, 16).status, 6u);
-
-    const RegistryHome registry;
-    EXPECT_EQ(read(getHomeName, 16).message, "WSE-000048: Unable to query value for KESTEL_HOME_NAME in registry.");
-
+    const auto noKey = "WSE-000010: Unable to open registry key Software\\Kestel\\KEY_keswsec_test under HKLM.";
+    const auto noName = "WSE-000048: Unable to query value for KESTEL_HOME_NAME in registry.";
+    const auto noRoom = "WSE-000033: Insufficient output buffer for Kestelhomename.";
+    expectTexts({{"no key", name, 16, 6, "", untouched, noKey}});
+    const support::RegistryHome registry;
+    expectTexts({{"no name", name, 16, 3, "", untouched, noName}});
     registry.set("KESTEL_HOME_NAME", std::string("h1", 3));
-    const Answer fits = read(getHomeName, 4);
-    EXPECT_EQ(fits.status, 2u);
-    EXPECT_EQ(fits.text, "h1");
-    EXPECT_EQ(fits.length, 2u);
-    const Answer tooSmall = read(getHomeName, 3);
-    EXPECT_EQ(tooSmall.status, 3u);
-    EXPECT_EQ(tooSmall.message, "WSE-000033: Insufficient output buffer for Kestelhomename.");
+    expectTexts({{"fits", name, 4, 2, {"h1", 3}, 2}, {"too small", name, 3, 3, "", untouched, noRoom}});
 }
 
 // A name from the environment is a success that keeps the home key's failure in the record.
-TEST(HomeName, FromTheEnvironmentWithoutAHomeKey)
+TEST_F(OwnHome, NameFromTheEnvironmentWithoutAKey)
 {
-    const TemporaryHome home;
     home.removeKeyFile();
-    const auto getHomeName = EXPORT_OF(home, sswseGetKestelHomeName);
-    EXPECT_EQ(read(getHomeName, 16).status, 3u);
-
+    expectTexts({{"not set", name, 16, 3, "", untouched, noHome}});
     const EnvironmentVariable variable("KESTEL_HOME_NAME", "h_env");
-    const Answer answer = read(getHomeName, 6);
-    EXPECT_EQ(answer.status, 2u);
-    EXPECT_EQ(answer.text, "h_env");
-    EXPECT_EQ(answer.length, 5u);
-    EXPECT_EQ(answer.message, noHome);
-    EXPECT_EQ(read(getHomeName, 5).message, "WSE-000033: Insufficient output buffer for Kestelhomename.");
-}
-
-TEST(HomeKey, FindsTheServiceUserOfTheOwnHome)
-{
-    const TemporaryHome home;
-    const RegistryHome registry;
-    registry.setWide("KESTEL_SVCUSER", std::wstring(L"svc_1", 6));
-    char user[6] = {};
-    size_t length = 0;
-    sswseErrRec rec;
-    EXPECT_EQ(EXPORT_OF(home, sswseGetUnameForKhome)(&rec, user, 6, &length, ""), 2u);
-    EXPECT_STREQ(user, "svc_1");
-    EXPECT_EQ(length, 6u);
-    EXPECT_EQ(EXPORT_OF(home, sswseGetUnameForKhome)(&rec, user, 5, &length, nullptr), 3u);
-    EXPECT_EQ(messageOf(rec), "WSE-000033: Insufficient output buffer for username.");
-
-    home.writeKeyFile("A\\" + std::string(496, 'k')); // one more than there is room for behind "software\Kestel\"
-    EXPECT_EQ(EXPORT_OF(home, sswseGetUnameForKhome)(&rec, user, 6, &length, nullptr), 3u);
-    EXPECT_EQ(messageOf(rec), "WSE-000053: Windows application programming interface (API) strcat_s failed.");
-    EXPECT_STREQ(rec.oserror, "34");
+    expectTexts(
+        {{"fits", name, 6, 2, "h_env", 5, noHome},
+         {"too small", name, 5, 3, "", untouched, "WSE-000033: Insufficient output buffer for Kestelhomename."}});
 }
 
 TEST(ServiceUser, TraceLinesAreWrittenAsTheyAre)
 {
-    const TemporaryHome home;
-    support::TraceLog log;
-    EXPECT_EQ(EXPORT_OF(home, sswseTraceOn)(nullptr, &support::TraceLog::receive, &log, 0), 1u);
-    EXPORT_OF(home, sswseSetUnameForKhome)(nullptr, nullptr, "n", "KEY");
-    EXPORT_OF(home, sswseIsSvcUserVirtualAccount)(nullptr, nullptr, "n");
-    EXPORT_OF(home, sswseTraceOff)(nullptr);
-    const std::vector<std::string> lines = log.take();
-    ASSERT_GE(lines.size(), 7u);
-    EXPECT_EQ(lines[1], "uname=(null)\nnodename=n\nkhomekeyKEY");
-    EXPECT_EQ(lines[6], "KhomePath=(null) \n nodename=n");
+    using support::argumentLine;
+    using support::calling;
+    EXPECT_EQ(argumentLine(calling(sswseSetUnameForKhome, nullptr, "n", "KEY")),
+              "uname=(null)\nnodename=n\nkhomekeyKEY");
+    EXPECT_EQ(argumentLine(calling(sswseIsSvcUserVirtualAccount, nullptr, "n")), "KhomePath=(null) \n nodename=n");
 }

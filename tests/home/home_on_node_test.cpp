@@ -11,6 +11,7 @@ using support::Call;
 using support::calling;
 using support::failing;
 
+constexpr char noHome[] = "WSE-000052: Unable to determine Kestel home.";
 constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_keswsec_test";
 
 std::vector<std::string> opened; // key files
@@ -38,22 +39,18 @@ protected:
     {
         opened.clear();
         openFile = library.redirect("CreateFileA", &noteFile);
-        describe(local, "0", "CORP\\gmsa$", " ", "0");
-        describe(remote, "2", "NT AUTHORITY\\LocalService", "V", "1");
+        for (const auto& [value, here, there] : {std::tuple{"KESTEL_HOME_TYPE", "0", "2"},
+                                                 {"KESTEL_SVCUSER", "CORP\\gmsa$", "NT AUTHORITY\\LocalService"},
+                                                 {"KESTEL_SVCUSER_TYPE", " ", "V"},
+                                                 {"KESTEL_SVCUSER_PWDREQ", "0", "1"}}) {
+            set(local, value, here);
+            set(remote, value, there);
+        }
     }
 
     void set(const whatif::Node& node, const char* value, const char* content) const
     {
         world.registry().setValue(node, homeKey, whatif::wide(value), whatif::registryText(whatif::wide(content)));
-    }
-
-    void describe(const whatif::Node& node, const char* type, const char* user, const char* userType,
-                  const char* passwordRequired) const
-    {
-        set(node, "KESTEL_HOME_TYPE", type);
-        set(node, "KESTEL_SVCUSER", user);
-        set(node, "KESTEL_SVCUSER_TYPE", userType);
-        set(node, "KESTEL_SVCUSER_PWDREQ", passwordRequired);
     }
 
     std::vector<Reader> predicates(const char* node) const
@@ -133,26 +130,65 @@ TEST_F(HomeOfNode, EveryReaderSaysWhenItCannotRead)
         for (const Reader& reader : readers)
             expectNodeCases({{reader.name, reader.call, reader.unreachable, noNode, ERROR_BAD_NETPATH}});
     constexpr DWORD denied = ERROR_ACCESS_DENIED;
+    const intercept::Fault value = failing("RegQueryValueExA", denied);
     const intercept::Fault wideValue = failing("RegQueryValueExW", denied);
-    const auto noUser = "WSE-000048: Unable to query value for KESTEL_SVCUSER in registry.";
     const std::vector<Reader> of = predicates("DB2");
     expectNodeCases({
-        {"user", texts("DB2")[1].call, 3, noUser, denied, wideValue},
-        {"user of the own home", texts("DB2")[0].call, 3, noUser, denied, wideValue},
-        {"managed", of[0].call, 6, noUser, denied, wideValue},
-        {"group managed", of[1].call, 3, noUser, denied, wideValue},
-        {"LocalSystem", of[2].call, 3, noUser, denied, wideValue},
-        {"virtual", of[4].call, 3, "WSE-000048: Unable to query value for KESTEL_SVCUSER_TYPE", denied, wideValue},
-        {"password", of[5].call, 3, "WSE-000048: Unable to query value for KESTEL_SVCUSER_PWDREQ", denied,
-         failing("RegQueryValueExA", denied)},
-        {"type", texts("DB2")[2].call, 3, "WSE-000048: Unable to query value for KESTEL_HOME_TYPE", denied,
-         failing("RegQueryValueExA", denied)},
+        {"managed", of[0].call, 6, "WSE-000048: Unable to query value for KESTEL_SVCUSER in", denied, wideValue},
+        {"virtual", of[4].call, 3, "WSE-000048: Unable to query value for KESTEL_SVCUSER_TYPE in", denied, wideValue},
+        {"password", of[5].call, 3, "WSE-000048: Unable to query value for KESTEL_SVCUSER_PWDREQ in", denied, value},
+        {"type", texts("DB2")[2].call, 3, "WSE-000048: Unable to query value for KESTEL_HOME_TYPE in", denied, value},
         {"key", texts("DB2")[2].call, 6, "WSE-000010", denied, failing("RegOpenKeyExA", denied)},
     });
-    library.removeKeyFile();
-    expectNodeCases(
-        {{"no key file", predicates(nullptr)[4].call, 3,
-          "WSE-000053: Windows application programming interface (API) CreateFile failed.", ERROR_FILE_NOT_FOUND}});
+}
+
+// What each that is given a home by its path answers when the key file or what it names is not there.
+TEST_F(HomeOfNode, EveryReaderHasItsOwnStatusesForItsKeyFile)
+{
+    struct Answer
+    {
+        DWORD status;
+        const char* message = noHome;
+        DWORD osError = 0;
+    };
+    std::string given = path;
+    const auto type = calling(EXPORT(sswseGetKestelHomeTypeForKHPath), given.data(), text, 64, &length, nullptr);
+    const auto noFile = "WSE-000053: Windows application programming interface (API) CreateFile failed.";
+    const auto notRead = "WSE-000053: Windows application programming interface (API) ReadFile failed.";
+    const auto lineAsKey = "WSE-000010: Unable to open registry key KEY_keswsec_test under HKLM.";
+    const std::vector<Reader> of = predicates(nullptr);
+    const struct
+    {
+        Reader reader;
+        Answer notRead;
+        Answer noBackslash;
+        DWORD noKey;
+        Answer noFile;
+    } rows[] = {
+        {{"type", type}, {3}, {6, lineAsKey, ERROR_FILE_NOT_FOUND}, 6, {6}},
+        {texts(nullptr)[1], {3}, {6}, 3, {3}},
+        {of[0], {6}, {6}, 6, {6}},
+        {of[1], {3}, {3}, 3, {3}},
+        {of[2], {3}, {3}, 3, {3}},
+        {of[3], {3}, {3}, 3, {3}},
+        {of[4], {3, notRead, ERROR_LOCK_VIOLATION}, {6}, 3, {3, noFile, ERROR_FILE_NOT_FOUND}},
+        {of[5], {3}, {3}, 6, {6}},
+    };
+    for (const auto& row : rows) {
+        const auto expect = [&](const Answer& answer, intercept::Fault fault = {}) {
+            expectNodeCases({{row.reader.name, row.reader.call, answer.status, answer.message, answer.osError, fault}});
+        };
+        library.writeKeyFile("KEY_keswsec_test\r\n");
+        expect(row.notRead, failing("ReadFile", ERROR_LOCK_VIOLATION));
+        expect(row.noBackslash);
+        library.writeKeyFile("SOFTWARE\\Kestel\\KEY_none\r\n");
+        expect({row.noKey, "WSE-000010: Unable to open registry key ", ERROR_FILE_NOT_FOUND});
+        library.removeKeyFile();
+        expect(row.noFile);
+    }
+    library.writeKeyFile("KEY_keswsec_test\r\n");
+    expectNodeCases({{"own home: not a word", calling(EXPORT(sswseGetKestelHomeKey), text, 64, &length), 3, "", 0,
+                      failing("ReadFile", ERROR_LOCK_VIOLATION)}});
 }
 
 TEST_F(HomeOfNode, TypeOfAPathIsReadThroughTheAdministrativeShare)
@@ -175,7 +211,6 @@ TEST_F(HomeOfNode, TypeOfAPathIsReadThroughTheAdministrativeShare)
     EXPECT_STREQ(text, "1");
     EXPECT_EQ(length, 2u);
     EXPECT_EQ(given, share);
-    const auto noHome = "WSE-000052: Unable to determine Kestel home.";
     std::string otherDrive = "Q:\\h";
     expectNodeCases({
         {"drive not shared", calling(read, otherDrive.data(), text, sizeof text, &length, "DB2"), 6, noHome},
@@ -184,4 +219,9 @@ TEST_F(HomeOfNode, TypeOfAPathIsReadThroughTheAdministrativeShare)
     EXPECT_EQ(opened, (std::vector<std::string>{keyFile, "\\\\DB2\\" + share + "\\bin\\kestel.key",
                                                 "\\\\DB2\\Q$\\h\\bin\\kestel.key",
                                                 "\\\\nowhere\\" + share + "\\bin\\kestel.key"}));
+    for (std::string each : {"C:", "C", ""}) {
+        const std::string expected = each == "C:" ? "C$" : each;
+        expectNodeCases({{"short", calling(read, each.data(), text, sizeof text, &length, "DB2"), 6, noHome}});
+        EXPECT_EQ(each, expected);
+    }
 }
