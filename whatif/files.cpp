@@ -101,14 +101,39 @@ HANDLE WINAPI findFirstFile(LPCWSTR pattern, LPWIN32_FIND_DATAW data)
     return pattern && realName(pattern, real) ? FindFirstFileW(real.c_str(), data) : INVALID_HANDLE_VALUE;
 }
 
-// The root of the share stands for the root of the volume that the share's directory lies on.
+// The file system of every volume of a described node, whatever the directory lies on that plays its drive.
+BOOL describedVolume(LPWSTR name, LPDWORD serial, LPDWORD longest, LPDWORD flags, LPWSTR fileSystem, DWORD size)
+{
+    constexpr wchar_t ntfs[] = L"NTFS";
+    if (fileSystem && size < std::size(ntfs))
+        return failWith(ERROR_BAD_LENGTH);
+    if (fileSystem)
+        wcscpy(fileSystem, ntfs);
+    if (name)
+        *name = L'\0';
+    for (const auto& [place, value] :
+         {std::pair<LPDWORD, DWORD>(serial, 0), {longest, 255}, {flags, FILE_PERSISTENT_ACLS}})
+        if (place)
+            *place = value;
+    return TRUE;
+}
+
+// The root of a share stands for the root of the volume that the share's directory lies on.
 BOOL WINAPI getVolumeInformation(LPCWSTR root, LPWSTR name, DWORD nameSize, LPDWORD serial, LPDWORD longest,
                                  LPDWORD flags, LPWSTR fileSystem, DWORD fileSystemSize)
 {
     wchar_t volume[MAX_PATH + 1];
-    std::wstring real;
+    File file;
+    {
+        Locked world;
+        if (const DWORD error = locate(*world, root ? root : L"\\", file))
+            return failWith(error);
+    }
+    if (!file.node->readsMachine)
+        return GetFileAttributesW(file.real.c_str()) != INVALID_FILE_ATTRIBUTES &&
+               describedVolume(name, serial, longest, flags, fileSystem, fileSystemSize);
     if (root && namesServer(root)) {
-        if (!realName(root, real) || !GetVolumePathNameW(real.c_str(), volume, MAX_PATH + 1))
+        if (!GetVolumePathNameW(file.real.c_str(), volume, MAX_PATH + 1))
             return FALSE;
         root = volume;
     }
