@@ -86,19 +86,20 @@ std::string outputText(const ordered_json& outputs)
     return line;
 }
 
+// The lines of the message one behind the other, the number behind the first.
 std::string recordText(const Outcome& outcome)
 {
     std::istringstream message(outcome.message);
-    std::string lines;
+    std::string text;
     std::string line;
     while (std::getline(message, line)) {
         line.erase(line.find_last_not_of(" \r") + 1);
         if (line.empty())
             continue;
-        const bool first = lines.empty() && !outcome.osError.empty();
-        lines += detail('!', first ? line + " [oserror " + outcome.osError + "]" : line);
+        const bool numbered = text.empty() && !outcome.osError.empty();
+        text += (text.empty() ? "" : " ") + line + (numbered ? " [oserror " + outcome.osError + "]" : "");
     }
-    return lines;
+    return text.empty() ? text : detail('!', text);
 }
 
 std::string changeText(const whatif::Change& change, const std::wstring& localNode)

@@ -55,6 +55,6 @@ TEST(Print, LongLinesAreBrokenAndNothingIsLost)
         joined += line.substr(std::min(line.find_first_not_of(' '), line.size()));
     }
     EXPECT_EQ(joined,
-              "3 failure  CheckOSGroup groupname=\"a b\"! WSE-1: x. [oserror 5]! O/S-Error: y+ N: s: security: " +
+              "3 failure  CheckOSGroup groupname=\"a b\"! WSE-1: x. [oserror 5] O/S-Error: y+ N: s: security: " +
                   std::string(sddl.begin(), sddl.end()) + "+ group g: created");
 }
