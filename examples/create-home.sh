@@ -7,9 +7,10 @@ cd "$(dirname "$0")/.."
 
 example=build/example
 rm -rf $example
-mkdir -p $example/home1/bin
+mkdir -p $example/home1/bin $example/old
 cp build/keswsec19.dll $example/home1/bin/
 printf 'SOFTWARE\\KESTEL\\KEY_home1\r\n' >$example/home1/bin/KESTEL.KEY
+touch $example/old/log $example/old/lock
 
 # keswsec DESCRIPTION OPTION...: acts on that node; DB2 is another one.
 keswsec() {
@@ -21,5 +22,7 @@ keswsec examples/server.ini --save $example/created.ini --script examples/create
 echo "==== The same calls on the node as it is then: nothing changes, Windows refuses what is there already"
 sed '/^#/d; s/^/- /' examples/create-home.txt >$example/again.txt
 keswsec $example/created.ini --script $example/again.txt
+echo "==== Its files and its key are secured for those who use them (examples/secure-home.txt)"
+keswsec $example/created.ini --script examples/secure-home.txt
 echo "==== The home is used, its service user changes, it goes (examples/use-home.txt)"
 keswsec $example/created.ini --script examples/use-home.txt
