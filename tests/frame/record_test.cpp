@@ -1,10 +1,12 @@
 #include "frame/format.h"
+#include "tests/support/guarded_heap.h"
 #include "tests/support/library_copy.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -23,25 +25,20 @@ TEST(Record, CarriesTheOsErrorBehindTheMessage)
     const support::LibraryCopy library;
     const auto fill = EXPORT_OF(library, sswseFillErrMsg);
     const std::string message = "WSE-000014: Lookup for Windows account name failed.\r\n";
-    struct
-    {
-        DWORD osError;
-        const char* number;
-        const char* unsignedNumber;
-    } const cases[] = {
+    const std::tuple<DWORD, const char*, const char*> cases[] = {
         {ERROR_ACCESS_DENIED, "5", "5"},
         {0x80070005, "-2147024891", "2147942405"}, // signed in its own field only
         {0x2000FFFF, "536936447", "536936447"},    // the system has no text for it
     };
-    for (const auto& row : cases) {
+    for (const auto& [osError, number, unsignedNumber] : cases) {
         sswseErrRec rec = {"old", "old"};
-        fill(&rec, SSWSE_ERROR_MESSAGE(14), row.osError, "routine", "LookupAccountNameW");
-        EXPECT_EQ(rec.message, message + "\nO/S-Error: (OS " + row.unsignedNumber + ") " + systemText(row.osError));
-        EXPECT_STREQ(rec.oserror, row.number);
+        fill(&rec, SSWSE_ERROR_MESSAGE(14), osError, "routine", "LookupAccountNameW");
+        EXPECT_EQ(rec.message, message + "\nO/S-Error: (OS " + unsignedNumber + ") " + systemText(osError));
+        EXPECT_STREQ(rec.oserror, number);
 
         fill(&rec, SSWSE_ERROR_MESSAGE(14), 0, "routine", "LookupAccountNameW");
         EXPECT_EQ(rec.message, message);
-        EXPECT_STREQ(rec.oserror, row.number) << "without an error of the system the field stays";
+        EXPECT_STREQ(rec.oserror, number) << "without an error of the system the field stays";
     }
     fill(nullptr, SSWSE_ERROR_MESSAGE(14), 5, "routine", "");
 }
@@ -54,45 +51,32 @@ TEST(Record, CutsWhatDoesNotFitAndStaysInside)
     for (const size_t length : {480, 497, 498, 499, 500, 2000}) { // with head, blanks and end: 511 at 497
         const std::string insert(length, 'x');
         for (const DWORD osError : {0, 5}) {
-            struct
-            {
-                sswseErrRec rec;
-                char behind[8];
-            } place;
-            memset(&place, '#', sizeof place);
-            fill(&place.rec, SSWSE_INFORMATIONAL_MESSAGE(5), osError, "routine", "", insert.c_str(), "", "");
-            std::string whole = head + insert + "  .\r\n";
-            whole = whole.substr(0, 511);
+            const guarded::Buffer room(sizeof(sswseErrRec), '#');
+            auto& rec = *reinterpret_cast<sswseErrRec*>(room.data());
+            fill(&rec, SSWSE_INFORMATIONAL_MESSAGE(5), osError, "routine", "", insert.c_str(), "", "");
+            std::string whole = (head + insert + "  .\r\n").substr(0, 511);
             if (osError)
                 whole += "\nO/S-Error: (OS 5) " + systemText(5);
-            EXPECT_EQ(place.rec.message, whole.substr(0, 511)) << length << " " << osError;
-            EXPECT_EQ(std::string(place.behind, 8), "########");
-            EXPECT_EQ(place.rec.oserror[0], osError ? '5' : '#');
+            EXPECT_EQ(rec.message, whole.substr(0, 511)) << length << " " << osError;
+            EXPECT_EQ(rec.oserror[0], osError ? '5' : '#');
         }
     }
 }
 
 TEST(Format, NeverWritesBehindItsCapacity)
 {
-    struct
-    {
-        const char* text;
-        uint32_t result;
-        const char* buffer; // 8 bytes, 5 of them the capacity
-    } const cases[] = {
-        {"abc", 3, "abc\0####"},
-        {"abcde", 5, "abcde###"},
-        {"abcdef", sswseFormatOverflow, "abcde###"},
-    };
-    for (const auto& row : cases) {
+    // Of 8 bytes 5 are the capacity.
+    const std::tuple<const char*, uint32_t, const char*> cases[] = {
+        {"abc", 3, "abc\0####"}, {"abcde", 5, "abcde###"}, {"abcdef", sswseFormatOverflow, "abcde###"}};
+    for (const auto& [text, result, left] : cases) {
         char buffer[9] = "########";
-        EXPECT_EQ(sswseFormat(buffer, 5, "%s", row.text), row.result);
-        EXPECT_EQ(memcmp(buffer, row.buffer, 8), 0) << row.text;
+        EXPECT_EQ(sswseFormat(buffer, 5, "%s", text), result);
+        EXPECT_EQ(memcmp(buffer, left, 8), 0) << text;
         wchar_t wide[9] = L"########";
-        EXPECT_EQ(sswseFormatW(wide, 5, L"%hs", row.text), row.result);
+        EXPECT_EQ(sswseFormatW(wide, 5, L"%hs", text), result);
         EXPECT_EQ(wide[5], L'#');
         char array[6] = "#####";
-        sswseFormatText(array, "%s", row.text);
-        EXPECT_EQ(std::string(array), std::string(row.text).substr(0, 5));
+        sswseFormatText(array, "%s", text);
+        EXPECT_EQ(std::string(array), std::string(text).substr(0, 5));
     }
 }

@@ -1,4 +1,5 @@
 #include "frame/call.h"
+#include "tests/support/cases.h"
 #include "tests/support/library_copy.h"
 #include "tests/support/trace_log.h"
 
@@ -20,16 +21,6 @@ BOOL WINAPI noVersion(OSVERSIONINFOA*)
 {
     SetLastError(ERROR_INVALID_FUNCTION);
     return FALSE;
-}
-
-void* __cdecl noMemory(size_t)
-{
-    return nullptr;
-}
-
-void* __cdecl noZeroedMemory(size_t, size_t)
-{
-    return nullptr;
 }
 
 // The trace state of the objects that are linked into this program.
@@ -65,25 +56,24 @@ fs::path traceFile()
     return "keswsec" + std::to_string(GetCurrentProcessId()) + ".trc";
 }
 
-std::vector<std::string> linesOf(const fs::path& file)
-{
-    std::ifstream stream(file);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
-
 } // namespace
 
-TEST(Trace, TellsACallLineByLine)
+class TraceOfTheLibrary : public testing::Test
 {
+protected:
     support::LibraryCopy library;
     TraceLog log;
-    sswseErrRec rec;
+    sswseErrRec rec = {};
+    decltype(&sswseTraceOn) on = EXPORT_OF(library, sswseTraceOn);
+    decltype(&sswseTraceOff) off = EXPORT_OF(library, sswseTraceOff);
+    decltype(&sswseIsOSWinDC) work = EXPORT_OF(library, sswseIsOSWinDC);
+};
+
+TEST_F(TraceOfTheLibrary, TellsACallLineByLine)
+{
     const auto version = library.redirect("GetVersionExA", &noVersion);
-    ASSERT_EQ(EXPORT_OF(library, sswseTraceOn)(&rec, &TraceLog::receive, &log, 7), 1u);
-    EXPECT_EQ(EXPORT_OF(library, sswseIsOSWinDC)(&rec), 3u);
+    ASSERT_EQ(on(&rec, &TraceLog::receive, &log, 7), 1u);
+    EXPECT_EQ(work(&rec), 3u);
     const std::string message = std::string("\n") + rec.message;
     EXPECT_THAT(log.take(), ElementsAre("Entering... sswseIsOSWinDC()\n", "Entering... sswseGetOSVer()\n", message,
                                         "Exiting... sswseGetOSVer()", "<separator>", message,
@@ -91,62 +81,51 @@ TEST(Trace, TellsACallLineByLine)
 
     library.redirect("GetVersionExA", version);
     strcpy(rec.message, "an earlier message"); // is cleared and not traced
-    EXPECT_EQ(EXPORT_OF(library, sswseIsOSVistaOrAbove)(&rec), 1u);
-    EXPECT_THAT(log.take(), ElementsAre("Entering... sswseIsOSVistaOrAbove()\n", "Entering... sswseGetOSVer()\n",
-                                        "Exiting... sswseGetOSVer()", "<separator>",
-                                        "Exiting... sswseIsOSVistaOrAbove()", "<separator>"));
+    EXPECT_EQ(work(&rec), 0u);
+    EXPECT_THAT(log.take(),
+                ElementsAre("Entering... sswseIsOSWinDC()\n", "Entering... sswseGetOSVer()\n",
+                            "Exiting... sswseGetOSVer()", "<separator>", "Exiting... sswseIsOSWinDC()", "<separator>"));
 }
 
-TEST(Trace, ArgumentLineIsCutAt511AndLeftOutWithoutMemory)
+TEST_F(TraceOfTheLibrary, ArgumentLineIsCutAt511AndLeftOutWithoutMemory)
 {
-    support::LibraryCopy library;
-    TraceLog log;
-    sswseErrRec rec;
-    EXPORT_OF(library, sswseTraceOn)(&rec, &TraceLog::receive, &log, 0);
+    on(&rec, &TraceLog::receive, &log, 0);
     DWORD kind = 0;
     const auto classify = EXPORT_OF(library, sswseIsNameBuiltinAcc);
     classify(&rec, std::string(600, 'x').c_str(), &kind);
-    const std::string line = log.take().at(1);
-    EXPECT_EQ(line.size(), 511u);
-    EXPECT_EQ(line.back(), 'x');
+    EXPECT_EQ(log.take().at(1).substr(500), "xxxxxxxxxxx");
 
-    library.redirect("malloc", &noMemory);
-    library.redirect("calloc", &noZeroedMemory); // what the compiler makes of a block that is cleared at once
+    void* (*const none)(size_t) = [](size_t) -> void* { return nullptr; };
+    void* (*const noneZeroed)(size_t, size_t) = [](size_t, size_t) -> void* { return nullptr; };
+    library.redirect("malloc", none);
+    library.redirect("calloc", noneZeroed); // what the compiler makes of a block that is cleared at once
     classify(&rec, nullptr, nullptr);
     EXPECT_THAT(log.take(), ElementsAre("Entering... sswseIsNameBuiltinAcc()\n", std::string("\n") + rec.message,
                                         "Exiting... sswseIsNameBuiltinAcc()", "<separator>"));
 }
 
-TEST(Trace, SwitchesOnOnceAndOffAgain)
+TEST_F(TraceOfTheLibrary, SwitchesOnOnceAndOffAgain)
 {
-    support::LibraryCopy library;
-    const auto on = EXPORT_OF(library, sswseTraceOn);
-    const auto off = EXPORT_OF(library, sswseTraceOff);
-    const auto work = EXPORT_OF(library, sswseIsOSWinDC);
-    TraceLog first;
     TraceLog second;
-    sswseErrRec rec = {};
-    EXPECT_EQ(on(&rec, nullptr, &first, 1), 0u);
-    EXPECT_STREQ(rec.message, "WSE-000012: Null or invalid callback function parameter.\r\n");
-    EXPECT_EQ(on(&rec, &TraceLog::receive, nullptr, 1), 0u);
-    EXPECT_STREQ(rec.message, "WSE-000012: Null or invalid callback context parameter.\r\n");
-    work(&rec);
-    EXPECT_EQ(on(&rec, &TraceLog::receive, &first, 1), 1u);
-    EXPECT_STREQ(rec.message, "");
-    EXPECT_EQ(on(&rec, &TraceLog::receive, &second, 2), 1u);
-    work(&rec);
-    EXPECT_EQ(first.take().size(), 3u);
+    support::expectCases({
+        {"no function", [&](auto r) { return on(r, nullptr, &log, 1); }, 0,
+         "WSE-000012: Null or invalid callback func"},
+        {"no context", [&](auto r) { return on(r, &TraceLog::receive, nullptr, 1); }, 0,
+         "WSE-000012: Null or invalid callback context parameter."},
+        {"work without", [&](auto r) { return work(r); }, 0},
+        {"on", [&](auto r) { return on(r, &TraceLog::receive, &log, 1); }, 1},
+        {"on again", [&](auto r) { return on(r, &TraceLog::receive, &second, 2); }, 1},
+        {"work with the first", [&](auto r) { return work(r); }, 0},
+        {"off", [&](auto r) { return off(r); }, 1},
+        {"work without again", [&](auto r) { return work(r); }, 0},
+    });
+    EXPECT_EQ(log.take().size(), 3u);
     EXPECT_THAT(second.take(), IsEmpty());
-
-    strcpy(rec.message, "an earlier message");
-    EXPECT_EQ(off(&rec), 1u);
-    EXPECT_STREQ(rec.message, "");
-    work(&rec);
     EXPECT_EQ(on(nullptr, &TraceLog::receive, &second, 2), 1u);
     work(&rec);
     EXPECT_EQ(off(nullptr), 1u);
     EXPECT_EQ(off(nullptr), 1u);
-    EXPECT_THAT(first.take(), IsEmpty());
+    EXPECT_THAT(log.take(), IsEmpty());
     EXPECT_EQ(second.take().size(), 3u);
 }
 
@@ -157,7 +136,7 @@ TEST(Trace, ArgumentTextComesInPieces)
         size_t length;
         std::vector<size_t> lineFeeds;
         std::vector<std::pair<size_t, size_t>> pieces; // start, length
-        int said = 0;                                  // the length that is passed, when it is another
+        bool measured = false;                         // the length is not passed
     } const cases[] = {
         {0, {}, {{0, 0}}},
         {128, {}, {{0, 128}}},
@@ -172,7 +151,7 @@ TEST(Trace, ArgumentTextComesInPieces)
         {300, {0}, {{0, 0}, {1, 127}, {128, 127}, {255, 45}}},
         {130, {10, 60}, {{0, 60}, {61, 69}}}, // the last line feed in reach, and none in the remainder
         {129, {128}, {{0, 127}, {127, 2}}},
-        {511, {5}, {{0, 511}}, -1},
+        {511, {5}, {{0, 511}}, true},
     };
     TraceLog log;
     const LinkedTrace tracing(&log);
@@ -186,7 +165,7 @@ TEST(Trace, ArgumentTextComesInPieces)
         for (const auto& [start, length] : row.pieces)
             expected.push_back(text.substr(start, length));
         std::string traced = text;
-        sswseTraceArgs(traced.data(), row.said ? row.said : static_cast<int>(row.length));
+        sswseTraceArgs(traced.data(), row.measured ? -1 : static_cast<int>(row.length));
         EXPECT_EQ(log.take(), expected) << row.length;
         EXPECT_EQ(traced, text) << "the text is put back";
     }
@@ -213,7 +192,10 @@ TEST(Trace, FileRecordsAreWholeLines)
     sswseTracing.enabled = 0;
     sswseTraceToFile("%s", "dropped: switched off");
 
-    const std::vector<std::string> lines = linesOf(traceFile());
+    std::vector<std::string> lines;
+    std::ifstream stream(traceFile());
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
     const std::regex form(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d : \((\d+)\) : thread (\d) line (\d+) of wide)");
     int next[4] = {};
     ASSERT_EQ(lines.size(), 4u * perThread + 2);
