@@ -74,10 +74,6 @@ TEST(Arguments, ValuesAreKeptAsTheLibraryTakesThem)
     EXPECT_THAT(valueOf(call, "dependencies").texts, ElementsAre("RpcSs", "x y"));
     EXPECT_THAT(secretsOf(call), ElementsAre("opensesame"));
     EXPECT_THAT(valueOf(call, "password").shown, ElementsAre("****"));
-    EXPECT_EQ(
-        valueOf(parseCall({"AddACLOnObjectForUser", "wtype=1", "path=a", "ptype=0", "inheritable=255"}), "inheritable")
-            .number,
-        255U);
     EXPECT_EQ(valueOf(parseCall({"GetPredefKey", "path=\xE6\xBC\xA2"}), "path").texts.front(), "\xE6\xBC\xA2");
     EXPECT_EQ(valueOf(parseCall({"GetKestelHomeKey"}), "khkey").number, defaultBufferSize);
     EXPECT_EQ(valueOf(parseCall({"GetKestelHomeKey", "khkey.size=0"}), "khkey").number, 0U);

@@ -1,21 +1,17 @@
 #include "cli/descriptors.h"
+#include "tests/support/scratch_directory.h"
 
 #include <gmock/gmock.h>
 
-#include <fstream>
 #include <regex>
-#include <sstream>
 
 using namespace cli;
 
 namespace {
 
-std::string sourceText(const char* file)
+std::string sourceText(const std::string& file)
 {
-    std::ifstream stream(std::string(KESWSEC_SOURCE_DIR "/src/") + file);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
+    return support::contentsOf(KESWSEC_SOURCE_DIR "/src/" + file);
 }
 
 std::vector<std::string> matches(const std::string& text, const char* pattern, int group)

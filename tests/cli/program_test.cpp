@@ -1,13 +1,11 @@
 // keswsec.exe itself: exit status, what is written where, passwords.
 #include "cli/text.h"
+#include "tests/support/home.h"
 
 #include <gmock/gmock.h>
 
-#include <nlohmann/json.hpp>
-
-#include <array>
-#include <filesystem>
 #include <fstream>
+#include <regex>
 
 using namespace cli;
 using testing::HasSubstr;
@@ -21,29 +19,19 @@ struct Finished
     std::string output; // standard output and error
 };
 
-std::filesystem::path programFolder()
-{
-    std::array<wchar_t, MAX_PATH> file{};
-    GetModuleFileNameW(nullptr, file.data(), MAX_PATH);
-    return std::filesystem::path(file.data()).parent_path();
-}
-
 std::string readAll(HANDLE pipe)
 {
     std::string text;
-    std::array<char, 4096> piece{};
-    for (DWORD size = 0; ReadFile(pipe, piece.data(), static_cast<DWORD>(piece.size()), &size, nullptr) && size;)
-        text.append(piece.data(), size);
+    char piece[4096];
+    for (DWORD size = 0; ReadFile(pipe, piece, sizeof piece, &size, nullptr) && size;)
+        text.append(piece, size);
     return text;
 }
 
 Finished run(const std::string& arguments, const std::string& input = "")
 {
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    HANDLE inputRead = nullptr;
-    HANDLE inputWrite = nullptr;
-    HANDLE outputRead = nullptr;
-    HANDLE outputWrite = nullptr;
+    HANDLE inputRead, inputWrite, outputRead, outputWrite;
     CreatePipe(&inputRead, &inputWrite, &inherited, 0);
     CreatePipe(&outputRead, &outputWrite, &inherited, 0);
     SetHandleInformation(inputWrite, HANDLE_FLAG_INHERIT, 0);
@@ -56,7 +44,8 @@ Finished run(const std::string& arguments, const std::string& input = "")
     startup.hStdOutput = outputWrite;
     startup.hStdError = outputWrite;
     PROCESS_INFORMATION process = {};
-    std::wstring command = L"\"" + (programFolder() / L"keswsec.exe").wstring() + L"\" " + wideFromUtf8(arguments);
+    std::wstring command =
+        L"\"" + (support::programDirectory() / L"keswsec.exe").wstring() + L"\" " + wideFromUtf8(arguments);
     Finished result;
     if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process))
         throw std::runtime_error("keswsec.exe cannot be started");
@@ -73,12 +62,23 @@ Finished run(const std::string& arguments, const std::string& input = "")
     return result;
 }
 
-std::string scriptFile(const std::string& lines)
+std::string inQuotes(const std::filesystem::path& file)
 {
-    const std::filesystem::path file = std::filesystem::temp_directory_path() / L"keswsec-test-script.txt";
-    std::ofstream(file, std::ios::binary) << lines;
     return "\"" + utf8FromWide(file.wstring()) + "\"";
 }
+
+class ProgramScript : public testing::Test
+{
+protected:
+    // As an argument.
+    std::string script(const std::string& lines) const
+    {
+        std::ofstream(scratch.path() / "script.txt", std::ios::binary) << lines;
+        return " --script " + inQuotes(scratch.path() / "script.txt");
+    }
+
+    const support::ScratchDirectory scratch;
+};
 
 } // namespace
 
@@ -135,47 +135,42 @@ TEST(Program, PasswordsAreNeverShown)
         EXPECT_THAT(result.output, Not(HasSubstr(password.substr(at, 8))));
 }
 
-TEST(Program, ScriptStopsAtAFailureThatIsNotTolerated)
+TEST_F(ProgramScript, StopsAtAFailureThatIsNotTolerated)
 {
     const std::string calls =
         "# heading\n- IsKhomeTypeValid khometype=3 # tolerated\r\n\nIsKhomeTypeValid khometype=1\n"
         "IsKhomeTypeValid khometype=4\nIsKhomeTypeValid khometype=0\n";
-    const Finished stopped = run("--script " + scriptFile(calls));
+    const Finished stopped = run(script(calls));
     EXPECT_EQ(stopped.status, 1U);
     EXPECT_EQ(stopped.output,
               "# heading\n0 no       IsKhomeTypeValid khometype=3\n1 yes      IsKhomeTypeValid khometype=1\n"
               "0 no       IsKhomeTypeValid khometype=4\n");
 
-    const Finished refused = run("--script " + scriptFile("IsKhomeTypeValid khometype=1\n\nIsKhomeTypeValid\n"));
+    const Finished refused = run(script("IsKhomeTypeValid khometype=1\n\nIsKhomeTypeValid\n"));
     EXPECT_EQ(refused.status, 2U);
-    EXPECT_THAT(refused.output, HasSubstr("keswsec-test-script.txt:3: IsKhomeTypeValid: khometype is missing"));
+    EXPECT_THAT(refused.output, HasSubstr("script.txt:3: IsKhomeTypeValid: khometype is missing"));
     EXPECT_THAT(refused.output, Not(HasSubstr("yes"))); // nothing has been run
 }
 
-TEST(Program, CreatingAHomeAgainChangesNothing)
+TEST_F(ProgramScript, CreatingAHomeAgainChangesNothing)
 {
-    SetEnvironmentVariableA("KESTEL_HOME_KEY", "KEY_home1"); // the library beside keswsec.exe has no key file
-    SetEnvironmentVariableA("KESTEL_HOME_NAME", "home1");
-    const std::string saved =
-        utf8FromWide((std::filesystem::temp_directory_path() / L"keswsec-test-node.ini").wstring());
-    const std::string script = " --script " KESWSEC_SOURCE_DIR "/examples/create-home.txt";
-    const Finished first =
-        run("--json --node " KESWSEC_SOURCE_DIR "/examples/server.ini --save \"" + saved + "\"" + script);
+    // The library beside keswsec.exe has no key file.
+    const support::EnvironmentVariable key("KESTEL_HOME_KEY", "KEY_home1");
+    const support::EnvironmentVariable name("KESTEL_HOME_NAME", "home1");
+    const std::filesystem::path saved = scratch.path() / "node.ini";
+    const std::string example = KESWSEC_SOURCE_DIR "/examples/create-home.txt";
+    const Finished first = run("--json --node " KESWSEC_SOURCE_DIR "/examples/server.ini --save " + inQuotes(saved) +
+                               " --script " + example);
     EXPECT_EQ(first.status, 0U) << first.output;
-
     EXPECT_THAT(first.output, Not(HasSubstr("\"plan\":[]")));
-    std::ifstream file(KESWSEC_SOURCE_DIR "/examples/create-home.txt");
-    std::string tolerant;
-    for (std::string line; std::getline(file, line);)
-        tolerant += "- " + line + "\n";
-    const Finished again = run("--json --node \"" + saved + "\" --script " + scriptFile(tolerant));
+    EXPECT_THAT(first.output, HasSubstr(R"("outputs":{"phService":"open"})"));
+    EXPECT_THAT(first.output, Not(HasSubstr("Secret-1")));
+    EXPECT_THAT(support::contentsOf(saved), HasSubstr("dependencies=RpcSs"));
+
+    const std::string tolerant =
+        std::regex_replace(support::contentsOf(example), std::regex("(^|\n)(?=[^\n])"), "$1- ");
+    const Finished again = run("--json --node " + inQuotes(saved) + script(tolerant));
     EXPECT_EQ(again.status, 0U);
     EXPECT_THAT(again.output, Not(HasSubstr("\"plan\":[{")));
     EXPECT_THAT(again.output, HasSubstr("(OS 1073)"));
-    std::ifstream node(saved);
-    EXPECT_THAT(std::string(std::istreambuf_iterator<char>(node), {}), HasSubstr("dependencies=RpcSs"));
-    EXPECT_THAT(first.output, HasSubstr(R"("outputs":{"phService":"open"})"));
-    EXPECT_THAT(first.output, Not(HasSubstr("Secret-1")));
-    node.close();
-    std::filesystem::remove(saved);
 }

@@ -2,7 +2,8 @@
 
 #include <windows.h>
 
-#include <string>
+#include <fstream>
+#include <iterator>
 
 namespace support {
 
@@ -27,6 +28,12 @@ fs::path programDirectory()
 {
     wchar_t path[MAX_PATH];
     return fs::path(path, path + GetModuleFileNameW(nullptr, path, MAX_PATH)).parent_path();
+}
+
+std::string contentsOf(const fs::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 } // namespace support

@@ -1,7 +1,8 @@
-// A directory of the test's own, removed with all that is in it.
+// A directory of the test's own, removed with all that is in it, and other files.
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace support {
 
@@ -21,5 +22,7 @@ private:
 
 // The directory of the test program, where the build puts the library.
 std::filesystem::path programDirectory();
+
+std::string contentsOf(const std::filesystem::path& file);
 
 } // namespace support

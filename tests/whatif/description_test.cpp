@@ -22,8 +22,7 @@ protected:
     std::string saved(const World& world, const char* name) const
     {
         world.save(scratch_.path() / name);
-        std::ifstream stream(scratch_.path() / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
+        return support::contentsOf(scratch_.path() / name);
     }
 
     void load(World& world, const char* name, const std::string& text) const
