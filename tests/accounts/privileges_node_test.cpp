@@ -1,6 +1,5 @@
 // The rights that a home's user needs, granted, revoked and checked on a node.
 #include "accounts/lsa_policy.h"
-#include "accounts/privileges.h"
 #include "tests/support/node_test.h"
 
 #include <lm.h>
@@ -83,13 +82,13 @@ TEST_F(Rights, StopAtTheFirstThatFails)
 {
     constexpr DWORD denied = ERROR_ACCESS_DENIED;
     constexpr DWORD nothingHeld = static_cast<DWORD>(STATUS_OBJECT_NAME_NOT_FOUND);
-    const auto noPolicy = "WSE-000025: Unable to open Policy data.";
     const auto notGranted = "WSE-000041: Unable to grant privilege to user.";
     const auto notRevoked = "WSE-000040: Unable to remove privilege for user.";
     const Lines granted = changes("NODE", "granted", "NODE\\svc");
     const Lines revoked = changes("NODE", "revoked", "NODE\\svc");
     expectNodeCases({
-        {"grant: policy", grant("svc"), 3, noPolicy, denied, failing("LsaOpenPolicy", ntDenied)},
+        {"no policy", grant("svc"), 3, "WSE-000025: Unable to open Policy data.", denied,
+         failing("LsaOpenPolicy", ntDenied)},
         {"grant: first", grant("svc"), 3, notGranted, denied, failing("LsaAddAccountRights", ntDenied, 1)},
         {"grant: error 2 is one", grant("svc"), 3, notGranted, ERROR_FILE_NOT_FOUND,
          failing("LsaAddAccountRights", nothingHeld, 1)},
@@ -173,17 +172,6 @@ TEST_F(Rights, MissingArgumentsAndHomeTypes)
         {"check", check("svc", "01"), 5, badType},
         {"check without a type", check("svc", nullptr), 5, badType},
     });
-}
-
-TEST(GrantToSid, LooksAtItsArguments)
-{
-    const auto grant = [](PSID sid, const char* right) {
-        return calling(sswseGrantPrivilegesToSid, sid, right, nullptr);
-    };
-    BYTE invalid[SECURITY_MAX_SID_SIZE] = {};
-    expectRefused("privilege name", {grant(nullptr, nullptr)});
-    expectRefused("OS SID", {grant(nullptr, "SeServiceLogonRight")});
-    support::expectCases({{"invalid", grant(invalid, "SeServiceLogonRight"), 4, "WSE-000039"}});
 }
 
 TEST(Policy, TextsAreMeasuredInBytesAndNeverWrap)

@@ -3,6 +3,7 @@
 #include "whatif/active.h"
 #include "whatif/registry.h"
 
+#include <cstring>
 #include <fstream>
 
 namespace {
@@ -15,16 +16,6 @@ constexpr char noHome[] = "WSE-000052: Unable to determine Kestel home.";
 constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_keswsec_test";
 
 std::vector<std::string> opened; // key files
-decltype(&CreateFileA) openFile;
-
-HANDLE WINAPI noteFile(const char* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD disposition,
-                       DWORD flags, HANDLE pattern)
-{
-    if (_stricmp(std::filesystem::path(name).extension().string().c_str(), ".key") == 0)
-        opened.push_back(name);
-    return openFile(name, access, share, security, disposition, flags, pattern);
-}
-
 class HomeOfNode : public support::NodeTest
 {
 protected:
@@ -38,7 +29,14 @@ protected:
     HomeOfNode()
     {
         opened.clear();
-        openFile = library.redirect("CreateFileA", &noteFile);
+        static decltype(&CreateFileA) open;
+        open = library.redirect(
+            "CreateFileA", +[](const char* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                               DWORD disposition, DWORD flags, HANDLE pattern) WINAPI {
+                if (_stricmp(strrchr(name, '.'), ".key") == 0)
+                    opened.push_back(name);
+                return open(name, access, share, security, disposition, flags, pattern);
+            });
         for (const auto& [value, here, there] : {std::tuple{"KESTEL_HOME_TYPE", "0", "2"},
                                                  {"KESTEL_SVCUSER", "CORP\\gmsa$", "NT AUTHORITY\\LocalService"},
                                                  {"KESTEL_SVCUSER_TYPE", " ", "V"},

@@ -150,40 +150,30 @@ TEST_F(HomeValues, UserIsRecorded)
     EXPECT_EQ(registry.get("KESTEL_SVCUSER"), terminated(endless.substr(0, 511)));
 }
 
-TEST_F(HomeValues, MissingArgumentsAreNamed)
+TEST(Home, MissingArgumentsAreNamed)
 {
     char out[8];
-    const auto type = EXPORT(sswseGetKestelHomeType);
-    const auto setType = EXPORT(sswseSetKestelHomeType);
-    const auto typeOfPath = EXPORT(sswseGetKestelHomeTypeForKHPath);
-    const auto userOfPath = EXPORT(sswseGetUnameForKhomePath);
-    const auto record = EXPORT(sswseSetUnameForKhome);
-    expectRefused("KestelHome Key",
-                  {calling(type, nullptr, nullptr, 1, nullptr, nullptr), calling(setType, nullptr, nullptr, nullptr)});
-    expectRefused("KestelHome Type",
-                  {calling(type, "K", nullptr, 1, nullptr, nullptr), calling(setType, "K", nullptr, nullptr),
-                   calling(EXPORT(sswseIsKhomeTypeValid), nullptr),
-                   calling(typeOfPath, path.data(), nullptr, 8, nullptr, "no-such-node")});
-    expectRefused("KestelHome Name", {calling(EXPORT(sswseGetKestelHomeName), nullptr, 1, nullptr)});
-    expectRefused("KestelHome Path", {calling(typeOfPath, nullptr, out, 8, nullptr, nullptr),
-                                      calling(EXPORT(sswseIsSVCUserMSA), nullptr, nullptr),
-                                      calling(EXPORT(sswseIsSVCUserPasswordRequired), nullptr, nullptr),
-                                      calling(EXPORT(sswseIsSvcUserVirtualAccount), nullptr, nullptr)});
-    expectRefused("KestelHome Path", {calling(userOfPath, nullptr, nullptr, 8, nullptr, nullptr)}, 6);
-    expectRefused("KestelHomePath", {calling(EXPORT(sswseIsSvcUserLocalSystem), nullptr, nullptr),
-                                     calling(EXPORT(sswseIsSvcUserLocalService), nullptr, nullptr),
-                                     calling(EXPORT(sswseIsSVCUserGMSA), nullptr, nullptr)});
-    expectRefused("username", {calling(record, nullptr, nullptr, nullptr),
-                               calling(EXPORT(sswseGetUnameForKhome), nullptr, 8, nullptr, nullptr),
-                               calling(userOfPath, path.c_str(), nullptr, 8, nullptr, nullptr)});
-    expectRefused("KestelHomeKey", {calling(record, "u", nullptr, nullptr)}, 6);
-    expectRefused("khkey", {calling(EXPORT(sswseGetKestelHomeKey), nullptr, 1, nullptr)});
-    EXPECT_EQ(path, library.path()); // not changed even for a node
-}
-
-TEST(HomeName, MissingArgumentsAreNamed)
-{
     char path[] = "C:\\home";
-    expectRefused("KestelHome Name", {calling(sswseGetKestelHomeNameForKHPath, path, nullptr, 8, nullptr, "no-node")});
-    EXPECT_STREQ(path, "C:\\home");
+    expectRefused("KestelHome Key", {calling(sswseGetKestelHomeType, nullptr, nullptr, 1, nullptr, nullptr),
+                                     calling(sswseSetKestelHomeType, nullptr, nullptr, nullptr)});
+    expectRefused("KestelHome Type",
+                  {calling(sswseGetKestelHomeType, "K", nullptr, 1, nullptr, nullptr),
+                   calling(sswseSetKestelHomeType, "K", nullptr, nullptr), calling(sswseIsKhomeTypeValid, nullptr),
+                   calling(sswseGetKestelHomeTypeForKHPath, path, nullptr, 8, nullptr, "node")});
+    expectRefused("KestelHome Name", {calling(sswseGetKestelHomeName, nullptr, 1, nullptr),
+                                      calling(sswseGetKestelHomeNameForKHPath, path, nullptr, 8, nullptr, "node")});
+    expectRefused("KestelHome Path", {calling(sswseGetKestelHomeTypeForKHPath, nullptr, out, 8, nullptr, nullptr),
+                                      calling(sswseIsSVCUserMSA, nullptr, nullptr),
+                                      calling(sswseIsSVCUserPasswordRequired, nullptr, nullptr),
+                                      calling(sswseIsSvcUserVirtualAccount, nullptr, nullptr)});
+    expectRefused("KestelHome Path", {calling(sswseGetUnameForKhomePath, nullptr, nullptr, 8, nullptr, nullptr)}, 6);
+    expectRefused("KestelHomePath", {calling(sswseIsSvcUserLocalSystem, nullptr, nullptr),
+                                     calling(sswseIsSvcUserLocalService, nullptr, nullptr),
+                                     calling(sswseIsSVCUserGMSA, nullptr, nullptr)});
+    expectRefused("username", {calling(sswseSetUnameForKhome, nullptr, nullptr, nullptr),
+                               calling(sswseGetUnameForKhome, nullptr, 8, nullptr, nullptr),
+                               calling(sswseGetUnameForKhomePath, path, nullptr, 8, nullptr, nullptr)});
+    expectRefused("KestelHomeKey", {calling(sswseSetUnameForKhome, "u", nullptr, nullptr)}, 6);
+    expectRefused("khkey", {calling(sswseGetKestelHomeKey, nullptr, 1, nullptr)});
+    EXPECT_STREQ(path, "C:\\home"); // not changed even for a node
 }
