@@ -26,6 +26,7 @@ DWORD findSid(const sswseCall& call, const char* name, const Question& question,
     PSID found = nullptr;
     const DWORD status = sswseConvertUnameToSIDOnNode(call.rec, name, &found, question.node.get());
     sid.reset(found);
+    // The status alone would let a SID through that was never filled in: the difference is meant.
     return sswseHasSid(call, status) ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 

@@ -1,8 +1,8 @@
 // The name of a home: of the library's own, and of the home at a path.
+#include "home/home_name.h"
 #include "frame/call.h"
 #include "home/home_key.h"
 #include "home/home_registry.h"
-#include "home/home_type.h"
 #include "home/home_values.h"
 
 #include <cstring>

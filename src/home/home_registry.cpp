@@ -7,6 +7,12 @@
 
 namespace {
 
+// The machine to connect to; NULL: this one.
+const char* machineOf(const char* nodename)
+{
+    return sswseIsLocalNode(nodename) ? nullptr : nodename;
+}
+
 // One dialect of the registry: multibyte or wide. The functions are passed when they are called, never kept.
 template <class Char>
 struct Dialect
@@ -22,7 +28,7 @@ DWORD connectTo(const sswseCall& call, const Char* machine, const Dialect<Char>&
                 HKEY* hive)
 {
     *hive = HKEY_LOCAL_MACHINE;
-    if (!machine || !machine[0])
+    if (!machine)
         return SSWSE_SUCCESS;
     HKEY connected = nullptr;
     const LSTATUS result = dialect.connect(machine, HKEY_LOCAL_MACHINE, &connected);
@@ -71,26 +77,23 @@ Dialect<wchar_t> wideDialect()
 
 DWORD sswseConnectRegistryA(const sswseCall& call, const char* nodename, owned::RegistryKey& root, HKEY* hive)
 {
-    return connectTo(call, nodename, multibyteDialect(), root, hive);
+    return connectTo(call, machineOf(nodename), multibyteDialect(), root, hive);
 }
 
 DWORD sswseOpenHomeKeyA(const sswseCall& call, const char* nodename, const char* subkey, REGSAM access,
                         DWORD openFailure, sswseHomeRegistryKey& opened)
 {
-    return openKey(call, nodename, subkey, multibyteDialect(), {subkey, access, openFailure}, opened);
+    return openKey(call, machineOf(nodename), subkey, multibyteDialect(), {subkey, access, openFailure}, opened);
 }
 
-DWORD sswseOpenHomeKeyW(const sswseCall& call, const char* nodename, const char* subkey, REGSAM access,
-                        DWORD openFailure, sswseHomeRegistryKey& opened)
+DWORD sswseOpenHomeKeyW(const sswseCall& call, const char* nodename, const sswseHomeSubkey& subkey, REGSAM access,
+                        sswseHomeRegistryKey& opened)
 {
-    owned::Heap<wchar_t> wideSubkey;
     owned::Heap<wchar_t> node;
-    DWORD status = sswseToWide(call, subkey, wideSubkey);
-    if (status == SSWSE_SUCCESS)
-        status = sswseNodeToWide(call, nodename, node);
-    if (status != SSWSE_SUCCESS)
+    if (const DWORD status = sswseNodeToWide(call, nodename, node); status != SSWSE_SUCCESS)
         return status;
-    return openKey<wchar_t>(call, node.get(), wideSubkey.get(), wideDialect(), {subkey, access, openFailure}, opened);
+    return openKey<wchar_t>(call, node.get(), subkey.wide.get(), wideDialect(), {subkey.text, access, SSWSE_FAILURE},
+                            opened);
 }
 
 DWORD sswseOpenHomeA(const sswseCall& call, const char* homeKey, const char* nodename, REGSAM access,
@@ -101,10 +104,11 @@ DWORD sswseOpenHomeA(const sswseCall& call, const char* homeKey, const char* nod
     return sswseOpenHomeKeyA(call, nodename, subkey, access, SSWSE_HOME_NOT_FOUND, opened);
 }
 
-DWORD sswseHomeSubkey(const sswseCall& call, const char* homeKey, char (&subkey)[512])
+DWORD sswseMakeHomeSubkey(const sswseCall& call, const char* homeKey, sswseHomeSubkey& subkey)
 {
-    sswseFormatText(subkey, "%s", "software\\Kestel\\");
-    return sswseAppend(call, subkey, sizeof subkey, homeKey);
+    sswseFormatText(subkey.text, "%s", "software\\Kestel\\");
+    const DWORD status = sswseAppend(call, subkey.text, sizeof subkey.text, homeKey);
+    return status == SSWSE_SUCCESS ? sswseToWide(call, subkey.text, subkey.wide) : status;
 }
 
 DWORD sswseReadHomeValueA(const sswseCall& call, HKEY key, const char* value, sswseHomeValue& read)
@@ -140,11 +144,11 @@ DWORD sswseReadHomeValueW(const sswseCall& call, HKEY key, const wchar_t* value,
 DWORD sswseReadValueOfHomeW(const sswseCall& call, const char* homeKey, const char* nodename, const wchar_t* value,
                             const char* valueName, owned::Heap<char>& text, size_t* length, bool* absent)
 {
-    char subkey[512];
+    sswseHomeSubkey subkey;
     sswseHomeRegistryKey home;
-    DWORD status = sswseHomeSubkey(call, homeKey, subkey);
+    DWORD status = sswseMakeHomeSubkey(call, homeKey, subkey);
     if (status == SSWSE_SUCCESS)
-        status = sswseOpenHomeKeyW(call, nodename, subkey, KEY_QUERY_VALUE, SSWSE_FAILURE, home);
+        status = sswseOpenHomeKeyW(call, nodename, subkey, KEY_QUERY_VALUE, home);
     if (status != SSWSE_SUCCESS)
         return status;
     return sswseReadHomeValueW(call, home.key.get(), value, valueName, text, length, absent);

@@ -15,20 +15,27 @@ struct sswseHomeRegistryKey
 // WSE-000044 "RegConnectRegistry".
 DWORD sswseConnectRegistryA(const sswseCall& call, const char* nodename, owned::RegistryKey& root, HKEY* hive);
 
-// Opens `subkey` under HKEY_LOCAL_MACHINE of `nodename`. 2; 3 with WSE-000044; `openFailure` with WSE-000010 naming
-// `subkey` and "HKLM". The multibyte dialect names "RegConnectRegistry" and "RegOpenKeyEx", the wide one
-// "RegConnectRegistryW" and "RegOpenKeyExW" and may fail with WSE-00006 as well.
+// The subkey of a home in both dialects: messages name the multibyte text.
+struct sswseHomeSubkey
+{
+    char text[512];
+    owned::Heap<wchar_t> wide;
+};
+
+// Builds "software\Kestel\" + home key. 2, or 3 with WSE-000053 "strcat_s" or WSE-00006.
+DWORD sswseMakeHomeSubkey(const sswseCall& call, const char* homeKey, sswseHomeSubkey& subkey);
+
+// Opens `subkey` under HKEY_LOCAL_MACHINE of `nodename`. 2; 3 with WSE-000044; `openFailure`, which is 3 in the wide
+// dialect, with WSE-000010 naming `subkey` and "HKLM". The multibyte dialect names "RegConnectRegistry" and
+// "RegOpenKeyEx", the wide one "RegConnectRegistryW" and "RegOpenKeyExW" and may fail with WSE-00006 as well.
 DWORD sswseOpenHomeKeyA(const sswseCall& call, const char* nodename, const char* subkey, REGSAM access,
                         DWORD openFailure, sswseHomeRegistryKey& opened);
-DWORD sswseOpenHomeKeyW(const sswseCall& call, const char* nodename, const char* subkey, REGSAM access,
-                        DWORD openFailure, sswseHomeRegistryKey& opened);
+DWORD sswseOpenHomeKeyW(const sswseCall& call, const char* nodename, const sswseHomeSubkey& subkey, REGSAM access,
+                        sswseHomeRegistryKey& opened);
 
 // Opens "Software\Kestel\" + home key, cut at 259 characters, in the multibyte dialect; `openFailure` is 6.
 DWORD sswseOpenHomeA(const sswseCall& call, const char* homeKey, const char* nodename, REGSAM access,
                      sswseHomeRegistryKey& opened);
-
-// Builds "software\Kestel\" + home key in the array. 2, or 3 with WSE-000053 "strcat_s".
-DWORD sswseHomeSubkey(const sswseCall& call, const char* homeKey, char (&subkey)[512]);
 
 // A text value as it is stored: the type is not looked at, and a text that is not terminated gets its NUL here.
 struct sswseHomeValue

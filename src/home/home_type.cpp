@@ -1,6 +1,4 @@
 // The type of a home, one of the texts "0", "1" and "2": read, set, validated.
-#include "home/home_type.h"
-
 #include "frame/call.h"
 #include "home/home_registry.h"
 #include "home/home_values.h"

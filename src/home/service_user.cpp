@@ -111,6 +111,7 @@ DWORD sswseSidOfServiceUser(const sswseCall& call, const char* user, owned::Heap
     PSID found = nullptr;
     const DWORD status = sswseConvertUnameToSID(call.rec, user, &found);
     sid.reset(found);
+    // The status alone would let a SID through that was never filled in: the difference is meant.
     return sswseHasSid(call, status) ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 
@@ -123,13 +124,13 @@ DWORD WINAPI sswseSetUnameForKhome(sswseErrRec* err, const char* uname, const ch
         if (!khomekey)
             return sswseBadArgument(call, "KestelHomeKey", SSWSE_HOME_NOT_FOUND); // this status: deliberate
         char recorded[512];
-        char subkey[512];
+        sswseHomeSubkey subkey;
         sswseHomeRegistryKey home;
-        DWORD status = sswseHomeSubkey(call, khomekey, subkey);
+        DWORD status = sswseMakeHomeSubkey(call, khomekey, subkey);
         if (status == SSWSE_SUCCESS)
             status = nameToRecord(call, uname, recorded);
         if (status == SSWSE_SUCCESS)
-            status = sswseOpenHomeKeyW(call, nodename, subkey, KEY_SET_VALUE, SSWSE_FAILURE, home);
+            status = sswseOpenHomeKeyW(call, nodename, subkey, KEY_SET_VALUE, home);
         if (status != SSWSE_SUCCESS)
             return status;
         return recordUserAndFacts(call, home.key.get(), recorded, uname, nodename);

@@ -1,5 +1,5 @@
 // Values of a home in the real registry: type, service user and its facts, for homes given by key and by path.
-#include "home/home_type.h"
+#include "home/home_name.h"
 #include "tests/support/cases.h"
 #include "tests/support/home.h"
 

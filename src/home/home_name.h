@@ -1,4 +1,4 @@
-// What the home's registry key says of its type and name.
+// The name of a home that is given by its path.
 #pragma once
 
 #include "keswsec.h"
