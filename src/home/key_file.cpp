@@ -18,7 +18,7 @@ DWORD cannotTell(const sswseCall& call, const sswseKeyFileAnswers& answers, DWOR
     return status;
 }
 
-DWORD readKeyFile(const sswseCall& call, const char* path, const sswseKeyFileAnswers& answers, sswseKeyLine& line)
+DWORD readLine(const sswseCall& call, const char* path, const sswseKeyFileAnswers& answers, sswseKeyLine& line)
 {
     const owned::Handle file = sswseOpenKeyFile(path);
     if (!file)
@@ -26,6 +26,14 @@ DWORD readKeyFile(const sswseCall& call, const char* path, const sswseKeyFileAns
     if (!sswseReadKeyLine(file.get(), line))
         return cannotTell(call, answers, answers.notRead, GetLastError(), "ReadFile");
     return SSWSE_SUCCESS;
+}
+
+// The key file of the home that the local file system shows at `khomepath`.
+DWORD readKeyFile(const sswseCall& call, const char* khomepath, const sswseKeyFileAnswers& answers, sswseKeyLine& line)
+{
+    char path[MAX_PATH];
+    sswseFormatText(path, "%s\\bin\\kestel.key", khomepath);
+    return readLine(call, path, answers, line);
 }
 
 } // namespace
@@ -57,9 +65,7 @@ const char* sswseHomeKeyOfLine(const char* line)
 DWORD sswseFindHomeKey(const sswseCall& call, const char* khomepath, const sswseKeyFileAnswers& answers,
                        sswseKeyLine& line, const char** homeKey)
 {
-    char path[MAX_PATH];
-    sswseFormatText(path, "%s\\bin\\kestel.key", khomepath);
-    if (const DWORD status = readKeyFile(call, path, answers, line); status != SSWSE_SUCCESS)
+    if (const DWORD status = readKeyFile(call, khomepath, answers, line); status != SSWSE_SUCCESS)
         return status;
     *homeKey = sswseHomeKeyOfLine(line);
     if (!*homeKey) {
@@ -72,13 +78,11 @@ DWORD sswseFindHomeKey(const sswseCall& call, const char* khomepath, const sswse
 DWORD sswseReadKeyFileOnNode(const sswseCall& call, char* khomepath, const char* nodename,
                              const sswseKeyFileAnswers& answers, sswseKeyLine& line)
 {
+    if (sswseIsLocalNode(nodename))
+        return readKeyFile(call, khomepath, answers, line);
+    if (strlen(khomepath) > 1)
+        khomepath[1] = '$'; // in the caller's own text, and left so: deliberate
     char path[MAX_PATH];
-    if (sswseIsLocalNode(nodename)) {
-        sswseFormatText(path, "%s\\bin\\kestel.key", khomepath);
-    } else {
-        if (strlen(khomepath) > 1)
-            khomepath[1] = '$'; // in the caller's own text, and left so: deliberate
-        sswseFormatText(path, "\\\\%s\\%s\\bin\\kestel.key", nodename, khomepath);
-    }
-    return readKeyFile(call, path, answers, line);
+    sswseFormatText(path, "\\\\%s\\%s\\bin\\kestel.key", nodename, khomepath);
+    return readLine(call, path, answers, line);
 }
