@@ -7,13 +7,10 @@
 
 namespace {
 
-DWORD changeConfiguration(const sswseCall& call, const sswseServicePlan& plan, const char* binpath,
-                          const char* password, SC_HANDLE service)
+DWORD changeConfiguration(const sswseCall& call, const sswseServiceLogon& logon, const char* binpath, SC_HANDLE service)
 {
     owned::Heap<wchar_t> path;
-    sswseServiceLogon logon;
-    if (sswseToWide(call, binpath, path) != SSWSE_SUCCESS ||
-        sswseMakeServiceLogon(call, plan, plan.account.name, password, logon) != SSWSE_SUCCESS)
+    if (sswseToWide(call, binpath, path) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     // No account would leave the present one in place, so LocalSystem must be named.
     const wchar_t* const account = logon.account ? logon.account.get() : L"LocalSystem";
@@ -43,9 +40,11 @@ DWORD WINAPI sswseUpdateService(sswseErrRec* err, const char* nodename, const ch
         if (status != SSWSE_SUCCESS)
             return status;
         sswseDecideService(call, servicename, nodename, plan);
+        sswseServiceLogon logon;
         sswseOpenedService opened;
-        if (sswseOpenNodeService(call, nodename, servicename, SERVICE_ALL_ACCESS, opened) != SSWSE_SUCCESS ||
-            changeConfiguration(call, plan, binpath, password, opened.service.get()) != SSWSE_SUCCESS)
+        if (sswseMakeServiceLogon(call, plan, plan.account.name, password, logon) != SSWSE_SUCCESS ||
+            sswseOpenNodeService(call, nodename, servicename, SERVICE_ALL_ACCESS, opened) != SSWSE_SUCCESS ||
+            changeConfiguration(call, logon, binpath, opened.service.get()) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         return sswseFollowUpService(call, servicename, nodename, plan, opened.service.get());
     });
