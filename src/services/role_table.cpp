@@ -70,7 +70,7 @@ static_assert(homeTypes[2].table.count == 2 && usedSlots(rows2[0]) == 2 && usedS
 const sswseRoleTable* sswseRoleTableOf(const char* khtype)
 {
     for (const HomeTypeRoles& type : homeTypes)
-        if (strcmp(type.khtype, khtype) == 0)
+        if (khtype && strcmp(type.khtype, khtype) == 0)
             return &type.table;
     return nullptr;
 }

@@ -29,7 +29,7 @@ struct sswseRoleTable
 // The index of a service whose executable has no row.
 inline constexpr int sswseNoRole = -1;
 
-// The table of a home type, compared exactly; NULL when it has none.
+// The table of a home type, compared exactly; NULL when it has none, or is NULL.
 const sswseRoleTable* sswseRoleTableOf(const char* khtype);
 
 // The row at an index. Outside the table, sswseNoRole included, it is a row without key, groups and rights.

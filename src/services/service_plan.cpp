@@ -65,7 +65,7 @@ DWORD sswseFollowUpService(const sswseCall& call, const char* servicename, const
     char(&account)[512] = plan.account.name;
     DWORD sidtypeUR = 0;
     // The statuses of these three are ignored: a service without them is usable, and older systems lack some of them.
-    sswseSetSvcTypeUnrestricted(call.rec, servicename, plan.svckey, plan.khtype, nodename, &sidtypeUR);
+    sswseSetSvcTypeUnrestricted(call.rec, servicename, plan.svckey, plan.khtype, nodename, sidtypeUR);
     sswseSetACLOnService(call.rec, service);
     sswseAddSvcToSVCSIDSGrp(call.rec, servicename, plan.khtype, account, nodename);
 

@@ -52,9 +52,9 @@ bool becomesUnrestricted(const sswseCall& call, SidType sidType, const char* nod
 } // namespace
 
 DWORD sswseSetSvcTypeUnrestricted(sswseErrRec* err, const char* servicename, const char* svckey, const char* khtype,
-                                  const char* nodename, DWORD* sidtypeUR)
+                                  const char* nodename, DWORD& sidtypeUR)
 {
-    *sidtypeUR = 0;
+    sidtypeUR = 0;
     return sswseRunFramed(err, __func__, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {
         if (!servicename)
             return sswseBadArgument(call, "Service Name");
@@ -70,7 +70,7 @@ DWORD sswseSetSvcTypeUnrestricted(sswseErrRec* err, const char* servicename, con
         SERVICE_SID_INFO info = {SERVICE_SID_TYPE_UNRESTRICTED};
         if (!ChangeServiceConfig2W(opened.service.get(), SERVICE_CONFIG_SERVICE_SID_INFO, &info))
             return sswseFail(call, WSE_UPDATE_SERVICE, GetLastError(), "ChangeServiceConfig2W");
-        *sidtypeUR = 1;
+        sidtypeUR = 1;
         return SSWSE_SUCCESS;
     });
 }
