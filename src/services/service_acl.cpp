@@ -19,7 +19,9 @@ DWORD readSecurity(const sswseCall& call, SC_HANDLE service, owned::Heap<SECURIT
     });
 }
 
-// The existing entries merged with start and stop for the administrators' groups.
+// The existing entries merged with start and stop for the administrators' groups. A service without a list, which lets
+// everybody in, would end with these two entries and let in nobody else: the service control manager gives every new
+// service a list, so this is left to the platform's merge.
 DWORD mergeGrants(const sswseCall& call, ACL* existing, const char* homename, owned::Local<ACL>& merged)
 {
     char productGroup[] = "KES_DBA";
