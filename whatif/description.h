@@ -1,7 +1,7 @@
 // A described node: a text file (INI, read with the platform's own profile functions; UTF-16 or the ANSI code page).
 //
-//     [node]                             name, version=10.0, product=server (workstation, domain controller), domain,
-//     sid,
+//     [node]                             name (15 characters at most), version=10.0, domain, sid,
+//                                        product=server (workstation, domain controller),
 //                                        minimum password length, next rid, missing=Logoncli.dll,
 //                                        standard accounts=yes (what every fresh machine has; "no" starts empty)
 //     [users]                            svc=password
@@ -18,7 +18,8 @@
 //                                        type, start, error control, tag, sid type, dependencies
 //     [registry SOFTWARE\Kestel\KEY_h1]  KESTEL_HOME_TYPE=1, Count=dword:7, Path=expand:%SystemRoot%, @=default value
 //     [security]                         file C:\data=D:(A;;GA;;;BA)
-//     [drives]                           C=Z:\tmp\node-c (what \\node\C$ stands for)
+//     [drives]                           C=Z:\tmp\node-c (what \\node\C$ stands for; the shares of the local node's
+//                                        drives are always there)
 #pragma once
 
 #include "whatif/node.h"

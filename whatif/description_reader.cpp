@@ -5,6 +5,7 @@
 #include "whatif/ini.h"
 #include "whatif/names.h"
 #include "whatif/registry.h"
+#include "whatif/service_handles.h"
 #include "whatif/sids.h"
 
 #include <algorithm>
@@ -29,6 +30,8 @@ public:
         each(L"node", [&](const IniLine& line) { readNodeKey(line); });
         if (node_.name.empty())
             fail(L"[node] has no name");
+        if (node_.name.size() > MAX_COMPUTERNAME_LENGTH)
+            fail(L"[node] has a name of more than " + std::to_wstring(MAX_COMPUTERNAME_LENGTH) + L" characters");
         node_.sid = accountDomainSid(node_);
         if (standardAccounts_)
             addStandardAccounts(node_);
@@ -219,7 +222,6 @@ private:
         for (const std::wstring& name : named(L"service ")) {
             Service service;
             service.name = name;
-            service.account = L"LocalSystem";
             each(L"service " + name, [&](const IniLine& line) {
                 if (sameName(line.key, L"dependencies"))
                     service.dependencies = listOf(line.value);
@@ -228,6 +230,8 @@ private:
                 else if (!readField(service, serviceFields, line.key, unescaped(line.value)))
                     fail(L"is no key of this section");
             });
+            if (service.account.empty())
+                service.account = defaultAccount(service.type);
             node_.services.push_back(service);
         }
     }

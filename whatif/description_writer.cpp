@@ -3,6 +3,7 @@
 #include "whatif/ini.h"
 #include "whatif/names.h"
 #include "whatif/registry.h"
+#include "whatif/service_handles.h"
 
 #include <algorithm>
 
@@ -88,11 +89,11 @@ void writeMembership(IniWriter& writer, const Node& node)
 void writeServices(IniWriter& writer, const Node& node)
 {
     Service usual;
-    usual.account = L"LocalSystem";
     for (const Service& service : node.services) {
         if (service.deleted)
             continue;
         writer.section(L"service " + service.name, true);
+        usual.account = defaultAccount(service.type);
         writeFields(writer, service, usual, serviceFields);
         if (!service.dependencies.empty())
             writer.list(L"dependencies", service.dependencies);

@@ -43,7 +43,7 @@ struct Service
     std::wstring name;
     std::wstring displayName;
     std::wstring binaryPath;
-    std::wstring account; // as it was given to the service control manager; "LocalSystem" when none was
+    std::wstring account; // as it was given to the service control manager, else "LocalSystem", empty for a driver
     std::wstring password;
     std::wstring loadOrderGroup;
     std::vector<std::wstring> dependencies;

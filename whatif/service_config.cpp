@@ -124,13 +124,16 @@ BOOL WINAPI changeConfig(SC_HANDLE handle, DWORD type, DWORD start, DWORD errorC
         wanted.account = account;
         wanted.password.clear();
     }
-    change(wanted.password, password);
+    if (!ignoresPassword(*node, wanted))
+        change(wanted.password, password);
     change(wanted.displayName, displayName);
     DWORD error = tag ? assignTag(*node, wanted) : ERROR_SUCCESS;
     if (!error)
         error = checkService(*node, wanted);
+    if (!error && displayName && isDisplayNameTaken(*node, wanted.displayName, wanted.name))
+        error = ERROR_DUPLICATE_SERVICE_NAME;
     if (!error && newAccount)
-        error = checkServiceAccount(*node, wanted);
+        error = checkServiceAccount(*node, wanted, password != nullptr);
     if (error)
         return failWith(error);
     if (tag)

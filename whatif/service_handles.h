@@ -37,12 +37,16 @@ Security serviceSecurity(const Service& service);
 std::wstring startText(DWORD start);
 std::wstring sidTypeText(DWORD sidType);
 
-// Whether the service control manager takes a service as it stands, new or changed: a Win32 error code. The account is
-// looked at on its own, for one that is not changed may be gone by now.
-DWORD checkService(const Node& node, const Service& service);
-DWORD checkServiceAccount(const Node& node, const Service& service);
+// The account of a service that is given none.
+std::wstring defaultAccount(DWORD type);
 
-// Gives the service the next tag of its load-ordering group; only drivers that start at boot have one.
+// Whether the service control manager takes a service as it stands, new or changed: a Win32 error code. Display name
+// and account are looked at on their own, and only when they are given.
+DWORD checkService(const Node& node, const Service& service);
+DWORD checkServiceAccount(const Node& node, const Service& service, bool hasPassword);
+bool ignoresPassword(const Node& node, const Service& service); // whatever password comes with it
+
+// Gives the service the next tag of its load-ordering group, without which there are no tags.
 DWORD assignTag(const Node& node, Service& service);
 
 // "a\0b\0\0"; NULL is an empty list.

@@ -62,14 +62,25 @@ SC_HANDLE WINAPI openService(SC_HANDLE manager, LPCWSTR name, DWORD access)
 
 // ---- creating ----------------------------------------------------------------------------------------------------
 
-DWORD checkNew(Node& node, const Service& wanted)
+DWORD checkNew(Node& node, const Service& wanted, bool hasPassword)
 {
     const Service* const existing = findService(node, wanted.name);
     if (existing)
         return existing->deleted ? ERROR_SERVICE_MARKED_FOR_DELETE : ERROR_SERVICE_EXISTS;
     if (const DWORD error = checkService(node, wanted))
         return error;
-    return checkServiceAccount(node, wanted);
+    if (isDisplayNameTaken(node, wanted.displayName, wanted.name))
+        return ERROR_DUPLICATE_SERVICE_NAME;
+    return checkServiceAccount(node, wanted, hasPassword);
+}
+
+void recordCreation(World& world, const Node& node, const Service& service)
+{
+    const std::wstring object = L"service " + service.name;
+    const std::wstring account = service.account.empty() ? L"" : service.account + L", ";
+    world.record({node.name, object, L"created", L"", account + startText(service.start) + L", " + service.binaryPath});
+    if (!service.password.empty())
+        world.record({node.name, object, L"password set", L"", L""});
 }
 
 SC_HANDLE WINAPI createService(SC_HANDLE manager, LPCWSTR name, LPCWSTR displayName, DWORD access, DWORD type,
@@ -96,22 +107,19 @@ SC_HANDLE WINAPI createService(SC_HANDLE manager, LPCWSTR name, LPCWSTR displayN
     wanted.binaryPath = binaryPath;
     wanted.loadOrderGroup = textOrEmpty(loadOrderGroup);
     wanted.dependencies = listOf(dependencies);
-    wanted.account = account && *account ? account : L"LocalSystem";
-    wanted.password = textOrEmpty(password);
+    wanted.account = account && *account ? account : defaultAccount(type);
+    if (!ignoresPassword(node, wanted))
+        wanted.password = textOrEmpty(password);
     wanted.security = defaultServiceSecurity;
     DWORD error = tag ? assignTag(node, wanted) : ERROR_SUCCESS;
     if (!error)
-        error = checkNew(node, wanted);
+        error = checkNew(node, wanted, password != nullptr);
     if (error)
         return failWith<SC_HANDLE>(error);
     if (tag)
         *tag = wanted.tag;
-    const std::wstring object = L"service " + wanted.name;
     node.services.push_back(wanted);
-    world->record(
-        {node.name, object, L"created", L"", wanted.account + L", " + startText(start) + L", " + wanted.binaryPath});
-    if (!wanted.password.empty())
-        world->record({node.name, object, L"password set", L"", L""});
+    recordCreation(*world, node, wanted);
     return openHandle({&*world, &node, wanted.name, mapped(access, serviceRights)});
 }
 

@@ -159,12 +159,12 @@ TEST_F(ServiceCreation, PassesTheCallersConfigurationOn)
         {with([](Wanted& w) { w.dependencies = ""; }), L".\\svc"},
         {driver(SERVICE_KERNEL_DRIVER, "\\Driver\\kes"), L"\\Driver\\kes"},
         {driver(SERVICE_FILE_SYSTEM_DRIVER, "kesfs"), L".\\kesfs"},
-        {driver(SERVICE_KERNEL_DRIVER, nullptr), L"LocalSystem"},
-        {driver(SERVICE_KERNEL_DRIVER, ""), L"LocalSystem"},
+        {driver(SERVICE_KERNEL_DRIVER, nullptr), L""},
+        {driver(SERVICE_KERNEL_DRIVER, ""), L""},
         {with([&](Wanted& w) {
              w.type = SERVICE_KERNEL_DRIVER, w.start = SERVICE_BOOT_START, w.loadOrderGroup = "Base", w.tag = &tag;
          }),
-         L"LocalSystem",
+         L"",
          {},
          L"Base",
          1},
@@ -176,7 +176,9 @@ TEST_F(ServiceCreation, PassesTheCallersConfigurationOn)
         ASSERT_EQ(home.create(each.wanted), SSWSE_SUCCESS) << home.rec.message;
         const whatif::Service& service = *home.service("Service1");
         EXPECT_EQ(service.account, each.account);
-        EXPECT_EQ(service.password, L"secret") << "of the account that was decided, for drivers too";
+        const bool isDriver =
+            each.wanted.type == SERVICE_KERNEL_DRIVER || each.wanted.type == SERVICE_FILE_SYSTEM_DRIVER;
+        EXPECT_EQ(service.password, isDriver ? L"" : L"secret");
         EXPECT_EQ(service.dependencies, each.dependencies);
         EXPECT_EQ(service.loadOrderGroup, each.group);
         EXPECT_EQ(service.tag, each.tag);

@@ -147,6 +147,7 @@ TEST_F(Description, ErrorsNameFileSectionAndKey)
 {
     const std::pair<const char*, const char*> cases[] = {
         {"[node]\nversion=10.0\n", "[node] has no name"},
+        {"[node]\nname=SIXTEENCHARACTER\n", "[node] has a name of more than 15"},
         {"[node]\nname=S\nnmae=S\n", "[node] nmae: is no key"},
         {"[node]\nname=S\nproduct=mainframe\n", "[node] product: \"mainframe\" is none of"},
         {"[node]\nname=S\nnext rid=12x\n", "[node] next rid: \"12x\" is not a number"},

@@ -13,6 +13,7 @@ struct Wanted
     const wchar_t* group = nullptr;
     bool tag = false;
     const wchar_t* dependencies = nullptr;
+    const wchar_t* password = nullptr;
 };
 
 template <class Field, class Value>
@@ -29,6 +30,9 @@ protected:
     {
         node.accounts.emplace_back().name = L"svc";
         node.accounts.back().sid = L"S-1-5-21-1-2-3-1001";
+        node.accounts.emplace_back().name = L"msa$";
+        node.accounts.back().sid = L"S-1-5-21-1-2-3-1002";
+        node.accounts.back().managed = true;
     }
 
     SC_HANDLE create(const Wanted& wanted = {})
@@ -36,7 +40,7 @@ protected:
         DWORD tag = 0;
         return CALL(CreateServiceW)(manager, wanted.name, wanted.displayName, SERVICE_ALL_ACCESS, wanted.type,
                                     wanted.start, SERVICE_ERROR_NORMAL, wanted.path, wanted.group,
-                                    wanted.tag ? &tag : nullptr, wanted.dependencies, wanted.account, nullptr);
+                                    wanted.tag ? &tag : nullptr, wanted.dependencies, wanted.account, wanted.password);
     }
     long remove(SC_HANDLE service) { return errorOf(CALL(DeleteService)(service)); }
     long close(SC_HANDLE service) { return errorOf(CALL(CloseServiceHandle)(service)); }
@@ -61,6 +65,7 @@ TEST_F(WhatIfServices, CreationIsRefusedAsOnWindows)
 {
     create({L"Other", L"Other service"});
     const Wanted driver = with(&Wanted::start, SERVICE_BOOT_START, with(&Wanted::type, SERVICE_KERNEL_DRIVER));
+    const Wanted password = with(&Wanted::password, L"secret");
     const struct
     {
         Wanted wanted;
@@ -75,18 +80,26 @@ TEST_F(WhatIfServices, CreationIsRefusedAsOnWindows)
         {with(&Wanted::start, SERVICE_BOOT_START), ERROR_INVALID_PARAMETER},
         {driver, ERROR_SUCCESS},
         {with(&Wanted::tag, true), ERROR_INVALID_PARAMETER},
-        {with(&Wanted::tag, true, with(&Wanted::group, L"Base", driver)), ERROR_SUCCESS},
+        {with(&Wanted::tag, true, with(&Wanted::group, L"Base")), ERROR_SUCCESS},
         {with(&Wanted::dependencies, L"Other\0kesteldb\0"), ERROR_CIRCULAR_DEPENDENCY},
         {with(&Wanted::account, L".\\svc"), ERROR_SUCCESS},
+        {with(&Wanted::account, L"node\\LocalSystem", password), ERROR_SUCCESS},
+        {with(&Wanted::account, L".\\msa$"), ERROR_SUCCESS},
+        {with(&Wanted::account, L".\\msa$", password), ERROR_INVALID_SERVICE_ACCOUNT},
         {with(&Wanted::account, L"svc"), ERROR_INVALID_SERVICE_ACCOUNT},
         {with(&Wanted::account, L".\\nobody"), ERROR_INVALID_SERVICE_ACCOUNT},
         {with(&Wanted::account, L"BUILTIN\\Users"), ERROR_INVALID_SERVICE_ACCOUNT},
         {with(&Wanted::account, L"NT AUTHORITY\\LocalService"), ERROR_SUCCESS},
         {with(&Wanted::account, L"nt service\\kesteldb"), ERROR_SUCCESS},
+        {with(&Wanted::account, L"nt service\\kesteldb", password), ERROR_INVALID_SERVICE_ACCOUNT},
         {with(&Wanted::account, L"NT SERVICE\\Other"), ERROR_INVALID_SERVICE_ACCOUNT},
     };
     for (const auto& row : cases)
         EXPECT_EQ(createAndRemove(row.wanted), row.error) << "case " << &row - cases;
+    for (const std::wstring& line : plan())
+        EXPECT_EQ(line.find(L"password"), std::wstring::npos) << "it is ignored or refused";
+    node.major = 6; // and minor 0: before virtual accounts
+    EXPECT_EQ(createAndRemove(with(&Wanted::account, L"NT SERVICE\\KestelDB")), ERROR_INVALID_SERVICE_ACCOUNT);
 }
 
 TEST_F(WhatIfServices, DeletedServiceGoesWithItsLastHandle)
