@@ -104,9 +104,14 @@ std::optional<Name> resolveDescribed(const Node& node, const std::wstring* domai
     return domain ? std::nullopt : resolveDomain(node, name);
 }
 
-} // namespace
+// Service SIDs and their domain came with release 6.0.
+bool isUnknown(const Node& node, const std::wstring& sid)
+{
+    const std::wstring of = ntServiceSid;
+    return node.major < 6 && (sid == of || sid.compare(0, of.size() + 1, of + L'-') == 0);
+}
 
-std::optional<Name> resolve(const Node& node, const std::wstring& name)
+std::optional<Name> find(const Node& node, const std::wstring& name)
 {
     const size_t separator = name.find(L'\\');
     const bool qualified = separator != std::wstring::npos;
@@ -129,8 +134,18 @@ std::optional<Name> resolve(const Node& node, const std::wstring& name)
     return node.readsMachine ? machineResolve(node, name) : std::nullopt;
 }
 
+} // namespace
+
+std::optional<Name> resolve(const Node& node, const std::wstring& name)
+{
+    const std::optional<Name> found = find(node, name);
+    return found && isUnknown(node, found->sid) ? std::nullopt : found;
+}
+
 std::optional<Name> nameOf(const Node& node, const std::wstring& sid)
 {
+    if (isUnknown(node, sid))
+        return std::nullopt;
     if (sid == ntServiceSid)
         return domainName(sid, serviceDomain(node));
     if (sid.compare(0, wcslen(ntServiceSid), ntServiceSid) == 0)

@@ -71,6 +71,11 @@ TEST(Names, FollowTheNode)
     Node node = memberServer();
     EXPECT_EQ(newSid(node), L"S-1-5-21-1-2-3-1003"); // the first that is unused
     EXPECT_EQ(newSid(node), L"S-1-5-21-1-2-3-1004");
+    node.major = 5; // before services had SIDs
+    for (const wchar_t* const name : {L"NT SERVICE\\TrustedInstaller", L"NT SERVICE\\ALL SERVICES", L"NT SERVICE"})
+        EXPECT_FALSE(resolve(node, name));
+    EXPECT_EQ(printableName(node, trustedInstaller), trustedInstaller);
+    node.major = 10;
     node.services.clear(); // a service's SID outlives its name
     EXPECT_EQ(printableName(node, trustedInstaller), trustedInstaller);
     node.productType = VER_NT_DOMAIN_CONTROLLER; // whose accounts are the domain's
