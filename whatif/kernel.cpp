@@ -38,6 +38,7 @@ BOOL WINAPI getComputerName(LPWSTR buffer, LPDWORD size)
 
 // ---- managed service accounts, resolved at run time --------------------------------------------------------------
 
+constexpr DWORD installed = 5;                                       // MsaInfoInstalled
 constexpr NTSTATUS notSupported = static_cast<NTSTATUS>(0xC00000BB); // STATUS_NOT_SUPPORTED
 
 // The function of the real machine; NULL where it is missing. The library stays loaded.
@@ -64,7 +65,8 @@ NTSTATUS WINAPI isServiceAccount(LPWSTR server, LPWSTR name, BOOL* answer)
     Locked world;
     const Node& node = world->local();
     const Account* const account = accountOf(node, name ? name : L"");
-    *answer = account && account->managed;
+    // A state of its own other than that of an installed account means that it is not in this computer's store.
+    *answer = account && account->managed && (account->managedState == 0 || account->managedState == installed);
     if (account || !node.readsMachine)
         return 0;
     auto* const real = machineFunction<decltype(isServiceAccount)>("Logoncli.dll", "NetIsServiceAccount");

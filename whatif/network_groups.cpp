@@ -39,6 +39,8 @@ NET_API_STATUS WINAPI localGroupAdd(LPCWSTR server, DWORD level, LPBYTE buffer, 
     const auto other = resolve(*node, accountDomain(*node) + L"\\" + name);
     if (other && other->use == SidTypeUser)
         return NERR_UserExists;
+    if (other && other->use == SidTypeGroup) // of a domain controller
+        return NERR_GroupExists;
     node->groups.push_back({name, comment, newSid(*node), {}});
     world->record({node->name, L"group " + name, L"created", L"", comment});
     return NERR_Success;

@@ -26,6 +26,8 @@ NET_API_STATUS checkFree(Node& node, const std::wstring& name)
     if (findGroup(node, name))
         return ERROR_ALIAS_EXISTS;
     const auto other = resolve(node, accountDomain(node) + L"\\" + name);
+    if (other && other->use == SidTypeGroup) // of a domain controller
+        return NERR_GroupExists;
     return other && other->use == SidTypeUser ? NERR_UserExists : NERR_Success;
 }
 
@@ -55,6 +57,8 @@ NET_API_STATUS WINAPI userAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWOR
     account.name = name;
     account.sid = newSid(*node);
     account.password = password;
+    // UF_SCRIPT is documented as one that must be set. The library leaves it out; that Windows accepts this is not
+    // evidenced.
     account.flags = info.usri1_flags;
     node->accounts.push_back(account);
     world->record({node->name, L"user " + name, L"created", L"", L""});

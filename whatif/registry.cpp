@@ -9,8 +9,9 @@ namespace {
 
 constexpr wchar_t scratchKey[] = L"Software\\keswsec-what-if";
 
-// Every Windows has it, so that its making would only clutter the plan of a described node.
-constexpr wchar_t standardKey[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application";
+// Every Windows has it, so that its making would only clutter the plan of a described node. The log is a source of its
+// own too, and with a key below it cannot be deleted.
+constexpr wchar_t standardKey[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Application";
 
 struct KeyCloser
 {

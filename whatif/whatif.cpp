@@ -110,8 +110,10 @@ Node* World::find(const wchar_t* name)
         ++name;
     if (!name || !*name)
         return &local();
+    const std::wstring given = name;
+    const std::wstring computer = given.substr(0, given.find(L'.'));
     for (const auto& node : state_->nodes)
-        if (sameName(node->name, name))
+        if (sameName(node->name, given) || sameName(node->name, computer))
             return node.get();
     return nullptr;
 }

@@ -17,8 +17,10 @@ namespace whatif {
 
 enum class Base
 {
-    described,  // the local node is what its description says and nothing else
-    thisMachine // what the local node does not hold is read from the real machine
+    described, // the local node is what its description says and nothing else
+    // What the local node does not hold is read from the real machine. What the caller may write there, to registry and
+    // groups, is not asked: it is judged as an administrator's.
+    thisMachine
 };
 
 class Registry; // the nodes' registries: scratch keys of the real one
@@ -41,7 +43,8 @@ public:
 
     Node& local();
     Node& add(const std::wstring& name); // a further, empty node; returns the existing one of that name
-    Node* find(const wchar_t* name);     // NULL or "" is the local one; leading backslashes are ignored
+    // NULL or "" is the local one; leading backslashes are ignored, and so is a DNS domain: "db2.example.com" is DB2.
+    Node* find(const wchar_t* name);
     Registry& registry() const;
 
     const std::vector<Change>& plan() const;

@@ -43,6 +43,8 @@ TEST_F(WhatIfNetwork, ErrorCodesAreThoseOfWindows)
     world.add(L"DB2");
     node.minimumPasswordLength = 8;
     node.services.emplace_back().name = L"KestelDB";
+    node.accounts.emplace_back().name = L"Global";
+    node.accounts.back().use = SidTypeGroup;
     const wchar_t* const dba = L"KES_DBA";
     const struct
     {
@@ -52,9 +54,11 @@ TEST_F(WhatIfNetwork, ErrorCodesAreThoseOfWindows)
         {addGroup(L"kes_dba"), ERROR_ALIAS_EXISTS},
         {addGroup(L"Administrators"), ERROR_ALIAS_EXISTS},
         {addGroup(L"Guest"), NERR_UserExists},
+        {addGroup(L"Global"), NERR_GroupExists},
+        {addUser(L"Global"), NERR_GroupExists},
         {addGroup(L"a/b"), NERR_BadUsername},
         {addGroup(L".. "), NERR_BadUsername},
-        {addGroup(dba, L"\\\\db2"), NERR_Success},
+        {addGroup(dba, L"\\\\db2.corp.example"), NERR_Success},
         {addGroup(dba, L"db3"), ERROR_BAD_NETPATH},
         {deleteGroup(L"KES_NONE"), ERROR_NO_SUCH_ALIAS},
         {deleteGroup(L"Administrators"), ERROR_SPECIAL_ACCOUNT},

@@ -52,7 +52,7 @@ TEST_F(RedirectedLibrary, ManagedAccountsAndWhatAReleaseLacks)
         DWORD groupManaged;
     } cases[] = {
         {{}, 5, 1, 1},
-        {{}, 4, 1, 0},
+        {{}, 4, 0, 0}, // could be installed
         {{}, 0, 1, 1}, // the state cannot be had
         {{L"Logoncli.dll"}, 5, 3, 3},
         {{L"NetIsServiceAccount"}, 5, 0, 0},
