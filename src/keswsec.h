@@ -506,20 +506,23 @@ DWORD WINAPI sswseDeleteSVCEventRegEntry(sswseErrRec* err, const char* SVCAppKey
 
 /*
  * Services of the home that the library is installed in. What a service is given depends on the executable in its
- * binary path and on the type of the home: the account it runs under (the home's service user, a built-in account, the
- * service's virtual account), whether its SID is unrestricted, its groups and its rights. An executable that the
- * library does not know runs under the home's service user, LocalSystem in a home of type "0", without groups or rights
- * of its own.
+ * binary path, on whether its name begins with "KestelVLMService" or "KestelMONDBService" (in any case), and on the
+ * type of the home: the account it runs under (the home's service user, a built-in account, the service's virtual
+ * account), whether its SID is unrestricted, its groups and its rights. An executable that the library does not know
+ * runs under the home's service user, LocalSystem in a home of type "0", without groups or rights of its own. In a home
+ * of virtual accounts every service runs under its own one and joins the group KES_<home name>_SVCACCTS.
  */
 
 /*
- * Creates a service, lets the administrators of the product and of the home start and stop it, and gives it its groups
- * and rights on the node.
+ * Creates a service, lets the groups KES_DBA and KES_<home name>_DBA start and stop it, and gives it its groups and
+ * rights on the node. Both groups must be known to this machine, for a service of another node as well, or neither is
+ * let in.
  *   servicename       name of the service
  *   displayname       NULL: the same
  *   desiredaccess, servicetype, starttype, errorcontrol  as for CreateService; with READ_CONTROL and WRITE_DAC in
- *                     desiredaccess, or the administrators are not let in
- *   binpath           command line of the service; its executable is the text behind the last backslash, up to a blank
+ *                     desiredaccess, or the two groups are not let in
+ *   binpath           command line of the service; its executable is the text behind the last backslash, even one of an
+ *                     argument, up to a blank, with its quotes; ".exe" is added to a text without a dot
  *   loadordergroup    NULL for none
  *   tagid             receives the tag within that group; NULL for none
  *   dependencies      names of services, each with its NUL, an empty one at the end, 5120 characters in all; NULL for
@@ -533,7 +536,8 @@ DWORD WINAPI sswseDeleteSVCEventRegEntry(sswseErrRec* err, const char* SVCAppKey
  * 2; 3 with WSE-000011, WSE-000057, or, the service having been created, the message of the failed step: WSE-000014,
  * WSE-000019, WSE-000025, WSE-000031, WSE-000034, WSE-000041 and others of the home, group and account functions;
  * 4; 5 when the home's type cannot be read, with the reader's message, or is unknown, with WSE-00008; 6 when the home
- * cannot be found. After a 2 the record may hold the message of a step whose failure does not count.
+ * cannot be found, with an empty record when its key file cannot be read. After a 2 the record may hold the message of
+ * a step whose failure does not count.
  */
 DWORD WINAPI sswseCreateService(sswseErrRec* err, const char* servicename, const char* displayname, DWORD desiredaccess,
                                 DWORD servicetype, DWORD starttype, DWORD errorcontrol, const char* binpath,
@@ -543,15 +547,15 @@ DWORD WINAPI sswseCreateService(sswseErrRec* err, const char* servicename, const
 
 /*
  * Gives an existing service a new binary path, and decides its account, groups and rights anew as at creation. It
- * leaves no group and loses no right.
+ * leaves no group and loses no right. Not for drivers, for it always gives an account.
  *   nodename     node of the service
  *   servicename  name of the service
  *   username     not used: the home decides
  *   password     as at creation
  *   binpath      new command line of the service
  * 2; 3 with WSE-000011, WSE-000054, WSE-000058, or, the service having been changed, as at creation; 4; 5 with
- * WSE-00008 when the home's type cannot be read, with an empty record when it is unknown; 6 when the home cannot be
- * found. The record after a 2 is as at creation.
+ * WSE-00008 when the home's type cannot be read, with an empty record when it is unknown; 6 as at creation. The record
+ * after a 2 is as at creation.
  */
 DWORD WINAPI sswseUpdateService(sswseErrRec* err, const char* nodename, const char* servicename, const char* username,
                                 const char* password, const char* binpath);
@@ -573,7 +577,8 @@ DWORD WINAPI sswseGetSvcUserForService(sswseErrRec* err, const char* servicename
  * passed over. Its rights stay in the security policy.
  *   nodename     node of the service
  *   servicename  name of the service
- * 2; 3 with WSE-000034, WSE-000011, WSE-000054, WSE-000056; 4.
+ * 2; 3 with WSE-000033, WSE-000034, WSE-000038, WSE-000039 when the name of its SID cannot be had, which leaves the
+ * service as it was; 3 with WSE-000011, WSE-000054, WSE-000056; 4.
  */
 DWORD WINAPI sswseDeleteService(sswseErrRec* err, const char* nodename, const char* servicename);
 
@@ -589,11 +594,11 @@ DWORD WINAPI sswseGetServiceSidName(sswseErrRec* err, const char* svcname, char*
 
 /*
  * A service's own SID.
- *   svcname   name of the service
+ *   svcname   name of the service, which must exist on the node
  *   psid      receives one block of the SID's length; the caller releases it. NULL after a failure
  *   nodename  node that looks it up
- * 2; 3 with WSE-000061 on a system without service SIDs, WSE-000014, WSE-000019, WSE-000033, WSE-000034, WSE-000045;
- * 4.
+ * 2; 3 with WSE-000061 on a system without service SIDs, WSE-000014, WSE-000019, WSE-000033, WSE-000034, WSE-000038,
+ * WSE-000039, WSE-000045; 4.
  */
 DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psid, const char* nodename);
 
