@@ -71,18 +71,30 @@ DWORD writeFile(const sswseCall& call, const wchar_t* path, PACL acl, bool failO
     return SSWSE_SUCCESS;
 }
 
+// The entries that a list of the first revision may not hold: compound ones and those with GUIDs in them.
+bool needsLaterRevision(BYTE aceType)
+{
+    return (aceType >= ACCESS_ALLOWED_COMPOUND_ACE_TYPE && aceType <= ACCESS_MAX_MS_V4_ACE_TYPE) ||
+           aceType == ACCESS_ALLOWED_CALLBACK_OBJECT_ACE_TYPE || aceType == ACCESS_DENIED_CALLBACK_OBJECT_ACE_TYPE;
+}
+
+// The later revision only for an object that keeps an entry which needs it: AddAce refuses such an entry otherwise.
 DWORD buildAcl(const sswseCall& call, const sswseAce* const* aces, DWORD count, owned::Heap<ACL>& acl)
 {
     size_t size = sizeof(ACL);
-    for (DWORD i = 0; i < count; ++i)
+    DWORD revision = ACL_REVISION;
+    for (DWORD i = 0; i < count; ++i) {
         size += aces[i]->Header.AceSize;
+        if (needsLaterRevision(aces[i]->Header.AceType))
+            revision = ACL_REVISION_DS;
+    }
     acl = owned::allocate<ACL>(size);
     if (!acl)
         return sswseOutOfMemory(call);
-    if (!InitializeAcl(acl.get(), static_cast<DWORD>(size), ACL_REVISION)) // refuses more than an ACL can hold
+    if (!InitializeAcl(acl.get(), static_cast<DWORD>(size), revision)) // refuses more than an ACL can hold
         return sswseApiFailed(call, GetLastError(), "InitializeAcl");
     for (DWORD i = 0; i < count; ++i)
-        if (!AddAce(acl.get(), ACL_REVISION, MAXDWORD, const_cast<sswseAce*>(aces[i]), aces[i]->Header.AceSize))
+        if (!AddAce(acl.get(), revision, MAXDWORD, const_cast<sswseAce*>(aces[i]), aces[i]->Header.AceSize))
             return sswseApiFailed(call, GetLastError(), "AddAce");
     return SSWSE_SUCCESS;
 }

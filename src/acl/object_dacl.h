@@ -23,7 +23,7 @@ struct sswseExistingDacl
 // Reads the DACL of a file or directory; `pathText` is the path for the message. 2; 3 with WSE-00002, WSE-000053. An
 // object without access that is to be skipped gives 2 with WSE-000053 and stays unread. A DACL that does not lie inside
 // the descriptor, or an entry outside the DACL, is refused as a failure of GetAclInformation (ERROR_INVALID_ACL);
-// unknown types and SIDs that do not fit are no reason to refuse.
+// unknown types and SIDs that do not fit are no reason to refuse here (the platform may, when they are written back).
 DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* pathText, bool failOnAccessDenied,
                     sswseExistingDacl& existing);
 

@@ -45,6 +45,7 @@ TEST(FileAcl, MergesBeforeTheExistingDacl)
         const char* what;
         HeldSecurity before;
         std::string kept;
+        BYTE revision = ACL_REVISION;
     } const rows[] = {
         {"absent", {HeldSecurity::absent, ""}, ""},
         {"NULL", {HeldSecurity::null, ""}, ""},
@@ -52,6 +53,10 @@ TEST(FileAcl, MergesBeforeTheExistingDacl)
         {"inherited, denied, unknown",
          {HeldSecurity::list, "(A;ID;0x1;;;BU)(A;OICIID;0x1f01ff;;;BA)(D;;0x2;;;SY)(T17;;0x1;;;WD)"},
          "(A;ID;0x1;;;BU)(D;;0x2;;;SY)(T17;;0x1;;;WD)"},
+        {"entries with GUIDs",
+         {HeldSecurity::list, "(OA;;0x1;;;BU)(OD;;0x2;;;BU)(T8;;0x2;;;BU)"},
+         "(OA;;0x1;;;BU)(OD;;0x2;;;BU)(T8;;0x2;;;BU)",
+         ACL_REVISION_DS},
         {"SID beyond the entry",
          {HeldSecurity::list, "(A;;0x1;;;BU)(#0000100001000000010f000000000005)"},
          "(A;;0x1;;;BU)(#0000100001000000010f000000000005)"},
@@ -63,6 +68,7 @@ TEST(FileAcl, MergesBeforeTheExistingDacl)
         sswseErrRec rec;
         EXPECT_EQ(update(&rec, L"x"), 2u) << rec.message;
         EXPECT_EQ(held.result[L"x"], canonical(newOnes + row.kept));
+        EXPECT_EQ(held.revision, row.revision);
         EXPECT_EQ(update(&rec, L"x", false), 2u);
         EXPECT_EQ(held.result[L"x"], canonical(newOnes));
         EXPECT_EQ(held.calls, (std::vector<std::string>{"GetFileSecurityW", "GetFileSecurityW", "SetFileSecurityW",

@@ -10,6 +10,7 @@ namespace acetext {
 namespace {
 
 HeldFiles* held;
+decltype(&AddAce) realAddAce;
 
 std::vector<BYTE> descriptorOf(const HeldSecurity& security)
 {
@@ -54,7 +55,19 @@ BOOL WINAPI setFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRI
     GetSecurityDescriptorDacl(descriptor, &present, &acl, &defaulted);
     held->written.emplace_back(path);
     held->result[path] = textOf(acesOf(acl));
+    held->revision = acl->AclRevision;
     return TRUE;
+}
+
+// As documented, and not everywhere so: a list of the first revision takes no entry with GUIDs in it.
+BOOL WINAPI addAce(PACL acl, DWORD revision, DWORD index, void* list, DWORD size)
+{
+    const BYTE type = static_cast<const ACE_HEADER*>(list)->AceType;
+    if (revision < ACL_REVISION_DS && type >= ACCESS_MIN_MS_OBJECT_ACE_TYPE && type <= ACCESS_MAX_MS_OBJECT_ACE_TYPE) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    return realAddAce(acl, revision, index, list, size);
 }
 
 } // namespace
@@ -71,6 +84,7 @@ HeldFiles::HeldFiles() : imports_(GetModuleHandleA(nullptr))
     held = this;
     imports_.redirect("GetFileSecurityW", reinterpret_cast<void*>(getFileSecurity));
     imports_.redirect("SetFileSecurityW", reinterpret_cast<void*>(setFileSecurity));
+    realAddAce = reinterpret_cast<decltype(&AddAce)>(imports_.redirect("AddAce", reinterpret_cast<void*>(addAce)));
 }
 
 HeldFiles::~HeldFiles()

@@ -40,6 +40,7 @@ public:
     std::map<std::wstring, HeldSecurity> files; // any other path has an empty DACL
     std::vector<std::wstring> written;          // the paths, in order
     std::map<std::wstring, std::string> result; // what was written last
+    BYTE revision = 0;                          // of the list that was written last
     std::vector<std::string> calls;             // of the redirected functions, in order
 
 private:
