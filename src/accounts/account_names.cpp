@@ -34,6 +34,16 @@ DWORD convertName(const sswseCall& call, const char* username, PSID* sid, const 
     return status;
 }
 
+template <class Convert, class Char>
+DWORD sidFromString(const sswseCall& call, Convert convert, const Char* text, owned::Local<void>& sid)
+{
+    PSID converted = nullptr;
+    if (!convert(text, &converted))
+        return sswseFail(call, WSE_CONVERT_SID, GetLastError(), "ConvertStringSidToSid");
+    sid.reset(converted);
+    return SSWSE_SUCCESS;
+}
+
 } // namespace
 
 DWORD sswseLookupAccount(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
@@ -155,11 +165,12 @@ DWORD WINAPI sswseConvertSIDToUname(sswseErrRec* err, PSID OSSid, char* uname, s
 
 DWORD sswseSidFromString(const sswseCall& call, const char* text, owned::Local<void>& sid)
 {
-    PSID converted = nullptr;
-    if (!ConvertStringSidToSidA(text, &converted))
-        return sswseFail(call, WSE_CONVERT_SID, GetLastError(), "ConvertStringSidToSid");
-    sid.reset(converted);
-    return SSWSE_SUCCESS;
+    return sidFromString(call, ConvertStringSidToSidA, text, sid);
+}
+
+DWORD sswseSidFromString(const sswseCall& call, const wchar_t* text, owned::Local<void>& sid)
+{
+    return sidFromString(call, ConvertStringSidToSidW, text, sid);
 }
 
 DWORD sswseRequireValidSid(const sswseCall& call, PSID sid)

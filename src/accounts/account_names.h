@@ -40,8 +40,9 @@ DWORD sswseComputerName(const sswseCall& call, wchar_t (&computer)[MAX_COMPUTERN
 // sswseConvertUnameToSID with the look-up made on `machinename` (NULL: local); checks `username` before `sid`.
 DWORD sswseConvertUnameToSIDOnNode(sswseErrRec* err, const char* username, PSID* sid, const wchar_t* machinename);
 
-// A SID from its string form. 2, or 3 with WSE-000038 "ConvertStringSidToSid".
+// A SID from its string form, multibyte or wide. 2, or 3 with WSE-000038 "ConvertStringSidToSid".
 DWORD sswseSidFromString(const sswseCall& call, const char* text, owned::Local<void>& sid);
+DWORD sswseSidFromString(const sswseCall& call, const wchar_t* text, owned::Local<void>& sid);
 
 // 2, or 3 with WSE-000039 "IsValidSid".
 DWORD sswseRequireValidSid(const sswseCall& call, PSID sid);

@@ -72,12 +72,12 @@ DWORD resolveUsers(const sswseCall& call, const Request& request, const wchar_t*
 
 DWORD resolvePrincipal(const sswseCall& call, const sswsePrincipalRow& row, const wchar_t* machine, PrincipalSid& sid)
 {
-    if (row.isSid) {
-        const DWORD status = sswseSidFromString(call, row.name, sid.wellKnown);
+    if (row.sid) {
+        const DWORD status = sswseSidFromString(call, row.sid, sid.wellKnown);
         return status == SSWSE_SUCCESS ? sswseRequireValidSid(call, sid.get()) : status;
     }
     PSID found = nullptr;
-    const DWORD status = sswseConvertUnameToSIDOnNode(call.rec, row.name, &found, machine);
+    const DWORD status = sswseConvertUnameToSIDOnNode(call.rec, row.group, &found, machine);
     sid.lookedUp.reset(found);
     return status;
 }

@@ -33,20 +33,20 @@ inline constexpr DWORD sswseReadAndExecute = 0x1200A9; // FILE_GENERIC_READ and 
 
 struct sswsePrincipalRow
 {
-    const char* name; // a SID in its string form, or the name of a group on the machine that owns the object
-    bool isSid;
+    const wchar_t* sid; // in its string form; NULL for
+    const char* group;  // one that is looked up by name on the machine that owns the object
     DWORD mask;
 };
 
 inline constexpr sswsePrincipalRow sswsePrincipals[] = {
-    {"S-1-5-32-544", true, GENERIC_ALL},
-    {"S-1-5-18", true, GENERIC_ALL},
-    {"S-1-5-11", true, sswseReadAndExecute},
-    {"S-1-1-0", true, KEY_READ | KEY_CREATE_LINK}, // Everyone, on registry keys: to read alone would be KEY_READ
-    {"KES_MESH_LISTENERS", false, GENERIC_ALL},
-    {"KES_CLX_USERS", false, GENERIC_ALL},
-    {"KES_VLMADMIN", false, GENERIC_ALL},
-    {"KES_DBSVCACCTS", false, GENERIC_ALL},
+    {L"S-1-5-32-544", nullptr, GENERIC_ALL},
+    {L"S-1-5-18", nullptr, GENERIC_ALL},
+    {L"S-1-5-11", nullptr, sswseReadAndExecute},
+    {L"S-1-1-0", nullptr, KEY_READ | KEY_CREATE_LINK}, // Everyone, on registry keys: to read alone would be KEY_READ
+    {nullptr, "KES_MESH_LISTENERS", GENERIC_ALL},
+    {nullptr, "KES_CLX_USERS", GENERIC_ALL},
+    {nullptr, "KES_VLMADMIN", GENERIC_ALL},
+    {nullptr, "KES_DBSVCACCTS", GENERIC_ALL},
 };
 inline constexpr size_t sswsePrincipalCount = std::size(sswsePrincipals);
 static_assert(sswsePrincipalCount == static_cast<size_t>(sswsePrincipal::none));
