@@ -82,19 +82,37 @@ DWORD resolvePrincipal(const sswseCall& call, const sswsePrincipalRow& row, cons
     return status;
 }
 
-DWORD resolvePrincipals(const sswseCall& call, const sswsePermissionType& permission, const wchar_t* machine,
-                        PrincipalSids& principals)
-{
-    DWORD status = SSWSE_SUCCESS;
-    for (size_t i = 0; i < sswsePrincipalCount && status == SSWSE_SUCCESS; ++i)
-        if (permission.includes(static_cast<sswsePrincipal>(i)))
-            status = resolvePrincipal(call, sswsePrincipals[i], machine, principals[i]);
-    return status;
-}
-
 DWORD addEntry(const sswseCall& call, sswseAceArray& aces, PSID sid, DWORD mask)
 {
     return sswseBuildAceArray(call.rec, sid, mask, inheritedByAll, aces.entries, &aces.count);
+}
+
+// These two have their entries, always the first ones, before the other principals are looked up.
+bool isAddedAtOnce(sswsePrincipal principal)
+{
+    return principal == sswsePrincipal::administrators || principal == sswsePrincipal::localSystem;
+}
+
+// The principals are looked up in their own order and get their entries in that of the permission type.
+DWORD addPrincipals(const sswseCall& call, const sswsePermissionType& permission, const wchar_t* machine,
+                    sswseAceArray& aces)
+{
+    PrincipalSids sids;
+    DWORD status = SSWSE_SUCCESS;
+    for (size_t i = 0; i < sswsePrincipalCount && status == SSWSE_SUCCESS; ++i) {
+        const auto principal = static_cast<sswsePrincipal>(i);
+        if (!permission.includes(principal))
+            continue;
+        status = resolvePrincipal(call, sswsePrincipals[i], machine, sids[i]);
+        if (status == SSWSE_SUCCESS && isAddedAtOnce(principal))
+            status = addEntry(call, aces, sids[i].get(), sswsePrincipals[i].mask);
+    }
+    for (const sswsePrincipal principal : permission.principals) {
+        const auto i = static_cast<size_t>(principal);
+        if (status == SSWSE_SUCCESS && principal != sswsePrincipal::none && !isAddedAtOnce(principal))
+            status = addEntry(call, aces, sids[i].get(), sswsePrincipals[i].mask);
+    }
+    return status;
 }
 
 // Users are resolved before the principals and get their entries behind them.
@@ -102,20 +120,12 @@ DWORD buildEntries(const sswseCall& call, const Request& request, const wchar_t*
 {
     const sswsePermissionType& permission = *request.permission;
     UserSids users;
-    PrincipalSids principals;
     DWORD status = resolveUsers(call, request, machine, users);
-    if (status == SSWSE_SUCCESS)
-        status = resolvePrincipals(call, permission, machine, principals);
     if (status != SSWSE_SUCCESS)
         return status;
-
     if (!aces.reserve(permission.principals.size() + users.count))
         return sswseOutOfMemory(call);
-    for (const sswsePrincipal principal : permission.principals) {
-        const auto i = static_cast<size_t>(principal);
-        if (principal != sswsePrincipal::none && status == SSWSE_SUCCESS)
-            status = addEntry(call, aces, principals[i].get(), sswsePrincipals[i].mask);
-    }
+    status = addPrincipals(call, permission, machine, aces);
     for (DWORD i = 0; i < users.count && status == SSWSE_SUCCESS; ++i)
         status = addEntry(call, aces, users.entries[i], permission.userMask);
     return status;
