@@ -148,7 +148,10 @@ DWORD applyToFile(const sswseCall& call, const Request& request, const sswseAceA
     status = sswseToWide(call, mountedVolume, volume);
     if (status != SSWSE_SUCCESS)
         return status;
+    const sswseErrRec walk = *call.rec;
     status = sswseUpdateAclOnFile(call.rec, volume.get(), aces.entries, aces.count, true, true);
+    if (!call.rec->message[0]) // the message of a skipped child outlives a volume without one
+        *call.rec = walk;
     return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 
