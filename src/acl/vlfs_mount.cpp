@@ -7,15 +7,18 @@
 
 namespace {
 
-bool isOnVlfs(const wchar_t* path)
+DWORD askVolume(const sswseCall& call, const wchar_t* path, bool* isVlfs)
 {
     // The volume's path is no longer than the full path: what is given, behind the current directory at most.
     const size_t size = wcslen(path) + MAX_PATH + 1;
     const owned::Heap<wchar_t> volume = owned::allocate<wchar_t>(size * sizeof(wchar_t));
+    if (!volume)
+        return sswseOutOfMemory(call);
     wchar_t fileSystem[MAX_PATH + 1] = {};
-    return volume && GetVolumePathNameW(path, volume.get(), static_cast<DWORD>(size)) &&
-           GetVolumeInformationW(volume.get(), nullptr, 0, nullptr, nullptr, nullptr, fileSystem, MAX_PATH + 1) &&
-           _wcsicmp(fileSystem, L"VLFS") == 0;
+    *isVlfs = GetVolumePathNameW(path, volume.get(), static_cast<DWORD>(size)) &&
+              GetVolumeInformationW(volume.get(), nullptr, 0, nullptr, nullptr, nullptr, fileSystem, MAX_PATH + 1) &&
+              _wcsicmp(fileSystem, L"VLFS") == 0;
+    return SSWSE_SUCCESS;
 }
 
 bool isLink(const WIN32_FIND_DATAA& entry)
@@ -35,8 +38,11 @@ DWORD sswseCheckIfVlfsAndMountPoint(sswseErrRec* err, const char* path, char (&v
                    "Checking if the input variable path fed to Set/Add ACl api's is an vlfs mount point or not");
         *isMountPoint = false;
         owned::Heap<wchar_t> widePath;
-        const DWORD status = sswseToWide(call, path, widePath);
-        if (status != SSWSE_SUCCESS || !isOnVlfs(widePath.get()))
+        DWORD status = sswseToWide(call, path, widePath);
+        bool isVlfs = false;
+        if (status == SSWSE_SUCCESS)
+            status = askVolume(call, widePath.get(), &isVlfs);
+        if (status != SSWSE_SUCCESS || !isVlfs)
             return status;
 
         WIN32_FIND_DATAA entry = {};
