@@ -44,10 +44,9 @@ DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAce
         }
         sswseAceArray finalAces;
         status = sswseCreateFinalAceList(call.rec, existing.aces, newAces, newCount, keepExisting, &finalAces);
-        if (status != SSWSE_SUCCESS)
-            return status;
-        status = sswseSetFileSecurity(call.rec, finalAces.entries, finalAces.count, path, false, keepExisting,
-                                      failOnAccessDenied);
+        if (status == SSWSE_SUCCESS)
+            status = sswseSetFileSecurity(call.rec, finalAces.entries, finalAces.count, path, false, keepExisting,
+                                          failOnAccessDenied);
         return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
     });
 }
