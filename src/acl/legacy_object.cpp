@@ -16,8 +16,8 @@ struct Object
 
 struct Descriptor
 {
-    owned::Heap<BYTE> bytes;
-    DWORD size = 0;
+    owned::Heap<void> bytes;
+    size_t size = 0;
 };
 
 constexpr char once[] = "%d -GLE %s-1";
@@ -35,11 +35,12 @@ DWORD fail(const Object& object, DWORD osError, const char* api, const char* for
 DWORD readDescriptor(const Object& object, Descriptor& descriptor)
 {
     DWORD size = 0;
-    if (GetFileSecurityW(object.path, DACL_SECURITY_INFORMATION, nullptr, 0, &size) ||
-        GetLastError() != ERROR_INSUFFICIENT_BUFFER)
-        return fail(object, GetLastError(), "GetFileSecurityW", once);
-    descriptor.bytes = owned::allocate<BYTE>(size);
-    descriptor.size = size;
+    if (!GetFileSecurityW(object.path, DACL_SECURITY_INFORMATION, nullptr, 0, &size)) {
+        const DWORD osError = GetLastError();
+        if (osError != ERROR_INSUFFICIENT_BUFFER)
+            return fail(object, osError, "GetFileSecurityW", once);
+    }
+    descriptor.bytes = sswseAllocateDescriptor(size, &descriptor.size);
     if (!descriptor.bytes) {
         sswseTrace("malloc() failed; size %d bytes", static_cast<int>(size));
         return SSWSE_LEGACY_NO_MEMORY;
@@ -100,11 +101,11 @@ bool setFileSecurity(const wchar_t* path, const sswseLegacyEntries& entries)
     if (!InitializeAcl(acl, size, ACL_REVISION))
         return false;
     for (DWORD i = 0; i < entries.count; ++i) {
-        sswseLegacyEntry entry = entries.entry[i];
-        if (!AddAce(acl, ACL_REVISION, MAXDWORD, &entry, entry.ace.Header.AceSize))
+        const ACCESS_ALLOWED_ACE& ace = entries.entry[i].ace;
+        if (!AddAce(acl, ACL_REVISION, MAXDWORD, const_cast<ACCESS_ALLOWED_ACE*>(&ace), ace.Header.AceSize))
             return false;
     }
-    SECURITY_DESCRIPTOR descriptor;
+    SECURITY_DESCRIPTOR descriptor = {};
     return InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION) &&
            SetSecurityDescriptorDacl(&descriptor, TRUE, acl, FALSE) &&
            SetFileSecurityW(path, DACL_SECURITY_INFORMATION, &descriptor);

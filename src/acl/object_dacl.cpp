@@ -7,8 +7,6 @@
 #include <accctrl.h>
 #include <aclapi.h>
 
-#include <algorithm>
-
 namespace {
 
 owned::Heap<char> pathForTrace(const wchar_t* path)
@@ -60,7 +58,7 @@ DWORD writeNamed(const sswseCall& call, const wchar_t* path, PACL acl, bool inhe
 
 DWORD writeFile(const sswseCall& call, const wchar_t* path, PACL acl, bool failOnAccessDenied)
 {
-    SECURITY_DESCRIPTOR descriptor;
+    SECURITY_DESCRIPTOR descriptor = {};
     if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION))
         return sswseApiFailed(call, GetLastError(), "InitializeSecurityDescriptor");
     if (!SetSecurityDescriptorDacl(&descriptor, TRUE, acl, FALSE))
@@ -115,9 +113,8 @@ DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* path
         if (osError != ERROR_INSUFFICIENT_BUFFER)
             return skipOrFail(call, osError, "GetFileSecurityW", path, failOnAccessDenied);
     }
-    // Zeroed and never smaller than a descriptor: one that the platform did not write is refused below.
-    const size_t size = std::max<size_t>(needed, sizeof(SECURITY_DESCRIPTOR));
-    existing.descriptor.reset(calloc(1, size));
+    size_t size = 0;
+    existing.descriptor = sswseAllocateDescriptor(needed, &size);
     if (!existing.descriptor)
         return sswseOutOfMemory(call);
     if (!GetFileSecurityW(path, DACL_SECURITY_INFORMATION, existing.descriptor.get(), needed, &needed))

@@ -1,5 +1,6 @@
 #include "frame/acl_bounds.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -36,4 +37,13 @@ bool sswseIsAclWhole(const ACL* acl, const void* block, size_t size)
         place += entry.AceSize;
     }
     return true;
+}
+
+owned::Heap<void> sswseAllocateDescriptor(DWORD needed, size_t* size)
+{
+    *size = std::max<size_t>(needed, sizeof(SECURITY_DESCRIPTOR));
+    owned::Heap<void> block = owned::allocate<void>(*size);
+    if (block)
+        memset(block.get(), 0, *size);
+    return block;
 }
