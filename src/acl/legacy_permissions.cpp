@@ -127,11 +127,11 @@ DWORD setPermissionsAs(const Request& request)
     return sswseRunFramed(nullptr, request.names.setPermissions,
                           sswseArgs("wFilename = %s, isAdmin=%d", request.fileName, static_cast<int>(request.isAdmin)),
                           [&](const sswseCall& call) -> DWORD {
+                              if (request.failCount)
+                                  *request.failCount = 0;
                               if (!request.failList)
                                   return sswseBadArgument(call, "failList");
                               *request.failList = nullptr;
-                              if (request.failCount)
-                                  *request.failCount = 0;
                               if (!request.fileName)
                                   return sswseBadArgument(call, "wFilename", SSWSE_LEGACY_INCOMPLETE);
                               return sswseRunFramed(
