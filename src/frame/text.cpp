@@ -42,9 +42,10 @@ DWORD convertInto(Char** result, size_t* length, Convert convert)
 
 DWORD sswseMbToWide(const char* source, wchar_t** wide, size_t* length)
 {
+    const DWORD flags = flagsFor(GetACP(), MB_PRECOMPOSED);
     if (source)
-        return convertInto(wide, length, [source](wchar_t* destination, int size) {
-            return MultiByteToWideChar(CP_ACP, flagsFor(GetACP(), MB_PRECOMPOSED), source, -1, destination, size);
+        return convertInto(wide, length, [source, flags](wchar_t* destination, int size) {
+            return MultiByteToWideChar(CP_ACP, flags, source, -1, destination, size);
         });
     *wide = nullptr;
     *length = 0;
@@ -53,10 +54,10 @@ DWORD sswseMbToWide(const char* source, wchar_t** wide, size_t* length)
 
 DWORD sswseWideToMb(const wchar_t* source, char** multibyte, size_t* length)
 {
+    const DWORD flags = flagsFor(GetACP(), exactAnsi);
     if (source)
-        return convertInto(multibyte, length, [source](char* destination, int size) {
-            return WideCharToMultiByte(CP_ACP, flagsFor(GetACP(), exactAnsi), source, -1, destination, size, nullptr,
-                                       nullptr);
+        return convertInto(multibyte, length, [source, flags](char* destination, int size) {
+            return WideCharToMultiByte(CP_ACP, flags, source, -1, destination, size, nullptr, nullptr);
         });
     *multibyte = nullptr;
     *length = 0;
@@ -65,9 +66,9 @@ DWORD sswseWideToMb(const wchar_t* source, char** multibyte, size_t* length)
 
 DWORD sswseWideToOem(const wchar_t* source, char** oem, size_t* length)
 {
-    return convertInto(oem, length, [source](char* destination, int size) {
-        return WideCharToMultiByte(CP_OEMCP, flagsFor(GetOEMCP(), WC_COMPOSITECHECK), source, -1, destination, size,
-                                   nullptr, nullptr);
+    const DWORD flags = flagsFor(GetOEMCP(), WC_COMPOSITECHECK);
+    return convertInto(oem, length, [source, flags](char* destination, int size) {
+        return WideCharToMultiByte(CP_OEMCP, flags, source, -1, destination, size, nullptr, nullptr);
     });
 }
 
