@@ -96,12 +96,12 @@ bool realAllows(const Object& object, DWORD access)
     return true;
 }
 
-bool isHeld(const Object& object)
-{
-    return object.node->security.count(object.name) != 0;
-}
-
 } // namespace
+
+bool machineDecides(const Object& object)
+{
+    return object.node->readsMachine && !object.node->security.count(object.name);
+}
 
 DWORD readSecurity(const Object& object, Security& security)
 {
@@ -121,8 +121,7 @@ DWORD readSecurity(const Object& object, Security& security)
 
 bool mayChange(const Object& object, const Security& before, DWORD access)
 {
-    return object.node->readsMachine && !isHeld(object) ? realAllows(object, access)
-                                                        : allows(before, access, *object.rights);
+    return machineDecides(object) ? realAllows(object, access) : allows(before, access, *object.rights);
 }
 
 void writeSecurity(World& world, const Object& object, const Security& before, const Security& after)

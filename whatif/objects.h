@@ -44,6 +44,9 @@ DWORD openRealKey(const Object& object, REGSAM access, RealKey& key);
 // The security of the object as it is now; an error when the real machine does not show it.
 DWORD readSecurity(const Object& object, Security& security);
 
+// Whether the real machine decides about access to the object: the node has nothing to say of it.
+bool machineDecides(const Object& object);
+
 // Whether the caller gets the access; on an object that only the machine holds the machine decides.
 bool mayChange(const Object& object, const Security& before, DWORD access);
 

@@ -53,7 +53,7 @@ BOOL WINAPI getFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_
     DWORD error = fileObject(*world, name, object);
     if (!error)
         error = readSecurity(object, security);
-    if (!error && !allows(security, READ_CONTROL, fileRights) && !object.node->readsMachine)
+    if (!error && !machineDecides(object) && !allows(security, READ_CONTROL, fileRights))
         error = ERROR_ACCESS_DENIED;
     if (error)
         return failWith(error);
