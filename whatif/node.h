@@ -88,7 +88,7 @@ struct Node
     std::vector<Service> services;
     std::map<std::wstring, std::wstring, NoCase>
         security; // object name -> SDDL of its DACL ("file C:\\x", "registry ...")
-    std::map<std::wstring, std::wstring, NoCase> securityBefore; // of changed containers: what they had passed on
+    std::map<std::wstring, std::wstring, NoCase> securityBefore; // of changed directories: what they had passed on
     DirectoryNames directories;
     std::map<std::wstring, std::wstring, NoCase> drives; // "C" -> directory that \\name\C$ stands for
     std::set<std::wstring, NoCase> gone; // objects of the real machine that were deleted here: "group X", "service Y"

@@ -24,8 +24,9 @@ constexpr struct
      L"D:PAI(A;CI;KR;;;BU)(A;CI;KA;;;BA)(A;CI;KA;;;SY)(A;CIIO;KA;;;CO)(A;CI;KR;;;S-1-15-2-1)"},
 };
 
-// The security with which the object came to be, not the one it has been given since: what it has passed on to those
-// below it that nobody has touched.
+// The security with which the object came to be. Nothing is passed on when a file's is written, so that those below it
+// that nobody has touched have what its first one passed on; keys pass theirs on, and one that nobody has touched has
+// what its parent's passes on now, or did when the key was made.
 Security originalSecurity(const Object& object)
 {
     for (const auto* held : {&object.node->securityBefore, &object.node->security}) {
@@ -39,7 +40,10 @@ Security originalSecurity(const Object& object)
     Object parent;
     if (!parentOf(object, parent))
         return securityOf(std::wstring(driveSecurity));
-    return inheritedFrom(originalSecurity(parent), object.container, *object.rights);
+    Security above;
+    if (isFile(object) || readSecurity(parent, above) != ERROR_SUCCESS)
+        above = originalSecurity(parent);
+    return inheritedFrom(above, object.container, *object.rights);
 }
 
 // ---- the real machine --------------------------------------------------------------------------------------------
@@ -130,7 +134,7 @@ void writeSecurity(World& world, const Object& object, const Security& before, c
     const std::wstring textAfter = textOf(after);
     if (textBefore == textAfter)
         return;
-    if (object.container)
+    if (object.container && isFile(object))
         object.node->securityBefore.emplace(object.name, textBefore);
     object.node->security[object.name] = textAfter;
     world.record({object.node->name, object.name, L"security", textBefore, textAfter});

@@ -119,17 +119,35 @@ Security withInherited(const Security& own, const Object& object, const Security
     return merged;
 }
 
-// What lies below gets the entries that are passed on, unless it is protected, and passes them on.
-void propagate(World& world, const Object& object, const Security& security)
+struct Secured
 {
+    Object object;
+    Security security;
+};
+
+// What lies below and is not protected.
+std::vector<Secured> heirsOf(World& world, const Object& object)
+{
+    std::vector<Secured> heirs;
     for (const Object& child : childrenOf(world, object)) {
-        Security before;
-        if (readSecurity(child, before) != ERROR_SUCCESS || !before.hasDacl || (before.flags & SE_DACL_PROTECTED))
-            continue;
-        const Security after = withInherited(before, child, &security);
-        writeSecurity(world, child, before, after);
-        if (textOf(before) != textOf(after))
-            propagate(world, child, after);
+        Secured heir = {child, {}};
+        if (readSecurity(child, heir.security) == ERROR_SUCCESS && heir.security.hasDacl &&
+            !(heir.security.flags & SE_DACL_PROTECTED))
+            heirs.push_back(std::move(heir));
+    }
+    return heirs;
+}
+
+// The object's security, and below it the entries that are passed on. Those below are read first: what nobody has
+// touched follows its parent.
+void writeAndPassOn(World& world, const Secured& before, const Security& after)
+{
+    const std::vector<Secured> heirs = heirsOf(world, before.object);
+    writeSecurity(world, before.object, before.security, after);
+    for (const Secured& heir : heirs) {
+        const Security inherited = withInherited(heir.security, heir.object, &after);
+        if (textOf(heir.security) != textOf(inherited))
+            writeAndPassOn(world, heir, inherited);
     }
 }
 
@@ -185,9 +203,10 @@ DWORD WINAPI setNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INF
     Security after = parts & DACL_SECURITY_INFORMATION ? namedSecurity(object, before, parts, dacl) : before;
     if (parts & OWNER_SECURITY_INFORMATION)
         after.owner = sidBytes(sidText(owner));
-    writeSecurity(*world, object, before, after);
     if (parts & DACL_SECURITY_INFORMATION)
-        propagate(*world, object, after);
+        writeAndPassOn(*world, {object, before}, after);
+    else
+        writeSecurity(*world, object, before, after);
     return ERROR_SUCCESS;
 }
 

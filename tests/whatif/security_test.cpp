@@ -122,6 +122,10 @@ TEST_F(WhatIfSecurity, NamedKeysInheritAndPassOn)
                           object + change + normal(L"D:AI(A;OICI;KA;;;BA)(A;OICI;KR;;;WD)(A;CIID;KA;;;SY)"),
                           object + L"\\KEY_h1" + change +
                               normal(L"D:AI(A;OICIID;KA;;;BA)(A;OICIID;KR;;;WD)(A;CIID;KA;;;SY)")}));
+    // A key that is made now has what is passed on now.
+    world.registry().createKey(node, L"SOFTWARE\\Kestel\\KEY_h3");
+    EXPECT_EQ(writeKey(L"machine\\software\\kestel\\key_h3", L"D:"), ERROR_SUCCESS);
+    EXPECT_TRUE(plan().empty());
     const wchar_t* const key = L"\\\\NODE\\MACHINE\\SOFTWARE\\Kestel\\KEY_h1";
     EXPECT_EQ(writeKey(key, L"D:(A;;KA;;;BA)", PROTECTED_DACL_SECURITY_INFORMATION), ERROR_SUCCESS);
     EXPECT_EQ(node.security[L"registry HKLM\\SOFTWARE\\Kestel\\KEY_h1"], normal(L"D:PAI(A;;KA;;;BA)"));
