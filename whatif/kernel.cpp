@@ -9,16 +9,18 @@ namespace whatif {
 
 namespace {
 
-BOOL WINAPI getVersionEx(LPOSVERSIONINFOA info)
+// `Extended` begins with the fields of `Info` and has the product's type among the others.
+template <class Extended, class Info, BOOL(WINAPI* real)(Info*)>
+BOOL WINAPI getVersionEx(Info* info)
 {
-    if (!GetVersionExA(info))
+    if (!real(info))
         return FALSE;
     Locked world;
     const Node& node = world->local();
     info->dwMajorVersion = node.major;
     info->dwMinorVersion = node.minor;
-    if (info->dwOSVersionInfoSize >= sizeof(OSVERSIONINFOEXA))
-        reinterpret_cast<OSVERSIONINFOEXA*>(info)->wProductType = node.productType;
+    if (info->dwOSVersionInfoSize >= sizeof(Extended))
+        reinterpret_cast<Extended*>(info)->wProductType = node.productType;
     return TRUE;
 }
 
@@ -157,8 +159,11 @@ BOOL WINAPI freeLibrary(HMODULE module)
 
 std::vector<Replacement> kernelReplacements()
 {
-    return {settingLastError<&getVersionEx>("GetVersionExA"), settingLastError<&getComputerName>("GetComputerNameW"),
-            settingLastError<&loadLibrary>("LoadLibraryA"), settingLastError<&getProcAddress>("GetProcAddress"),
+    return {settingLastError<&getVersionEx<OSVERSIONINFOEXA, OSVERSIONINFOA, &GetVersionExA>>("GetVersionExA"),
+            settingLastError<&getVersionEx<OSVERSIONINFOEXW, OSVERSIONINFOW, &GetVersionExW>>("GetVersionExW"),
+            settingLastError<&getComputerName>("GetComputerNameW"),
+            settingLastError<&loadLibrary>("LoadLibraryA"),
+            settingLastError<&getProcAddress>("GetProcAddress"),
             settingLastError<&freeLibrary>("FreeLibrary")};
 }
 
