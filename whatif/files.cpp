@@ -2,6 +2,7 @@
 
 #include "whatif/active.h"
 #include "whatif/guarded.h"
+#include "whatif/objects.h"
 
 #include <algorithm>
 
@@ -80,6 +81,38 @@ bool realName(const std::wstring& name, std::wstring& real)
     return true;
 }
 
+// Whether security that the node has to tell refuses the access. What only the real machine knows of, or what is not
+// there, is left to it.
+bool refuses(const Object& object, DWORD access)
+{
+    Security security;
+    return !machineDecides(object) && readSecurity(object, security) == ERROR_SUCCESS &&
+           !allows(security, access, *object.rights);
+}
+
+bool refusesListing(const std::wstring& pattern)
+{
+    Locked world;
+    Object directory;
+    const size_t separator = pattern.rfind(L'\\');
+    return separator != std::wstring::npos &&
+           fileObject(*world, pattern.substr(0, separator + 1), directory) == ERROR_SUCCESS &&
+           refuses(directory, FILE_LIST_DIRECTORY);
+}
+
+// Who may list a directory may read the attributes of what is in it.
+bool refusesAttributes(const std::wstring& name)
+{
+    Locked world;
+    Object object;
+    if (fileObject(*world, name, object) != ERROR_SUCCESS || !refuses(object, FILE_READ_ATTRIBUTES))
+        return false;
+    Object parent;
+    Security above;
+    return !parentOf(object, parent) || readSecurity(parent, above) != ERROR_SUCCESS ||
+           !mayChange(parent, above, FILE_LIST_DIRECTORY);
+}
+
 HANDLE WINAPI createFile(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
                          DWORD flags, HANDLE pattern)
 {
@@ -92,13 +125,23 @@ HANDLE WINAPI createFile(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTR
 DWORD WINAPI getFileAttributes(LPCWSTR name)
 {
     std::wstring real;
-    return name && realName(name, real) ? GetFileAttributesW(real.c_str()) : INVALID_FILE_ATTRIBUTES;
+    if (!name || !realName(name, real))
+        return INVALID_FILE_ATTRIBUTES;
+    if (!refusesAttributes(name))
+        return GetFileAttributesW(real.c_str());
+    SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_FILE_ATTRIBUTES;
 }
 
 HANDLE WINAPI findFirstFile(LPCWSTR pattern, LPWIN32_FIND_DATAW data)
 {
     std::wstring real;
-    return pattern && realName(pattern, real) ? FindFirstFileW(real.c_str(), data) : INVALID_HANDLE_VALUE;
+    if (!pattern || !realName(pattern, real))
+        return INVALID_HANDLE_VALUE;
+    if (!refusesListing(pattern))
+        return FindFirstFileW(real.c_str(), data);
+    SetLastError(ERROR_ACCESS_DENIED);
+    return INVALID_HANDLE_VALUE;
 }
 
 // The file system of every volume of a described node, whatever the directory lies on that plays its drive.

@@ -68,7 +68,7 @@ TEST_F(OnNode, LegacyFailuresAreListedInTheirOrderAndStopNothing)
 
     constexpr wchar_t unreadable[] = L"O:SYD:P(A;OICI;FA;;;SY)";
     constexpr wchar_t unwritable[] = L"O:SYD:P(A;OICI;FR;;;BU)";
-    describe({{L"", L"D:P(A;OICI;FR;;;BU)"}, {L"b\\\x4E2D", unreadable}, {L"c", unreadable}, {L"d", unwritable}});
+    describe({{L"", L"D:P(A;OICI;FR;;;BU)"}, {L"b\\\x4E2D", unreadable}, {L"c", unwritable}, {L"d", unwritable}});
     const std::string start(root.begin(), root.end());
     const legacy::Result result = applyLegacy(root, 1);
     EXPECT_EQ(result.status, 3u);

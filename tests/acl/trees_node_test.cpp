@@ -152,7 +152,7 @@ TEST_F(TreesOnNode, WithObjectsOutOfReach)
         size_t written;
     } rows[] = {
         {{{L"", top}, {L"a", unreadable}}, 2, readFailed, 7},
-        {{{L"", top}, {L"b", unreadable}, {L"d", unwritable}}, 2, writeFailed, 6},
+        {{{L"", top}, {L"b", unreadable}, {L"d", unwritable}}, 2, writeFailed, 5},
         {{{L"", top}, {L"b\\in", unwritable}, {L"e", unreadable}}, 2, readFailed, 6},
         {{{L"", unreadable}}, 3, readFailed, 0},
         {{{L"", unwritable}}, 3, writeFailed, 0},

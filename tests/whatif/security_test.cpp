@@ -95,6 +95,26 @@ TEST_F(WhatIfSecurity, AccessIsDeniedToAdministratorsWhereTheListAndTheOwnerSayS
     }
 }
 
+TEST_F(WhatIfSecurity, ListingAndAttributesAreDeniedWhereTheListSaysSo)
+{
+    const auto attributes = [](const std::filesystem::path& path) {
+        return errorOf(CALL(GetFileAttributesW)(path.c_str()) != INVALID_FILE_ATTRIBUTES);
+    };
+    const auto list = [](const std::filesystem::path& path) {
+        WIN32_FIND_DATAW entry;
+        const HANDLE search = CALL(FindFirstFileW)((path / "*").c_str(), &entry);
+        return errorOf(search != INVALID_HANDLE_VALUE && FindClose(search));
+    };
+    node.security[L"file " + file.wstring()] = L"D:P(D;;0x80;;;WD)(A;;FA;;;BA)";
+    EXPECT_EQ(attributes(file), ERROR_SUCCESS); // who may list the directory sees them
+    node.security[L"file " + dir.wstring()] = L"D:P(D;;0x1;;;WD)(A;;FA;;;BA)";
+    EXPECT_EQ(attributes(file), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(attributes(dir / "sub"), ERROR_SUCCESS);
+    EXPECT_EQ(list(dir), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(list(dir / "sub"), ERROR_SUCCESS);
+    EXPECT_EQ(list(dir / "none"), ERROR_PATH_NOT_FOUND);
+}
+
 TEST_F(WhatIfSecurity, WhatTextCannotSayIsKeptByteForByte)
 {
     Security odd = securityOf(std::wstring(readers));
