@@ -606,11 +606,13 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
 
 /*
  * Gives users, and the accounts that the permission type calls for, access to an object. The entries are inheritable
- * and come before the entries that a file or directory keeps; what it had for the same accounts goes. The DACL of a
- * registry key becomes exactly the new entries, and unprotected.
+ * and come before the entries that a file or directory keeps; what it had for the same accounts goes, and the marks of
+ * a protected or an inheriting DACL are lost. A registry key keeps none of its own entries: it gets the new ones and,
+ * unless it was protected, which it stays, behind them those that it inherits. Its subkeys inherit the new ones.
  *   wtype        0 a single file, 1 a directory, 2 a registry key, 3 an object of permission type 7
  *   path         the file or directory; a key as "MACHINE\Software\..." or "\\node\MACHINE\...". Names are looked up on
- *                the machine of a UNC path, but for permission type 7 on this one
+ *                the machine of a UNC path, which "\\?\C:\..." is taken for as well, but for permission type 7 on this
+ *                one. A file or directory called ".VLFS", ".fileid" or ".Security" is left alone, which counts as done
  *   usernames    the users; NULL when there are none or `ptype` is 7 or 8, which ignore them
  *   numusers     their number
  *   ptype        who gets access, each full control but where it says otherwise:
@@ -625,12 +627,14 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
  *                  for wtype 3     7     administrators, local system, KES_VLMADMIN, KES_DBSVCACCTS
  *                  for keys        8     administrators, everyone (read and create links)
  *                                  9     the same and users
- *   inheritable  not 0: everything below a directory as well (not for permission type 7); children without access are
- *                skipped, links are followed
- * 2: done. The record may hold the message of a skipped child, or of a file that ended the walk early.
- * 3: WSE-000014, WSE-000038, WSE-000039 (an account); WSE-000012 (a mount point that cannot be read); WSE-000053 (an
- *    object's security cannot be read or written); WSE-000067 (a key's cannot be written); without a message when there
- *    is nobody to give access to. What was written before stays.
+ *   inheritable  not 0: everything below a directory as well (not for permission type 7); links are followed. Skipped
+ *                are children without access, what is in a directory whose path is longer than 257 characters, and
+ *                children whose path is longer than 519
+ * 2: done. The record may hold the message of a skipped child (operating system's error 206 for one whose path is too
+ *    long), or of a file that ended the walk early.
+ * 3: WSE-000014, WSE-000038, WSE-000039 (an account); WSE-000012 or a message of one blank (a mount point that cannot
+ *    be read); WSE-000053 (an object's security cannot be read or written); WSE-000067 (a key's cannot be written);
+ *    without a message when there is nobody to give access to. What was written before stays.
  * 4: WSE-000063, `wtype` and `ptype` do not go together; "path"; "usernames" also for a name that is NULL or a count
  *    below 0.
  */
@@ -643,7 +647,8 @@ DWORD WINAPI sswseAddACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const 
  *   TrusteeType     TRUSTEE_TYPE, dwAccessRights the access mask, AccessMode ACCESS_MODE, dwInheritance ACE flags
  *   acl             in: the ACL, from LocalAlloc; a NULL one is an empty one. out: the new ACL, which the caller
  *                   releases with LocalFree; the old one is released
- * 2; 3: WSE-000059, `*acl` is what it was.
+ * 2; 3: WSE-000059, `*acl` is what it was. The operating system's error there is the thread's last one, which the
+ * platform need not have set: it may be missing, or an older one.
  */
 DWORD WINAPI sswseAddAceToACL(sswseErrRec* err, void* pszTrustee, int TrusteeType, DWORD dwAccessRights, int AccessMode,
                               DWORD dwInheritance, PACL* acl);
@@ -668,7 +673,8 @@ typedef struct AceListNode
 } AceListNode;
 
 /*
- * Does the first entry of `sid` in the list have all bits of `mask`? Later entries of that SID do not count.
+ * Does the first entry of `sid` in the list have all bits of `mask`? Whether it allows or denies is not looked at, and
+ * later entries of that SID do not count.
  *   reserved  ignored
  *   list      may be NULL, as may any entry and SID in it; those are passed over
  * 1, 0 (also without an entry of that SID), 3: WSE-000039, `sid` is not valid.
@@ -679,17 +685,21 @@ DWORD WINAPI sswseCheckAccessMask(sswseErrRec* err, void* reserved, AceListNode*
 /*
  * The older way of securing an installed file, or a directory with everything below it (links are followed): replaces
  * the DACL of each object by inheritable allow entries for Authenticated Users (read and execute), Administrators and
- * LocalSystem (full), each limited to what the old DACL allowed and did not deny that account. Neither function has an
- * error record; messages reach only the trace. The two differ in the names of some routines in the trace.
+ * LocalSystem (full). An account to which the old DACL allowed something gets no more than that; what the old DACL
+ * denied an account it does not get; one that the old DACL does not mention, and each where there was no DACL, gets its
+ * entry unlimited. An entry of which nothing is left is not written. Neither function has an error record; messages
+ * reach only the trace. The two differ in the names of some routines in the trace.
  *   wFilename  the file or directory
  *   isAdmin    1: without Authenticated Users; any other value: with them
  *   failList   receives the names of the objects that could not be changed, in the order in which they failed, in the
  *              OEM code page, "" for a name that it cannot hold; else NULL. The caller frees each name and the array,
  *              sswseFreeArrayofStrings does both
  *   failCount  receives the number of names; may be NULL
- * The statuses are these functions' own. 0: all objects were changed; 1: the file or directory does not exist; 2:
- * memory is exhausted, the work stopped half way, there is no list; 3: the objects in the list were not changed, or,
- * without a list, `wFilename` is NULL, cannot be converted or its attributes cannot be read; 4: `failList` is NULL.
+ * The statuses are these functions' own. 0: all objects were changed, or none on a system that is not of the NT family;
+ * 1: the file or directory does not exist in a directory that does; 2: memory is exhausted, the work stopped half way
+ * or only the list could not be made, there is none; 3: the objects in the list were not changed, or, without a list,
+ * `wFilename` is NULL, cannot be converted or its attributes cannot be read, as when a directory on the way is missing;
+ * 4: `failList` is NULL.
  */
 DWORD WINAPI setPermissions(const char* wFilename, DWORD isAdmin, char*** failList, DWORD* failCount);
 DWORD WINAPI setPermissions2(const char* wFilename, DWORD isAdmin, char*** failList, DWORD* failCount);

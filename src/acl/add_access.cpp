@@ -131,7 +131,7 @@ DWORD buildEntries(const sswseCall& call, const Request& request, const wchar_t*
     return status;
 }
 
-// A key's DACL becomes exactly these entries: what it had is not merged.
+// A key's own entries become exactly these: what it had is not merged. What it inherits stays behind them.
 DWORD applyToKey(const sswseCall& call, const Request& request, const sswseAceArray& aces)
 {
     const DWORD status = sswseSetFileSecurity(call.rec, aces.entries, aces.count, request.widePath, true, true, true);
