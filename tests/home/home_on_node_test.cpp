@@ -13,7 +13,6 @@ using support::calling;
 using support::failing;
 
 constexpr char noHome[] = "WSE-000052: Unable to determine Kestel home.";
-constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_keswsec_test";
 
 std::vector<std::string> opened; // key files
 class HomeOfNode : public support::NodeTest
@@ -41,14 +40,9 @@ protected:
                                                  {"KESTEL_SVCUSER", "CORP\\gmsa$", "NT AUTHORITY\\LocalService"},
                                                  {"KESTEL_SVCUSER_TYPE", " ", "V"},
                                                  {"KESTEL_SVCUSER_PWDREQ", "0", "1"}}) {
-            set(local, value, here);
-            set(remote, value, there);
+            record(local, value, here);
+            record(remote, value, there);
         }
-    }
-
-    void set(const whatif::Node& node, const char* value, const char* content) const
-    {
-        world.registry().setValue(node, homeKey, whatif::wide(value), whatif::registryText(whatif::wide(content)));
     }
 
     std::vector<Reader> predicates(const char* node) const
@@ -112,12 +106,12 @@ TEST_F(HomeOfNode, KeyFileIsThisMachinesValuesAreTheNodes)
         EXPECT_EQ(opened, (std::vector<std::string>{path + "\\bin\\KESTEL.KEY", keyFile}));
         opened.clear();
     }
-    set(remote, "KESTEL_SVCUSER", "DB2\\svc"); // that this machine does not know
+    record(remote, "KESTEL_SVCUSER", "DB2\\svc"); // that this machine does not know
     expectNodeCases({
         {"LocalSystem", predicates("DB2")[2].call, 3, "WSE-000014", ERROR_NONE_MAPPED},
         {"LocalService", predicates("DB2")[3].call, 3, "WSE-000014", ERROR_NONE_MAPPED},
     });
-    set(remote, "KESTEL_SVCUSER", "SYSTEM");
+    record(remote, "KESTEL_SVCUSER", "SYSTEM");
     expectNodeCases({{"LocalSystem", predicates("DB2")[2].call, 1}, {"LocalService", predicates("DB2")[3].call, 0}});
 }
 

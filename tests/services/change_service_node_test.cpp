@@ -1,31 +1,20 @@
 // Services of a home that exist: updated, deleted, asked for their account and their SID.
 #include "tests/services/home_on_node.h"
-#include "tests/support/cases.h"
-#include "tests/support/guarded_heap.h"
 #include "whatif/sids.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <optional>
 
 using namespace std::string_literals;
 
 namespace {
 
 using namespace services;
-using support::messageOf;
-
-class ServiceOnNode : public testing::Test
-{
-protected:
-    support::TemporaryHome library;
-};
+using support::untouched;
 
 TEST_F(ServiceOnNode, FollowsTheHomesUserWhenUpdated)
 {
     HomeOnNode home(library);
-    home.record("1", "svc");
+    home.recordHome("1", "svc");
     ASSERT_EQ(home.create({}), SSWSE_SUCCESS) << home.rec.message;
     home.plan();
     const std::string service = "NODE: service Service1: ";
@@ -42,11 +31,11 @@ TEST_F(ServiceOnNode, FollowsTheHomesUserWhenUpdated)
          {service + "account: .\\svc -> LocalSystem", "NODE: group KES_VLMADMIN: member added: NT AUTHORITY\\SYSTEM"},
          L""},
         {"NT AUTHORITY\\SYSTEM", "kestel.exe", {}, L""},
-        {"CORP\\dbsvc",
+        {"CORP\\dbuser",
          "kestel.exe",
-         {service + "account: LocalSystem -> CORP\\dbsvc", service + "password set"},
+         {service + "account: LocalSystem -> CORP\\dbuser", service + "password set"},
          L"secret"},
-        {"CORP\\gmsa$", "kestel.exe", {service + "account: CORP\\dbsvc -> CORP\\gmsa$"}, L""},
+        {"CORP\\gmsa$", "kestel.exe", {service + "account: CORP\\dbuser -> CORP\\gmsa$"}, L""},
         {"CORP\\gmsa$",
          "kesvssw.exe",
          {service + "binary path: C:\\h1\\bin\\kestel.exe -> C:\\h1\\bin\\kesvssw.exe",
@@ -55,7 +44,7 @@ TEST_F(ServiceOnNode, FollowsTheHomesUserWhenUpdated)
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.user + " "s + each.executable);
-        home.record("1", each.user);
+        home.recordHome("1", each.user);
         EXPECT_EQ(home.update("Service1", each.executable), SSWSE_SUCCESS) << home.rec.message;
         EXPECT_EQ(home.plan(), each.plan);
         EXPECT_EQ(home.service("Service1")->password, each.password);
@@ -75,42 +64,28 @@ void addService(HomeOnNode& home)
 
 TEST_F(ServiceOnNode, LeavesItsGroupsAndGoes)
 {
-    const Lines left = {"group KES_C: member removed: NT SERVICE\\Service1",
-                        "group KES_B: member removed: NT SERVICE\\Service1",
-                        "group KES_A: member removed: NT SERVICE\\Service1"};
-    const Lines gone = {"service Service1: deleted"};
-    Lines all = left;
-    all.push_back(gone[0]);
+    const Lines all = {"group KES_C: member removed: NT SERVICE\\Service1",
+                       "group KES_B: member removed: NT SERVICE\\Service1",
+                       "group KES_A: member removed: NT SERVICE\\Service1", "service Service1: deleted"};
     const struct
     {
-        const char* denied;
-        Denied::Says says;
+        const char* function; // that fails
         DWORD status;
-        const char* message;
         Lines plan;
     } cases[] = {
-        {nullptr, {}, 2, "", all},
-        {"NetUserGetLocalGroups", Denied::result, 2, "", gone},
-        {"NetLocalGroupDelMembers", Denied::result, 2, "", gone},
-        {"LookupAccountSidW",
-         Denied::zero,
-         3,
-         "WSE-000034: Lookup for Windows account system identifier (SID) failed.",
-         {}},
-        {"OpenSCManagerW", Denied::zero, 3, "WSE-000011: Cannot open the Windows Service Control Manager.", left},
-        {"OpenServiceW", Denied::zero, 3, "WSE-000054: Unable to get a handle to the service.", left},
-        {"DeleteService", Denied::zero, 3, "WSE-000056: Unable to delete service.", left},
+        {nullptr, 2, all},
+        {"NetUserGetLocalGroups", 2, {all.back()}},
+        {"NetLocalGroupDelMembers", 2, {all.back()}},
+        {"LookupAccountSidW", 3, {}},
+        {"DeleteService", 3, {all.begin(), all.end() - 1}},
     };
     for (const auto& each : cases)
-        for (const char* const nodename : {static_cast<const char*>(nullptr), remote}) {
-            SCOPED_TRACE((each.denied ? each.denied : "all well") + (nodename ? ", remote"s : ""s));
+        for (const char* const nodename : {static_cast<const char*>(nullptr), remoteName}) {
+            SCOPED_TRACE((each.function ? each.function : "all well") + (nodename ? ", remote"s : ""s));
             HomeOnNode home(library, nodename);
             addService(home);
-            std::optional<Denied> denied;
-            if (each.denied)
-                denied.emplace(home, each.denied, each.says);
+            home.fail({0, ERROR_ACCESS_DENIED, each.function});
             EXPECT_EQ(home.remove("Service1"), each.status);
-            EXPECT_EQ(messageOf(home.rec), each.message);
             Lines plan = each.plan;
             for (std::string& line : plan)
                 line.insert(0, nodename ? "DB2: " : "NODE: ");
@@ -119,77 +94,59 @@ TEST_F(ServiceOnNode, LeavesItsGroupsAndGoes)
         }
 }
 
-TEST_F(ServiceOnNode, CannotBeDeletedTwice)
-{
-    HomeOnNode home(library);
-    home.addService("Service1").deleted = true; // somebody holds a handle
-    EXPECT_EQ(home.remove("Service1"), SSWSE_FAILURE);
-    EXPECT_EQ(messageOf(home.rec), "WSE-000056: Unable to delete service.");
-    EXPECT_STREQ(home.rec.oserror, "1072");
-    EXPECT_EQ(home.remove("Service2"), SSWSE_FAILURE);
-    EXPECT_EQ(messageOf(home.rec), "WSE-000054: Unable to get a handle to the service.");
-    EXPECT_STREQ(home.rec.oserror, "1060");
-    EXPECT_EQ(home.plan(), Lines());
-}
-
 TEST_F(ServiceOnNode, TellsItsAccount)
 {
-    HomeOnNode home(library, remote);
-    const auto query = EXPORT_OF(library, sswseGetSvcUserForService);
+    HomeOnNode home(library, remoteName);
+    whatif::Service& service = home.addService("Service1");
+    const auto query = [&](sswseErrRec* rec, char* name, size_t size, size_t* written) {
+        return EXPORT(sswseGetSvcUserForService)(rec, "Service1", name, size, written, home.nodename);
+    };
     for (const char* const account : {"LocalSystem", ".\\svc", "NT SERVICE\\Service1", ""}) {
-        home.node.services.clear();
-        home.addService("Service1").account.assign(account, account + strlen(account));
-        const guarded::Buffer exact(strlen(account) + 1);
-        size_t written = 0;
-        EXPECT_EQ(query(&home.rec, "Service1", exact.data(), exact.size(), &written, remote), SSWSE_SUCCESS);
-        EXPECT_STREQ(exact.data(), account);
-        EXPECT_EQ(written, exact.size());
-        EXPECT_EQ(query(&home.rec, "Service1", exact.data(), exact.size() - 1, &written, remote), SSWSE_FAILURE);
-        EXPECT_EQ(messageOf(home.rec), "WSE-000033: Insufficient output buffer for username.");
+        service.account = std::wstring(account, account + strlen(account));
+        const size_t size = strlen(account) + 1;
+        support::expectTexts(
+            {{account, query, size, 2, account, size},
+             {account, query, size - 1, 3, "", untouched, "WSE-000033: Insufficient output buffer for username."}});
     }
-    char name[16];
-    EXPECT_EQ(query(&home.rec, "Service1", name, sizeof name, nullptr, nullptr), SSWSE_FAILURE)
-        << "not on this machine";
-    const Denied denied(home, "QueryServiceConfigW", Denied::zero);
-    EXPECT_EQ(query(&home.rec, "Service1", name, sizeof name, nullptr, remote), SSWSE_FAILURE);
-    EXPECT_EQ(messageOf(home.rec), "WSE-000055: Unable to query service details.");
+    home.nodename = nullptr;
+    support::expectTexts(
+        {{"not on this machine", query, 9, 3, "", untouched, "WSE-000054: Unable to get a handle to the service."}});
 }
 
 TEST_F(ServiceOnNode, HasANameOfItsSidThatNeedsRoomToSpare)
 {
-    HomeOnNode home(library);
-    const auto nameOf = EXPORT_OF(library, sswseGetServiceSidName);
-    const std::string expected = "NT SERVICE\\KestelDB";
-    const guarded::Buffer name(expected.size() + 1);
-    size_t written = 0;
-    EXPECT_EQ(nameOf(&home.rec, "KestelDB", name.data(), name.size(), &written), SSWSE_SUCCESS);
-    EXPECT_EQ(name.data(), expected);
-    EXPECT_EQ(written, expected.size());
-    EXPECT_EQ(nameOf(&home.rec, "KestelDB", name.data(), name.size() - 1, &written), SSWSE_FAILURE);
-    EXPECT_EQ(messageOf(home.rec), "WSE-000033: Insufficient output buffer for Output buffer for Service Sid String.");
-    const guarded::Buffer roomy(2000);
+    const HomeOnNode home(library);
+    const auto nameOf = [&](const char* service) {
+        return [=](sswseErrRec* rec, char* name, size_t size, size_t* written) {
+            return EXPORT(sswseGetServiceSidName)(rec, service, name, size, written);
+        };
+    };
     const std::string longName(1200, 's');
-    EXPECT_EQ(nameOf(&home.rec, longName.c_str(), roomy.data(), roomy.size(), &written), SSWSE_SUCCESS);
-    EXPECT_EQ(roomy.data(), "NT SERVICE\\" + longName);
+    support::expectTexts({
+        {"exact", nameOf("KestelDB"), 20, 2, "NT SERVICE\\KestelDB", 19},
+        {"short", nameOf("KestelDB"), 19, 3, "", untouched,
+         "WSE-000033: Insufficient output buffer for Output buffer for Service Sid String."},
+        {"long", nameOf(longName.c_str()), 2000, 2, "NT SERVICE\\" + longName, 1211},
+    });
 }
 
 TEST_F(ServiceOnNode, HasItsSidWhereItExists)
 {
-    HomeOnNode home(library, remote);
+    HomeOnNode home(library, remoteName);
     home.addService("TrustedInstaller");
     const auto sidOf = [&](const char* service, const char* nodename) {
         PSID sid = &home;
-        const DWORD status = EXPORT_OF(library, sswseGetServiceSID)(&home.rec, service, &sid, nodename);
+        const DWORD status = EXPORT(sswseGetServiceSID)(&home.rec, service, &sid, nodename);
         const std::wstring text = status == SSWSE_SUCCESS ? whatif::sidText(sid) : sid ? L"something" : L"";
         if (status == SSWSE_SUCCESS)
-            EXPORT_OF(library, sswseFreeMemory)(sid);
+            EXPORT(sswseFreeMemory)(sid);
         return text;
     };
-    EXPECT_EQ(sidOf("trustedinstaller", remote), L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464");
+    EXPECT_EQ(sidOf("trustedinstaller", remoteName), L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464");
     EXPECT_EQ(sidOf("TrustedInstaller", ""), L"");
     EXPECT_EQ(messageOf(home.rec), "WSE-000014: Lookup for Windows account name failed.");
     EXPECT_STREQ(home.rec.oserror, "1332");
-    EXPECT_EQ(sidOf(std::string(2000, 's').c_str(), remote), L"");
+    EXPECT_EQ(sidOf(std::string(2000, 's').c_str(), remoteName), L"");
     EXPECT_EQ(messageOf(home.rec), "WSE-000033: Insufficient output buffer for Output buffer for Service Sid String.");
     EXPECT_EQ(sidOf("TrustedInstaller", "NOWHERE"), L"");
     EXPECT_STREQ(home.rec.oserror, "1722");

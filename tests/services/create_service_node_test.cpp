@@ -1,33 +1,13 @@
 // The steps of creating a service of a home: what is passed on, and what is left when one of them fails.
 #include "tests/services/home_on_node.h"
-#include "tests/support/cases.h"
 #include "tests/support/guarded_heap.h"
-
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <optional>
 
 using namespace std::string_literals;
 
 namespace {
 
 using namespace services;
-using support::messageOf;
-
-class ServiceCreation : public testing::Test
-{
-protected:
-    support::TemporaryHome library;
-};
-
-void addUser(HomeOnNode& home, const char* name)
-{
-    whatif::Account user;
-    user.name.assign(name, name + strlen(name));
-    user.sid = L"S-1-5-21-9-9-9-2000";
-    home.node.accounts.push_back(user);
-}
+using ServiceCreation = ServiceOnNode;
 
 // The steps that left a mark: c the service itself, t its SID type, s its security, i the group of service SIDs, a that
 // of service accounts, g other groups, r rights.
@@ -50,40 +30,32 @@ std::string stepsOf(const Lines& plan)
 TEST_F(ServiceCreation, IgnoresThreeStepsAndStopsAtTheOthers)
 {
     constexpr char noGroup[] = "WSE-000028: Unable to create operating system group.";
-    const std::optional<Denied::Says> user; // that has the name of a group
     const struct
     {
-        const char* inTheWay;
-        std::optional<Denied::Says> says;
+        const char* function; // that fails
+        const wchar_t* user;  // that has the name of a group
         DWORD status;
         const char* message;
         const char* steps;
     } cases[] = {
-        {"", user, 2, "", "ctsiagr"},
-        {"ChangeServiceConfig2W", Denied::zero, 2, "", "csiagr"},
-        {"QueryServiceObjectSecurity", Denied::zero, 2, "", "ctiagr"},
-        {"SetEntriesInAclA", Denied::result, 2, "", "ctiagr"},
-        {"SetServiceObjectSecurity", Denied::zero, 2, "", "ctiagr"},
-        {"KES_H1_SVCSIDS", user, 2, "", "ctsagr"},
-        {"KES_H1_SVCACCTS", user, 3, noGroup, "ctsi"},
-        {"KES_CLIENT_LISTENERS", user, 3, noGroup, "ctsia"},
-        {"LsaAddAccountRights", Denied::ntStatus, 3, "WSE-000041: Unable to grant privilege to user.", "ctsiag"},
+        {nullptr, L"", 2, "", "ctsiagr"},
+        {"ChangeServiceConfig2W", L"", 2, "", "csiagr"},
+        {"QueryServiceObjectSecurity", L"", 2, "", "ctiagr"},
+        {"SetServiceObjectSecurity", L"", 2, "", "ctiagr"},
+        {nullptr, L"KES_H1_SVCSIDS", 2, "", "ctsagr"},
+        {nullptr, L"KES_H1_SVCACCTS", 3, noGroup, "ctsi"},
+        {nullptr, L"KES_CLIENT_LISTENERS", 3, noGroup, "ctsia"},
     };
     for (const auto& each : cases)
         for (const bool updating : {false, true}) {
-            SCOPED_TRACE((updating ? "updating, in the way: "s : "creating, in the way: "s) + each.inTheWay);
+            SCOPED_TRACE((updating ? "updating, row "s : "creating, row "s) + std::to_string(&each - cases));
             HomeOnNode home(library);
-            home.record("2", "KES_H1_SVCACCTS", "v");
+            home.recordHome("2", "KES_H1_SVCACCTS", "v");
             if (updating)
                 home.addService("Service1");
-            std::optional<Denied> denied;
-            if (each.says)
-                denied.emplace(home, each.inTheWay, *each.says);
-            else
-                addUser(home, each.inTheWay);
-            Wanted wanted;
-            wanted.executable = "keslsnr.exe";
-            EXPECT_EQ(updating ? home.update("Service1", "keslsnr.exe") : home.create(wanted), each.status);
+            home.node.accounts.emplace_back(home.node.accounts[0]).name = each.user;
+            home.fail({0, ERROR_ACCESS_DENIED, each.function});
+            EXPECT_EQ(updating ? home.update("Service1", "keslsnr.exe") : home.create({"keslsnr.exe"}), each.status);
             EXPECT_EQ(messageOf(home.rec), each.message);
             EXPECT_EQ(stepsOf(home.plan()), each.steps);
             EXPECT_EQ(home.created, !updating) << "the handle of a service that exists is given out";
@@ -95,36 +67,29 @@ TEST_F(ServiceCreation, FailingEarlyLeavesTheNodeAsItWas)
     const guarded::Buffer endless(5120, 'x');
     const struct
     {
-        const char* denied; // a function of the platform
+        const char* function; // that fails
         const char* dependencies;
         const char* nodename;
-        const char* existing; // service
         DWORD status;
         const char* message;
         const char* osError;
     } cases[] = {
-        {"OpenSCManagerW", endless.data(), nullptr, "", 3,
-         "WSE-000011: Cannot open the Windows Service Control Manager.", "5"},
-        {nullptr, endless.data(), nullptr, "", 4, "WSE-000012: Null or invalid Dependencies parameter.", ""},
-        {"CreateServiceW", nullptr, nullptr, "", 3, "WSE-000057: Unable to create service.", "5"},
-        {nullptr, nullptr, nullptr, "service1", 3, "WSE-000057: Unable to create service.", "1073"},
-        {nullptr, nullptr, "NOWHERE", "", 5, "WSE-000044: Unable to open registry on remote node.", "53"},
-        {"OpenServiceW", nullptr, nullptr, "Service1", 3, "WSE-000054: Unable to get a handle to the service.", "5"},
-        {"ChangeServiceConfigW", nullptr, nullptr, "Service1", 3, "WSE-000058: Unable to update service.", "5"},
+        {"OpenSCManagerW", endless.data(), nullptr, 3, "WSE-000011: Cannot open the Windows Service Control Manager.",
+         "5"},
+        {nullptr, endless.data(), nullptr, 4, "WSE-000012: Null or invalid Dependencies parameter.", ""},
+        {nullptr, nullptr, nullptr, 3, "WSE-000057: Unable to create service.", "1073"},
+        {nullptr, nullptr, "NOWHERE", 5, "WSE-000044: Unable to open registry on remote node.", "53"},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.message);
         HomeOnNode home(library);
-        home.record("1", "svc");
+        home.recordHome("1", "svc");
         home.nodename = each.nodename;
-        home.addService(each.existing);
-        std::optional<Denied> denied;
-        if (each.denied)
-            denied.emplace(home, each.denied, Denied::zero);
+        home.addService("service1");
+        home.fail({0, ERROR_ACCESS_DENIED, each.function});
         Wanted wanted;
         wanted.dependencies = each.dependencies;
-        const bool updating = each.existing == "Service1"s;
-        EXPECT_EQ(updating ? home.update("Service1", "kestel.exe") : home.create(wanted), each.status);
+        EXPECT_EQ(home.create(wanted), each.status);
         EXPECT_EQ(messageOf(home.rec), each.message);
         EXPECT_STREQ(home.rec.oserror, each.osError);
         EXPECT_FALSE(home.created);
@@ -134,56 +99,48 @@ TEST_F(ServiceCreation, FailingEarlyLeavesTheNodeAsItWas)
 
 TEST_F(ServiceCreation, PassesTheCallersConfigurationOn)
 {
-    const auto with = [](auto change) {
-        Wanted wanted;
-        wanted.executable = "other.exe";
-        change(wanted);
-        return wanted;
-    };
-    const auto driver = [&](DWORD type, const char* startName) {
-        return with([&](Wanted& w) { w.type = type, w.startName = startName; });
-    };
+    constexpr DWORD own = SERVICE_WIN32_OWN_PROCESS, shared = SERVICE_WIN32_SHARE_PROCESS;
+    constexpr DWORD kernel = SERVICE_KERNEL_DRIVER, fileSystem = SERVICE_FILE_SYSTEM_DRIVER;
+    constexpr DWORD manual = SERVICE_DEMAND_START;
     using Names = std::vector<std::wstring>;
     DWORD tag = 99;
     const struct
     {
-        Wanted wanted;
+        DWORD type;
+        DWORD start;
+        const char* startName;
         const wchar_t* account;
+        const char* list = nullptr;
         Names dependencies = {};
-        const wchar_t* group = L"";
-        DWORD tag = 0;
+        const char* group = nullptr;
+        DWORD* tag = nullptr;
     } cases[] = {
-        {with([](Wanted& w) { w.startName = "CORP\\other"; }), L".\\svc"},
-        {with([](Wanted& w) { w.type = SERVICE_WIN32_SHARE_PROCESS, w.start = SERVICE_AUTO_START; }), L".\\svc"},
-        {with([](Wanted& w) { w.dependencies = "Tcpip\0+Group\0"; }), L".\\svc", {L"Tcpip", L"+Group"}},
-        {with([](Wanted& w) { w.dependencies = ""; }), L".\\svc"},
-        {driver(SERVICE_KERNEL_DRIVER, "\\Driver\\kes"), L"\\Driver\\kes"},
-        {driver(SERVICE_FILE_SYSTEM_DRIVER, "kesfs"), L".\\kesfs"},
-        {driver(SERVICE_KERNEL_DRIVER, nullptr), L""},
-        {driver(SERVICE_KERNEL_DRIVER, ""), L""},
-        {with([&](Wanted& w) {
-             w.type = SERVICE_KERNEL_DRIVER, w.start = SERVICE_BOOT_START, w.loadOrderGroup = "Base", w.tag = &tag;
-         }),
-         L"",
-         {},
-         L"Base",
-         1},
+        {own, manual, "CORP\\other", L".\\svc"},
+        {shared, SERVICE_AUTO_START, nullptr, L".\\svc"},
+        {own, manual, nullptr, L".\\svc", "Tcpip\0+Group\0", {L"Tcpip", L"+Group"}},
+        {own, manual, nullptr, L".\\svc", ""},
+        {kernel, manual, "\\Driver\\kes", L"\\Driver\\kes"},
+        {fileSystem, manual, "kesfs", L".\\kesfs"},
+        {kernel, manual, nullptr, L""},
+        {kernel, manual, "", L""},
+        {kernel, SERVICE_BOOT_START, nullptr, L"", nullptr, {}, "Base", &tag},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(&each - cases);
         HomeOnNode home(library);
-        home.record("1", "svc");
-        ASSERT_EQ(home.create(each.wanted), SSWSE_SUCCESS) << home.rec.message;
+        home.recordHome("1", "svc");
+        ASSERT_EQ(home.create({"other.exe", "Service1", SERVICE_ALL_ACCESS, each.type, each.start, each.group, each.tag,
+                               each.list, each.startName}),
+                  SSWSE_SUCCESS)
+            << home.rec.message;
         const whatif::Service& service = *home.service("Service1");
         EXPECT_EQ(service.account, each.account);
-        const bool isDriver =
-            each.wanted.type == SERVICE_KERNEL_DRIVER || each.wanted.type == SERVICE_FILE_SYSTEM_DRIVER;
-        EXPECT_EQ(service.password, isDriver ? L"" : L"secret");
+        EXPECT_EQ(service.password, each.type == kernel || each.type == fileSystem ? L"" : L"secret");
         EXPECT_EQ(service.dependencies, each.dependencies);
-        EXPECT_EQ(service.loadOrderGroup, each.group);
-        EXPECT_EQ(service.tag, each.tag);
-        EXPECT_EQ(service.type, each.wanted.type);
-        EXPECT_EQ(service.start, each.wanted.start);
+        EXPECT_EQ(service.loadOrderGroup, each.group ? L"Base" : L"");
+        EXPECT_EQ(service.tag, each.tag ? 1u : 0u);
+        EXPECT_EQ(service.type, each.type);
+        EXPECT_EQ(service.start, each.start);
         EXPECT_EQ(service.errorControl, DWORD{SERVICE_ERROR_IGNORE});
     }
     EXPECT_EQ(tag, 1u);
@@ -191,23 +148,27 @@ TEST_F(ServiceCreation, PassesTheCallersConfigurationOn)
 
 TEST_F(ServiceCreation, LetsAdministratorsInWhereItCan)
 {
-    const auto securityOf = [&](DWORD access, const wchar_t* missing) {
-        HomeOnNode home(library);
-        home.record("1", nullptr);
-        for (whatif::Group& group : home.node.groups)
-            if (group.name == missing)
-                group.name = L"Renamed";
-        Wanted wanted;
-        wanted.access = access;
-        wanted.executable = "other.exe";
-        EXPECT_EQ(home.create(wanted), SSWSE_SUCCESS) << home.rec.message;
-        return stepsOf(home.plan());
+    const struct
+    {
+        DWORD access;
+        const wchar_t* missing; // group
+        const char* steps;
+    } cases[] = {
+        {READ_CONTROL | WRITE_DAC, L"", "cts"},
+        {READ_CONTROL, L"", "ct"},
+        {WRITE_DAC, L"", "ct"},
+        {SERVICE_ALL_ACCESS, L"KES_DBA", "ct"},
+        {SERVICE_ALL_ACCESS, L"KES_H1_DBA", "ct"},
     };
-    EXPECT_EQ(securityOf(READ_CONTROL | WRITE_DAC, L""), "cts");
-    EXPECT_EQ(securityOf(READ_CONTROL, L""), "ct");
-    EXPECT_EQ(securityOf(WRITE_DAC, L""), "ct");
-    EXPECT_EQ(securityOf(SERVICE_ALL_ACCESS, L"KES_DBA"), "ct");
-    EXPECT_EQ(securityOf(SERVICE_ALL_ACCESS, L"KES_H1_DBA"), "ct");
+    for (const auto& each : cases) {
+        HomeOnNode home(library);
+        home.recordHome("1", nullptr);
+        for (whatif::Group& group : home.node.groups)
+            if (group.name == each.missing)
+                group.name = L"Renamed";
+        EXPECT_EQ(home.create({"other.exe", "Service1", each.access}), SSWSE_SUCCESS) << home.rec.message;
+        EXPECT_EQ(stepsOf(home.plan()), each.steps) << &each - cases;
+    }
 }
 
 TEST_F(ServiceCreation, NamesTheGroupsAfterTheHome)
@@ -226,11 +187,9 @@ TEST_F(ServiceCreation, NamesTheGroupsAfterTheHome)
     for (const auto& each : cases) {
         SCOPED_TRACE(each.name.size());
         HomeOnNode home(library);
-        home.record("1", "KES_H1_SVCACCTS", "V");
-        home.set(home.node, "KESTEL_HOME_NAME", each.name.c_str());
-        Wanted wanted;
-        wanted.executable = "other.exe";
-        EXPECT_EQ(home.create(wanted), each.status);
+        home.recordHome("1", "KES_H1_SVCACCTS", "V");
+        home.record(home.node, "KESTEL_HOME_NAME", each.name.c_str());
+        EXPECT_EQ(home.create({"other.exe"}), each.status);
         EXPECT_EQ(messageOf(home.rec), each.message);
         const Lines plan = home.plan();
         if (each.status == SSWSE_SUCCESS)

@@ -2,8 +2,6 @@
 // domain controller or not, here and on a remote node.
 #include "tests/services/home_on_node.h"
 
-#include <gtest/gtest.h>
-
 #include <set>
 
 namespace {
@@ -97,7 +95,7 @@ constexpr User users[] = {
     {"NT AUTHORITY\\LOCAL SERVICE", " ", "NT AUTHORITY\\LOCAL SERVICE"},
     {"NT AUTHORITY\\NETWORK SERVICE", " ", "NT AUTHORITY\\NETWORK SERVICE"},
     {"svc", " ", ".\\svc", true},
-    {"CORP\\dbsvc", " ", "CORP\\dbsvc", true},
+    {"CORP\\dbuser", " ", "CORP\\dbuser", true},
     {"CORP\\gmsa$", " ", "CORP\\gmsa$"},
     {"KES_H1_SVCACCTS", "V", "its virtual account"},
 };
@@ -180,11 +178,8 @@ void expectCreation(const support::TemporaryHome& library, const Role& role, con
                  (user.recorded ? user.recorded : "nobody") + " on " + place.node +
                  (place.productType == VER_NT_DOMAIN_CONTROLLER ? ", called on a controller" : ""));
     HomeOnNode home(library, place.nodename, place.productType);
-    home.record(role.khtype, user.recorded, user.kind);
-    Wanted wanted;
-    wanted.service = role.service;
-    wanted.executable = role.executable;
-    EXPECT_EQ(home.create(wanted), SSWSE_SUCCESS) << home.rec.message;
+    home.recordHome(role.khtype, user.recorded, user.kind);
+    EXPECT_EQ(home.create({role.executable, role.service}), SSWSE_SUCCESS) << home.rec.message;
     EXPECT_TRUE(home.created);
     EXPECT_EQ(home.plan(), expectedPlan(role, user, place));
     const bool password = role.account == asUser && user.hasPassword;
@@ -200,7 +195,7 @@ TEST(ServiceDecision, OfEveryHomeAndUser)
 {
     for (const BYTE productType : {BYTE{VER_NT_SERVER}, BYTE{VER_NT_DOMAIN_CONTROLLER}}) {
         const support::TemporaryHome library; // finds out about its machine once
-        for (const Place& place : {Place{nullptr, "NODE", productType}, Place{remote, "DB2", productType}})
+        for (const Place& place : {Place{nullptr, "NODE", productType}, Place{remoteName, "DB2", productType}})
             for (const Role& role : roles)
                 for (const User& user : users) {
                     expectCreation(library, role, user, place);

@@ -1,25 +1,22 @@
-// A home on described nodes: this machine "NODE", where the library is, and the remote "DB2". One of the two is the
-// target of the calls. Both know the accounts of the domain CORP; the user "svc" is the target's alone. On this machine
-// the administrators' groups exist, which services let in.
+// A home of one of the nodes, the target of the calls. The user "svc" is the target's alone. On this machine the
+// administrators' groups exist, which services let in.
 #pragma once
 
-#include "tests/support/home.h"
-#include "whatif/whatif.h"
-
-#include <string>
-#include <vector>
+#include "tests/support/node_test.h"
 
 namespace services {
 
-constexpr char remote[] = "DB2";
+using support::failing;
+using support::Lines;
+using support::messageOf;
 
-using Lines = std::vector<std::string>;
+constexpr char remoteName[] = "DB2";
 
 // The arguments of a creation; the path is that of an executable of the home.
 struct Wanted
 {
-    const char* service = "Service1";
     const char* executable = "kestel.exe";
+    const char* service = "Service1";
     DWORD access = SERVICE_ALL_ACCESS;
     DWORD type = SERVICE_WIN32_OWN_PROCESS;
     DWORD start = SERVICE_DEMAND_START;
@@ -29,7 +26,7 @@ struct Wanted
     const char* startName = nullptr;
 };
 
-class HomeOnNode
+class HomeOnNode : public support::Nodes
 {
 public:
     // `nodename` NULL: this machine is the target.
@@ -37,44 +34,28 @@ public:
                         BYTE productType = VER_NT_SERVER, DWORD major = 10);
 
     // What the target's registry says of the home; NULL for no user.
-    void record(const char* khtype, const char* user, const char* userType = " ");
-    void set(whatif::Node& node, const char* value, const char* text);
+    void recordHome(const char* khtype, const char* user, const char* userType = " ");
+    void fail(intercept::Fault fault); // a fault without a function is none
 
     DWORD create(const Wanted& wanted); // "secret" is the password; `created` tells whether there was a handle
     DWORD update(const char* service, const char* executable);
     DWORD remove(const char* service);
 
-    // A service that was there before.
-    whatif::Service& addService(const char* name);
+    whatif::Service& addService(const char* name); // one that was there before
     whatif::Service* service(const char* name);
-
-    Lines plan(); // since the last call
 
     sswseErrRec rec = {};
     bool created = false;
     const support::TemporaryHome& library;
     const char* nodename;
-    whatif::World world{whatif::Base::described};
     whatif::Node& node; // the target
 
 private:
-    whatif::Redirection redirection_;
+    std::optional<intercept::Interception> interception_;
 };
 
-// A platform function that denies its service, for as long as this lives.
-class Denied
+class ServiceOnNode : public testing::Test, protected support::WithHome
 {
-public:
-    enum Says
-    {
-        zero,    // and the last error
-        result,  // its result is the error
-        ntStatus // its result is an NTSTATUS
-    };
-    Denied(const HomeOnNode& home, const char* function, Says says);
-
-private:
-    whatif::Imports imports_;
 };
 
 } // namespace services

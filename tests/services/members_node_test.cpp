@@ -1,8 +1,5 @@
 // Who joins the groups and holds the rights where a service has no SID of its own.
 #include "tests/services/home_on_node.h"
-#include "tests/support/cases.h"
-
-#include <gtest/gtest.h>
 
 #include <cstring>
 
@@ -26,11 +23,8 @@ constexpr char memberAdded[] = ": member added";
 void expectMembers(HomeOnNode& home, const Member& each, const std::string& rightHolder)
 {
     SCOPED_TRACE(each.khtype + " "s + each.service + " " + (each.user ? each.user : "nobody"));
-    home.record(each.khtype, each.user);
-    Wanted wanted;
-    wanted.service = each.service;
-    wanted.executable = each.executable;
-    EXPECT_EQ(home.create(wanted), SSWSE_SUCCESS) << home.rec.message;
+    home.recordHome(each.khtype, each.user);
+    EXPECT_EQ(home.create({each.executable, each.service}), SSWSE_SUCCESS) << home.rec.message;
     const Lines plan = home.plan();
     const std::string group = "NODE: group ";
     Lines members;
@@ -64,7 +58,7 @@ TEST(ServiceMembers, AreTheAccountsWhereTheSidTypeCannotBeSet)
     const support::TemporaryHome library;
     for (const Member& each : cases) {
         HomeOnNode home(library);
-        const Denied denied(home, "ChangeServiceConfig2W", Denied::zero);
+        home.fail(failing("ChangeServiceConfig2W", ERROR_ACCESS_DENIED));
         expectMembers(home, each, "NT SERVICE\\"s + each.service);
     }
 }
@@ -79,12 +73,12 @@ TEST(ServiceMembers, AreTheAccountsOnReleasesWithoutServiceSids)
                       {"2",
                        "keslsnr.exe",
                        "L",
-                       "CORP\\dbsvc",
-                       {"KES_H1_SVCSIDS: CORP\\dbsvc", "KES_CLIENT_LISTENERS: CORP\\dbsvc"}},
-                      "CORP\\dbsvc");
+                       "CORP\\dbuser",
+                       {"KES_H1_SVCSIDS: CORP\\dbuser", "KES_CLIENT_LISTENERS: CORP\\dbuser"}},
+                      "CORP\\dbuser");
         PSID sid = &home;
-        EXPECT_EQ(EXPORT_OF(library, sswseGetServiceSID)(&home.rec, "L", &sid, nullptr), SSWSE_FAILURE);
-        EXPECT_EQ(support::messageOf(home.rec),
+        EXPECT_EQ(EXPORT(sswseGetServiceSID)(&home.rec, "L", &sid, nullptr), SSWSE_FAILURE);
+        EXPECT_EQ(messageOf(home.rec),
                   "WSE-000061: Service system identifier (SID) is unsupported on this operating system.");
         EXPECT_EQ(sid, nullptr);
         EXPECT_EQ(home.remove("L"), SSWSE_SUCCESS) << home.rec.message;

@@ -1,6 +1,8 @@
 #include "tests/support/node_test.h"
 
+#include "whatif/active.h"
 #include "whatif/names.h"
+#include "whatif/registry.h"
 
 namespace support {
 
@@ -27,9 +29,8 @@ void addAccount(whatif::Node& node, const wchar_t* name, const std::wstring& sid
 
 } // namespace
 
-NodeTest::NodeTest() : interception(library.module(), planLength)
+Nodes::Nodes(const LibraryCopy& library) : redirection_(library.module(), world)
 {
-    current = &world;
     addAccount(local, L"svc", svc);
     addAccount(remote, L"svc", remoteSvc);
     for (whatif::Node* const node : {&local, &remote}) {
@@ -39,6 +40,34 @@ NodeTest::NodeTest() : interception(library.module(), planLength)
         addAccount(*node, L"gmsa$", L"S-1-5-21-7-7-7-1203", L"CORP");
         node->accounts.back().managed = true;
     }
+}
+
+whatif::Group& Nodes::addGroup(whatif::Node& node, const wchar_t* name, const std::vector<std::wstring>& members)
+{
+    node.groups.push_back({name, L"", whatif::newSid(node), members});
+    return node.groups.back();
+}
+
+void Nodes::record(const whatif::Node& node, const char* value, const char* text) const
+{
+    world.registry().setValue(node, L"SOFTWARE\\Kestel\\KEY_keswsec_test", whatif::wide(value),
+                              whatif::registryText(whatif::wide(text)));
+}
+
+Lines Nodes::plan()
+{
+    Lines lines;
+    for (const whatif::Change& change : world.plan()) {
+        const std::wstring line = textOf(change);
+        lines.emplace_back(line.begin(), line.end());
+    }
+    world.clearPlan();
+    return lines;
+}
+
+NodeTest::NodeTest() : Nodes(library), interception(library.module(), planLength)
+{
+    current = &world;
 }
 
 void NodeTest::expectNodeCases(const std::vector<NodeCase>& cases)
@@ -55,20 +84,8 @@ void NodeTest::expectNodeCases(const std::vector<NodeCase>& cases)
         expectCases({{row.what, call, row.status, row.message}});
         interception.finish();
         EXPECT_EQ(osError, row.osError ? std::to_string(row.osError) : "");
-        Lines changes;
-        for (const whatif::Change& change : world.plan()) {
-            const std::wstring line = textOf(change);
-            changes.emplace_back(line.begin(), line.end());
-        }
-        EXPECT_EQ(changes, row.changes);
-        world.clearPlan();
+        EXPECT_EQ(plan(), row.changes);
     }
-}
-
-whatif::Group& NodeTest::addGroup(whatif::Node& node, const wchar_t* name, const std::vector<std::wstring>& members)
-{
-    node.groups.push_back({name, L"", whatif::newSid(node), members});
-    return node.groups.back();
 }
 
 } // namespace support

@@ -46,17 +46,17 @@ struct NodeCase
     Lines changes;
 };
 
-class NodeTest : public testing::Test
+// The nodes, which the calls of a copy of the library go to.
+class Nodes
 {
-protected:
-    NodeTest();
-
-    void expectNodeCases(const std::vector<NodeCase>& cases);
+public:
+    explicit Nodes(const LibraryCopy& library);
 
     static whatif::Group& addGroup(whatif::Node& node, const wchar_t* name,
                                    const std::vector<std::wstring>& members = {});
+    void record(const whatif::Node& node, const char* value, const char* text) const; // under the home's registry key
+    Lines plan();                                                                     // since the last call
 
-    support::TemporaryHome library;
     whatif::World world{whatif::Base::described};
     whatif::Node& local = world.local();
     whatif::Node& remote = world.add(L"DB2");
@@ -66,9 +66,21 @@ protected:
     const std::wstring operators = L"S-1-5-21-7-7-7-1202"; // a group of CORP, with dbuser in it
 
 private:
-    whatif::Redirection redirection_{library.module(), world};
+    whatif::Redirection redirection_;
+};
 
+struct WithHome
+{
+    TemporaryHome library;
+};
+
+class NodeTest : public testing::Test, protected WithHome, protected Nodes
+{
 protected:
+    NodeTest();
+
+    void expectNodeCases(const std::vector<NodeCase>& cases);
+
     intercept::Interception interception;
 };
 
