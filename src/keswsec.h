@@ -5,8 +5,7 @@
  * message and the operating system's error, and the function returns a status. Only sswseFreeMemory,
  * sswseFreeArrayofStrings and setPermissions take none; sswseFillErrMsg and sswseCheckAccessMask do not clear it. Text
  * arguments and results are multibyte text in the ANSI code page, NUL-terminated. A node name is a machine name; NULL
- * or
- * "" is the local machine.
+ * or "" is the local machine.
  *
  * Common to all functions, and not repeated below:
  *  - `err` may be NULL; the message is lost then.
@@ -75,9 +74,11 @@ typedef void(__cdecl* sswseTraceCallback)(void* context, const char* format, ...
 
 /*
  * Switches tracing on for the process. Each call that has arguments to trace then keeps 512 bytes, with their text, for
- * the life of the process. callback  receives every line; must bear concurrent calls context   given back as the
- * callback's first argument; not NULL level     kept, without effect 1: on (when it was on already, the earlier
- * callback stays); 0: `callback` or `context` is NULL, WSE-000012.
+ * the life of the process.
+ *   callback  receives every line; must bear concurrent calls
+ *   context   given back as the callback's first argument; not NULL
+ *   level     kept, without effect
+ * 1: on (when it was on already, the earlier callback stays); 0: `callback` or `context` is NULL, WSE-000012.
  */
 DWORD WINAPI sswseTraceOn(sswseErrRec* err, sswseTraceCallback callback, void* context, DWORD level);
 
@@ -157,8 +158,10 @@ DWORD WINAPI sswseIsNameBuiltinAcc(sswseErrRec* err, const char* accname, DWORD*
 
 /* ---- user accounts ---------------------------------------------------------------------------------------------- */
 
-/* While tracing is on, these functions write the passwords they are given to the trace, readable, and they stay in the
- * memory that the trace keeps. */
+/*
+ * While tracing is on, these functions write the passwords they are given to the trace, readable, and they stay in the
+ * memory that the trace keeps.
+ */
 
 /*
  * Can this user log on over the network with this password?
@@ -171,8 +174,10 @@ DWORD WINAPI sswseCheckValidUser(sswseErrRec* err, const char* username, const c
 
 /*
  * Creates a local user for services: its password never expires, it cannot change it, and it cannot log on
- * interactively. username  name without domain password  NULL for none, where the machine's policy allows it 2; 9 with
- * WSE-000023 when the account exists; 3 with WSE-000024, or, the account having been created and left there,
+ * interactively.
+ *   username  name without domain
+ *   password  NULL for none, where the machine's policy allows it
+ * 2; 9 with WSE-000023 when the account exists; 3 with WSE-000024, or, the account having been created and left there,
  * WSE-000014, WSE-000025, WSE-000026; 4, also with WSE-000016 for a name with a backslash.
  */
 DWORD WINAPI sswseCreateKestelSVCUser(sswseErrRec* err, const char* username, const char* password);

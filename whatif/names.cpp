@@ -2,8 +2,7 @@
 // - "LocalSystem" is a name of the service control manager only and does not resolve; "NT AUTHORITY\SYSTEM" does.
 //   LocalService and NetworkService resolve as documented for services, and with the blank of their account names.
 // - "NT SERVICE\name" resolves for every service that exists, whatever its SID type, and for no other; a SID of a
-// deleted
-//   service has no name any more. A service's bare name does not resolve.
+//   deleted service has no name any more. A service's bare name does not resolve.
 // - ".\name" is no documented form (only LogonUser and the service control manager know it) and does not resolve.
 // - A domain resolves by its name; it has a domain name only.
 #include "whatif/names.h"

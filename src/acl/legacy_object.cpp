@@ -20,6 +20,7 @@ struct Descriptor
     size_t size = 0;
 };
 
+// Trace lines: the last error, the function, which attempt or which entry.
 constexpr char once[] = "%d -GLE %s-1";
 constexpr char again[] = "%d -GLE %s-2";
 constexpr char counted[] = "%d -GLE %s-%d";

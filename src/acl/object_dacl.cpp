@@ -62,8 +62,7 @@ DWORD writeFile(const sswseCall& call, const wchar_t* path, PACL acl, bool failO
     if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION))
         return sswseApiFailed(call, GetLastError(), "InitializeSecurityDescriptor");
     if (!SetSecurityDescriptorDacl(&descriptor, TRUE, acl, FALSE))
-        return sswseApiFailed(call, GetLastError(),
-                              "InitializeSecurityDescriptor"); // the message names that one here too
+        return sswseApiFailed(call, GetLastError(), "InitializeSecurityDescriptor"); // that name too: deliberate
     if (!SetFileSecurityW(path, DACL_SECURITY_INFORMATION, &descriptor))
         return skipOrFail(call, GetLastError(), "SetFileSecurityW", path, failOnAccessDenied);
     return SSWSE_SUCCESS;

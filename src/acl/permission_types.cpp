@@ -14,17 +14,17 @@ constexpr std::array<P, 4> systemAndReaders = {P::administrators, P::localSystem
 constexpr std::array<P, 4> ofKeys = {P::administrators, P::everyone, P::none, P::none}; // without the local system
 
 constexpr sswsePermissionType permissionTypes[] = {
-    {directories, GENERIC_ALL, systemAndReaders},
-    {directories, GENERIC_ALL, system},
-    {directories, GENERIC_ALL, systemAndReaders},
-    {directories, GENERIC_ALL, system},
-    {directories, GENERIC_ALL, {P::administrators, P::localSystem, P::meshListeners, P::authenticatedUsers}},
-    {directories, GENERIC_ALL, {P::administrators, P::localSystem, P::meshListeners, P::clxUsers}},
-    {files, GENERIC_ALL, system},
-    {groupsOnly, 0, {P::administrators, P::localSystem, P::vlmAdmin, P::dbServiceAccounts}},
-    {keys, 0, ofKeys},
-    {keys, GENERIC_ALL, ofKeys},
-    {files, sswseReadAndExecute, {P::none, P::none, P::none, P::none}}, // only the users
+    /* 0 */ {directories, GENERIC_ALL, systemAndReaders},
+    /* 1 */ {directories, GENERIC_ALL, system},
+    /* 2 */ {directories, GENERIC_ALL, systemAndReaders},
+    /* 3 */ {directories, GENERIC_ALL, system},
+    /* 4 */ {directories, GENERIC_ALL, {P::administrators, P::localSystem, P::meshListeners, P::authenticatedUsers}},
+    /* 5 */ {directories, GENERIC_ALL, {P::administrators, P::localSystem, P::meshListeners, P::clxUsers}},
+    /* 6 */ {files, GENERIC_ALL, system},
+    /* 7 */ {groupsOnly, 0, {P::administrators, P::localSystem, P::vlmAdmin, P::dbServiceAccounts}},
+    /* 8 */ {keys, 0, ofKeys},
+    /* 9 */ {keys, GENERIC_ALL, ofKeys},
+    /* 10 */ {files, sswseReadAndExecute, {P::none, P::none, P::none, P::none}}, // only the users
 };
 static_assert(std::size(permissionTypes) == 11);
 

@@ -6,6 +6,8 @@
 //
 // It traces entry and arguments, clears the record, runs the body, traces the error text and the exit. A NULL record is
 // replaced by a scratch one. Early returns of the body are safe: the frame is outside.
+//
+// Names and argument lines are seen in the trace: they are an interface, spelling mistakes included.
 #pragma once
 
 #include "frame/format.h"
@@ -35,7 +37,7 @@ template <class ArgLine>
 void sswseTraceArgLine(const ArgLine& line)
 {
     constexpr size_t size = 512;
-    // Never released: a traced call costs its argument buffer for the life of the process. Kept as it is.
+    // Never released: a traced call costs its argument buffer for the life of the process. Deliberate.
     char* const buffer = static_cast<char*>(malloc(size));
     if (!buffer)
         return;

@@ -117,6 +117,7 @@ DWORD sswseSidOfServiceUser(const sswseCall& call, const char* user, owned::Heap
 
 DWORD WINAPI sswseSetUnameForKhome(sswseErrRec* err, const char* uname, const char* nodename, const char* khomekey)
 {
+    // The last one without its "=": deliberate.
     const auto args = sswseArgs("uname=%s\nnodename=%s\nkhomekey%s", uname, nodename, khomekey);
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!uname)

