@@ -19,12 +19,6 @@ BYTE typeNamed(const std::string& name)
     return name[0] == 'O' ? static_cast<BYTE>(base + ACCESS_ALLOWED_OBJECT_ACE_TYPE) : base;
 }
 
-std::string nameOf(BYTE type)
-{
-    static const char* const names[] = {"A", "D", nullptr, nullptr, nullptr, "OA", "OD"};
-    return type < std::size(names) && names[type] ? names[type] : "T" + std::to_string(type);
-}
-
 Ace aceOf(const std::string& text)
 {
     if (text[0] == '#') {
@@ -53,37 +47,19 @@ Ace aceOf(const std::string& text)
     return ace;
 }
 
-bool hasSid(const Ace& ace)
-{
-    constexpr size_t sidOffset = 8;
-    return ace.size() >= sidOffset + 8 && ace.size() == sidOffset + 8 + ace[sidOffset + 1] * sizeof(DWORD) &&
-           ace[2] + 256 * ace[3] == static_cast<int>(ace.size()) && ace[sidOffset] == SID_REVISION;
-}
-
 std::string textOf(const Ace& ace)
 {
-    if (!hasSid(ace)) {
-        std::string text = "(#";
-        for (const BYTE byte : ace)
-            for (const int digit : {byte >> 4, byte & 15})
-                text += "0123456789abcdef"[digit];
-        return text + ")";
-    }
-    Ace plain = ace;
-    plain[0] = ACCESS_ALLOWED_ACE_TYPE;
-    std::vector<DWORD> acl(ace.size() + sizeof(ACL));
-    SECURITY_DESCRIPTOR descriptor;
-    const auto dacl = reinterpret_cast<PACL>(acl.data());
-    InitializeAcl(dacl, static_cast<DWORD>(acl.size()), ACL_REVISION);
-    AddAce(dacl, ACL_REVISION, MAXDWORD, plain.data(), static_cast<DWORD>(plain.size()));
-    InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
-    SetSecurityDescriptorDacl(&descriptor, TRUE, dacl, FALSE);
-    char* sddl = nullptr;
-    if (!ConvertSecurityDescriptorToStringSecurityDescriptorA(&descriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION,
-                                                              &sddl, nullptr))
-        throw std::runtime_error("no SDDL for an entry");
-    const owned::Local<char> owner(sddl);
-    return "(" + nameOf(ace[0]) + (strchr(sddl, '(') + 2);
+    constexpr size_t sidOffset = 8;
+    char* sid = nullptr;
+    const bool hasSid = ace.size() >= sidOffset + 8 &&
+                        ace.size() == sidOffset + 8 + ace[sidOffset + 1] * sizeof(DWORD) &&
+                        ConvertSidToStringSidA(const_cast<BYTE*>(&ace[sidOffset]), &sid);
+    const owned::Local<char> owner(sid);
+    std::string text = "(#";
+    for (size_t i = 0; i < (hasSid ? sidOffset : ace.size()); ++i)
+        for (const int digit : {ace[i] >> 4, ace[i] & 15})
+            text += "0123456789abcdef"[digit];
+    return text + (hasSid ? std::string(" ") + sid : "") + ")";
 }
 
 } // namespace

@@ -14,9 +14,9 @@ using Ace = std::vector<BYTE>;
 
 std::vector<Ace> acesOf(const std::string& text);
 std::vector<Ace> acesOf(const ACL* acl); // none for NULL
-std::string textOf(const std::vector<Ace>& aces);
 
-// The text as `textOf` writes it, to compare with.
+// To compare and to show: "(#<bytes of the header and of the mask> <SID>)" each.
+std::string textOf(const std::vector<Ace>& aces);
 std::string canonical(const std::string& text);
 
 std::vector<BYTE> aclOf(const std::string& text);

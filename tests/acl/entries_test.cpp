@@ -55,21 +55,6 @@ TEST(ExplicitEntry, IsMergedAsThePlatformDoes)
     }
 }
 
-TEST(ExplicitEntry, AFailureLeavesTheAcl)
-{
-    const std::vector<BYTE> before = aclOf("(A;;0x1;;;BU)");
-    std::vector<BYTE> bytes = before;
-    PACL acl = reinterpret_cast<PACL>(bytes.data());
-    support::expectCases({
-        {"no place", [](sswseErrRec* rec) { return sswseAddAceToACL(rec, sidOf(everyone), 0, 1, 1, 0, nullptr); }, 4,
-         "WSE-000012: Null or invalid acl parameter."},
-        {"no such mode", [&](sswseErrRec* rec) { return sswseAddAceToACL(rec, sidOf(everyone), 0, 1, 99, 0, &acl); }, 3,
-         "WSE-000059: Unable to construct security descriptor."},
-    });
-    EXPECT_EQ(acl, reinterpret_cast<PACL>(bytes.data()));
-    EXPECT_EQ(bytes, before);
-}
-
 TEST(ExplicitEntry, IsTracedNoFurtherThanItsSid)
 {
     const SID full = {SID_REVISION, 1, {{1, 2, 3, 4, 5, 6}}, {0x41424344}}; // no byte of 0
@@ -115,18 +100,6 @@ TEST(AccessMask, TheFirstEntryOfTheSidDecides)
         EXPECT_EQ(sswseCheckAccessMask(&rec, nullptr, nodes.data(), sidOf(everyone), row.mask), row.answer)
             << row.entries;
         EXPECT_STREQ(rec.message, "earlier");
-    }
-}
-
-TEST(AccessMask, RefusesAnInvalidSid)
-{
-    SID invalid = everyone;
-    invalid.Revision = 2;
-    for (SID* const sid : {&invalid, static_cast<SID*>(nullptr)}) {
-        sswseErrRec rec = {};
-        EXPECT_EQ(sswseCheckAccessMask(&rec, nullptr, nullptr, sid, 1), 3u);
-        EXPECT_EQ(support::messageOf(rec),
-                  "WSE-000039: The system identifier (SID) of the operating system is invalid.");
     }
 }
 

@@ -12,31 +12,13 @@ namespace {
 HeldFiles* held;
 decltype(&AddAce) realAddAce;
 
-std::vector<BYTE> descriptorOf(const HeldSecurity& security)
-{
-    if (!security.descriptor.empty())
-        return security.descriptor;
-    std::vector<BYTE> acl = aclOf(security.aces);
-    SECURITY_DESCRIPTOR absolute;
-    InitializeSecurityDescriptor(&absolute, SECURITY_DESCRIPTOR_REVISION);
-    if (security.form != HeldSecurity::absent)
-        SetSecurityDescriptorDacl(
-            &absolute, TRUE, security.form == HeldSecurity::null ? nullptr : reinterpret_cast<PACL>(acl.data()), FALSE);
-    DWORD size = 0;
-    MakeSelfRelativeSD(&absolute, nullptr, &size);
-    std::vector<BYTE> descriptor(size);
-    MakeSelfRelativeSD(&absolute, descriptor.data(), &size);
-    return descriptor;
-}
-
 BOOL WINAPI getFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, DWORD* needed)
 {
     held->calls.emplace_back("GetFileSecurityW");
-    const HeldSecurity& security = held->files[path];
-    const std::vector<BYTE> descriptor = descriptorOf(security);
+    const std::vector<BYTE> descriptor = descriptorOf(held->files[path]);
     *needed = static_cast<DWORD>(descriptor.size());
-    SetLastError(security.readError ? security.readError : ERROR_INSUFFICIENT_BUFFER);
-    if (security.readError || size < *needed)
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    if (size < *needed)
         return FALSE;
     memcpy(buffer, descriptor.data(), descriptor.size());
     return TRUE;
@@ -45,10 +27,6 @@ BOOL WINAPI getFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRI
 BOOL WINAPI setFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR descriptor)
 {
     held->calls.emplace_back("SetFileSecurityW");
-    if (const DWORD error = held->files[path].writeError) {
-        SetLastError(error);
-        return FALSE;
-    }
     BOOL present = FALSE;
     BOOL defaulted = FALSE;
     PACL acl = nullptr;
@@ -71,6 +49,20 @@ BOOL WINAPI addAce(PACL acl, DWORD revision, DWORD index, void* list, DWORD size
 }
 
 } // namespace
+
+std::vector<BYTE> descriptorOf(const HeldSecurity& security)
+{
+    if (!security.descriptor.empty())
+        return security.descriptor;
+    const std::vector<BYTE> acl = aclOf(security.aces);
+    SECURITY_DESCRIPTOR_RELATIVE header = {SECURITY_DESCRIPTOR_REVISION, 0, SE_SELF_RELATIVE, 0, 0, 0, 0};
+    header.Control |= security.form == HeldSecurity::absent ? 0 : SE_DACL_PRESENT;
+    header.Dacl = security.form == HeldSecurity::list ? sizeof header : 0;
+    std::vector<BYTE> descriptor(sizeof header + acl.size());
+    memcpy(descriptor.data(), &header, sizeof header);
+    memcpy(descriptor.data() + sizeof header, acl.data(), acl.size());
+    return descriptor;
+}
 
 const char* failed(const std::string& api)
 {

@@ -24,10 +24,10 @@ struct HeldSecurity
     };
     Form form = list;
     std::string aces;
-    DWORD readError = 0;
-    DWORD writeError = 0;
     std::vector<BYTE> descriptor = {}; // given out instead, when there is one
 };
+
+std::vector<BYTE> descriptorOf(const HeldSecurity& security); // self-relative: a header of 20 bytes, the DACL
 
 class HeldFiles
 {

@@ -1,8 +1,10 @@
 // Trees of real files, secured for users on a node that holds their security.
+#include "tests/acl/held_security.h"
 #include "tests/acl/on_node.h"
 #include "tests/support/cases.h"
 
 #include <malloc.h>
+#include <set>
 
 using acl::OnNode;
 using testing::Contains;
@@ -18,9 +20,9 @@ constexpr wchar_t top[] = L"D:P(A;OICI;FR;;;BU)";
 constexpr wchar_t unreadable[] = L"O:SYD:P(A;OICI;FA;;;SY)";
 constexpr wchar_t unwritable[] = L"O:SYD:P(A;OICI;FR;;;BU)";
 
-constexpr char readFailed[] = "WSE-000053: Windows application programming interface (API) GetFileSecurityW failed.";
-constexpr char writeFailed[] = "WSE-000053: Windows application programming interface (API) SetFileSecurityW failed.";
-constexpr char listFailed[] = "WSE-000053: Windows application programming interface (API) FindFirstFileW failed.";
+const char* const readFailed = acetext::failed("GetFileSecurityW");
+const char* const writeFailed = acetext::failed("SetFileSecurityW");
+const char* const listFailed = acetext::failed("FindFirstFileW");
 
 std::wstring repeated(wchar_t character, size_t times)
 {
@@ -93,7 +95,7 @@ TEST_F(TreesOnNode, OfFortyLevelsAndAnyNames)
         make(deep += L"a\\");
     const std::wstring other = L"\x0416\x4e2d"; // not in the code page
     for (const std::wstring& name : {deep + L"file", other, other + L"2\\", other + L"2\\\xD83D\xDE00",
-                                     std::wstring(L"...x"), std::wstring(L"x.Security"), std::wstring(L".vlfs2\\")})
+                                     std::wstring(L"...x"), std::wstring(L".securit\xEFy"), std::wstring(L".vlfs2\\")})
         make(name);
     for (const std::wstring& reserved :
          {std::wstring(L".VLFS"), std::wstring(L".fileID\\"), std::wstring(L".fileID\\x"), other + L"2\\.sEcUrItY\\",
@@ -140,30 +142,62 @@ TEST_F(TreesOnNode, ThatALinkLeadsBackUpIn)
     EXPECT_THAT(written(), SizeIs(3)) << "the walk ends there";
 }
 
+// Without access an object is skipped, but not the first. Other failures end the directory that a file lies in, or the
+// walk when they are a directory's, as does an object that cannot be reached behind one that was skipped.
 TEST_F(TreesOnNode, WithObjectsOutOfReach)
 {
-    for (const wchar_t* const name : {L"a", L"b\\", L"b\\in", L"c", L"d\\", L"d\\in", L"e"})
+    for (const wchar_t* const name : {L"a", L"b\\", L"b\\c\\", L"b\\c\\d", L"b\\e", L"f"})
         make(name);
+    constexpr DWORD other = ERROR_SHARING_VIOLATION;
+    constexpr auto reading = [](size_t object) { // in the order of the walk, which is alphabetical
+        return support::failing("GetFileSecurityW", other, 2 * object - 1);
+    };
+    constexpr auto writing = [](size_t object) { return support::failing("SetFileSecurityW", other, object); };
+    const std::vector<std::wstring> all = {L"", L"a", L"b", L"b\\c", L"b\\c\\d", L"b\\e", L"f"};
     const struct
     {
-        acl::Objects described;
+        const char* what;
+        acl::Objects outOfReach;
+        intercept::Fault fault;
         DWORD status;
         const char* message;
-        size_t written;
+        std::set<std::wstring> left; // as they were
     } rows[] = {
-        {{{L"", top}, {L"a", unreadable}}, 2, readFailed, 7},
-        {{{L"", top}, {L"b", unreadable}, {L"d", unwritable}}, 2, writeFailed, 5},
-        {{{L"", top}, {L"b\\in", unwritable}, {L"e", unreadable}}, 2, readFailed, 6},
-        {{{L"", unreadable}}, 3, readFailed, 0},
-        {{{L"", unwritable}}, 3, writeFailed, 0},
+        {"a file without access", {{L"a", unreadable}}, {}, 2, readFailed, {L"a"}},
+        {"directories without access are listed all the same",
+         {{L"b", unwritable}, {L"b\\c", unwritable}},
+         {},
+         2,
+         writeFailed,
+         {L"b", L"b\\c"}},
+        {"the last one skipped is reported",
+         {{L"b\\c\\d", unwritable}, {L"f", unreadable}},
+         {},
+         2,
+         readFailed,
+         {L"b\\c\\d", L"f"}},
+        {"unreadable itself", {{L"", unreadable}}, {}, 3, readFailed, {all.begin(), all.end()}},
+        {"unwritable itself", {{L"", unwritable}}, {}, 3, writeFailed, {all.begin(), all.end()}},
+        {"a failing file ends its directory only", {}, reading(5), 2, readFailed, {L"b\\c\\d"}},
+        {"a failing file ends the walk", {}, writing(2), 2, writeFailed, {all.begin() + 1, all.end()}},
+        {"a failing directory is the status", {}, reading(4), 3, readFailed, {all.begin() + 3, all.end()}},
+        {"a failure after one skipped", {{L"a", unreadable}}, writing(2), 3, writeFailed, {all.begin() + 1, all.end()}},
     };
     for (const auto& row : rows) {
-        describe(row.described);
-        secure(row.status, L"", row.message, "5");
-        const auto objects = written();
-        EXPECT_THAT(objects, SizeIs(row.written));
-        for (const auto& [name, security] : row.described)
-            EXPECT_EQ(objects.count(name), security == top ? 1u : 0u);
+        SCOPED_TRACE(row.what);
+        acl::Objects described = row.outOfReach;
+        described.emplace(L"", top);
+        describe(described);
+        interception.start(row.fault);
+        secure(row.status, L"", row.message, row.fault.function ? "32" : "5");
+        EXPECT_THAT(interception.finish().balance, IsEmpty());
+        std::set<std::wstring> expected(all.begin(), all.end());
+        for (const std::wstring& name : row.left)
+            expected.erase(name);
+        std::set<std::wstring> names;
+        for (const auto& [name, security] : written())
+            names.insert(name);
+        EXPECT_EQ(names, expected);
     }
 }
 
