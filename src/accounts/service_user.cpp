@@ -1,4 +1,5 @@
 // The local user account that a home's services can run under.
+#include "accounts/account_names.h"
 #include "accounts/lsa_policy.h"
 #include "frame/call.h"
 #include "frame/secret.h"
@@ -11,9 +12,10 @@ namespace {
 DWORD denyInteractiveLogon(const sswseCall& call, const char* username)
 {
     PSID converted = nullptr;
-    if (sswseConvertUnameToSID(call.rec, username, &converted) != SSWSE_SUCCESS)
-        return SSWSE_FAILURE;
+    const DWORD status = sswseConvertUnameToSID(call.rec, username, &converted);
     const owned::Heap<void> sid(converted);
+    if (!sswseHasSid(call, status))
+        return SSWSE_FAILURE;
     owned::PolicyHandle policy;
     if (sswseOpenPolicy(call, nullptr, policy) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;

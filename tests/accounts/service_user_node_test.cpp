@@ -74,7 +74,7 @@ TEST_F(ServiceAccount, StaysWhenItsRightsCannotBeSet)
         intercept::Fault fault;
     } rows[] = {
         {"WSE-000014", unknown, failing("LookupAccountNameW", unknown, 1)},
-        {notDenied, ERROR_INVALID_PARAMETER, failing("LookupAccountNameW", unknown, 2)}, // goes on without a SID
+        {"WSE-000014", unknown, failing("LookupAccountNameW", unknown, 2)},
         {"WSE-000025", ERROR_ACCESS_DENIED, failing("LsaOpenPolicy", ntDenied)},
         {notDenied, ERROR_ACCESS_DENIED, failing("LsaAddAccountRights", ntDenied)},
     };
