@@ -59,13 +59,13 @@ DWORD resolveUsers(const sswseCall& call, const Request& request, const wchar_t*
         return sswseBadArgument(call, "usernames");
     if (!users.reserve(request.userCount))
         return sswseOutOfMemory(call);
-    for (; users.count < request.userCount; ++users.count) {
+    while (users.count < request.userCount) {
         const char* const username = request.usernames[users.count];
         if (!username)
             return sswseBadArgument(call, "usernames");
-        const DWORD status = sswseConvertUnameToSIDOnNode(call.rec, username, &users.entries[users.count], machine);
-        if (status != SSWSE_SUCCESS)
-            return status;
+        PSID& sid = users.entries[users.count++]; // there may be a block after a failure, too
+        if (!sswseHasSid(call, sswseConvertUnameToSIDOnNode(call.rec, username, &sid, machine)))
+            return SSWSE_FAILURE;
     }
     return SSWSE_SUCCESS;
 }
@@ -79,7 +79,7 @@ DWORD resolvePrincipal(const sswseCall& call, const sswsePrincipalRow& row, cons
     PSID found = nullptr;
     const DWORD status = sswseConvertUnameToSIDOnNode(call.rec, row.group, &found, machine);
     sid.lookedUp.reset(found);
-    return status;
+    return sswseHasSid(call, status) ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 
 DWORD addEntry(const sswseCall& call, sswseAceArray& aces, PSID sid, DWORD mask)
