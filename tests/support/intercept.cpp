@@ -20,10 +20,46 @@ struct Run
     Trail trail;
     std::map<uintptr_t, Kind> held;
     size_t (*planLength)() = nullptr;
+
+    // From the trace: what comes between a routine's entry and its next line, beginning with the buffer, is made for
+    // its argument line.
+    std::vector<std::string> routines;
+    bool entered = false;
+    bool inArgumentLine = false;
+    std::vector<uintptr_t> argumentBuffers;
 };
 
 std::recursive_mutex mutex;
 Run run;
+
+constexpr size_t argumentBufferSize = 512;
+
+bool isForArgumentLine(const Row& row, const Raw& arguments)
+{
+    if (run.entered && row.says == Says::memoryNull && arguments[0] == argumentBufferSize)
+        run.inArgumentLine = true;
+    run.entered = false;
+    return run.inArgumentLine;
+}
+
+std::string joined(const std::vector<std::string>& routines)
+{
+    std::string text = "|";
+    for (const std::string& routine : routines)
+        text += routine + '|';
+    return text;
+}
+
+// What is found at run time is stood before as the imports are.
+uintptr_t findAtRunTime(const char* name, uintptr_t found)
+{
+    for (const Row& row : rows())
+        if (row.isFoundAtRunTime && strcmp(row.name, name) == 0) {
+            *row.original = reinterpret_cast<void*>(found);
+            return reinterpret_cast<uintptr_t>(row.wrapper);
+        }
+    return found;
+}
 
 bool isSuccess(const Row& row, uintptr_t result)
 {
@@ -53,17 +89,46 @@ const char* nameOf(Kind kind)
     return names[static_cast<size_t>(kind)];
 }
 
+Row Row::throughAddress() const
+{
+    Row row = *this;
+    row.releasesThroughAddress = true;
+    return row;
+}
+
+Row Row::standingIn(void* function) const
+{
+    Row row = *this;
+    row.standIn = function;
+    return row;
+}
+
+Row Row::atRunTime() const
+{
+    Row row = *this;
+    row.isFoundAtRunTime = true;
+    return row;
+}
+
 const Row& rowOf(void** original)
 {
     return *std::find_if(rows().begin(), rows().end(), [original](const Row& row) { return row.original == original; });
 }
 
-std::optional<DWORD> enter(const Row& row)
+std::optional<DWORD> enter(const Row& row, const Raw& arguments)
 {
     const std::lock_guard lock(mutex);
+    if (run.on)
+        run.trail.reached.insert(&row);
     if (!run.on || row.says == Says::nothing)
         return std::nullopt;
-    run.trail.calls.push_back({&row, run.planLength()});
+    if (isForArgumentLine(row, arguments)) {
+        if (!run.fault.argumentLines)
+            return std::nullopt;
+        run.inArgumentLine = row.says != Says::memoryNull; // without a buffer there is no line
+        return row.codes.front();
+    }
+    run.trail.calls.push_back({&row, run.planLength(), run.routines.empty() ? "" : joined(run.routines)});
     const Fault& fault = run.fault;
     if (fault.function && strcmp(fault.function, row.name) != 0)
         return std::nullopt;
@@ -71,35 +136,41 @@ std::optional<DWORD> enter(const Row& row)
     return ++run.counted == fault.call || isEveryOne ? std::optional(fault.code) : std::nullopt;
 }
 
-void releasing(const Row& row, const Raw& arguments)
+bool releasing(const Row& row, const Raw& arguments)
 {
-    const uintptr_t resource = arguments[static_cast<size_t>(row.released)];
-    if (row.releases == Kind::none || !resource)
-        return;
+    uintptr_t resource = arguments[0];
+    if (resource && row.releasesThroughAddress)
+        resource = *reinterpret_cast<const uintptr_t*>(resource);
     const std::lock_guard lock(mutex);
-    if (!run.on)
-        return;
+    if (!run.on || row.releases == Kind::none || !resource)
+        return true;
     const auto known = run.held.find(resource);
-    if (known == run.held.end())
-        run.trail.offences.push_back(std::string(row.name) + ": nothing of that kind is held");
-    else if (known->second != row.releases)
-        run.trail.offences.push_back(std::string(row.name) + ": releases a " + nameOf(known->second));
-    else
+    if (known != run.held.end() && known->second == row.releases) {
         run.held.erase(known);
+        return true;
+    }
+    run.trail.offences.push_back(std::string(row.name) + " of " +
+                                 (known == run.held.end() ? "what is not held" : nameOf(known->second)));
+    return false;
 }
 
-void acquired(const Row& row, uintptr_t result, const Raw& arguments)
+uintptr_t finished(const Row& row, uintptr_t result, const Raw& arguments)
 {
+    if (result && strcmp(row.name, "GetProcAddress") == 0)
+        return findAtRunTime(reinterpret_cast<const char*>(arguments[1]), result);
     if (row.acquires == Kind::none || !isSuccess(row, result))
-        return;
+        return result;
     uintptr_t resource = result;
     if (row.through != fromResult) {
         const auto* const place = reinterpret_cast<const uintptr_t*>(arguments[static_cast<size_t>(row.through)]);
         resource = place ? *place : 0;
     }
     const std::lock_guard lock(mutex);
-    if (run.on && resource)
+    if (run.on && resource && run.inArgumentLine && arguments[0] == argumentBufferSize)
+        run.argumentBuffers.push_back(resource);
+    else if (run.on && resource)
         run.held[resource] = row.acquires;
+    return result;
 }
 
 Interception::Interception(HMODULE library, size_t (*planLength)()) : imports_(library)
@@ -119,10 +190,10 @@ Interception::~Interception()
 void Interception::start(Fault fault)
 {
     const std::lock_guard lock(mutex);
+    const auto planLength = run.planLength;
+    run = {};
+    run.planLength = planLength;
     run.fault = fault;
-    run.counted = 0;
-    run.trail = {};
-    run.held.clear();
     run.on = true;
 }
 
@@ -132,7 +203,35 @@ Trail Interception::finish()
     run.on = false;
     for (const auto& [resource, kind] : run.held)
         ++run.trail.balance[nameOf(kind)];
+    for (const uintptr_t buffer : run.argumentBuffers)
+        guarded::release(reinterpret_cast<void*>(buffer));
     return std::move(run.trail);
+}
+
+void Interception::give(Kind kind, const void* resource)
+{
+    run.held[reinterpret_cast<uintptr_t>(resource)] = kind;
+}
+
+void Interception::take(Kind kind, const void* resource)
+{
+    const auto known = run.held.find(reinterpret_cast<uintptr_t>(resource));
+    if (known == run.held.end() || known->second != kind)
+        run.trail.offences.push_back(std::string("the caller is given a ") + nameOf(kind) + " that is none");
+    else
+        run.held.erase(known);
+}
+
+void Interception::traced(const char* line)
+{
+    constexpr char entering[] = "Entering... ";
+    const std::lock_guard lock(mutex);
+    run.inArgumentLine = false;
+    run.entered = strncmp(line, entering, strlen(entering)) == 0;
+    if (run.entered)
+        run.routines.emplace_back(line + strlen(entering), strcspn(line + strlen(entering), "("));
+    else if (strncmp(line, "Exiting... ", strlen("Exiting... ")) == 0 && !run.routines.empty())
+        run.routines.pop_back();
 }
 
 std::vector<std::string> Interception::importsWithoutRow() const
@@ -152,7 +251,7 @@ std::vector<std::string> Interception::rowsWithoutImport() const
     const std::vector<std::string> names = imports_.names();
     std::vector<std::string> extra;
     for (const Row& row : rows())
-        if (!std::count(names.begin(), names.end(), row.name))
+        if (!row.isFoundAtRunTime && !std::count(names.begin(), names.end(), row.name))
             extra.push_back(row.name);
     return extra;
 }

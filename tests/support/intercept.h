@@ -8,6 +8,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -53,10 +54,15 @@ struct Row
     Says says = Says::nothing;
     std::vector<DWORD> codes = {}; // documented failures worth trying; the first is the usual one
     Kind acquires = Kind::none;
-    int through = fromResult; // the argument that receives the resource, or fromResult
-    Kind releases = Kind::none;
-    int released = 0;        // the argument that is released
-    void* standIn = nullptr; // called instead of the platform's function
+    int through = fromResult;            // the argument that receives the resource, or fromResult
+    Kind releases = Kind::none;          // its first argument
+    bool releasesThroughAddress = false; // the first argument is the address of it
+    void* standIn = nullptr;             // called instead of the platform's function
+    bool isFoundAtRunTime = false;       // not imported: GetProcAddress finds it
+
+    Row throughAddress() const;
+    Row standingIn(void* function) const;
+    Row atRunTime() const;
 };
 
 const std::vector<Row>& rows();          // functions that are stood before
@@ -67,6 +73,7 @@ struct Fault
     size_t call = 0; // counted from 1; 0 is none
     DWORD code = 0;
     const char* function = nullptr; // only the calls of this one count; `call` 0 is then every one
+    bool argumentLines = false; // or every call that is made to trace an argument line
 };
 
 // What one run of a library function did.
@@ -75,11 +82,13 @@ struct Trail
     struct Call
     {
         const Row* row;
-        size_t planLength; // of the node, before the call
+        size_t planLength;    // of the node, before the call
+        std::string routines; // that are under way, "|outer|inner|"; known when the run is traced
     };
-    std::vector<Call> calls;             // those that can fail, in order
+    std::vector<Call> calls;             // those that can fail, in order, without those for argument lines
+    std::set<const Row*> reached;        // whether they can fail or not
     std::vector<std::string> offences;   // wrong-pair or double releases
-    std::map<std::string, long> balance; // kind -> acquired less released, where not 0 at the end
+    std::map<std::string, long> balance; // kind -> acquired and not released
 };
 
 class Interception
@@ -92,7 +101,14 @@ public:
     Interception& operator=(const Interception&) = delete;
 
     void start(Fault fault);
-    Trail finish();
+    Trail finish(); // argument lines that the library has not released are released here
+
+    // What the caller hands to the library to release, and what the library hands to the caller.
+    static void give(Kind kind, const void* resource);
+    static void take(Kind kind, const void* resource);
+
+    // A trace line of the run under way.
+    static void traced(const char* line);
 
     std::vector<std::string> importsWithoutRow() const;
     std::vector<std::string> rowsWithoutImport() const;

@@ -9,6 +9,11 @@
 #include <sddl.h>
 
 #include <cstdlib>
+#include <utility>
+
+// Not imported, and not declared by the platform's headers; only their types count.
+extern "C" NTSTATUS WINAPI NetIsServiceAccount(LPWSTR server, LPWSTR account, BOOL* answer);
+extern "C" NTSTATUS WINAPI NetQueryServiceAccount(LPWSTR server, LPWSTR account, DWORD level, PBYTE* info);
 
 namespace intercept {
 
@@ -37,6 +42,29 @@ void* bits(R (*function)(A...))
     return reinterpret_cast<void*>(function);
 }
 
+Row calls(const char* name, void* wrapper, void** original, Says says = Says::nothing, std::vector<DWORD> codes = {},
+          Kind acquired = Kind::none, int through = fromResult)
+{
+    Row row = {name, wrapper, original};
+    row.says = says;
+    row.codes = std::move(codes);
+    row.acquires = acquired;
+    row.through = through;
+    return row;
+}
+
+std::vector<DWORD> withStatus(NTSTATUS more)
+{
+    return {static_cast<DWORD>(STATUS_ACCESS_DENIED), static_cast<DWORD>(more)};
+}
+
+Row releases(const char* name, void* wrapper, void** original, Kind released) // its first argument
+{
+    Row row = {name, wrapper, original};
+    row.releases = released;
+    return row;
+}
+
 } // namespace
 
 #define FUNCTION(name) #name, bits(&Wrapper <&::name>::call), &Wrapper < &::name> ::original
@@ -50,114 +78,117 @@ const std::vector<Row>& rows()
     static const Codes network = {ERROR_ACCESS_DENIED, RPC_S_SERVER_UNAVAILABLE};
     static const Codes unmapped = {ERROR_NONE_MAPPED, ERROR_TRUSTED_RELATIONSHIP_FAILURE};
     static const Codes ntDenied = {static_cast<DWORD>(STATUS_ACCESS_DENIED)};
+    static const Codes noGroup = {ERROR_ACCESS_DENIED, NERR_GroupNotFound, ERROR_NO_SUCH_ALIAS};
     static const Codes conversion = {ERROR_NO_UNICODE_TRANSLATION};
     static const std::vector<Row> table = {
         // heap and text
-        {FUNCTION(malloc), Says::memoryNull, memory, Kind::heap, fromResult, Kind::none, 0, bits(heapAllocate)},
-        {FUNCTION(calloc), Says::memoryNull, memory, Kind::heap, fromResult, Kind::none, 0, bits(heapAllocateZeroed)},
-        {FUNCTION(free), Says::nothing, {}, Kind::none, fromResult, Kind::heap, 0, bits(heapRelease)},
-        {FUNCTION(LocalFree), Says::nothing, {}, Kind::none, fromResult, Kind::localBlock},
-        {FUNCTION(MultiByteToWideChar), Says::zero, conversion},
-        {FUNCTION(WideCharToMultiByte), Says::zero, conversion},
-        {FUNCTION(FormatMessageA), Says::zero, {ERROR_MR_MID_NOT_FOUND}, Kind::localBlock, 4},
+        calls(FUNCTION(malloc), Says::memoryNull, memory, Kind::heap).standingIn(bits(heapAllocate)),
+        calls(FUNCTION(calloc), Says::memoryNull, memory, Kind::heap).standingIn(bits(heapAllocateZeroed)),
+        releases(FUNCTION(free), Kind::heap).standingIn(bits(heapRelease)),
+        releases(FUNCTION(LocalFree), Kind::localBlock),
+        calls(FUNCTION(MultiByteToWideChar), Says::zero, conversion),
+        calls(FUNCTION(WideCharToMultiByte), Says::zero, conversion),
+        calls(FUNCTION(FormatMessageA), Says::zero, {ERROR_MR_MID_NOT_FOUND}, Kind::localBlock, 4),
         // modules, files, machine
-        {FUNCTION(GetModuleHandleA), Says::zero, {ERROR_MOD_NOT_FOUND}},
-        {FUNCTION(GetModuleFileNameA), Says::zero, denied},
-        {FUNCTION(LoadLibraryA), Says::zero, {ERROR_MOD_NOT_FOUND}, Kind::module},
-        {FUNCTION(LoadLibraryExA), Says::zero, {ERROR_BAD_EXE_FORMAT}},
-        {FUNCTION(GetProcAddress), Says::zero, {ERROR_PROC_NOT_FOUND}},
-        {FUNCTION(FreeLibrary), Says::nothing, {}, Kind::none, fromResult, Kind::module},
-        {FUNCTION(CreateFileA), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}, Kind::handle},
-        {FUNCTION(ReadFile), Says::zero, {ERROR_READ_FAULT}},
-        {FUNCTION(CloseHandle), Says::nothing, {}, Kind::none, fromResult, Kind::handle},
-        {FUNCTION(GetEnvironmentVariableA), Says::zero, {ERROR_ENVVAR_NOT_FOUND}},
-        {FUNCTION(GetComputerNameW), Says::zero, {ERROR_BUFFER_OVERFLOW}},
-        {FUNCTION(GetVersionExA), Says::zero, {ERROR_INSUFFICIENT_BUFFER}},
+        calls(FUNCTION(GetModuleHandleA), Says::zero, {ERROR_MOD_NOT_FOUND}),
+        calls(FUNCTION(GetModuleFileNameA), Says::zero, denied),
+        calls(FUNCTION(LoadLibraryA), Says::zero, {ERROR_MOD_NOT_FOUND}, Kind::module),
+        calls(FUNCTION(LoadLibraryExA), Says::zero, {ERROR_BAD_EXE_FORMAT}),
+        calls(FUNCTION(GetProcAddress), Says::zero, {ERROR_PROC_NOT_FOUND}),
+        releases(FUNCTION(FreeLibrary), Kind::module),
+        calls(FUNCTION(CreateFileA), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}, Kind::handle),
+        calls(FUNCTION(ReadFile), Says::zero, {ERROR_READ_FAULT}),
+        releases(FUNCTION(CloseHandle), Kind::handle),
+        calls(FUNCTION(GetEnvironmentVariableA), Says::zero, {ERROR_ENVVAR_NOT_FOUND}),
+        calls(FUNCTION(GetComputerNameW), Says::zero, {ERROR_BUFFER_OVERFLOW}),
+        calls(FUNCTION(GetVersionExA), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
         // SIDs and accounts
-        {FUNCTION(ConvertStringSidToSidA), Says::zero, {ERROR_INVALID_SID}, Kind::localBlock, 1},
-        {FUNCTION(IsValidSid), Says::zero, {ERROR_INVALID_SID}},
-        {FUNCTION(CopySid), Says::zero, {ERROR_INSUFFICIENT_BUFFER}},
-        {FUNCTION(CreateWellKnownSid), Says::zero, {ERROR_INSUFFICIENT_BUFFER}},
-        {FUNCTION(LookupAccountNameW), Says::zero, unmapped},
-        {FUNCTION(LookupAccountSidW), Says::zero, unmapped},
-        {FUNCTION(OpenProcessToken), Says::zero, denied, Kind::handle, 2},
-        {FUNCTION(GetTokenInformation), Says::zero, denied},
-        {FUNCTION(LogonUserW), Says::zero, {ERROR_LOGON_FAILURE, ERROR_ACCOUNT_LOCKED_OUT}, Kind::handle, 5},
+        calls(FUNCTION(ConvertStringSidToSidA), Says::zero, {ERROR_INVALID_SID}, Kind::localBlock, 1),
+        calls(FUNCTION(IsValidSid), Says::zero, {ERROR_INVALID_SID}),
+        calls(FUNCTION(CopySid), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
+        calls(FUNCTION(CreateWellKnownSid), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
+        calls(FUNCTION(LookupAccountNameW), Says::zero, unmapped),
+        calls(FUNCTION(LookupAccountSidW), Says::zero, unmapped),
+        calls(FUNCTION(OpenProcessToken), Says::zero, denied, Kind::handle, 2),
+        calls(FUNCTION(GetTokenInformation), Says::zero, denied),
+        calls(FUNCTION(LogonUserW), Says::zero, {ERROR_LOGON_FAILURE, ERROR_ACCOUNT_LOCKED_OUT}, Kind::handle, 5),
         // rights
-        {FUNCTION(LsaOpenPolicy), Says::ntStatus, ntDenied, Kind::policy, 3},
-        {FUNCTION(LsaClose), Says::nothing, {}, Kind::none, fromResult, Kind::policy},
-        {FUNCTION(LsaAddAccountRights), Says::ntStatus, ntDenied},
-        {FUNCTION(LsaRemoveAccountRights), Says::ntStatus, ntDenied},
-        {FUNCTION(LsaEnumerateAccountsWithUserRight), Says::ntStatus, ntDenied, Kind::lsaBuffer, 2},
-        {FUNCTION(LsaFreeMemory), Says::nothing, {}, Kind::none, fromResult, Kind::lsaBuffer},
+        calls(FUNCTION(LsaOpenPolicy), Says::ntStatus, ntDenied, Kind::policy, 3),
+        releases(FUNCTION(LsaClose), Kind::policy),
+        calls(FUNCTION(LsaAddAccountRights), Says::ntStatus, ntDenied),
+        calls(FUNCTION(LsaRemoveAccountRights), Says::ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND)),
+        calls(FUNCTION(LsaEnumerateAccountsWithUserRight), Says::ntStatus, withStatus(STATUS_NO_MORE_ENTRIES),
+              Kind::lsaBuffer, 2),
+        releases(FUNCTION(LsaFreeMemory), Kind::lsaBuffer),
         // groups and users
-        {FUNCTION(NetLocalGroupAdd), Says::result, network},
-        {FUNCTION(NetLocalGroupGetInfo), Says::result, network, Kind::netBuffer, 3},
-        {FUNCTION(NetLocalGroupDel), Says::result, network},
-        {FUNCTION(NetLocalGroupAddMembers), Says::result, {ERROR_ACCESS_DENIED, ERROR_NO_SUCH_MEMBER}},
-        {FUNCTION(NetLocalGroupDelMembers), Says::result, network},
-        {FUNCTION(NetLocalGroupGetMembers),
-         Says::result,
-         {ERROR_ACCESS_DENIED, ERROR_NO_SUCH_ALIAS},
-         Kind::netBuffer,
-         3},
-        {FUNCTION(NetUserGetLocalGroups), Says::result, {ERROR_ACCESS_DENIED, NERR_UserNotFound}, Kind::netBuffer, 4},
-        {FUNCTION(NetUserAdd), Says::result, {ERROR_ACCESS_DENIED, NERR_PasswordTooShort}},
-        {FUNCTION(NetUserDel), Says::result, {ERROR_ACCESS_DENIED, NERR_UserNotFound}},
-        {FUNCTION(NetApiBufferFree), Says::nothing, {}, Kind::none, fromResult, Kind::netBuffer},
-        {FUNCTION(NetValidatePasswordPolicy), Says::result, denied, Kind::passwordOutput, 4},
+        calls(FUNCTION(NetLocalGroupAdd), Says::result, {RPC_S_SERVER_UNAVAILABLE, ERROR_ALIAS_EXISTS}),
+        calls(FUNCTION(NetLocalGroupGetInfo), Says::result, noGroup, Kind::netBuffer, 3),
+        calls(FUNCTION(NetLocalGroupDel), Says::result, noGroup),
+        calls(FUNCTION(NetLocalGroupAddMembers), Says::result, {ERROR_NO_SUCH_MEMBER, ERROR_MEMBER_IN_ALIAS}),
+        calls(FUNCTION(NetLocalGroupDelMembers), Says::result,
+              {ERROR_ACCESS_DENIED, ERROR_MEMBER_NOT_IN_ALIAS, ERROR_NO_SUCH_MEMBER, ERROR_NO_SUCH_ALIAS}),
+        calls(FUNCTION(NetLocalGroupGetMembers), Says::result, {ERROR_ACCESS_DENIED, ERROR_NO_SUCH_ALIAS},
+              Kind::netBuffer, 3),
+        calls(FUNCTION(NetUserGetLocalGroups), Says::result, {ERROR_ACCESS_DENIED, NERR_UserNotFound}, Kind::netBuffer,
+              4),
+        calls(FUNCTION(NetUserAdd), Says::result, {ERROR_ACCESS_DENIED, NERR_PasswordTooShort, NERR_UserExists}),
+        calls(FUNCTION(NetUserDel), Says::result, {ERROR_ACCESS_DENIED, NERR_UserNotFound}),
+        releases(FUNCTION(NetApiBufferFree), Kind::netBuffer),
+        calls(FUNCTION(NetValidatePasswordPolicy), Says::result, denied, Kind::passwordOutput, 4),
+        releases(FUNCTION(NetValidatePasswordPolicyFree), Kind::passwordOutput).throughAddress(),
+        calls(FUNCTION(NetIsServiceAccount), Says::ntStatus, ntDenied).atRunTime(),
+        calls(FUNCTION(NetQueryServiceAccount), Says::ntStatus, ntDenied, Kind::netBuffer, 3).atRunTime(),
         // registry
-        {FUNCTION(RegConnectRegistryA), Says::result, {ERROR_BAD_NETPATH}, Kind::registryKey, 2},
-        {FUNCTION(RegConnectRegistryW), Says::result, {ERROR_BAD_NETPATH}, Kind::registryKey, 2},
-        {FUNCTION(RegOpenKeyExA), Says::result, registry, Kind::registryKey, 4},
-        {FUNCTION(RegOpenKeyExW), Says::result, registry, Kind::registryKey, 4},
-        {FUNCTION(RegCreateKeyExA), Says::result, denied, Kind::registryKey, 7},
-        {FUNCTION(RegDeleteKeyA), Says::result, registry},
-        {FUNCTION(RegQueryValueExA), Says::result, registry},
-        {FUNCTION(RegQueryValueExW), Says::result, registry},
-        {FUNCTION(RegSetValueExA), Says::result, denied},
-        {FUNCTION(RegSetValueExW), Says::result, denied},
-        {FUNCTION(RegFlushKey), Says::nothing},
-        {FUNCTION(RegCloseKey), Says::nothing, {}, Kind::none, fromResult, Kind::registryKey},
+        calls(FUNCTION(RegConnectRegistryA), Says::result, {ERROR_BAD_NETPATH}, Kind::registryKey, 2),
+        calls(FUNCTION(RegConnectRegistryW), Says::result, {ERROR_BAD_NETPATH}, Kind::registryKey, 2),
+        calls(FUNCTION(RegOpenKeyExA), Says::result, registry, Kind::registryKey, 4),
+        calls(FUNCTION(RegOpenKeyExW), Says::result, registry, Kind::registryKey, 4),
+        calls(FUNCTION(RegCreateKeyExA), Says::result, denied, Kind::registryKey, 7),
+        calls(FUNCTION(RegDeleteKeyA), Says::result, registry),
+        calls(FUNCTION(RegQueryValueExA), Says::result, {ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA}),
+        calls(FUNCTION(RegQueryValueExW), Says::result, {ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA}),
+        calls(FUNCTION(RegSetValueExA), Says::result, denied),
+        calls(FUNCTION(RegSetValueExW), Says::result, denied),
+        calls(FUNCTION(RegFlushKey)),
+        releases(FUNCTION(RegCloseKey), Kind::registryKey),
         // services
-        {FUNCTION(OpenSCManagerW), Says::zero, network, Kind::serviceHandle},
-        {FUNCTION(OpenServiceW), Says::zero, {ERROR_SERVICE_DOES_NOT_EXIST, ERROR_ACCESS_DENIED}, Kind::serviceHandle},
-        {FUNCTION(CreateServiceW),
-         Says::zero,
-         {ERROR_SERVICE_EXISTS, ERROR_INVALID_SERVICE_ACCOUNT},
-         Kind::serviceHandle},
-        {FUNCTION(ChangeServiceConfigW), Says::zero, {ERROR_INVALID_SERVICE_ACCOUNT, ERROR_SERVICE_MARKED_FOR_DELETE}},
-        {FUNCTION(ChangeServiceConfig2W), Says::zero, denied},
-        {FUNCTION(QueryServiceConfigW), Says::zero, denied},
-        {FUNCTION(QueryServiceObjectSecurity), Says::zero, denied},
-        {FUNCTION(SetServiceObjectSecurity), Says::zero, denied},
-        {FUNCTION(DeleteService), Says::zero, {ERROR_SERVICE_MARKED_FOR_DELETE}},
-        {FUNCTION(CloseServiceHandle), Says::nothing, {}, Kind::none, fromResult, Kind::serviceHandle},
+        calls(FUNCTION(OpenSCManagerW), Says::zero, network, Kind::serviceHandle),
+        calls(FUNCTION(OpenServiceW), Says::zero, {ERROR_SERVICE_DOES_NOT_EXIST, ERROR_ACCESS_DENIED},
+              Kind::serviceHandle),
+        calls(FUNCTION(CreateServiceW), Says::zero, {ERROR_SERVICE_EXISTS, ERROR_INVALID_SERVICE_ACCOUNT},
+              Kind::serviceHandle),
+        calls(FUNCTION(ChangeServiceConfigW), Says::zero,
+              {ERROR_INVALID_SERVICE_ACCOUNT, ERROR_SERVICE_MARKED_FOR_DELETE}),
+        calls(FUNCTION(ChangeServiceConfig2W), Says::zero, denied),
+        calls(FUNCTION(QueryServiceConfigW), Says::zero, denied),
+        calls(FUNCTION(QueryServiceObjectSecurity), Says::zero, denied),
+        calls(FUNCTION(SetServiceObjectSecurity), Says::zero, denied),
+        calls(FUNCTION(DeleteService), Says::zero, {ERROR_SERVICE_MARKED_FOR_DELETE}),
+        releases(FUNCTION(CloseServiceHandle), Kind::serviceHandle),
         // files
-        {FUNCTION(FindFirstFileW), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}, Kind::search},
-        {FUNCTION(FindFirstFileA), Says::allBits, {ERROR_FILE_NOT_FOUND}, Kind::search},
-        {FUNCTION(FindNextFileW), Says::zero, {ERROR_NO_MORE_FILES, ERROR_ACCESS_DENIED}},
-        {FUNCTION(FindClose), Says::nothing, {}, Kind::none, fromResult, Kind::search},
-        {FUNCTION(GetFileAttributesW), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}},
-        {FUNCTION(GetVolumePathNameA), Says::zero, {ERROR_BUFFER_OVERFLOW}},
-        {FUNCTION(GetVolumePathNameW), Says::zero, {ERROR_PATH_NOT_FOUND}},
-        {FUNCTION(GetVolumeInformationW), Says::zero, {ERROR_NOT_READY}},
-        {FUNCTION(GetVersionExW), Says::zero, {ERROR_INSUFFICIENT_BUFFER}},
+        calls(FUNCTION(FindFirstFileW), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}, Kind::search),
+        calls(FUNCTION(FindFirstFileA), Says::allBits, {ERROR_FILE_NOT_FOUND}, Kind::search),
+        calls(FUNCTION(FindNextFileW), Says::zero, {ERROR_NO_MORE_FILES, ERROR_ACCESS_DENIED}),
+        releases(FUNCTION(FindClose), Kind::search),
+        calls(FUNCTION(GetFileAttributesW), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}),
+        calls(FUNCTION(GetVolumePathNameA), Says::zero, {ERROR_BUFFER_OVERFLOW}),
+        calls(FUNCTION(GetVolumePathNameW), Says::zero, {ERROR_PATH_NOT_FOUND}),
+        calls(FUNCTION(GetVolumeInformationW), Says::zero, {ERROR_NOT_READY}),
+        calls(FUNCTION(GetVersionExW), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
         // access-control lists
-        {FUNCTION(AllocateAndInitializeSid), Says::zero, {ERROR_NOT_ENOUGH_MEMORY}, Kind::sid, 10},
-        {FUNCTION(FreeSid), Says::nothing, {}, Kind::none, fromResult, Kind::sid},
-        {FUNCTION(ConvertStringSidToSidW), Says::zero, {ERROR_INVALID_SID}, Kind::localBlock, 1},
-        {FUNCTION(AddAce), Says::zero, {ERROR_ALLOTTED_SPACE_EXCEEDED}},
-        {FUNCTION(GetAce), Says::zero, {ERROR_INVALID_PARAMETER}},
-        {FUNCTION(GetAclInformation), Says::zero, {ERROR_INVALID_PARAMETER}},
-        {FUNCTION(InitializeAcl), Says::zero, {ERROR_INSUFFICIENT_BUFFER}},
-        {FUNCTION(GetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND}},
-        {FUNCTION(SetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_INVALID_OWNER}},
-        {FUNCTION(SetNamedSecurityInfoW), Says::result, denied},
-        {FUNCTION(SetEntriesInAclA), Says::result, {ERROR_NONE_MAPPED}, Kind::localBlock, 3},
-        {FUNCTION(GetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}},
-        {FUNCTION(SetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}},
-        {FUNCTION(InitializeSecurityDescriptor), Says::zero, {ERROR_UNKNOWN_REVISION}},
+        calls(FUNCTION(AllocateAndInitializeSid), Says::zero, {ERROR_NOT_ENOUGH_MEMORY}, Kind::sid, 10),
+        releases(FUNCTION(FreeSid), Kind::sid),
+        calls(FUNCTION(AddAce), Says::zero, {ERROR_ALLOTTED_SPACE_EXCEEDED}),
+        calls(FUNCTION(GetAce), Says::zero, {ERROR_INVALID_PARAMETER}),
+        calls(FUNCTION(GetAclInformation), Says::zero, {ERROR_INVALID_PARAMETER}),
+        calls(FUNCTION(InitializeAcl), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
+        calls(FUNCTION(GetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND}),
+        calls(FUNCTION(SetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_INVALID_OWNER}),
+        calls(FUNCTION(SetNamedSecurityInfoW), Says::result, denied),
+        calls(FUNCTION(SetEntriesInAclA), Says::result, {ERROR_NONE_MAPPED}, Kind::localBlock, 3),
+        calls(FUNCTION(GetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
+        calls(FUNCTION(SetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
+        calls(FUNCTION(InitializeSecurityDescriptor), Says::zero, {ERROR_UNKNOWN_REVISION}),
     };
     return table;
 }
@@ -221,6 +252,7 @@ const std::vector<const char*>& plain()
         "memset",
         "strchr",
         "strcmp",
+        "strcpy",
         "strcspn",
         "strlen",
         "strncat",

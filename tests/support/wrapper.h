@@ -12,9 +12,11 @@ namespace intercept {
 using Raw = std::array<uintptr_t, 16>;
 
 // The run under way. `enter` answers the error code with which the call is to fail, if it is.
-std::optional<DWORD> enter(const Row& row);
-void releasing(const Row& row, const Raw& arguments);
-void acquired(const Row& row, uintptr_t result, const Raw& arguments);
+std::optional<DWORD> enter(const Row& row, const Raw& arguments);
+// False for a release of what is not held, or of another kind: it is not carried out.
+bool releasing(const Row& row, const Raw& arguments);
+// The result that the library gets.
+uintptr_t finished(const Row& row, uintptr_t result, const Raw& arguments);
 const Row& rowOf(void** original);
 
 template <class T>
@@ -26,6 +28,9 @@ uintptr_t rawOf(T value)
     return raw;
 }
 
+// The last error of what does not say its failure with it: nobody has anything to learn from that.
+constexpr DWORD staleError = ERROR_INVALID_EA_NAME;
+
 template <class T>
 T failureOf(const Row& row, DWORD code)
 {
@@ -35,6 +40,10 @@ T failureOf(const Row& row, DWORD code)
     case Says::ntStatus:
         if constexpr (!std::is_pointer_v<T>)
             failure = static_cast<T>(code);
+        SetLastError(staleError);
+        break;
+    case Says::memoryNull:
+        SetLastError(staleError);
         break;
     case Says::allBits:
         memset(&failure, 0xFF, sizeof failure);
@@ -58,21 +67,20 @@ struct Wrapper<function>
     {
         if (!row)
             row = &rowOf(&original);
-        if (const std::optional<DWORD> code = enter(*row)) {
-            if constexpr (std::is_void_v<R>)
-                return;
-            else
-                return failureOf<R>(*row, *code);
-        }
         const Raw raw = {rawOf(arguments)...};
-        releasing(*row, raw);
+        const std::optional<DWORD> code = enter(*row, raw);
+        if (!code && !releasing(*row, raw))
+            return R();
         const auto real = reinterpret_cast<R(WINAPI*)(A...)>(original);
         if constexpr (std::is_void_v<R>) {
             real(arguments...);
         } else {
-            const R result = real(arguments...);
+            if (code)
+                return failureOf<R>(*row, *code);
+            R result = real(arguments...);
             const DWORD osError = GetLastError();
-            acquired(*row, rawOf(result), raw);
+            const uintptr_t given = finished(*row, rawOf(result), raw);
+            memcpy(&result, &given, sizeof result);
             SetLastError(osError);
             return result;
         }
