@@ -73,7 +73,7 @@ struct Fault
     size_t call = 0; // counted from 1; 0 is none
     DWORD code = 0;
     const char* function = nullptr; // only the calls of this one count; `call` 0 is then every one
-    bool argumentLines = false; // or every call that is made to trace an argument line
+    bool argumentLines = false;     // or every call that is made to trace an argument line
 };
 
 // What one run of a library function did.

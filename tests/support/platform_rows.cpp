@@ -104,6 +104,7 @@ const std::vector<Row>& rows()
         calls(FUNCTION(GetVersionExA), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
         // SIDs and accounts
         calls(FUNCTION(ConvertStringSidToSidA), Says::zero, {ERROR_INVALID_SID}, Kind::localBlock, 1),
+        calls(FUNCTION(ConvertStringSidToSidW), Says::zero, {ERROR_INVALID_SID}, Kind::localBlock, 1),
         calls(FUNCTION(IsValidSid), Says::zero, {ERROR_INVALID_SID}),
         calls(FUNCTION(CopySid), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
         calls(FUNCTION(CreateWellKnownSid), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),

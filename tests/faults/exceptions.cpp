@@ -1,0 +1,117 @@
+#include "tests/faults/driver.h"
+
+#include <lm.h>
+#include <ntstatus.h>
+
+namespace faults {
+
+const std::vector<Exception>& exceptions()
+{
+    using E = Exception;
+    static const std::vector<Exception> table = {
+        // frame
+        {E::tolerated, "sswseFillErrMsg", nullptr, 0,
+         "A text that cannot be had is a blank, a module that cannot be had the library itself."},
+        // accounts
+        {E::tolerated, "sswseConvertUnameToSID", "malloc>LookupAccountNameW", 0,
+         "An account that vanishes between size query and look-up: the message, and a SID that is not valid.", 0, "",
+         true},
+        {E::otherError, "sswseIsPasswordValid", "NetValidatePasswordPolicy", 0,
+         "The thread's last error is reported, not the result."},
+        {E::answers, "sswseCreateKestelSVCUser", "NetUserAdd", NERR_UserExists, "The account exists.",
+         SSWSE_ACCOUNT_EXISTS},
+        {E::tolerated, "sswseIsAdministrator", "NetUserGetLocalGroups", ERROR_ACCESS_DENIED,
+         "The direct groups are read instead of the nested ones; a no is no answer then."},
+        {E::silent, "sswseIsManagedSVCAccount", "LoadLibraryA", 0,
+         "A system without the library that knows managed accounts."},
+        {E::tolerated, "sswseIsManagedSVCAccount", nullptr, 0, "What cannot be asked is taken for no managed account."},
+        {E::answers, "sswseIsManagedSVCAccount", "GetProcAddress|MultiByteToWideChar|malloc|NetIsServiceAccount", 0,
+         "What cannot be asked is taken for no managed account.", SSWSE_NO},
+        {E::answers, "sswseIsGroupManagedSVCAccount", "GetVersionExA|LoadLibraryA|GetProcAddress", 0,
+         "A system that does not know managed accounts has none.", SSWSE_NO},
+        {E::tolerated, "sswseIsGroupManagedSVCAccount", "NetQueryServiceAccount", 0,
+         "A managed account whose state is not told counts as installed."},
+        {E::answers, "sswseCheckUserExists", "LookupAccountNameW", ERROR_NONE_MAPPED, "There is no such account.",
+         SSWSE_NO},
+        {E::tolerated, "sswseRevokePrivilegesFromUser", "LsaRemoveAccountRights",
+         static_cast<DWORD>(STATUS_OBJECT_NAME_NOT_FOUND), "An account without any right has this one neither.", 0,
+         "next"},
+        {E::tolerated, "sswseCheckUserPrivileges", "LsaEnumerateAccountsWithUserRight",
+         static_cast<DWORD>(STATUS_NO_MORE_ENTRIES), "Nobody holds the right.", 0, "", true},
+        {E::answers, "sswseCheckUserPrivileges", "LsaEnumerateAccountsWithUserRight",
+         static_cast<DWORD>(STATUS_NO_MORE_ENTRIES), "Nobody holds the right.", SSWSE_NO},
+        {E::silent, "sswseGetBuiltinAccName", "", 0, "Another text than a keyword is told by the empty record."},
+        {E::silent, "sswseIsNameBuiltinAcc", "", 0, "No is 3 with an empty record."},
+        // groups
+        {E::tolerated, "sswseCreateOSGroup", "NetLocalGroupAdd", ERROR_ALIAS_EXISTS,
+         "A group that exists counts as created.", 0, "next"},
+        {E::tolerated, "sswseDeleteOSGroup", "NetLocalGroupDel", 0, "A group that does not exist counts as deleted.", 0,
+         "next"},
+        {E::answers, "sswseCheckOSGroup", "NetLocalGroupGetInfo", NERR_GroupNotFound, "There is no such group.", 0},
+        {E::answers, "sswseCheckOSGroup", "NetLocalGroupGetInfo", ERROR_NO_SUCH_ALIAS, "There is no such group.", 0},
+        {E::tolerated, "sswseAddUserToGroup", "NetLocalGroupAddMembers", ERROR_MEMBER_IN_ALIAS,
+         "A member counts as added.", 0, "next"},
+        {E::tolerated, "sswseRemoveUserFromGroup", "NetLocalGroupDelMembers", 0, "What is no member counts as removed.",
+         0, "next"},
+        {E::tolerated, "sswseAddUserToGroup|sswseCheckOSGroup", nullptr, 0,
+         "A failed check leads to the attempt to create the group as well."},
+        {E::otherError, "sswseAddUserToGroup|sswseCreateOSGroup", "NetLocalGroupAdd", ERROR_ALIAS_EXISTS,
+         "The group that counts as created is not there: the next step's error."},
+        {E::tolerated, "sswseCheckUserInGroup", "NetLocalGroupGetMembers", ERROR_ACCESS_DENIED,
+         "The user's groups are asked when the members are not told."},
+        {E::tolerated, "sswseCheckUserInGroup|sswseIsNameBuiltinAcc", nullptr, 0,
+         "A name that is not recognised is no built-in account: the user's groups are asked."},
+        {E::answers, "sswseCheckUserInGroup", "NetUserGetLocalGroups", NERR_UserNotFound,
+         "Who has no account on the node has no groups there.", SSWSE_NO},
+        {E::tolerated, "sswseAddSvcToVAGroups|sswseAddUserToGroup", "NetLocalGroupAddMembers", ERROR_MEMBER_IN_ALIAS,
+         "A member counts as added; the home's group is met again in the row.", 0, "|KES_h1_SVCACCTS: member"},
+        // home
+        {E::otherError, nullptr, "CreateFileA|ReadFile|GetEnvironmentVariableA", 0, "WSE-000052 names no error."},
+        {E::silent, "sswseGetKestelHomeKey", "ReadFile", 0, "A key file that cannot be read says nothing."},
+        {E::tolerated, "sswseGetKestelHomeKey", "CreateFileA", 0, "Without a key file the environment tells."},
+        {E::tolerated, "sswseGetKestelHomeName|sswseGetKestelHomeKey", nullptr, 0,
+         "Without a home key the environment tells the name; the message stays."},
+        {E::tolerated, "sswseSetUnameForKhome|sswseCheckOSGroup", nullptr, 0,
+         "A name that may be a group is taken for none; the message tells.", 0, "|KESTEL_SVCUSER_"},
+        {E::answers, "sswseIsSvcUserVirtualAccount", "RegQueryValueExW", ERROR_FILE_NOT_FOUND,
+         "What is not recorded is no virtual account.", SSWSE_NO},
+        // services
+        {E::tolerated, "sswseDecideSvcUser", nullptr, 0, "The decision's status does not count: another account.", 0,
+         "some|, manual|: account|password set|member added|KESTEL Group"},
+        {E::tolerated, "sswseSetSvcTypeUnrestricted", nullptr, 0,
+         "The status does not count: the account joins the groups, not the SID.", 0, "|SID type|member added"},
+        {E::tolerated, "sswseSetACLOnService", nullptr, 0, "The status does not count.", 0, "|: security"},
+        {E::tolerated, "sswseAddSvcToSVCSIDSGrp", nullptr, 0, "The status does not count.", 0, "|KES_h1_SVCSIDS"},
+        {E::tolerated, "sswseDeleteService", "NetUserGetLocalGroups", 0, "What cannot be read stays.", 0,
+         "|member removed"},
+        {E::tolerated, "sswseDeleteService", "NetLocalGroupDelMembers", 0, "What cannot be removed stays.", 0, "next"},
+        // access
+        {E::tolerated, "sswseCheckIfVlfsAndMountPoint", "malloc|GetVolumePathNameW|GetVolumeInformationW", 0,
+         "A volume that cannot be asked is none of the cluster's.", 0, "some"},
+        {E::tolerated, "sswseUpdateAclOnFile", "IsValidSid", 0, "An entry whose SID is not valid is nobody's.", 0,
+         "|: security"},
+        {E::tolerated, "sswseUpdateAclOnTree", "FindFirstFileW|FindNextFileW|GetFileAttributesW", 0,
+         "What cannot be listed is left alone.", 0, "some"},
+        {E::tolerated, "sswseUpdateAclOnTree|sswseUpdateAclOnFile", nullptr, 0,
+         "A file that fails ends the listing, its directory counts as done.", 0, "later"},
+        {E::otherError, "sswseAddAceToACL", "SetEntriesInAclA", 0,
+         "The thread's last error is reported, not the result."},
+        {E::answers, "sswseCheckAccessMask", "IsValidSid", 0, "An entry whose SID is not valid is passed over.",
+         SSWSE_NO},
+        {E::tolerated, "updateAclOnDirectory", "FindFirstFileW|FindNextFileW", 0, "The listing ends.", 0, "some"},
+        {E::goesOn, "updateAclOnDirectory", nullptr, 0, "What fails is listed, the walk goes on.", 0, "some"},
+        {E::otherOutputs, "updateAclOnDirectory", nullptr, 0, "What fails is listed."},
+        {E::otherOutputs, "updateAclOnFile", nullptr, 0, "What fails is listed."},
+        {E::tolerated, "updateAclOnFile", "IsValidSid", 0, "An entry whose SID is not valid is nobody's.", 0,
+         "|: security"},
+        {E::tolerated, "isOnNTFSVolume", nullptr, 0, "The volume is asked and the answer not looked at."},
+        {E::goesOn, nullptr, "AllocateAndInitializeSid", 0, "Objects without that entry may be out of reach.", 0,
+         "some|: security"},
+        {E::otherOutputs, nullptr, "AllocateAndInitializeSid", 0, "Objects without that entry may be out of reach."},
+        {E::tolerated, nullptr, "AllocateAndInitializeSid", 0, "An entry that cannot be made is left out.", 0,
+         "|: security"},
+    };
+    return table;
+}
+
+} // namespace faults

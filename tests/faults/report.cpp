@@ -1,0 +1,77 @@
+// What the runs came to, as a table.
+#include "tests/faults/driver.h"
+
+#include <cstdio>
+#include <sstream>
+
+namespace faults {
+
+namespace {
+
+constexpr const char* effects[] = {"says nothing",      "another error",  "outputs of its own",
+                                   "fails and goes on", "counts as done", "is an answer"};
+
+constexpr char total[] = "all";
+
+std::string listOf(const std::set<size_t>& exceptionsUsed)
+{
+    std::string text;
+    for (const size_t used : exceptionsUsed)
+        text += (text.empty() ? "" : ", ") + std::to_string(used + 1);
+    return text;
+}
+
+std::string codeText(DWORD code)
+{
+    char text[16];
+    snprintf(text, sizeof text, code & 0x80000000 ? "0x%08lX" : "%lu", code);
+    return text;
+}
+
+// "a|b" as `a`, `b`.
+std::string quoted(const char* names, const char* none)
+{
+    if (!names || !*names)
+        return none;
+    std::string text = "`";
+    for (; *names; ++names)
+        text += *names == '|' ? "`, `" : *names == '>' ? "` then `" : std::string(1, *names);
+    return text + '`';
+}
+
+} // namespace
+
+std::string tableOf(const std::map<std::string, FunctionReport>& functions)
+{
+    std::ostringstream text;
+    FunctionReport all;
+    text << "| function | scenarios | platform functions | calls | faults | allocations failed | exceptions |\n"
+            "|---|---|---|---|---|---|---|\n";
+    const auto row = [&text](const std::string& name, const FunctionReport& report) {
+        text << "| " << name << " | " << report.scenarios << " | " << report.reached.size() << " | " << report.calls
+             << " | " << report.faults << " | " << report.allocations << " | " << report.exceptions.size()
+             << (report.exceptions.empty() || name == total ? "" : ": " + listOf(report.exceptions)) << " |\n";
+    };
+    for (const auto& [name, report] : functions) {
+        row('`' + name + '`', report);
+        all.scenarios += report.scenarios;
+        all.reached.insert(report.reached.begin(), report.reached.end());
+        all.calls += report.calls;
+        all.faults += report.faults;
+        all.allocations += report.allocations;
+        all.exceptions.insert(report.exceptions.begin(), report.exceptions.end());
+    }
+    row(total, all);
+    text << "\n| | in | what fails | effect | why |\n|---|---|---|---|---|\n";
+    for (size_t i = 0; i < exceptions().size(); ++i) {
+        const Exception& each = exceptions()[i];
+        text << "| " << i + 1 << " | " << quoted(each.routine, "any") << " | "
+             << quoted(each.functions, each.functions ? "nothing" : "anything");
+        if (each.code)
+            text << " (" << codeText(each.code) << ')';
+        text << " | " << effects[each.kind] << " | " << each.reason << " |\n";
+    }
+    return text.str();
+}
+
+} // namespace faults

@@ -1,0 +1,53 @@
+// Names and SIDs, users, credentials, managed accounts, rights.
+#include "tests/faults/driver.h"
+
+namespace faults {
+
+namespace {
+
+constexpr char managed[] = "CORP\\gmsa$";
+
+void withPasswordPolicy(Stage& s)
+{
+    s.local().minimumPasswordLength = 20;
+}
+
+void withRights(Stage& s)
+{
+    for (const wchar_t* const right : {L"SeServiceLogonRight", L"SeCreateSymbolicLinkPrivilege"})
+        for (whatif::Node* const node : {&s.local(), &s.remote()})
+            node->rights[right] = {L"S-1-5-21-1-2-3-2001"}; // svc
+}
+
+} // namespace
+
+std::vector<Scenario> accountScenarios()
+{
+    return {
+        {CALL(sswseConvertUnameToSID, "svc", s.sidOut()), "a user", 2},
+        {CALL(sswseConvertSIDToUname, s.sid(L"S-1-5-32-544"), BUFFER(25)), "a group", 2},
+        {CALL(sswseGetOwnerSIDForCurrentProcess, s.sidOut()), "this process", 2},
+        {CALL(sswseGetBuiltinAccName, "LOCAL_SERVICE", BUFFER(29)), "a keyword", 2},
+        {CALL(sswseGetBuiltinAccName, "svc", BUFFER(28)), "no keyword", 3},
+        {CALL(sswseIsNameBuiltinAcc, "NT AUTHORITY\\NETWORK SERVICE", s.value<DWORD>()), "the third one", 1},
+        {CALL(sswseIsNameBuiltinAcc, "svc", s.value<DWORD>()), "none", 3},
+        {CALL(sswseCheckValidUser, "CORP\\svc", "right"), "a domain user", 2},
+        {CALL(sswseCreateKestelSVCUser, "newsvc", "secret"), "a new user", 2},
+        {CALL(sswseDeleteKestelSVCUser, "svc"), "a user", 2},
+        {CALL(sswseIsPasswordValid, "secret"), "good", 1},
+        {CALL(sswseIsPasswordValid, "secret"), "too short", 0, {3}, withPasswordPolicy},
+        {CALL(sswseIsAdministrator, "svc"), "yes", 1},
+        {CALL(sswseIsAdministrator, "CORP\\svc"), "no", 0},
+        {CALL(sswseIsManagedSVCAccount, managed, nullptr), "yes", 1},
+        {CALL(sswseIsGroupManagedSVCAccount, managed, nullptr), "yes", 1, {3}, nullptr, true},
+        {CALL(sswseIsUserDomainUser, "CORP\\svc"), "yes", 1},
+        {CALL(sswseCheckUserExists, "svc"), "yes", 1},
+        {CALL(sswseGrantPrivilegesToUser, "svc", nullptr, "1"), "on this machine", 2},
+        {CALL(sswseGrantPrivilegesToUser, "svc", "DB2", "1"), "on a node", 2},
+        {CALL(sswseRevokePrivilegesFromUser, "svc", "DB2", "1"), "on a node", 2, {3}, withRights},
+        {CALL(sswseCheckUserPrivileges, "CORP\\svc", "1", s.strings(), s.count<int>()), "missing", 0},
+        {CALL(sswseCheckUserPrivileges, "svc", "1", s.strings(), s.count<int>()), "held", 1, {3}, withRights},
+    };
+}
+
+} // namespace faults
