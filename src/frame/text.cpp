@@ -35,6 +35,7 @@ DWORD convertInto(Char** result, size_t* length, Convert convert)
         return SSWSE_FAILURE;
     }
     *length = static_cast<size_t>(converted);
+    (*result)[converted - 1] = 0; // half a character at the end may have swallowed the terminator
     return SSWSE_SUCCESS;
 }
 
