@@ -2,39 +2,31 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 
 namespace {
 
-// What is left of a block behind `place`, 0 for a place outside of it.
+// What is left of a block behind `place`, 0 for a place outside of it or across its double words.
 size_t roomBehind(const void* place, const void* block, size_t size)
 {
     const size_t offset = reinterpret_cast<size_t>(place) - reinterpret_cast<size_t>(block);
-    return offset < size ? size - offset : 0;
+    return offset < size && offset % sizeof(DWORD) == 0 ? size - offset : 0;
 }
 
 } // namespace
 
-// The headers are copied out: nothing says that a list from outside is aligned.
 bool sswseIsAclWhole(const ACL* acl, const void* block, size_t size)
 {
-    ACL list = {};
     const size_t room = roomBehind(acl, block, size);
-    if (room < sizeof list)
+    if (room < sizeof *acl || room < acl->AclSize)
         return false;
-    memcpy(&list, acl, sizeof list);
-    if (room < list.AclSize)
-        return false;
-    const auto* place = reinterpret_cast<const BYTE*>(acl) + sizeof list;
-    for (WORD left = list.AceCount; left > 0; --left) {
-        ACE_HEADER entry = {};
-        const size_t entryRoom = roomBehind(place, acl, list.AclSize);
-        if (entryRoom < sizeof entry)
+    const auto* place = reinterpret_cast<const BYTE*>(acl + 1);
+    for (WORD left = acl->AceCount; left > 0; --left) {
+        const auto* const entry = reinterpret_cast<const ACE_HEADER*>(place);
+        const size_t entryRoom = roomBehind(place, acl, acl->AclSize);
+        if (entryRoom < sizeof *entry || entry->AceSize < sizeof *entry || entry->AceSize > entryRoom ||
+            entry->AceSize % sizeof(DWORD) != 0)
             return false;
-        memcpy(&entry, place, sizeof entry);
-        if (entry.AceSize < sizeof entry || entry.AceSize > entryRoom)
-            return false;
-        place += entry.AceSize;
+        place += entry->AceSize;
     }
     return true;
 }
