@@ -5,18 +5,7 @@
 
 #include <sddl.h>
 
-#include <cstring>
-
 namespace {
-
-template <class T>
-owned::Heap<T> allocateZeroed(size_t bytes)
-{
-    owned::Heap<T> block = owned::allocate<T>(bytes);
-    if (block)
-        memset(block.get(), 0, bytes);
-    return block;
-}
 
 DWORD convertName(const sswseCall& call, const char* username, PSID* sid, const wchar_t* machine, const char* apiName)
 {
@@ -59,8 +48,8 @@ DWORD sswseLookupAccount(const sswseCall& call, const wchar_t* machine, const wc
             return sswseFail(call, WSE_ACCOUNT_NAME_LOOKUP, osError, apiName);
         }
     }
-    account.sid = allocateZeroed<void>(sidSize);
-    account.domain = allocateZeroed<wchar_t>(domainLength * sizeof(wchar_t));
+    account.sid = owned::allocateZeroed<void>(sidSize);
+    account.domain = owned::allocateZeroed<wchar_t>(domainLength * sizeof(wchar_t));
     if (!account.sid || !account.domain) {
         account.sid.reset();
         return sswseOutOfMemory(call);

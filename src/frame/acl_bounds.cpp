@@ -34,8 +34,5 @@ bool sswseIsAclWhole(const ACL* acl, const void* block, size_t size)
 owned::Heap<void> sswseAllocateDescriptor(DWORD needed, size_t* size)
 {
     *size = std::max<size_t>(needed, sizeof(SECURITY_DESCRIPTOR));
-    owned::Heap<void> block = owned::allocate<void>(*size);
-    if (block)
-        memset(block.get(), 0, *size);
-    return block;
+    return owned::allocateZeroed<void>(*size);
 }

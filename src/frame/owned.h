@@ -7,6 +7,7 @@
 #include <ntsecapi.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 namespace owned {
@@ -66,6 +67,15 @@ template <class T>
 Heap<T> allocate(size_t bytes)
 {
     return Heap<T>(static_cast<T*>(malloc(bytes)));
+}
+
+template <class T>
+Heap<T> allocateZeroed(size_t bytes)
+{
+    Heap<T> block = allocate<T>(bytes);
+    if (block)
+        memset(block.get(), 0, bytes);
+    return block;
 }
 
 } // namespace owned
