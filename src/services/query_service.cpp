@@ -7,7 +7,7 @@
 
 namespace {
 
-DWORD readConfiguration(const sswseCall& call, SC_HANDLE service, owned::Heap<QUERY_SERVICE_CONFIGW>& config)
+DWORD readConfiguration(const sswseCall& call, SC_HANDLE service, sswseServiceAnswer<QUERY_SERVICE_CONFIGW>& config)
 {
     constexpr DWORD factor = 2; // twice what is asked for: deliberate, the configuration may grow between the calls
     return sswseQueryService(call, "QueryServiceConfigW", factor, config,
@@ -38,12 +38,12 @@ DWORD WINAPI sswseGetSvcUserForService(sswseErrRec* err, const char* servicename
         if (!username)
             return sswseBadArgument(call, "username");
         sswseOpenedService opened;
-        owned::Heap<QUERY_SERVICE_CONFIGW> config;
+        sswseServiceAnswer<QUERY_SERVICE_CONFIGW> config;
         if (sswseOpenNodeService(call, nodename, servicename, SERVICE_QUERY_CONFIG, opened) != SSWSE_SUCCESS ||
             readConfiguration(call, opened.service.get(), config) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         // A driver may have no account.
-        const wchar_t* const account = config->lpServiceStartName ? config->lpServiceStartName : L"";
+        const wchar_t* const account = config.data->lpServiceStartName ? config.data->lpServiceStartName : L"";
         owned::Heap<char> name;
         size_t length = 0; // counts the terminator
         if (sswseToMultibyte(call, account, name, &length) != SSWSE_SUCCESS)

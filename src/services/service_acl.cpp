@@ -1,5 +1,6 @@
 #include "services/service_acl.h"
 
+#include "frame/acl_bounds.h"
 #include "frame/call.h"
 #include "services/home_group.h"
 #include "services/service_manager.h"
@@ -10,13 +11,26 @@ namespace {
 
 constexpr SECURITY_INFORMATION daclOnly = DACL_SECURITY_INFORMATION;
 
-DWORD readSecurity(const sswseCall& call, SC_HANDLE service, owned::Heap<SECURITY_DESCRIPTOR>& security)
+DWORD readSecurity(const sswseCall& call, SC_HANDLE service, sswseServiceAnswer<SECURITY_DESCRIPTOR>& security)
 {
     constexpr char api[] = "QueryServiceObjectSecurity";
     return sswseQueryService(call, api, 1, security, [service](SECURITY_DESCRIPTOR* buffer, DWORD size, DWORD* needed) {
         SECURITY_DESCRIPTOR none; // the size query, too, must be given an address
         return QueryServiceObjectSecurity(service, daclOnly, buffer ? buffer : &none, size, needed);
     });
+}
+
+DWORD findDacl(const sswseCall& call, const sswseServiceAnswer<SECURITY_DESCRIPTOR>& security, ACL** dacl)
+{
+    constexpr char api[] = "GetSecurityDescriptorDacl";
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    *dacl = nullptr;
+    if (!GetSecurityDescriptorDacl(security.data.get(), &present, dacl, &defaulted))
+        return sswseFail(call, WSE_QUERY_SERVICE, GetLastError(), api);
+    if (*dacl && !sswseIsAclWhole(*dacl, security.data.get(), security.size)) // what merges it takes it on trust
+        return sswseFail(call, WSE_QUERY_SERVICE, ERROR_INVALID_ACL, api);
+    return SSWSE_SUCCESS;
 }
 
 // The existing entries merged with start and stop for the administrators' groups. A service without a list, which lets
@@ -62,16 +76,12 @@ DWORD sswseSetACLOnService(sswseErrRec* err, SC_HANDLE svchdl)
         char homename[512];
         if (sswseGetKestelHomeName(call.rec, homename, sizeof homename, nullptr) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
-        owned::Heap<SECURITY_DESCRIPTOR> security;
-        if (readSecurity(call, svchdl, security) != SSWSE_SUCCESS)
-            return SSWSE_FAILURE;
-        BOOL present = FALSE;
-        BOOL defaulted = FALSE;
+        sswseServiceAnswer<SECURITY_DESCRIPTOR> security;
         ACL* existing = nullptr;
-        if (!GetSecurityDescriptorDacl(security.get(), &present, &existing, &defaulted))
-            return sswseFail(call, WSE_QUERY_SERVICE, GetLastError(), "GetSecurityDescriptorDacl");
         owned::Local<ACL> merged;
-        if (mergeGrants(call, existing, homename, merged) != SSWSE_SUCCESS)
+        if (readSecurity(call, svchdl, security) != SSWSE_SUCCESS ||
+            findDacl(call, security, &existing) != SSWSE_SUCCESS ||
+            mergeGrants(call, existing, homename, merged) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         return writeDacl(call, svchdl, merged.get());
     });
