@@ -1,4 +1,5 @@
 // Adding one explicit entry to an ACL that the caller holds.
+#include "frame/acl_bounds.h"
 #include "frame/call.h"
 #include "frame/owned.h"
 
@@ -37,6 +38,8 @@ DWORD WINAPI sswseAddAceToACL(sswseErrRec* err, void* pszTrustee, int TrusteeTyp
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!acl)
             return sswseBadArgument(call, "acl");
+        if (*acl && !sswseIsAclWhole(*acl, *acl, (*acl)->AclSize)) // the platform takes it on trust
+            return sswseFail(call, WSE_SECURITY_DESCRIPTOR, ERROR_INVALID_ACL, "SetEntriesInAcl");
         EXPLICIT_ACCESSA entry = {};
         entry.grfAccessPermissions = dwAccessRights;
         entry.grfAccessMode = static_cast<ACCESS_MODE>(AccessMode);
