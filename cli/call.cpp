@@ -12,15 +12,18 @@ namespace {
 template <size_t>
 using Slot = std::uintptr_t;
 
-// In the platform's calling convention every argument of the exports, a variable one too, takes one 64-bit register or
-// stack slot, and a function does not look at slots beyond its own: one type of function calls them all.
 template <size_t... index>
-DWORD callWithSlots(const Host& host, const char* name, const Slots& slots, std::index_sequence<index...>)
+DWORD callIndexed(const Host& host, const char* name, const Slots& slots, std::index_sequence<index...>)
 {
     return static_cast<DWORD>(exported<std::uintptr_t WINAPI(Slot<index>...)>(host, name)(slots[index]...));
 }
 
 } // namespace
+
+DWORD callWithSlots(const Host& host, const char* name, const Slots& slots)
+{
+    return callIndexed(host, name, slots, std::make_index_sequence<mostSlots>());
+}
 
 Outcome invoke(const Host& host, const Call& call)
 {
@@ -31,7 +34,7 @@ Outcome invoke(const Host& host, const Call& call)
     const std::vector<Cell> cells = prepareCells(host, call, slots);
 
     Outcome outcome;
-    outcome.status = callWithSlots(host, call.function->name, slots, std::make_index_sequence<mostSlots>());
+    outcome.status = callWithSlots(host, call.function->name, slots);
     outcome.message = utf8FromAnsi(record.message);
     outcome.osError = utf8FromAnsi(record.oserror);
     outcome.verdict = verdictOf(*call.function, outcome.status, !outcome.message.empty());

@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
+
 namespace cli {
 
 class Trace;
@@ -25,6 +27,13 @@ struct Outcome
     std::string osError;
     nlohmann::ordered_json outputs; // name -> value, in the order of the parameters
 };
+
+constexpr size_t mostSlots = 16;
+using Slots = std::array<std::uintptr_t, mostSlots>;
+
+// In the platform's calling convention every argument of the exports, a variable one too, takes one 64-bit register or
+// stack slot, and a function does not look at slots beyond its own: one type of function calls them all.
+DWORD callWithSlots(const Host& host, const char* name, const Slots& slots);
 
 // Everything that the function returned is released again. Throws UsageError when the library lacks the function.
 Outcome invoke(const Host& host, const Call& call);

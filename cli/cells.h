@@ -5,13 +5,9 @@
 
 #include "keswsec.h"
 
-#include <array>
 #include <cstring>
 
 namespace cli {
-
-constexpr size_t mostSlots = 16;
-using Slots = std::array<std::uintptr_t, mostSlots>;
 
 // Text and buffers are in `bytes`; numbers and pointers that a function writes through a pointer are in `word`.
 struct Cell

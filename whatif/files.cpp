@@ -190,7 +190,7 @@ BOOL WINAPI getVolumePathName(LPCWSTR name, LPWSTR volume, DWORD size)
     if (!realName(root, real))
         return FALSE;
     if (real == root)
-        return GetVolumePathNameW(name, volume, size);
+        return GetVolumePathNameW(real.c_str(), volume, size);
     root.resize(std::min(root.size(), root.find(L'\\', root.find(L'\\', 2) + 1)));
     root += L'\\';
     if (root.size() >= size)

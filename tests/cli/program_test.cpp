@@ -1,6 +1,7 @@
 // keswsec.exe itself: exit status, what is written where, passwords.
 #include "cli/text.h"
 #include "tests/support/home.h"
+#include "tests/support/program.h"
 
 #include <gmock/gmock.h>
 
@@ -8,59 +9,12 @@
 #include <regex>
 
 using namespace cli;
+using support::Finished;
+using support::runProgram;
 using testing::HasSubstr;
 using testing::Not;
 
 namespace {
-
-struct Finished
-{
-    DWORD status = 0;
-    std::string output; // standard output and error
-};
-
-std::string readAll(HANDLE pipe)
-{
-    std::string text;
-    char piece[4096];
-    for (DWORD size = 0; ReadFile(pipe, piece, sizeof piece, &size, nullptr) && size;)
-        text.append(piece, size);
-    return text;
-}
-
-Finished run(const std::string& arguments, const std::string& input = "")
-{
-    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    HANDLE inputRead, inputWrite, outputRead, outputWrite;
-    CreatePipe(&inputRead, &inputWrite, &inherited, 0);
-    CreatePipe(&outputRead, &outputWrite, &inherited, 0);
-    SetHandleInformation(inputWrite, HANDLE_FLAG_INHERIT, 0);
-    SetHandleInformation(outputRead, HANDLE_FLAG_INHERIT, 0);
-
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdInput = inputRead;
-    startup.hStdOutput = outputWrite;
-    startup.hStdError = outputWrite;
-    PROCESS_INFORMATION process = {};
-    std::wstring command =
-        L"\"" + (support::programDirectory() / L"keswsec.exe").wstring() + L"\" " + wideFromUtf8(arguments);
-    Finished result;
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process))
-        throw std::runtime_error("keswsec.exe cannot be started");
-    CloseHandle(inputRead);
-    CloseHandle(outputWrite);
-    DWORD written = 0;
-    WriteFile(inputWrite, input.data(), static_cast<DWORD>(input.size()), &written, nullptr);
-    CloseHandle(inputWrite);
-    result.output = readAll(outputRead);
-    WaitForSingleObject(process.hProcess, INFINITE);
-    GetExitCodeProcess(process.hProcess, &result.status);
-    for (HANDLE handle : {outputRead, process.hThread, process.hProcess})
-        CloseHandle(handle);
-    return result;
-}
 
 std::string inQuotes(const std::filesystem::path& file)
 {
@@ -115,7 +69,7 @@ TEST(Program, ExitStatusAndOutput)
         {"CheckOSGroup", 2, "keswsec: CheckOSGroup: groupname is missing"},
     };
     for (const auto& row : cases) {
-        const Finished result = run(row.arguments);
+        const Finished result = runProgram(row.arguments);
         EXPECT_EQ(result.status, row.status) << row.arguments;
         EXPECT_THAT(result.output, HasSubstr(row.output)) << row.arguments;
         if (result.status == 2) {
@@ -129,7 +83,7 @@ TEST(Program, PasswordsAreNeverShown)
     std::string password;
     for (int i = 0; password.size() < 480; ++i)
         password += "p" + std::to_string(i) + "-";
-    const Finished result = run("--trace CheckValidUser username=nobody passwd=-", password + "\r\nIsOSWinDC");
+    const Finished result = runProgram("--trace CheckValidUser username=nobody passwd=-", password + "\r\nIsOSWinDC");
     EXPECT_THAT(result.output, HasSubstr("passwd  = ****\n"));
     for (size_t at = 0; at + 8 <= password.size(); ++at)
         EXPECT_THAT(result.output, Not(HasSubstr(password.substr(at, 8))));
@@ -140,13 +94,13 @@ TEST_F(ProgramScript, StopsAtAFailureThatIsNotTolerated)
     const std::string calls =
         "# heading\n- IsKhomeTypeValid khometype=3 # tolerated\r\n\nIsKhomeTypeValid khometype=1\n"
         "IsKhomeTypeValid khometype=4\nIsKhomeTypeValid khometype=0\n";
-    const Finished stopped = run(script(calls));
+    const Finished stopped = runProgram(script(calls));
     EXPECT_EQ(stopped.status, 1U);
     EXPECT_EQ(stopped.output,
               "# heading\n0 no       IsKhomeTypeValid khometype=3\n1 yes      IsKhomeTypeValid khometype=1\n"
               "0 no       IsKhomeTypeValid khometype=4\n");
 
-    const Finished refused = run(script("IsKhomeTypeValid khometype=1\n\nIsKhomeTypeValid\n"));
+    const Finished refused = runProgram(script("IsKhomeTypeValid khometype=1\n\nIsKhomeTypeValid\n"));
     EXPECT_EQ(refused.status, 2U);
     EXPECT_THAT(refused.output, HasSubstr("script.txt:3: IsKhomeTypeValid: khometype is missing"));
     EXPECT_THAT(refused.output, Not(HasSubstr("yes"))); // nothing has been run
@@ -159,8 +113,8 @@ TEST_F(ProgramScript, CreatingAHomeAgainChangesNothing)
     const support::EnvironmentVariable name("KESTEL_HOME_NAME", "home1");
     const std::filesystem::path saved = scratch.path() / "node.ini";
     const std::string example = KESWSEC_SOURCE_DIR "/examples/create-home.txt";
-    const Finished first = run("--json --node " KESWSEC_SOURCE_DIR "/examples/server.ini --save " + inQuotes(saved) +
-                               " --script " + example);
+    const Finished first = runProgram("--json --node " KESWSEC_SOURCE_DIR "/examples/server.ini --save " +
+                                      inQuotes(saved) + " --script " + example);
     EXPECT_EQ(first.status, 0U) << first.output;
     EXPECT_THAT(first.output, Not(HasSubstr("\"plan\":[]")));
     EXPECT_THAT(first.output, HasSubstr(R"("outputs":{"phService":"open"})"));
@@ -169,7 +123,7 @@ TEST_F(ProgramScript, CreatingAHomeAgainChangesNothing)
 
     const std::string tolerant =
         std::regex_replace(support::contentsOf(example), std::regex("(^|\n)(?=[^\n])"), "$1- ");
-    const Finished again = run("--json --node " + inQuotes(saved) + script(tolerant));
+    const Finished again = runProgram("--json --node " + inQuotes(saved) + script(tolerant));
     EXPECT_EQ(again.status, 0U);
     EXPECT_THAT(again.output, Not(HasSubstr("\"plan\":[{")));
     EXPECT_THAT(again.output, HasSubstr("(OS 1073)"));

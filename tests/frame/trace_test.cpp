@@ -7,7 +7,6 @@
 
 #include <cstring>
 #include <fstream>
-#include <regex>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -179,9 +178,10 @@ TEST(Trace, FileRecordsAreWholeLines)
     sswseTrace("%s", "dropped: the file cannot be opened");
     fs::remove(traceFile());
 
-    constexpr int perThread = 50;
+    constexpr int threadCount = 8;
+    constexpr int perThread = 10000;
     std::vector<std::thread> threads;
-    for (int id = 0; id < 4; ++id)
+    for (int id = 0; id < threadCount; ++id)
         threads.emplace_back([id] {
             for (int i = 0; i < perThread; ++i)
                 sswseTrace("thread %d line %Iu of %S", id, static_cast<size_t>(i), L"wide");
@@ -196,13 +196,16 @@ TEST(Trace, FileRecordsAreWholeLines)
     std::ifstream stream(traceFile());
     for (std::string line; std::getline(stream, line);)
         lines.push_back(line);
-    const std::regex form(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d : \((\d+)\) : thread (\d) line (\d+) of wide)");
-    int next[4] = {};
-    ASSERT_EQ(lines.size(), 4u * perThread + 2);
-    for (size_t i = 0; i < 4 * perThread; ++i) {
-        std::smatch parts;
-        ASSERT_TRUE(std::regex_match(lines[i], parts, form)) << lines[i];
-        EXPECT_EQ(std::stoi(parts[3]), next[std::stoi(parts[2])]++);
+    constexpr char form[] = "%*2d/%*2d/%*2d %*2d:%*2d:%*2d : (%*u) : thread %d line %d of wide%n";
+    int next[threadCount] = {};
+    ASSERT_EQ(lines.size(), size_t{threadCount} * perThread + 2);
+    for (size_t i = 0; i < lines.size() - 2; ++i) {
+        int id = -1;
+        int number = -1;
+        int length = 0;
+        sscanf(lines[i].c_str(), form, &id, &number, &length);
+        ASSERT_TRUE(id >= 0 && id < threadCount && static_cast<size_t>(length) == lines[i].size()) << lines[i];
+        ASSERT_EQ(number, next[id]++) << lines[i];
     }
     const std::string thread = "(" + std::to_string(GetCurrentThreadId()) + ")";
     EXPECT_EQ(lines[lines.size() - 2].substr(17), " : " + thread + " : %*******************************");

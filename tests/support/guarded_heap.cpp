@@ -30,6 +30,20 @@ std::vector<std::string> watched; // both forms
 std::vector<std::string> found;
 size_t live = 0;
 
+// What may hold pointers is aligned for them: then up to half a pointer lies between the block and the page.
+size_t slackOf(size_t bytes)
+{
+    const bool mayHoldPointers = bytes % sizeof(DWORD) == 0 && bytes >= 2 * sizeof(void*);
+    return mayHoldPointers ? bytes % sizeof(void*) : 0;
+}
+
+void requireUntouchedSlack(const char* data, size_t size)
+{
+    for (size_t i = 0; i < slackOf(size); ++i)
+        if (static_cast<unsigned char>(data[size + i]) != freshFill)
+            RaiseException(static_cast<DWORD>(STATUS_ACCESS_VIOLATION), EXCEPTION_NONCONTINUABLE, 0, nullptr);
+}
+
 Block makeRegion(size_t bytes)
 {
     const size_t pages = (std::max<size_t>(bytes, 1) + page - 1) / page * page;
@@ -54,7 +68,7 @@ void* allocate(size_t bytes)
     const Block block = makeRegion(bytes);
     if (!block.region)
         return nullptr;
-    char* const data = block.region + block.regionSize - bytes;
+    char* const data = block.region + block.regionSize - bytes - slackOf(bytes);
     memset(block.region, freshFill, block.regionSize);
     blocks[data] = block;
     ++live;
@@ -94,6 +108,7 @@ bool release(void* block)
     if (known == blocks.end() || !known->second.live)
         return false;
     look(static_cast<char*>(block), known->second.size);
+    requireUntouchedSlack(static_cast<char*>(block), known->second.size);
     DWORD protection = 0;
     VirtualProtect(known->second.region, known->second.regionSize, PAGE_NOACCESS, &protection);
     known->second.live = false;

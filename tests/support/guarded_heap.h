@@ -1,5 +1,6 @@
 // A heap whose blocks end at an inaccessible page. Fresh blocks are filled, freed ones become inaccessible until
-// `sweep`, so an overrun by one byte or a use after free stops the program on the spot.
+// `sweep`, so an overrun by one byte or a use after free stops the program on the spot. Where the alignment of pointers
+// leaves a gap before the page, a write into it does so at the release.
 #pragma once
 
 #include <cstddef>

@@ -20,12 +20,24 @@ void TraceLog::receive(void* context, const char* format, ...)
     va_end(arguments);
     const std::lock_guard lock(log.mutex);
     log.lines.emplace_back(line);
+    log.threads.push_back(GetCurrentThreadId());
 }
 
 std::vector<std::string> TraceLog::take()
 {
     const std::lock_guard lock(mutex);
+    threads.clear();
     return std::exchange(lines, {});
+}
+
+std::map<DWORD, std::vector<std::string>> TraceLog::takeByThread()
+{
+    const std::vector<DWORD> owners = threads;
+    std::map<DWORD, std::vector<std::string>> taken;
+    size_t i = 0;
+    for (std::string& line : take())
+        taken[owners[i++]].push_back(std::move(line));
+    return taken;
 }
 
 std::string argumentLine(const Call& call)

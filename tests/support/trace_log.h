@@ -3,6 +3,7 @@
 
 #include "tests/support/cases.h"
 
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -16,9 +17,11 @@ struct TraceLog
 
     // The lines so far; the line after a routine's exit, which no printf can print, is "<separator>".
     std::vector<std::string> take();
+    std::map<DWORD, std::vector<std::string>> takeByThread();
 
     std::mutex mutex;
     std::vector<std::string> lines;
+    std::vector<DWORD> threads; // of the lines
 };
 
 // The line with its arguments that a call leaves in the trace.
