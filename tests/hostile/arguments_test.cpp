@@ -1,0 +1,179 @@
+// Every exported function with texts, buffers and numbers that nobody would pass.
+#include "tests/hostile/subject.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <random>
+
+using testing::StartsWith;
+
+namespace hostile {
+
+namespace {
+
+constexpr UINT codePages[] = {0, 932, CP_UTF8}; // the machine's, one with lead bytes, and one of many bytes
+
+class Dice
+{
+public:
+    explicit Dice(unsigned seed) : random_(seed) {}
+
+    size_t below(size_t n) { return random_() % n; }
+    bool oneIn(size_t n) { return below(n) == 0; }
+    template <class T>
+    const T& of(const std::vector<T>& values)
+    {
+        return values[below(values.size())];
+    }
+
+    std::string text(const std::string& usual)
+    {
+        static const std::vector<std::string> pieces = {
+            "x",    "\\",   " ",         ".",    "%s%n", "$",    "\x81",   "\xE9", "\xFF",         "\r\n",    "\x83\\",
+            "KES_", "..\\", "_SVCACCTS", "C:\\", "/",    "S-1-", "NODE\\", "\"",   "NT SERVICE\\", "\xE2\x82"};
+        static const std::vector<size_t> lengths = {0,   1,   2,   14,  50,  127, 255, 256,  259,  260,   261,
+                                                    510, 511, 512, 513, 519, 520, 521, 5119, 5120, 32767, 70000};
+        std::string made = oneIn(2) ? usual : "";
+        const size_t length = of(lengths);
+        while (made.size() < length)
+            made += oneIn(2) ? of(pieces) : std::string(below(300), of(pieces)[0]);
+        return made.substr(0, length) + (oneIn(4) ? "\x81" : "");
+    }
+
+private:
+    std::mt19937 random_;
+};
+
+void setText(Call& call, size_t i, const std::string& text)
+{
+    call.values[i].given = true;
+    call.values[i].texts = {text};
+}
+
+void makeHostile(Dice& dice, Call& call)
+{
+    static const std::vector<DWORD> numbers = {0, 1, 2, 3, 6, 7, 8, 9, 10, 16, 32, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+    static const std::vector<DWORD> sizes = {0, 1, 2, 3, 14, 22, 28, 259, 260, 511, 512, 1024, 70100};
+    for (size_t i = 0; i < call.values.size(); ++i) {
+        const cli::Parameter& parameter = call.function->parameters[i];
+        cli::Value& value = call.values[i];
+        const std::string name = parameter.name;
+        if ((name == "nodename" || name == "cNode") && dice.oneIn(2))
+            setText(call, i, dice.oneIn(2) ? "DB2" : "\\\\DB2");
+        else if (!dice.oneIn(4))
+            continue;
+        else if (dice.oneIn(8) && parameter.kind != cli::Kind::strings)
+            call.nulls.insert(i); // also the numbers: 0
+        else if (isText(parameter))
+            setText(call, i, dice.text(value.texts.empty() ? "" : value.texts.front()));
+        else if (parameter.kind == cli::Kind::textOut)
+            value.number = dice.of(sizes);
+        else if (parameter.kind == cli::Kind::number || parameter.kind == cli::Kind::byte)
+            value.number = dice.of(numbers);
+    }
+}
+
+struct HostileArguments : testing::Test
+{
+    Subject subject;
+};
+
+TEST_F(HostileArguments, OrdinaryOnesComeFar)
+{
+    for (const cli::Function* const function : callableFunctions()) {
+        const Answer answer = subject.run(subject.ordinary(*function), "ordinary");
+        const cli::Verdict verdict = cli::verdictOf(*function, answer.status, !answer.message.empty());
+        EXPECT_TRUE(verdict.good || verdict.meaning == "no") << function->name << " " << answer.message;
+    }
+}
+
+TEST_F(HostileArguments, Texts)
+{
+    const std::vector<std::string> texts = {
+        "",
+        std::string(511, 'x'),
+        std::string(512, 'x'),
+        std::string(513, 'x'),
+        std::string(70000, 'x'),
+        "half a character \x81",
+        std::string(511, 'x') + "\x81",
+        "\x83\\\x83\\\x81", // with backslashes as second halves
+        "\\",
+        std::string(511, '\\'),
+        std::string(70000, '\\'),
+        "%s%n%s%n%s%n%s%n",
+    };
+    for (const UINT codePage : codePages) {
+        subject.setCodePage(codePage);
+        for (const cli::Function* const function : callableFunctions())
+            for (size_t i = 0; i < function->parameters.size(); ++i) {
+                Call call = subject.ordinary(*function);
+                const std::string what = std::string(function->parameters[i].name) + ", code page ";
+                for (size_t row = 0; isText(function->parameters[i]) && row < texts.size(); ++row) {
+                    setText(call, i, texts[row]);
+                    subject.run(call, what + std::to_string(codePage) + ", row " + std::to_string(row));
+                }
+                call.nulls = {i};
+                if (function->parameters[i].kind != cli::Kind::inserts)
+                    subject.run(call, what + "none, NULL");
+            }
+    }
+}
+
+// Of every size up to the one that is enough: all or nothing, and never a byte beyond.
+TEST_F(HostileArguments, Buffers)
+{
+    for (const cli::Function* const function : callableFunctions())
+        for (size_t i = 0; i < function->parameters.size(); ++i) {
+            if (function->parameters[i].kind != cli::Kind::textOut)
+                continue;
+            Call call = subject.ordinary(*function);
+            const nlohmann::ordered_json whole = subject.run(call, "a large buffer").outputs;
+            const std::string text = whole.at(function->parameters[i].name);
+            const bool cuts = std::string(function->name) == "sswseGetKestelHomeKey";
+            bool enough = false;
+            for (std::uint32_t& size = call.values[i].number = 0; size <= text.size() + 4; ++size) {
+                SCOPED_TRACE(function->name + std::string(" ") + std::to_string(size));
+                const Answer answer = subject.run(call, "a small buffer");
+                if (answer.status == SSWSE_SUCCESS && cuts && size <= text.size()) {
+                    EXPECT_EQ(answer.outputs.at(function->parameters[i].name), text.substr(0, size ? size - 1 : 0));
+                } else if (answer.status == SSWSE_SUCCESS) {
+                    EXPECT_EQ(answer.outputs, whole);
+                    enough = true;
+                } else {
+                    EXPECT_FALSE(enough);
+                    EXPECT_THAT(answer.message, StartsWith("WSE-000033: "));
+                }
+            }
+            EXPECT_TRUE(enough);
+        }
+}
+
+// Mixtures of it all. KESWSEC_SEED=n begins with the seed n and has no end.
+TEST_F(HostileArguments, Mixtures)
+{
+    constexpr unsigned usualSeeds = 60;
+    constexpr int callsOfASeed = 40;
+    const char* const given = getenv("KESWSEC_SEED");
+    const unsigned first = given ? static_cast<unsigned>(strtoul(given, nullptr, 10)) : 1;
+    const Functions functions = callableFunctions();
+    for (unsigned seed = first; (given || seed < first + usualSeeds) && !HasFailure(); ++seed) {
+        Dice dice(seed);
+        subject.restore();
+        subject.setCodePage(codePages[dice.below(std::size(codePages))]);
+        subject.setValue(dice.oneIn(2) ? L"KESTEL_HOME_TYPE" : L"KESTEL_SVCUSER_TYPE",
+                         whatif::registryText(dice.of<std::wstring>({L"0", L"1", L"2", L"V"})));
+        if (dice.oneIn(3))
+            subject.home.writeKeyFile(dice.text("SOFTWARE\\KESTEL\\KEY_keswsec_test"));
+        for (int i = 0; i < callsOfASeed; ++i) {
+            Call call = subject.ordinary(*dice.of(functions));
+            makeHostile(dice, call);
+            subject.run(call, "seed " + std::to_string(seed) + ", call " + std::to_string(i));
+        }
+    }
+}
+
+} // namespace
+
+} // namespace hostile

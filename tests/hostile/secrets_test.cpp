@@ -1,0 +1,110 @@
+// Where the passwords that the library is given must not be found: whatever the outcome of the call.
+#include "tests/hostile/subject.h"
+#include "tests/support/guarded_heap.h"
+#include "tests/support/program.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace hostile {
+
+namespace {
+
+constexpr char secret[] = "Never-to-be-seen-4711";
+
+bool isArgumentLine(const std::string& line)
+{
+    return line.rfind("Username = ", 0) == 0 || line.rfind("username = ", 0) == 0 || line.rfind("password = ", 0) == 0;
+}
+
+struct Secrets : testing::Test
+{
+    Secrets() { guarded::watchFor({secret}); }
+    ~Secrets() override { guarded::watchFor({}); }
+
+    // The call with every platform call and allocation failing in turn, and with none.
+    void runFailingEach(const Call& call)
+    {
+        subject.run(call, "ordinary");
+        const std::vector<intercept::Trail::Call> calls = subject.trail.calls;
+        for (size_t n = 0; n <= calls.size(); ++n) {
+            const DWORD code = n ? calls[n - 1].row->codes.front() : 0;
+            const Answer answer = subject.run(call, "failing call " + std::to_string(n), {n, code});
+            EXPECT_THAT(answer.message, Not(HasSubstr(secret)));
+            EXPECT_THAT(answer.leaked, IsEmpty()) << call.function->name << " failing call " << n;
+            for (const whatif::Change& change : subject.world.plan())
+                EXPECT_EQ(whatif::textOf(change).find(std::wstring(secret, secret + strlen(secret))),
+                          std::wstring::npos);
+        }
+    }
+
+    Subject subject;
+};
+
+TEST_F(Secrets, StayOutOfRecordPlanTraceAndReleasedMemory)
+{
+    // These trace the password, by contract, in their argument line; the services' functions trace "****".
+    const std::set<std::string> clear = {"sswseCheckValidUser", "sswseCreateKestelSVCUser", "sswseIsPasswordValid"};
+    subject.local.accounts.back().password.assign(secret, secret + strlen(secret));
+    size_t functions = 0;
+    for (const cli::Function* const function : callableFunctions()) {
+        Call call = subject.ordinary(*function);
+        if (cli::secretsOf(call).empty())
+            continue;
+        ++functions;
+        for (size_t i = 0; i < call.values.size(); ++i)
+            if (function->parameters[i].kind == cli::Kind::secret)
+                call.values[i].texts = {secret};
+        runFailingEach(call);
+        support::TraceLog log;
+        subject.traceTo(&log);
+        runFailingEach(call);
+        subject.traceTo(nullptr);
+        size_t seen = 0;
+        for (const std::string& line : log.take())
+            if (line.find(secret) != std::string::npos) {
+                EXPECT_TRUE(isArgumentLine(line)) << line;
+                ++seen;
+            }
+        EXPECT_EQ(seen != 0, clear.count(function->name) != 0) << function->name;
+    }
+    EXPECT_EQ(functions, 5u);
+}
+
+TEST_F(Secrets, StayOutOfWhatTheProgramPrints)
+{
+    const std::string password = std::string("=") + secret;
+    const std::string calls[] = {
+        "CheckValidUser username=Administrator passwd" + password,
+        "CreateKestelSVCUser username=kestelsvc password" + password,
+        "CreateKestelSVCUser username=Guest password" + password,
+        "IsPasswordValid password" + password,
+        "CreateService servicename=s binpath=C:\\\\h\\\\kestel.exe password" + password,
+        "UpdateService servicename=s binpath=C:\\\\h\\\\kestel.exe password" + password,
+        "UpdateService servicename=none binpath=b password" + password,
+    };
+    const std::filesystem::path script = std::filesystem::temp_directory_path() / "keswsec-test-secrets.txt";
+    std::ofstream file(script);
+    for (const std::string& call : calls)
+        file << "- " << call << "\n";
+    file.close();
+    for (const char* const options : {"--trace ", "--json --trace ", ""}) {
+        const support::Finished finished =
+            support::runProgram(std::string(options) + "--node " KESWSEC_SOURCE_DIR "/examples/server.ini --script \"" +
+                                script.string() + "\"");
+        EXPECT_THAT(finished.output, HasSubstr("UpdateService"));
+        EXPECT_THAT(finished.output, HasSubstr("****"));
+        EXPECT_THAT(finished.output, Not(HasSubstr(secret)));
+    }
+    std::filesystem::remove(script);
+}
+
+} // namespace
+
+} // namespace hostile
