@@ -23,6 +23,13 @@ DWORD convertName(const sswseCall& call, const char* username, PSID* sid, const 
     return status;
 }
 
+// Only the message tells that the SID was not filled in.
+DWORD ownSid(const sswseCall& call, DWORD status, PSID converted, owned::Heap<void>& sid)
+{
+    sid.reset(converted);
+    return status == SSWSE_SUCCESS && !call.rec->message[0] ? SSWSE_SUCCESS : SSWSE_FAILURE;
+}
+
 template <class Convert, class Char>
 DWORD sidFromString(const sswseCall& call, Convert convert, const Char* text, owned::Local<void>& sid)
 {
@@ -71,7 +78,7 @@ DWORD sswseLookupAccountSid(const sswseCall& call, const wchar_t* machine, const
     return status;
 }
 
-DWORD sswseLookupSid(const sswseCall& call, PSID sid, sswseQualifiedName& name)
+DWORD sswseLookupNameOfSid(const sswseCall& call, PSID sid, sswseQualifiedName& name)
 {
     name = {};
     DWORD accountLength = sswseNameCapacity - 1;
@@ -105,51 +112,66 @@ DWORD WINAPI sswseConvertUnameToSID(sswseErrRec* err, const char* username, PSID
 // Checks its arguments in the other order: deliberate.
 DWORD sswseConvertUnameToSIDOnNode(sswseErrRec* err, const char* username, PSID* sid, const wchar_t* machinename)
 {
-    return sswseRunFramed(err, __func__, sswseArgs("username=%s\nmachinename=%ls", username, machinename),
-                          [&](const sswseCall& call) -> DWORD {
-                              if (!username)
-                                  return sswseBadArgument(call, "username");
-                              if (!sid)
-                                  return sswseBadArgument(call, "Pointer to OS SID");
-                              return convertName(call, username, sid, machinename, "LookUpAccountName");
-                          });
+    const auto args = sswseArgs("username=%s\nmachinename=%ls", username, machinename);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
+        if (!username)
+            return sswseBadArgument(call, "username");
+        if (!sid)
+            return sswseBadArgument(call, "Pointer to OS SID");
+        return convertName(call, username, sid, machinename, "LookUpAccountName");
+    });
+}
+
+DWORD sswseSidOfName(const sswseCall& call, const char* username, owned::Heap<void>& sid)
+{
+    PSID converted = nullptr;
+    const DWORD status = sswseConvertUnameToSID(call.rec, username, &converted);
+    return ownSid(call, status, converted, sid);
+}
+
+DWORD sswseSidOfNameOnNode(const sswseCall& call, const char* username, const wchar_t* machinename,
+                           owned::Heap<void>& sid)
+{
+    PSID converted = nullptr;
+    const DWORD status = sswseConvertUnameToSIDOnNode(call.rec, username, &converted, machinename);
+    return ownSid(call, status, converted, sid);
 }
 
 DWORD WINAPI sswseConvertSIDToUname(sswseErrRec* err, PSID OSSid, char* uname, size_t unamel, size_t* outlen)
 {
-    return sswseRunFramed(err, __func__, sswseArgs("OSSid=%Ix\nunamel=%Iu", reinterpret_cast<size_t>(OSSid), unamel),
-                          [&](const sswseCall& call) -> DWORD {
-                              if (!OSSid)
-                                  return sswseBadArgument(call, "OS SID");
-                              if (unamel == 0) {
-                                  sswseBufferTooSmall(call, "username");
-                                  return SSWSE_INVALID_ARGUMENT;
-                              }
-                              if (!uname)
-                                  return sswseBadArgument(call, "uname");
+    const auto args = sswseArgs("OSSid=%Ix\nunamel=%Iu", reinterpret_cast<size_t>(OSSid), unamel);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
+        if (!OSSid)
+            return sswseBadArgument(call, "OS SID");
+        if (unamel == 0) {
+            sswseBufferTooSmall(call, "username");
+            return SSWSE_INVALID_ARGUMENT;
+        }
+        if (!uname)
+            return sswseBadArgument(call, "uname");
 
-                              sswseQualifiedName name;
-                              owned::Heap<char> account;
-                              owned::Heap<char> domain;
-                              size_t accountSize = 0;
-                              size_t domainSize = 0;
-                              if (sswseLookupSid(call, OSSid, name) != SSWSE_SUCCESS ||
-                                  sswseToMultibyte(call, name.account, account, &accountSize) != SSWSE_SUCCESS ||
-                                  sswseToMultibyte(call, name.domain, domain, &domainSize) != SSWSE_SUCCESS)
-                                  return SSWSE_FAILURE;
+        sswseQualifiedName name;
+        owned::Heap<char> account;
+        owned::Heap<char> domain;
+        size_t accountSize = 0;
+        size_t domainSize = 0;
+        if (sswseLookupNameOfSid(call, OSSid, name) != SSWSE_SUCCESS ||
+            sswseToMultibyte(call, name.account, account, &accountSize) != SSWSE_SUCCESS ||
+            sswseToMultibyte(call, name.domain, domain, &domainSize) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
 
-                              // Both terminators count and two more: the figure is three above the text's length.
-                              // Deliberate, callers take it for the space used.
-                              const size_t required = accountSize + domainSize + 2;
-                              if (required > unamel)
-                                  return sswseBufferTooSmall(call, "username");
-                              sswseFormat(uname, unamel, "%s\\%s", domain.get(), account.get());
-                              if (required < unamel)
-                                  uname[required] = '\0';
-                              if (outlen)
-                                  *outlen = required;
-                              return SSWSE_SUCCESS;
-                          });
+        // Both terminators count and two more: the figure is three above the text's length.
+        // Deliberate, callers take it for the space used.
+        const size_t required = accountSize + domainSize + 2;
+        if (required > unamel)
+            return sswseBufferTooSmall(call, "username");
+        sswseFormat(uname, unamel, "%s\\%s", domain.get(), account.get());
+        if (required < unamel)
+            uname[required] = '\0';
+        if (outlen)
+            *outlen = required;
+        return SSWSE_SUCCESS;
+    });
 }
 
 DWORD sswseSidFromString(const sswseCall& call, const char* text, owned::Local<void>& sid)

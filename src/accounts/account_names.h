@@ -32,7 +32,7 @@ struct sswseQualifiedName
 };
 
 // The account of a SID on this machine. 2, or 3 with WSE-000034.
-DWORD sswseLookupSid(const sswseCall& call, PSID sid, sswseQualifiedName& name);
+DWORD sswseLookupNameOfSid(const sswseCall& call, PSID sid, sswseQualifiedName& name);
 
 // The name of this computer. 2, or 3 with WSE-000019.
 DWORD sswseComputerName(const sswseCall& call, wchar_t (&computer)[MAX_COMPUTERNAME_LENGTH + 1]);
@@ -40,16 +40,15 @@ DWORD sswseComputerName(const sswseCall& call, wchar_t (&computer)[MAX_COMPUTERN
 // sswseConvertUnameToSID with the look-up made on `machinename` (NULL: local); checks `username` before `sid`.
 DWORD sswseConvertUnameToSIDOnNode(sswseErrRec* err, const char* username, PSID* sid, const wchar_t* machinename);
 
+// The two conversions for callers that use the SID: 2, or 3 with the message. An account that vanished while its SID was
+// fetched is a failure here, where the conversions answer 2 with a SID that is not valid.
+DWORD sswseSidOfName(const sswseCall& call, const char* username, owned::Heap<void>& sid);
+DWORD sswseSidOfNameOnNode(const sswseCall& call, const char* username, const wchar_t* machinename,
+                           owned::Heap<void>& sid);
+
 // A SID from its string form, multibyte or wide. 2, or 3 with WSE-000038 "ConvertStringSidToSid".
 DWORD sswseSidFromString(const sswseCall& call, const char* text, owned::Local<void>& sid);
 DWORD sswseSidFromString(const sswseCall& call, const wchar_t* text, owned::Local<void>& sid);
 
 // 2, or 3 with WSE-000039 "IsValidSid".
 DWORD sswseRequireValidSid(const sswseCall& call, PSID sid);
-
-// For callers that use the SID: the conversions say 2 even when they found an account without getting its SID; only
-// their message tells.
-inline bool sswseHasSid(const sswseCall& call, DWORD status)
-{
-    return status == SSWSE_SUCCESS && !call.rec->message[0];
-}

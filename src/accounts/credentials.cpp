@@ -43,27 +43,27 @@ bool splitName(const char* username, SplitName& parts)
 DWORD WINAPI sswseCheckValidUser(sswseErrRec* err, const char* username, const char* passwd)
 {
     // The password is traced as given: deliberate, here and below.
-    return sswseRunFramed(
-        err, __func__, sswseArgs("Username = %s\npasswd  = %s", username, passwd), [&](const sswseCall& call) -> DWORD {
-            if (!username)
-                return sswseBadArgument(call, "username");
-            SplitName parts;
-            if (!splitName(username, parts))
-                return sswseBadArgument(call, "domain name");
-            owned::Heap<wchar_t> user;
-            owned::Heap<wchar_t> domain;
-            owned::Secret password;
-            if (sswseToWide(call, parts.user, user) != SSWSE_SUCCESS ||
-                sswseToWide(call, parts.hasDomain ? parts.domain : nullptr, domain) != SSWSE_SUCCESS ||
-                sswseToWideSecret(call, passwd, password) != SSWSE_SUCCESS)
-                return SSWSE_FAILURE;
-            HANDLE token = nullptr;
-            if (!LogonUserW(user.get(), domain.get(), password.get(), LOGON32_LOGON_NETWORK, LOGON32_PROVIDER_DEFAULT,
-                            &token))
-                return sswseFail(call, WSE_CREDENTIALS, GetLastError(), "LogonUserW");
-            const owned::Handle loggedOn(token);
-            return SSWSE_SUCCESS;
-        });
+    const auto args = sswseArgs("Username = %s\npasswd  = %s", username, passwd);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
+        if (!username)
+            return sswseBadArgument(call, "username");
+        SplitName parts;
+        if (!splitName(username, parts))
+            return sswseBadArgument(call, "domain name");
+        owned::Heap<wchar_t> user;
+        owned::Heap<wchar_t> domain;
+        owned::Secret password;
+        if (sswseToWide(call, parts.user, user) != SSWSE_SUCCESS ||
+            sswseToWide(call, parts.hasDomain ? parts.domain : nullptr, domain) != SSWSE_SUCCESS ||
+            sswseToWideSecret(call, passwd, password) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        HANDLE token = nullptr;
+        if (!LogonUserW(user.get(), domain.get(), password.get(), LOGON32_LOGON_NETWORK, LOGON32_PROVIDER_DEFAULT,
+                        &token))
+            return sswseFail(call, WSE_CREDENTIALS, GetLastError(), "LogonUserW");
+        const owned::Handle loggedOn(token);
+        return SSWSE_SUCCESS;
+    });
 }
 
 DWORD WINAPI sswseIsPasswordValid(sswseErrRec* err, const char* password)

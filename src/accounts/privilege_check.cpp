@@ -14,35 +14,7 @@ namespace {
 constexpr NTSTATUS noMoreEntries = static_cast<NTSTATUS>(0x8000001A); // STATUS_NO_MORE_ENTRIES
 constexpr size_t rightNameSize = 50;                                  // of each text handed to the caller
 
-// An array of `count` heap blocks, each of which may be NULL, released as callers release theirs.
-struct BlocksReleaser
-{
-    size_t count = 0;
-    template <class T>
-    void operator()(T** blocks) const
-    {
-        sswseFreeArrayofStrings(reinterpret_cast<char**>(blocks), count);
-    }
-};
-
-template <class T>
-using Blocks = std::unique_ptr<T*[], BlocksReleaser>;
-
-template <class T>
-Blocks<T> allocateBlocks(size_t count)
-{
-    T** const blocks = owned::allocate<T*>(count * sizeof(T*)).release();
-    if (blocks)
-        std::fill_n(blocks, count, nullptr);
-    return Blocks<T>(blocks, BlocksReleaser{count});
-}
-
-// The user's own SID, then those of its groups.
-struct Holders
-{
-    Blocks<void> sids;
-    size_t count = 0;
-};
+using Sids = owned::Blocks<void>;
 
 struct MissingRights
 {
@@ -57,7 +29,8 @@ DWORD resolveHolder(const sswseCall& call, const char* name, PSID& sid)
     return sswseRequireValidSid(call, sid);
 }
 
-DWORD readHolders(const sswseCall& call, const char* username, Holders& holders)
+// The user's own SID, then those of its groups.
+DWORD readHolders(const sswseCall& call, const char* username, Sids& holders)
 {
     owned::Heap<wchar_t> name;
     if (sswseToWide(call, username, name) != SSWSE_SUCCESS)
@@ -65,27 +38,26 @@ DWORD readHolders(const sswseCall& call, const char* username, Holders& holders)
     sswseUserGroups groups;
     if (const DWORD result = sswseReadUserGroups(nullptr, name.get(), LG_INCLUDE_INDIRECT, groups))
         return sswseFail(call, WSE_USER_GROUP_LIST, result, "NetUserGetLocalGroups");
-    holders.sids = allocateBlocks<void>(size_t{1} + groups.count);
-    if (!holders.sids)
+    if (!holders.reserve(size_t{1} + groups.count))
         return sswseOutOfMemory(call);
 
     holders.count = 1;
     for (const LOCALGROUP_USERS_INFO_0& group : groups) {
         owned::Heap<char> groupName;
         if (sswseToMultibyte(call, group.lgrui0_name, groupName) != SSWSE_SUCCESS ||
-            resolveHolder(call, groupName.get(), holders.sids[holders.count++]) != SSWSE_SUCCESS)
+            resolveHolder(call, groupName.get(), holders.entries[holders.count++]) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
     }
-    return resolveHolder(call, username, holders.sids[0]);
+    return resolveHolder(call, username, holders.entries[0]);
 }
 
-bool isAmong(const Holders& holders, PSID account)
+bool isAmong(const Sids& holders, PSID account)
 {
-    PSID* const first = holders.sids.get();
-    return std::any_of(first, first + holders.count, [account](PSID holder) { return EqualSid(holder, account); });
+    return std::any_of(holders.entries, holders.entries + holders.count,
+                       [account](PSID holder) { return EqualSid(holder, account); });
 }
 
-DWORD isRightHeld(const sswseCall& call, LSA_HANDLE policy, const char* right, const Holders& holders, bool& held)
+DWORD isRightHeld(const sswseCall& call, LSA_HANDLE policy, const char* right, const Sids& holders, bool& held)
 {
     owned::Heap<wchar_t> name;
     if (sswseToWide(call, right, name) != SSWSE_SUCCESS)
@@ -105,7 +77,7 @@ DWORD isRightHeld(const sswseCall& call, LSA_HANDLE policy, const char* right, c
     return SSWSE_SUCCESS;
 }
 
-DWORD findMissing(const sswseCall& call, const sswsePrivilegeSet& set, const Holders& holders, MissingRights& missing)
+DWORD findMissing(const sswseCall& call, const sswsePrivilegeSet& set, const Sids& holders, MissingRights& missing)
 {
     owned::PolicyHandle policy;
     if (sswseOpenPolicy(call, nullptr, policy) != SSWSE_SUCCESS)
@@ -120,16 +92,16 @@ DWORD findMissing(const sswseCall& call, const sswsePrivilegeSet& set, const Hol
     return SSWSE_SUCCESS;
 }
 
-DWORD copyNames(const sswseCall& call, const MissingRights& missing, Blocks<char>& names)
+DWORD copyNames(const sswseCall& call, const MissingRights& missing, owned::Blocks<char>& names)
 {
-    names = allocateBlocks<char>(missing.count);
-    if (!names)
+    if (!names.reserve(missing.count))
         return sswseOutOfMemory(call);
-    for (size_t i = 0; i < missing.count; ++i) {
-        names[i] = owned::allocate<char>(rightNameSize).release();
-        if (!names[i])
+    while (names.count < missing.count) {
+        char* const name = owned::allocate<char>(rightNameSize).release();
+        if (!name)
             return sswseOutOfMemory(call);
-        sswseFormat(names[i], rightNameSize, "%s", missing.names[i]);
+        sswseFormat(name, rightNameSize, "%s", missing.names[names.count]);
+        names.entries[names.count++] = name;
     }
     return SSWSE_SUCCESS;
 }
@@ -139,35 +111,35 @@ DWORD copyNames(const sswseCall& call, const MissingRights& missing, Blocks<char
 DWORD WINAPI sswseCheckUserPrivileges(sswseErrRec* err, const char* username, const char* khtype, char*** missing,
                                       int* count)
 {
-    return sswseRunFramed(err, __func__, sswseArgs("username = %s\nKestelHomeType = %s", username, khtype),
-                          [&](const sswseCall& call) -> DWORD {
-                              if (count)
-                                  *count = 0;
-                              if (missing)
-                                  *missing = nullptr;
-                              if (!username)
-                                  return sswseBadArgument(call, "username");
-                              if (!missing)
-                                  return sswseBadArgument(call, "missing");
-                              if (!count)
-                                  return sswseBadArgument(call, "count");
-                              const sswsePrivilegeSet* const set = sswseFindPrivilegeSet(khtype);
-                              if (!set) {
-                                  sswseReport(call, WSE_UNSUPPORTED_HOME_TYPE, 0, "");
-                                  return SSWSE_UNSUPPORTED_HOME_TYPE;
-                              }
-                              Holders holders;
-                              MissingRights absent;
-                              Blocks<char> names;
-                              if (readHolders(call, username, holders) != SSWSE_SUCCESS ||
-                                  findMissing(call, *set, holders, absent) != SSWSE_SUCCESS)
-                                  return SSWSE_FAILURE;
-                              if (absent.count == 0)
-                                  return SSWSE_YES;
-                              if (copyNames(call, absent, names) != SSWSE_SUCCESS)
-                                  return SSWSE_FAILURE;
-                              *missing = names.release();
-                              *count = static_cast<int>(absent.count);
-                              return SSWSE_NO;
-                          });
+    const auto args = sswseArgs("username = %s\nKestelHomeType = %s", username, khtype);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
+        if (count)
+            *count = 0;
+        if (missing)
+            *missing = nullptr;
+        if (!username)
+            return sswseBadArgument(call, "username");
+        if (!missing)
+            return sswseBadArgument(call, "missing");
+        if (!count)
+            return sswseBadArgument(call, "count");
+        const sswsePrivilegeSet* const set = sswseFindPrivilegeSet(khtype);
+        if (!set) {
+            sswseReport(call, WSE_UNSUPPORTED_HOME_TYPE, 0, "");
+            return SSWSE_UNSUPPORTED_HOME_TYPE;
+        }
+        Sids holders;
+        MissingRights absent;
+        owned::Blocks<char> names;
+        if (readHolders(call, username, holders) != SSWSE_SUCCESS ||
+            findMissing(call, *set, holders, absent) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        if (absent.count == 0)
+            return SSWSE_YES;
+        if (copyNames(call, absent, names) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        *missing = names.release();
+        *count = static_cast<int>(absent.count);
+        return SSWSE_NO;
+    });
 }

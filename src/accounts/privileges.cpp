@@ -71,19 +71,19 @@ DWORD WINAPI sswseRevokePrivilegesFromUser(sswseErrRec* err, const char* usernam
 
 DWORD sswseGrantPrivilegesToSid(sswseErrRec* err, PSID sid, const char* privname, const char* nodename)
 {
-    return sswseRunFramed(err, __func__, sswseArgs("nodename = %s\nPrivilege Name = %s", nodename, privname),
-                          [&](const sswseCall& call) -> DWORD {
-                              if (!privname)
-                                  return sswseBadArgument(call, "privilege name");
-                              if (!sid)
-                                  return sswseBadArgument(call, "OS SID");
-                              if (sswseRequireValidSid(call, sid) != SSWSE_SUCCESS)
-                                  return SSWSE_INVALID_ARGUMENT;
-                              owned::Heap<wchar_t> node;
-                              owned::PolicyHandle policy;
-                              if (sswseNodeToWide(call, nodename, node) != SSWSE_SUCCESS ||
-                                  sswseOpenPolicy(call, node.get(), policy) != SSWSE_SUCCESS)
-                                  return SSWSE_FAILURE;
-                              return sswseChangeRight(call, sswseGrantRights, policy.get(), sid, privname);
-                          });
+    const auto args = sswseArgs("nodename = %s\nPrivilege Name = %s", nodename, privname);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
+        if (!privname)
+            return sswseBadArgument(call, "privilege name");
+        if (!sid)
+            return sswseBadArgument(call, "OS SID");
+        if (sswseRequireValidSid(call, sid) != SSWSE_SUCCESS)
+            return SSWSE_INVALID_ARGUMENT;
+        owned::Heap<wchar_t> node;
+        owned::PolicyHandle policy;
+        if (sswseNodeToWide(call, nodename, node) != SSWSE_SUCCESS ||
+            sswseOpenPolicy(call, node.get(), policy) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        return sswseChangeRight(call, sswseGrantRights, policy.get(), sid, privname);
+    });
 }

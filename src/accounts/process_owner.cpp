@@ -25,7 +25,7 @@ DWORD readTokenUser(const sswseCall& call, owned::Heap<TOKEN_USER>& user)
 
 } // namespace
 
-// The token's user, not its owner field, whatever the name says.
+// The token's user, not its owner field, whatever the name says: deliberate.
 DWORD WINAPI sswseGetOwnerSIDForCurrentProcess(sswseErrRec* err, PSID* sid)
 {
     return sswseRunFramed(err, __func__, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {

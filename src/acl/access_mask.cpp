@@ -22,16 +22,16 @@ DWORD WINAPI sswseCheckAccessMask(sswseErrRec* err, void* reserved, AceListNode*
 {
     (void)reserved;
     // The record keeps what an earlier step of the caller left in it.
-    return sswseRunFramedKeepingRecord(err, __func__, sswseArgs("Mask = %u", mask),
-                                       [&](const sswseCall& call) -> DWORD {
-                                           const DWORD status = sswseRequireValidSid(call, sid);
-                                           if (status != SSWSE_SUCCESS)
-                                               return status;
-                                           for (const AceListNode* node = list; node; node = node->next)
-                                               if (isOf(*node, sid)) { // the first one decides
-                                                   const DWORD granted = static_cast<sswseAce*>(node->ace)->Mask;
-                                                   return (granted & mask) == mask ? SSWSE_YES : SSWSE_NO;
-                                               }
-                                           return SSWSE_NO;
-                                       });
+    const auto args = sswseArgs("Mask = %u", mask);
+    return sswseRunFramedKeepingRecord(err, __func__, args, [&](const sswseCall& call) -> DWORD {
+        const DWORD status = sswseRequireValidSid(call, sid);
+        if (status != SSWSE_SUCCESS)
+            return status;
+        for (const AceListNode* node = list; node; node = node->next)
+            if (isOf(*node, sid)) { // the first one decides
+                const DWORD granted = static_cast<sswseAce*>(node->ace)->Mask;
+                return (granted & mask) == mask ? SSWSE_YES : SSWSE_NO;
+            }
+        return SSWSE_NO;
+    });
 }

@@ -4,7 +4,7 @@
 #include "acl/object_dacl.h"
 #include "acl/permission_types.h"
 #include "acl/tree_acl.h"
-#include "acl/vlfs_mount.h"
+#include "acl/vlfs.h"
 #include "frame/call.h"
 #include "frame/node.h"
 
@@ -35,7 +35,7 @@ struct PrincipalSid
 };
 
 using PrincipalSids = std::array<PrincipalSid, sswsePrincipalCount>;
-using UserSids = sswseOwnedArray<void>;
+using UserSids = owned::Blocks<void>;
 
 // The machine whose accounts are meant: the one that owns the object. An empty name (also that of a malformed UNC path,
 // which does not end the call) and the permission type for groups only mean this machine.
@@ -63,9 +63,10 @@ DWORD resolveUsers(const sswseCall& call, const Request& request, const wchar_t*
         const char* const username = request.usernames[users.count];
         if (!username)
             return sswseBadArgument(call, "usernames");
-        PSID& sid = users.entries[users.count++]; // there may be a block after a failure, too
-        if (!sswseHasSid(call, sswseConvertUnameToSIDOnNode(call.rec, username, &sid, machine)))
+        owned::Heap<void> sid;
+        if (sswseSidOfNameOnNode(call, username, machine, sid) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
+        users.entries[users.count++] = sid.release();
     }
     return SSWSE_SUCCESS;
 }
@@ -76,10 +77,7 @@ DWORD resolvePrincipal(const sswseCall& call, const sswsePrincipalRow& row, cons
         const DWORD status = sswseSidFromString(call, row.sid, sid.wellKnown);
         return status == SSWSE_SUCCESS ? sswseRequireValidSid(call, sid.get()) : status;
     }
-    PSID found = nullptr;
-    const DWORD status = sswseConvertUnameToSIDOnNode(call.rec, row.group, &found, machine);
-    sid.lookedUp.reset(found);
-    return sswseHasSid(call, status) ? SSWSE_SUCCESS : SSWSE_FAILURE;
+    return sswseSidOfNameOnNode(call, row.group, machine, sid.lookedUp);
 }
 
 DWORD addEntry(const sswseCall& call, sswseAceArray& aces, PSID sid, DWORD mask)
@@ -190,26 +188,24 @@ DWORD addAccess(const sswseCall& call, Request& request)
 DWORD WINAPI sswseAddACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
                                         int numusers, int ptype, unsigned char inheritable)
 {
-    return sswseRunFramed(err, __func__,
-                          sswseArgs("wtype = %d\npath = %s\nnumusers= %d\npType = %d\ninheritable = %u", wtype, path,
-                                    numusers, ptype, inheritable),
-                          [&](const sswseCall& call) -> DWORD {
-                              if (numusers < 0)
-                                  return sswseBadArgument(call, "usernames");
-                              const sswsePermissionType* const permission = sswseFindPermissionType(wtype, ptype);
-                              if (!permission) {
-                                  sswseReport(call, WSE_INVALID_INPUT, 0, "",
-                                              "Windows object type and Permission type mismatch");
-                                  return SSWSE_INVALID_ARGUMENT;
-                              }
-                              const auto object = static_cast<sswseObjectType>(wtype);
-                              Request request = {};
-                              request.object = object;
-                              request.permission = permission;
-                              request.path = path;
-                              request.usernames = usernames;
-                              request.userCount = permission->userMask ? static_cast<DWORD>(numusers) : 0;
-                              request.wholeTree = inheritable && object != sswseObjectType::groupsOnly;
-                              return addAccess(call, request);
-                          });
+    const auto args = sswseArgs("wtype = %d\npath = %s\nnumusers= %d\npType = %d\ninheritable = %u", wtype, path,
+                                numusers, ptype, inheritable);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
+        if (numusers < 0)
+            return sswseBadArgument(call, "usernames");
+        const sswsePermissionType* const permission = sswseFindPermissionType(wtype, ptype);
+        if (!permission) {
+            sswseReport(call, WSE_INVALID_INPUT, 0, "", "Windows object type and Permission type mismatch");
+            return SSWSE_INVALID_ARGUMENT;
+        }
+        const auto object = static_cast<sswseObjectType>(wtype);
+        Request request = {};
+        request.object = object;
+        request.permission = permission;
+        request.path = path;
+        request.usernames = usernames;
+        request.userCount = permission->userMask ? static_cast<DWORD>(numusers) : 0;
+        request.wholeTree = inheritable && object != sswseObjectType::groupsOnly;
+        return addAccess(call, request);
+    });
 }

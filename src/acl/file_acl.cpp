@@ -2,14 +2,13 @@
 
 #include "acl/final_ace_list.h"
 #include "acl/object_dacl.h"
+#include "acl/vlfs.h"
 #include "frame/call.h"
 #include "frame/text.h"
 
 #include <cwchar>
 
 namespace {
-
-constexpr const wchar_t* reservedNames[] = {L".VLFS", L".fileid", L".Security"};
 
 const wchar_t* lastComponent(const wchar_t* path)
 {
@@ -18,14 +17,6 @@ const wchar_t* lastComponent(const wchar_t* path)
 }
 
 } // namespace
-
-bool sswseIsReservedName(const wchar_t* name)
-{
-    for (const wchar_t* reserved : reservedNames)
-        if (_wcsicmp(name, reserved) == 0)
-            return true;
-    return false;
-}
 
 DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAce* const* newAces, DWORD newCount,
                            bool keepExisting, bool failOnAccessDenied)

@@ -8,6 +8,3 @@
 // `failOnAccessDenied`. 2, or 3 with the messages of composing, reading and writing, and WSE-00007.
 DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAce* const* newAces, DWORD newCount,
                            bool keepExisting, bool failOnAccessDenied);
-
-// A name that the cluster file system keeps for itself, in any case.
-bool sswseIsReservedName(const wchar_t* name);

@@ -83,7 +83,7 @@ sswseLegacyGrant* grantOf(const sswseLegacyGrants& grants, const void* sid)
 }
 
 // A denied mask of 0 stands for "everything is denied". Only a first entry that denies exactly the generic rights
-// becomes that; and allow entries after the one that met it add up again. Kept as it is.
+// becomes that; and allow entries after the one that met it add up again: deliberate.
 void mergeAgain(sswseLegacyGrant& grant, BYTE type, ACCESS_MASK mask)
 {
     if (isAllow(type) && isDeny(grant.type)) {

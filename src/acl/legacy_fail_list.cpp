@@ -8,14 +8,11 @@ namespace {
 // NULL when memory is exhausted.
 owned::Heap<char> oemName(const wchar_t* path)
 {
-    char* name = nullptr;
+    owned::Heap<char> name;
     size_t length = 0;
-    const bool converted = sswseWideToOem(path, &name, &length) == SSWSE_SUCCESS;
-    owned::Heap<char> result(name);
-    const bool outOfMemory = !result && length != 0;
-    if (converted || outOfMemory)
-        return result;
-    return owned::Heap<char>(static_cast<char*>(calloc(1, 1)));
+    const bool converted = sswseWideToOem(path, name, &length) == SSWSE_SUCCESS;
+    const bool outOfMemory = !name && length != 0;
+    return converted || outOfMemory ? std::move(name) : owned::allocateZeroed<char>(1);
 }
 
 } // namespace

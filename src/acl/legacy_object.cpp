@@ -116,16 +116,16 @@ bool setFileSecurity(const wchar_t* path, const sswseLegacyEntries& entries)
 
 DWORD sswseUpdateLegacyObject(const wchar_t* path, const sswseLegacyEntries& entries, sswseFailList& failed)
 {
-    return sswseRunFramed(nullptr, sswseLegacyObjectRoutine, sswseArgs("filename = %S", path),
-                          [&](const sswseCall& call) -> DWORD {
-                              const Object object = {call, path, failed};
-                              sswseLegacyEntries limited = entries;
-                              if (const DWORD status = limitByOldDacl(object, limited))
-                                  return status;
-                              // The message names the routine, not the platform's function: an old spelling that
-                              // support knows.
-                              if (!setFileSecurity(path, limited))
-                                  return fail(object, GetLastError(), "setFileSecurity", written);
-                              return SSWSE_LEGACY_DONE;
-                          });
+    const auto args = sswseArgs("filename = %S", path);
+    return sswseRunFramed(nullptr, sswseLegacyObjectRoutine, args, [&](const sswseCall& call) -> DWORD {
+        const Object object = {call, path, failed};
+        sswseLegacyEntries limited = entries;
+        if (const DWORD status = limitByOldDacl(object, limited))
+            return status;
+        // The message names the routine, not the platform's function: an old spelling that
+        // support knows.
+        if (!setFileSecurity(path, limited))
+            return fail(object, GetLastError(), "setFileSecurity", written);
+        return SSWSE_LEGACY_DONE;
+    });
 }

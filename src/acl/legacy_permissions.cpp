@@ -1,11 +1,10 @@
 // setPermissions and setPermissions2: the older, self-contained way of securing an installed file or tree. One
 // implementation; the two differ in the names of some routines in the trace.
 #include "acl/legacy_object.h"
-#include "acl/legacy_walk.h"
+#include "acl/legacy_tree.h"
 #include "frame/call.h"
 #include "frame/text.h"
 
-#include <atomic>
 #include <cwchar>
 
 namespace {
@@ -36,21 +35,18 @@ bool isAdminOnly(const Request& request)
     return request.isAdmin == 1;
 }
 
-// Written without a lock: the value is always the same for a given system.
-std::atomic<bool> isNT4;
-
-// The file system's name is asked for and not examined: on any system of the NT family the answer is yes. Kept as it
-// is. A system that does not tell its version is taken for one of the family.
-bool isOnNTFSVolume(const wchar_t* path)
+// The file system's name is asked for and not examined, and on any system of the NT family the answer is yes:
+// deliberate. A system that does not tell its version is taken for one of the family.
+bool isOnNTFSVolume(const wchar_t* path, bool& isNT4)
 {
-    const DWORD answer = sswseRunFramed(nullptr, __func__, sswseNoArgs{}, [path](const sswseCall&) -> DWORD {
+    isNT4 = false;
+    const DWORD answer = sswseRunFramed(nullptr, __func__, sswseNoArgs{}, [&](const sswseCall&) -> DWORD {
         OSVERSIONINFOW version = {};
         version.dwOSVersionInfoSize = sizeof version;
         if (GetVersionExW(&version)) {
             if (version.dwPlatformId != VER_PLATFORM_WIN32_NT)
                 return SSWSE_NO;
-            if (version.dwMajorVersion == 4)
-                isNT4 = true;
+            isNT4 = version.dwMajorVersion == 4;
         }
         wchar_t root[_MAX_DRIVE + 1] = L"";
         _wsplitpath(path, root, nullptr, nullptr, nullptr);
@@ -66,14 +62,11 @@ bool isOnNTFSVolume(const wchar_t* path)
 
 DWORD toWide(const sswseCall& call, const char* text, owned::Heap<wchar_t>& wide)
 {
-    wchar_t* block = nullptr;
     size_t length = 0;
-    const DWORD status = sswseMbToWide(text, &block, &length);
-    const DWORD osError = GetLastError();
-    wide.reset(block);
-    if (status == SSWSE_SUCCESS)
+    if (sswseMbToWide(text, wide, &length) == SSWSE_SUCCESS)
         return SSWSE_LEGACY_DONE;
-    if (!block && length != 0) {
+    const DWORD osError = GetLastError();
+    if (!wide && length != 0) {
         sswseTrace("malloc() failed to allocate %d bytes", static_cast<int>(length * sizeof(wchar_t)));
         return SSWSE_LEGACY_NO_MEMORY;
     }
@@ -83,15 +76,15 @@ DWORD toWide(const sswseCall& call, const char* text, owned::Heap<wchar_t>& wide
 
 DWORD createFinalFailList(const Request& request, sswseFailList& failed)
 {
-    return sswseRunFramed(nullptr, request.names.createFinalFailList, sswseNoArgs{},
-                          [&](const sswseCall& call) -> DWORD {
-                              *request.failList = sswseTakeFailedNames(failed);
-                              if (!*request.failList)
-                                  return sswseLegacyNoMemory(call.function);
-                              if (request.failCount)
-                                  *request.failCount = failed.count;
-                              return SSWSE_LEGACY_INCOMPLETE;
-                          });
+    const char* const routine = request.names.createFinalFailList;
+    return sswseRunFramed(nullptr, routine, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {
+        *request.failList = sswseTakeFailedNames(failed);
+        if (!*request.failList)
+            return sswseLegacyNoMemory(call.function);
+        if (request.failCount)
+            *request.failCount = failed.count;
+        return SSWSE_LEGACY_INCOMPLETE;
+    });
 }
 
 DWORD apply(const wchar_t* path, DWORD attributes, const sswseLegacyEntries& entries, sswseFailList& failed)
@@ -112,7 +105,8 @@ DWORD updateAcl(const sswseCall& call, const Request& request)
         sswseApiFailed(call, osError, "GetFileAttributes");
         return osError == ERROR_FILE_NOT_FOUND ? SSWSE_LEGACY_NO_OBJECT : SSWSE_LEGACY_INCOMPLETE;
     }
-    if (!isOnNTFSVolume(path.get()))
+    bool isNT4 = false;
+    if (!isOnNTFSVolume(path.get(), isNT4))
         return SSWSE_LEGACY_DONE;
 
     sswseLegacyEntries entries = {};
@@ -122,24 +116,27 @@ DWORD updateAcl(const sswseCall& call, const Request& request)
     return status == SSWSE_LEGACY_INCOMPLETE ? createFinalFailList(request, failed) : status;
 }
 
+DWORD updateAclFramed(const Request& request)
+{
+    const char* const routine = isAdminOnly(request) ? request.names.updateAdminAcl : request.names.updateUserAcl;
+    const auto args = sswseArgs("fname = %s", request.fileName);
+    return sswseRunFramed(nullptr, routine, args,
+                          [&](const sswseCall& call) -> DWORD { return updateAcl(call, request); });
+}
+
 DWORD setPermissionsAs(const Request& request)
 {
-    return sswseRunFramed(nullptr, request.names.setPermissions,
-                          sswseArgs("wFilename = %s, isAdmin=%d", request.fileName, static_cast<int>(request.isAdmin)),
-                          [&](const sswseCall& call) -> DWORD {
-                              if (request.failCount)
-                                  *request.failCount = 0;
-                              if (!request.failList)
-                                  return sswseBadArgument(call, "failList");
-                              *request.failList = nullptr;
-                              if (!request.fileName)
-                                  return sswseBadArgument(call, "wFilename", SSWSE_LEGACY_INCOMPLETE);
-                              return sswseRunFramed(
-                                  nullptr,
-                                  isAdminOnly(request) ? request.names.updateAdminAcl : request.names.updateUserAcl,
-                                  sswseArgs("fname = %s", request.fileName),
-                                  [&](const sswseCall& inner) -> DWORD { return updateAcl(inner, request); });
-                          });
+    const auto args = sswseArgs("wFilename = %s, isAdmin=%d", request.fileName, static_cast<int>(request.isAdmin));
+    return sswseRunFramed(nullptr, request.names.setPermissions, args, [&](const sswseCall& call) -> DWORD {
+        if (request.failCount)
+            *request.failCount = 0;
+        if (!request.failList)
+            return sswseBadArgument(call, "failList");
+        *request.failList = nullptr;
+        if (!request.fileName)
+            return sswseBadArgument(call, "wFilename", SSWSE_LEGACY_INCOMPLETE);
+        return updateAclFramed(request);
+    });
 }
 
 } // namespace

@@ -11,11 +11,9 @@ namespace {
 
 owned::Heap<char> pathForTrace(const wchar_t* path)
 {
-    char* text = nullptr;
+    owned::Heap<char> text;
     size_t length = 0;
-    const bool converted = sswseWideToMb(path, &text, &length) == SSWSE_SUCCESS;
-    owned::Heap<char> owner(text);
-    return converted ? std::move(owner) : nullptr;
+    return sswseWideToMb(path, text, &length) == SSWSE_SUCCESS ? std::move(text) : nullptr;
 }
 
 // An object without access is skipped where the caller allows it; the message is left all the same.

@@ -2,6 +2,7 @@
 
 #include "acl/file_acl.h"
 #include "acl/object_dacl.h"
+#include "acl/vlfs.h"
 #include "frame/call.h"
 #include "frame/owned.h"
 

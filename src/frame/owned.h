@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace owned {
 
@@ -77,5 +78,36 @@ Heap<T> allocateZeroed(size_t bytes)
         memset(block.get(), 0, bytes);
     return block;
 }
+
+// An array of blocks: owns the pointers and what they point at, the way that callers release such arrays.
+template <class T>
+struct Blocks
+{
+    T** entries = nullptr;
+    DWORD count = 0; // entries in use; one in use may be NULL
+
+    Blocks() = default;
+    Blocks(const Blocks&) = delete;
+    Blocks& operator=(const Blocks&) = delete;
+    ~Blocks()
+    {
+        for (DWORD i = 0; i < count; ++i)
+            free(entries[i]);
+        free(entries);
+    }
+
+    // Room for that many in a new, empty array, all of them NULL; false when memory is exhausted.
+    bool reserve(size_t size)
+    {
+        entries = static_cast<T**>(calloc(size ? size : 1, sizeof(T*)));
+        return entries != nullptr;
+    }
+
+    T** release()
+    {
+        count = 0;
+        return std::exchange(entries, nullptr);
+    }
+};
 
 } // namespace owned

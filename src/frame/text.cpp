@@ -16,56 +16,68 @@ constexpr DWORD exactAnsi = WC_NO_BEST_FIT_CHARS | WC_COMPOSITECHECK;
 
 // The platform's two-call conversion: `convert(destination, size)` answers the size with no destination, and converts.
 template <class Char, class Convert>
-DWORD convertInto(Char** result, size_t* length, Convert convert)
+DWORD convertInto(owned::Heap<Char>& result, size_t* length, Convert convert)
 {
-    *result = nullptr;
+    result.reset();
     *length = 0;
     const int needed = convert(nullptr, 0);
     if (needed == 0)
         return SSWSE_FAILURE;
     *length = static_cast<size_t>(needed); // tells, without a block, what memory was exhausted for
-    *result = static_cast<Char*>(malloc(*length * sizeof(Char)));
-    if (!*result) {
+    result = owned::allocate<Char>(*length * sizeof(Char));
+    if (!result) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return SSWSE_FAILURE;
     }
-    const int converted = convert(*result, needed);
+    const int converted = convert(result.get(), needed);
     if (converted == 0) {
-        SecureZeroMemory(*result, static_cast<size_t>(needed) * sizeof(Char)); // it may be half a password
+        SecureZeroMemory(result.get(), *length * sizeof(Char)); // it may be half a password
         return SSWSE_FAILURE;
     }
     *length = static_cast<size_t>(converted);
-    (*result)[converted - 1] = 0; // half a character at the end may have swallowed the terminator
+    result.get()[converted - 1] = 0; // half a character at the end may have swallowed the terminator
+    return SSWSE_SUCCESS;
+}
+
+// The conversion with its length, which a caller may do without, and its message.
+template <class Source, class Char>
+DWORD convertAndReport(const sswseCall& call, DWORD (*convert)(const Source*, owned::Heap<Char>&, size_t*),
+                       const Source* source, owned::Heap<Char>& result, size_t* length, DWORD messageId,
+                       const char* apiName)
+{
+    size_t count = 0;
+    if (convert(source, result, length ? length : &count) != SSWSE_SUCCESS)
+        return sswseFail(call, messageId, GetLastError(), apiName);
     return SSWSE_SUCCESS;
 }
 
 } // namespace
 
-DWORD sswseMbToWide(const char* source, wchar_t** wide, size_t* length)
+DWORD sswseMbToWide(const char* source, owned::Heap<wchar_t>& wide, size_t* length)
 {
     const DWORD flags = flagsFor(GetACP(), MB_PRECOMPOSED);
     if (source)
         return convertInto(wide, length, [source, flags](wchar_t* destination, int size) {
             return MultiByteToWideChar(CP_ACP, flags, source, -1, destination, size);
         });
-    *wide = nullptr;
+    wide.reset();
     *length = 0;
     return SSWSE_SUCCESS;
 }
 
-DWORD sswseWideToMb(const wchar_t* source, char** multibyte, size_t* length)
+DWORD sswseWideToMb(const wchar_t* source, owned::Heap<char>& multibyte, size_t* length)
 {
     const DWORD flags = flagsFor(GetACP(), exactAnsi);
     if (source)
         return convertInto(multibyte, length, [source, flags](char* destination, int size) {
             return WideCharToMultiByte(CP_ACP, flags, source, -1, destination, size, nullptr, nullptr);
         });
-    *multibyte = nullptr;
+    multibyte.reset();
     *length = 0;
     return SSWSE_SUCCESS;
 }
 
-DWORD sswseWideToOem(const wchar_t* source, char** oem, size_t* length)
+DWORD sswseWideToOem(const wchar_t* source, owned::Heap<char>& oem, size_t* length)
 {
     const DWORD flags = flagsFor(GetOEMCP(), WC_COMPOSITECHECK);
     return convertInto(oem, length, [source, flags](char* destination, int size) {
@@ -75,30 +87,12 @@ DWORD sswseWideToOem(const wchar_t* source, char** oem, size_t* length)
 
 DWORD sswseToWide(const sswseCall& call, const char* source, owned::Heap<wchar_t>& wide, size_t* length)
 {
-    wchar_t* text = nullptr;
-    size_t count = 0;
-    const DWORD status = sswseMbToWide(source, &text, &count);
-    const DWORD osError = GetLastError();
-    wide.reset(text);
-    if (length)
-        *length = count;
-    if (status != SSWSE_SUCCESS)
-        return sswseFail(call, WSE_MB_TO_WIDE, osError, "MultiByteToWideChar");
-    return SSWSE_SUCCESS;
+    return convertAndReport(call, sswseMbToWide, source, wide, length, WSE_MB_TO_WIDE, "MultiByteToWideChar");
 }
 
 DWORD sswseToMultibyte(const sswseCall& call, const wchar_t* source, owned::Heap<char>& multibyte, size_t* length)
 {
-    char* text = nullptr;
-    size_t count = 0;
-    const DWORD status = sswseWideToMb(source, &text, &count);
-    const DWORD osError = GetLastError();
-    multibyte.reset(text);
-    if (length)
-        *length = count;
-    if (status != SSWSE_SUCCESS)
-        return sswseFail(call, WSE_WIDE_TO_MB, osError, "WideCharToMultiByte");
-    return SSWSE_SUCCESS;
+    return convertAndReport(call, sswseWideToMb, source, multibyte, length, WSE_WIDE_TO_MB, "WideCharToMultiByte");
 }
 
 // The runtime's own bounded copies end the process on an overflow; these report it instead.

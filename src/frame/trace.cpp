@@ -54,6 +54,7 @@ void sswseEndTrace()
     DeleteCriticalSection(&traceLock);
 }
 
+// Switching is not traced itself: neither of the two runs in the frame.
 DWORD WINAPI sswseTraceOn(sswseErrRec* err, sswseTraceCallback callback, void* context, DWORD level)
 {
     sswseErrRec scratch;

@@ -21,15 +21,6 @@ bool isNameUsable(const char* name)
     return name && !(separator && sswseFindBackslash(separator + 1));
 }
 
-DWORD findSid(const sswseCall& call, const char* name, const Question& question, owned::Heap<void>& sid)
-{
-    PSID found = nullptr;
-    const DWORD status = sswseConvertUnameToSIDOnNode(call.rec, name, &found, question.node.get());
-    sid.reset(found);
-    // The status alone would let a SID through that was never filled in: the difference is meant.
-    return sswseHasSid(call, status) ? SSWSE_SUCCESS : SSWSE_FAILURE;
-}
-
 DWORD prepare(const sswseCall& call, const char* username, const char* groupname, const char* nodename,
               Question& question)
 {
@@ -39,9 +30,9 @@ DWORD prepare(const sswseCall& call, const char* username, const char* groupname
     if (status == SSWSE_SUCCESS)
         status = sswseNodeToWide(call, nodename, question.node);
     if (status == SSWSE_SUCCESS)
-        status = findSid(call, groupname, question, question.groupSid);
+        status = sswseSidOfNameOnNode(call, groupname, question.node.get(), question.groupSid);
     if (status == SSWSE_SUCCESS)
-        status = findSid(call, username, question, question.userSid);
+        status = sswseSidOfNameOnNode(call, username, question.node.get(), question.userSid);
     return status;
 }
 
@@ -83,7 +74,7 @@ DWORD isSameGroup(const sswseCall& call, const wchar_t* name, const Question& qu
     owned::Heap<void> sid;
     DWORD status = sswseToMultibyte(call, name, multibyte);
     if (status == SSWSE_SUCCESS)
-        status = findSid(call, multibyte.get(), question, sid);
+        status = sswseSidOfNameOnNode(call, multibyte.get(), question.node.get(), sid);
     if (status != SSWSE_SUCCESS)
         return status;
     return EqualSid(sid.get(), question.groupSid.get()) ? SSWSE_YES : SSWSE_NO;

@@ -1,6 +1,6 @@
 // Sources of the Windows Application event log: registered and removed on this machine or on a node.
 #include "frame/call.h"
-#include "home/home_registry.h"
+#include "frame/registry.h"
 
 namespace {
 

@@ -67,7 +67,7 @@ DWORD WINAPI sswseGetKestelHomeKey(sswseErrRec* err, char* khkey, size_t khkeyl,
             return sswseHomeFromEnvironment(call, "KESTEL_HOME_KEY", "Kestelhomekey", khkey, khkeyl, outlen);
         sswseKeyLine line;
         if (!sswseReadKeyLine(file.get(), line))
-            return SSWSE_FAILURE; // without a message: deliberate, the only failure that says nothing
+            return SSWSE_FAILURE; // without a message: deliberate, the only failure here that says nothing
         const char* const homeKey = sswseHomeKeyOfLine(line);
         if (!homeKey)
             return sswseFail(call, WSE_FIND_HOME, 0, "");

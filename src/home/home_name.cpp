@@ -13,7 +13,7 @@ constexpr sswseHomeValueNames nameNames = {"KESTEL_HOME_NAME", "Kestelhomename",
 
 DWORD nameOfHome(const sswseCall& call, const char* homeKey, char* khname, size_t khnamel, size_t* outlen)
 {
-    sswseHomeRegistryKey home;
+    sswseMachineKey home;
     DWORD status = sswseOpenHomeA(call, homeKey, nullptr, KEY_QUERY_VALUE, home);
     if (status == SSWSE_SUCCESS)
         status = sswseCopyHomeValue(call, home.key.get(), nameNames, khname, khnamel, nullptr);

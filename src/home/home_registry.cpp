@@ -7,123 +7,8 @@
 
 namespace {
 
-// The machine to connect to; NULL: this one.
-const char* machineOf(const char* nodename)
-{
-    return sswseIsLocalNode(nodename) ? nullptr : nodename;
-}
-
-// One dialect of the registry: multibyte or wide. The functions are passed when they are called, never kept.
-template <class Char>
-struct Dialect
-{
-    LSTATUS(WINAPI* connect)(const Char* machine, HKEY hive, HKEY* root);
-    const char* connectName;
-    LSTATUS(WINAPI* open)(HKEY root, const Char* subkey, DWORD options, REGSAM access, HKEY* key);
-    const char* openName;
-};
-
-template <class Char>
-DWORD connectTo(const sswseCall& call, const Char* machine, const Dialect<Char>& dialect, owned::RegistryKey& root,
-                HKEY* hive)
-{
-    *hive = HKEY_LOCAL_MACHINE;
-    if (!machine)
-        return SSWSE_SUCCESS;
-    HKEY connected = nullptr;
-    const LSTATUS result = dialect.connect(machine, HKEY_LOCAL_MACHINE, &connected);
-    if (result != ERROR_SUCCESS)
-        return sswseFail(call, WSE_REMOTE_REGISTRY, static_cast<DWORD>(result), dialect.connectName);
-    root.reset(connected);
-    *hive = connected;
-    return SSWSE_SUCCESS;
-}
-
-struct KeyRequest
-{
-    const char* subkey; // as messages name it
-    REGSAM access;
-    DWORD openFailure;
-};
-
-template <class Char>
-DWORD openKey(const sswseCall& call, const Char* machine, const Char* subkey, const Dialect<Char>& dialect,
-              const KeyRequest& request, sswseHomeRegistryKey& opened)
-{
-    HKEY hive = nullptr;
-    if (const DWORD status = connectTo(call, machine, dialect, opened.root, &hive); status != SSWSE_SUCCESS)
-        return status;
-    HKEY key = nullptr;
-    const LSTATUS result = dialect.open(hive, subkey, 0, request.access, &key);
-    if (result != ERROR_SUCCESS) {
-        sswseReport(call, WSE_OPEN_REGISTRY_KEY, static_cast<DWORD>(result), dialect.openName, request.subkey, "HKLM");
-        return request.openFailure;
-    }
-    opened.key.reset(key);
-    return SSWSE_SUCCESS;
-}
-
-Dialect<char> multibyteDialect()
-{
-    return {RegConnectRegistryA, "RegConnectRegistry", RegOpenKeyExA, "RegOpenKeyEx"};
-}
-
-Dialect<wchar_t> wideDialect()
-{
-    return {RegConnectRegistryW, "RegConnectRegistryW", RegOpenKeyExW, "RegOpenKeyExW"};
-}
-
-} // namespace
-
-DWORD sswseConnectRegistryA(const sswseCall& call, const char* nodename, owned::RegistryKey& root, HKEY* hive)
-{
-    return connectTo(call, machineOf(nodename), multibyteDialect(), root, hive);
-}
-
-DWORD sswseOpenHomeKeyA(const sswseCall& call, const char* nodename, const char* subkey, REGSAM access,
-                        DWORD openFailure, sswseHomeRegistryKey& opened)
-{
-    return openKey(call, machineOf(nodename), subkey, multibyteDialect(), {subkey, access, openFailure}, opened);
-}
-
-DWORD sswseOpenHomeKeyW(const sswseCall& call, const char* nodename, const sswseHomeSubkey& subkey, REGSAM access,
-                        sswseHomeRegistryKey& opened)
-{
-    owned::Heap<wchar_t> node;
-    if (const DWORD status = sswseNodeToWide(call, nodename, node); status != SSWSE_SUCCESS)
-        return status;
-    return openKey<wchar_t>(call, node.get(), subkey.wide.get(), wideDialect(), {subkey.text, access, SSWSE_FAILURE},
-                            opened);
-}
-
-DWORD sswseOpenHomeA(const sswseCall& call, const char* homeKey, const char* nodename, REGSAM access,
-                     sswseHomeRegistryKey& opened)
-{
-    char subkey[260];
-    sswseFormatText(subkey, "Software\\Kestel\\%s", homeKey);
-    return sswseOpenHomeKeyA(call, nodename, subkey, access, SSWSE_HOME_NOT_FOUND, opened);
-}
-
-DWORD sswseMakeHomeSubkey(const sswseCall& call, const char* homeKey, sswseHomeSubkey& subkey)
-{
-    sswseFormatText(subkey.text, "%s", "software\\Kestel\\");
-    const DWORD status = sswseAppend(call, subkey.text, sizeof subkey.text, homeKey);
-    return status == SSWSE_SUCCESS ? sswseToWide(call, subkey.text, subkey.wide) : status;
-}
-
-DWORD sswseReadHomeValueA(const sswseCall& call, HKEY key, const char* value, sswseHomeValue& read)
-{
-    read.stored = sizeof read.text - 1;
-    const LSTATUS result =
-        RegQueryValueExA(key, value, nullptr, nullptr, reinterpret_cast<BYTE*>(read.text), &read.stored);
-    if (result != ERROR_SUCCESS)
-        return sswseFail(call, WSE_QUERY_REGISTRY_VALUE, static_cast<DWORD>(result), "RegQueryValueEx", value);
-    read.text[read.stored] = '\0';
-    return SSWSE_SUCCESS;
-}
-
-DWORD sswseReadHomeValueW(const sswseCall& call, HKEY key, const wchar_t* value, const char* valueName,
-                          owned::Heap<char>& text, size_t* length, bool* absent)
+DWORD readWideValue(const sswseCall& call, HKEY key, const wchar_t* value, const char* valueName,
+                    owned::Heap<char>& text, size_t* length, bool* absent)
 {
     constexpr DWORD bufferSize = 32766;
     const owned::Heap<wchar_t> wide = owned::allocate<wchar_t>(bufferSize);
@@ -141,30 +26,43 @@ DWORD sswseReadHomeValueW(const sswseCall& call, HKEY key, const wchar_t* value,
     return sswseToMultibyte(call, wide.get(), text, length);
 }
 
-DWORD sswseReadValueOfHomeW(const sswseCall& call, const char* homeKey, const char* nodename, const wchar_t* value,
-                            const char* valueName, owned::Heap<char>& text, size_t* length, bool* absent)
+} // namespace
+
+DWORD sswseOpenHomeA(const sswseCall& call, const char* homeKey, const char* nodename, REGSAM access,
+                     sswseMachineKey& opened)
 {
-    sswseHomeSubkey subkey;
-    sswseHomeRegistryKey home;
-    DWORD status = sswseMakeHomeSubkey(call, homeKey, subkey);
-    if (status == SSWSE_SUCCESS)
-        status = sswseOpenHomeKeyW(call, nodename, subkey, KEY_QUERY_VALUE, home);
-    if (status != SSWSE_SUCCESS)
-        return status;
-    return sswseReadHomeValueW(call, home.key.get(), value, valueName, text, length, absent);
+    char subkey[260];
+    sswseFormatText(subkey, "Software\\Kestel\\%s", homeKey);
+    return sswseOpenMachineKeyA(call, nodename, subkey, access, SSWSE_HOME_NOT_FOUND, opened);
 }
 
-DWORD sswseSetRegistryValueA(const sswseCall& call, HKEY key, const char* value, DWORD type, const void* data,
-                             size_t size)
+DWORD sswseMakeHomeSubkey(const sswseCall& call, const char* homeKey, sswseSubkey& subkey)
 {
+    sswseFormatText(subkey.text, "%s", "software\\Kestel\\");
+    const DWORD status = sswseAppend(call, subkey.text, sizeof subkey.text, homeKey);
+    return status == SSWSE_SUCCESS ? sswseToWide(call, subkey.text, subkey.wide) : status;
+}
+
+DWORD sswseReadHomeValueA(const sswseCall& call, HKEY key, const char* value, sswseHomeValue& read)
+{
+    read.stored = sizeof read.text - 1;
     const LSTATUS result =
-        RegSetValueExA(key, value, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size));
+        RegQueryValueExA(key, value, nullptr, nullptr, reinterpret_cast<BYTE*>(read.text), &read.stored);
     if (result != ERROR_SUCCESS)
-        return sswseFail(call, WSE_SET_REGISTRY_VALUE, static_cast<DWORD>(result), "RegSetValueEx", value);
+        return sswseFail(call, WSE_QUERY_REGISTRY_VALUE, static_cast<DWORD>(result), "RegQueryValueEx", value);
+    read.text[read.stored] = '\0';
     return SSWSE_SUCCESS;
 }
 
-DWORD sswseSetRegistryTextA(const sswseCall& call, HKEY key, const char* value, DWORD type, const char* text)
+DWORD sswseReadValueOfHomeW(const sswseCall& call, const char* homeKey, const char* nodename, const wchar_t* value,
+                            const char* valueName, owned::Heap<char>& text, size_t* length, bool* absent)
 {
-    return sswseSetRegistryValueA(call, key, value, type, text, strlen(text) + 1);
+    sswseSubkey subkey;
+    sswseMachineKey home;
+    DWORD status = sswseMakeHomeSubkey(call, homeKey, subkey);
+    if (status == SSWSE_SUCCESS)
+        status = sswseOpenMachineKeyW(call, nodename, subkey, KEY_QUERY_VALUE, home);
+    if (status != SSWSE_SUCCESS)
+        return status;
+    return readWideValue(call, home.key.get(), value, valueName, text, length, absent);
 }

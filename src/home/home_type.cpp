@@ -26,7 +26,7 @@ DWORD WINAPI sswseGetKestelHomeType(sswseErrRec* err, const char* khomekey, char
 {
     const auto args = sswseArgs("khomekey=%s\nkhtypel=%Iu\nnodename=%s", khomekey, khtypel, nodename);
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
-        sswseHomeRegistryKey home;
+        sswseMachineKey home;
         DWORD status = checkTypeArguments(call, khomekey, khtype);
         if (status == SSWSE_SUCCESS)
             status = sswseOpenHomeA(call, khomekey, nodename, KEY_QUERY_VALUE, home);
@@ -47,7 +47,7 @@ DWORD WINAPI sswseSetKestelHomeType(sswseErrRec* err, const char* khomekey, cons
             return SSWSE_UNSUPPORTED_HOME_TYPE;
         }
         // The key is opened, never created: a home without a key cannot be given a type.
-        sswseHomeRegistryKey home;
+        sswseMachineKey home;
         DWORD status = sswseOpenHomeA(call, khomekey, nodename, KEY_SET_VALUE, home);
         if (status != SSWSE_SUCCESS)
             return status;

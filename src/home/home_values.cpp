@@ -29,10 +29,10 @@ DWORD sswseCopyHomeValueOfPath(const sswseCall& call, char* khomepath, const ssw
     if (!text)
         return sswseBadArgument(call, names.noBuffer);
     sswseKeyLine subkey; // the whole line: it holds the path from HKEY_LOCAL_MACHINE on
-    sswseHomeRegistryKey home;
+    sswseMachineKey home;
     DWORD status = sswseReadKeyFileOnNode(call, khomepath, nodename, answers, subkey);
     if (status == SSWSE_SUCCESS)
-        status = sswseOpenHomeKeyA(call, nodename, subkey, KEY_QUERY_VALUE, SSWSE_HOME_NOT_FOUND, home);
+        status = sswseOpenMachineKeyA(call, nodename, subkey, KEY_QUERY_VALUE, SSWSE_HOME_NOT_FOUND, home);
     if (status != SSWSE_SUCCESS)
         return status;
     return sswseCopyHomeValue(call, home.key.get(), names, text, size, outlen);

@@ -1,14 +1,14 @@
 // The name of the local group that gathers a home's virtual accounts, "KES_<home name>_SVCACCTS", and back.
 #include "frame/call.h"
 #include "frame/text.h"
+#include "home/home_group.h"
 
 #include <cstring>
 
 namespace {
 
-constexpr char prefix[] = "KES_";
 constexpr char suffix[] = "_SVCACCTS";
-constexpr size_t fixedLength = sizeof prefix - 1 + sizeof suffix - 1;
+constexpr size_t fixedLength = sizeof sswseHomeGroupPrefix - 1 + sizeof suffix - 1;
 
 } // namespace
 
@@ -24,9 +24,9 @@ DWORD WINAPI sswseGetVAGroupnameForKHomename(sswseErrRec* err, const char* homen
         if (gamel < strlen(homename) + fixedLength + 1)
             return sswseBufferTooSmall(call, "groupname");
         char work[512];
-        sswseFormatText(work, "%s%s%s", prefix, homename, suffix);
+        sswseHomeGroup(work, homename, suffix);
         const size_t length = strlen(work);
-        if (gamel < length) // kept though the first guard is the stricter one
+        if (gamel < length) // though the first guard is the stricter one: deliberate
             return sswseBufferTooSmall(call, "groupname");
         if (const DWORD status = sswseCopy(call, groupname, length + 1, work); status != SSWSE_SUCCESS)
             return status;
@@ -53,11 +53,11 @@ DWORD WINAPI sswseGetKHomeNameFromVAGroupName(sswseErrRec* err, const char* grou
             return status;
         // Both are looked for from the start and may stand anywhere; the message's name is not an argument's:
         // deliberate.
-        const char* const begin = strstr(work, prefix);
+        const char* const begin = strstr(work, sswseHomeGroupPrefix);
         char* const end = strstr(work, suffix);
         if (!begin || !end)
             return sswseBadArgument(call, "tempstr");
-        const char* const name = begin + sizeof prefix - 1;
+        const char* const name = begin + sizeof sswseHomeGroupPrefix - 1;
         if (end <= name)
             return sswseBadArgument(call, "groupname");
         *end = '\0';

@@ -2,7 +2,7 @@
 
 #include "frame/acl_bounds.h"
 #include "frame/call.h"
-#include "services/home_group.h"
+#include "home/home_group.h"
 #include "services/service_manager.h"
 
 #include <aclapi.h>

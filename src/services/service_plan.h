@@ -3,7 +3,7 @@
 #pragma once
 
 #include "frame/secret.h"
-#include "services/service_account.h"
+#include "services/account_decision.h"
 
 struct sswseServicePlan
 {

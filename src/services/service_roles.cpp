@@ -4,15 +4,15 @@
 #include "frame/call.h"
 #include "frame/os_version.h"
 #include "frame/owned.h"
-#include "services/home_group.h"
+#include "home/home_group.h"
 #include "services/role_table.h"
 
 #include <cstring>
 
 namespace {
 
-constexpr char homeTemplate[] = "KES_HN_"; // a group of each home: the home's name takes the place of "HN"
-constexpr size_t templateSuffix = 6;       // where the role begins, with its "_"
+constexpr char homeTemplate[] = "KES_HN_";             // a group of each home: the home's name takes the place of "HN"
+constexpr size_t templateSuffix = sizeof "KES_HN" - 1; // where the role begins, with its "_"
 
 // The name that joins groups: the service's SID name or its account.
 DWORD memberName(const sswseCall& call, bool useSid, const char* svcname, const char* svcuser, char (&member)[512])

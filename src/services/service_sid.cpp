@@ -19,7 +19,7 @@ DWORD serviceDomain(const sswseCall& call, owned::Heap<char>& domain, size_t* le
         sswseRequireValidSid(call, sid.get()) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     sswseQualifiedName name;
-    if (sswseLookupSid(call, sid.get(), name) != SSWSE_SUCCESS)
+    if (sswseLookupNameOfSid(call, sid.get(), name) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     return sswseToMultibyte(call, name.domain, domain, length);
 }

@@ -1,7 +1,7 @@
 #include "services/service_sid_type.h"
 
 #include "frame/call.h"
-#include "services/home_service_user.h"
+#include "services/own_home_user.h"
 #include "services/role_table.h"
 #include "services/service_manager.h"
 

@@ -43,18 +43,16 @@ TEST(Text, ConvertsWithItsTerminator)
         {nullptr, nullptr, 0}, {"", L"", 1}, {"C:\\x \x80\xE4", L"C:\\x \x20AC\xE4", 8}};
     ASSERT_EQ(GetACP(), 1252u);
     for (const auto& [multibyte, wide, expected] : cases) {
-        wchar_t* converted = nullptr;
-        char* back = nullptr;
+        owned::Heap<wchar_t> converted;
+        owned::Heap<char> back;
         size_t length = 99;
-        EXPECT_EQ(sswseMbToWide(multibyte, &converted, &length), 2u);
-        EXPECT_STREQ(converted, wide);
+        EXPECT_EQ(sswseMbToWide(multibyte, converted, &length), 2u);
+        EXPECT_STREQ(converted.get(), wide);
         EXPECT_EQ(length, expected);
         length = 99;
-        EXPECT_EQ(sswseWideToMb(wide, &back, &length), 2u);
-        EXPECT_STREQ(back, multibyte);
+        EXPECT_EQ(sswseWideToMb(wide, back, &length), 2u);
+        EXPECT_STREQ(back.get(), multibyte);
         EXPECT_EQ(length, expected);
-        free(converted);
-        free(back);
     }
 }
 

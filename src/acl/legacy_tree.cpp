@@ -1,4 +1,4 @@
-#include "acl/legacy_walk.h"
+#include "acl/legacy_tree.h"
 
 #include "acl/legacy_object.h"
 #include "frame/call.h"

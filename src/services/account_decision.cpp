@@ -1,7 +1,7 @@
-#include "services/service_account.h"
+#include "services/account_decision.h"
 
 #include "frame/call.h"
-#include "services/home_service_user.h"
+#include "services/own_home_user.h"
 #include "services/role_table.h"
 
 #include <cstring>
@@ -15,7 +15,7 @@ DWORD virtualAccount(const sswseCall& call, const char* servicename, sswseServic
 {
     account.isVirtual = true;
     const DWORD status = sswseGetServiceSidName(call.rec, servicename, account.name, announcedSize, nullptr);
-    // Upside down on purpose, so a name that was found answers 3: callers go by the account.
+    // Upside down, so a name that was found answers 3: deliberate, callers go by the account.
     return status == 0 ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 

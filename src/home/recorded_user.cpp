@@ -1,6 +1,6 @@
 // The account that runs a home's services, as recorded under the home's registry key: recorded with the facts derived
 // from it, and read back.
-#include "home/service_user.h"
+#include "home/recorded_user.h"
 
 #include "accounts/account_names.h"
 #include "frame/call.h"
@@ -41,7 +41,7 @@ DWORD isPasswordNeeded(const sswseCall& call, const char* uname, const char* nod
     if (sswseIsManagedSVCAccount(call.rec, uname, nodename) == SSWSE_YES || isReplacedKeyword(uname))
         return SSWSE_NO;
     owned::Heap<void> sid;
-    if (sswseSidOfServiceUser(call, uname, sid) != SSWSE_SUCCESS)
+    if (sswseSidOfName(call, uname, sid) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     const bool isLocal = IsWellKnownSid(sid.get(), WinLocalSystemSid) || IsWellKnownSid(sid.get(), WinLocalServiceSid);
     return isLocal ? SSWSE_NO : SSWSE_YES;
@@ -106,15 +106,6 @@ DWORD readUser(const sswseCall& call, const char* homeKey, char* uname, size_t u
 
 } // namespace
 
-DWORD sswseSidOfServiceUser(const sswseCall& call, const char* user, owned::Heap<void>& sid)
-{
-    PSID found = nullptr;
-    const DWORD status = sswseConvertUnameToSID(call.rec, user, &found);
-    sid.reset(found);
-    // The status alone would let a SID through that was never filled in: the difference is meant.
-    return sswseHasSid(call, status) ? SSWSE_SUCCESS : SSWSE_FAILURE;
-}
-
 DWORD WINAPI sswseSetUnameForKhome(sswseErrRec* err, const char* uname, const char* nodename, const char* khomekey)
 {
     // The last one without its "=": deliberate.
@@ -125,13 +116,13 @@ DWORD WINAPI sswseSetUnameForKhome(sswseErrRec* err, const char* uname, const ch
         if (!khomekey)
             return sswseBadArgument(call, "KestelHomeKey", SSWSE_HOME_NOT_FOUND); // this status: deliberate
         char recorded[512];
-        sswseHomeSubkey subkey;
-        sswseHomeRegistryKey home;
+        sswseSubkey subkey;
+        sswseMachineKey home;
         DWORD status = sswseMakeHomeSubkey(call, khomekey, subkey);
         if (status == SSWSE_SUCCESS)
             status = nameToRecord(call, uname, recorded);
         if (status == SSWSE_SUCCESS)
-            status = sswseOpenHomeKeyW(call, nodename, subkey, KEY_SET_VALUE, home);
+            status = sswseOpenMachineKeyW(call, nodename, subkey, KEY_SET_VALUE, home);
         if (status != SSWSE_SUCCESS)
             return status;
         return recordUserAndFacts(call, home.key.get(), recorded, uname, nodename);

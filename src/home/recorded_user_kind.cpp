@@ -1,6 +1,7 @@
 // What kind of account a home's recorded service user is.
-#include "home/service_user.h"
+#include "home/recorded_user.h"
 
+#include "accounts/account_names.h"
 #include "frame/call.h"
 #include "home/home_registry.h"
 #include "home/key_file.h"
@@ -32,7 +33,7 @@ DWORD isWellKnown(const sswseCall& call, const char* ckhpath, const char* nodena
 {
     return askOfUser(call, ckhpath, nodename, {"KestelHomePath", SSWSE_FAILURE}, [&](const char* user) -> DWORD {
         owned::Heap<void> sid;
-        if (sswseSidOfServiceUser(call, user, sid) != SSWSE_SUCCESS)
+        if (sswseSidOfName(call, user, sid) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         return IsWellKnownSid(sid.get(), type) ? SSWSE_YES : SSWSE_NO;
     });
@@ -83,7 +84,7 @@ DWORD WINAPI sswseIsSVCUserPasswordRequired(sswseErrRec* err, const char* khomep
             return sswseBadArgument(call, "KestelHome Path");
         sswseKeyLine line;
         const char* homeKey = nullptr;
-        sswseHomeRegistryKey home;
+        sswseMachineKey home;
         sswseHomeValue required;
         DWORD status = sswseFindHomeKey(call, khomepath, answers, line, &homeKey);
         if (status == SSWSE_SUCCESS)

@@ -1,8 +1,9 @@
-#include "services/home_service_user.h"
+#include "services/own_home_user.h"
 
+#include "accounts/account_names.h"
 #include "frame/call.h"
 #include "home/home_registry.h"
-#include "home/service_user.h"
+#include "home/recorded_user.h"
 
 #include <cstring>
 
@@ -13,7 +14,7 @@ DWORD sswseIsCurKHSvcUserLocalSystem(sswseErrRec* err, const char* nodename)
         if (sswseGetUnameForKhome(call.rec, user, sizeof user - 1, nullptr, nodename) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         owned::Heap<void> sid;
-        if (sswseSidOfServiceUser(call, user, sid) != SSWSE_SUCCESS)
+        if (sswseSidOfName(call, user, sid) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         return IsWellKnownSid(sid.get(), WinLocalSystemSid) ? SSWSE_YES : SSWSE_NO;
     });

@@ -1,4 +1,4 @@
-#include "acl/vlfs_mount.h"
+#include "acl/vlfs.h"
 
 #include "frame/call.h"
 #include "frame/text.h"
@@ -6,6 +6,8 @@
 #include <cwchar>
 
 namespace {
+
+constexpr const wchar_t* reservedNames[] = {L".VLFS", L".fileid", L".Security"};
 
 DWORD askVolume(const sswseCall& call, const wchar_t* path, bool* isVlfs)
 {
@@ -23,12 +25,20 @@ DWORD askVolume(const sswseCall& call, const wchar_t* path, bool* isVlfs)
 
 bool isLink(const WIN32_FIND_DATAA& entry)
 {
-    // A test of bits, not for one tag: most reparse points pass. Kept so.
+    // A test of bits, not for one tag: most reparse points pass. Deliberate.
     return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) &&
            (entry.dwReserved0 & IO_REPARSE_TAG_MOUNT_POINT) != 0;
 }
 
 } // namespace
+
+bool sswseIsReservedName(const wchar_t* name)
+{
+    for (const wchar_t* reserved : reservedNames)
+        if (_wcsicmp(name, reserved) == 0)
+            return true;
+    return false;
+}
 
 DWORD sswseCheckIfVlfsAndMountPoint(sswseErrRec* err, const char* path, char (&volumePath)[sswseVolumePathSize],
                                     bool* isMountPoint)

@@ -11,13 +11,9 @@ namespace {
 // The account is for services: nobody signs in with it at the console or from afar.
 DWORD denyInteractiveLogon(const sswseCall& call, const char* username)
 {
-    PSID converted = nullptr;
-    const DWORD status = sswseConvertUnameToSID(call.rec, username, &converted);
-    const owned::Heap<void> sid(converted);
-    if (!sswseHasSid(call, status))
-        return SSWSE_FAILURE;
+    owned::Heap<void> sid;
     owned::PolicyHandle policy;
-    if (sswseOpenPolicy(call, nullptr, policy) != SSWSE_SUCCESS)
+    if (sswseSidOfName(call, username, sid) != SSWSE_SUCCESS || sswseOpenPolicy(call, nullptr, policy) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     std::array<LSA_UNICODE_STRING, 2> rights = {sswseLsaString(L"SeDenyInteractiveLogonRight"),
                                                 sswseLsaString(L"SeDenyRemoteInteractiveLogonRight")};
@@ -59,19 +55,19 @@ DWORD requireLocalName(const sswseCall& call, const char* username, DWORD domain
 DWORD WINAPI sswseCreateKestelSVCUser(sswseErrRec* err, const char* username, const char* password)
 {
     // The password is traced as given: deliberate.
-    return sswseRunFramed(err, __func__, sswseArgs("username = %s\npassword = %s", username, password),
-                          [&](const sswseCall& call) -> DWORD {
-                              DWORD status = requireLocalName(call, username, WSE_CREATE_DOMAIN_USER);
-                              if (status != SSWSE_SUCCESS)
-                                  return status;
-                              owned::Heap<wchar_t> name;
-                              owned::Secret secret;
-                              if (sswseToWide(call, username, name) != SSWSE_SUCCESS ||
-                                  sswseToWideSecret(call, password, secret) != SSWSE_SUCCESS)
-                                  return SSWSE_FAILURE;
-                              status = addUser(call, name.get(), secret.get());
-                              return status == SSWSE_SUCCESS ? denyInteractiveLogon(call, username) : status;
-                          });
+    const auto args = sswseArgs("username = %s\npassword = %s", username, password);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
+        DWORD status = requireLocalName(call, username, WSE_CREATE_DOMAIN_USER);
+        if (status != SSWSE_SUCCESS)
+            return status;
+        owned::Heap<wchar_t> name;
+        owned::Secret secret;
+        if (sswseToWide(call, username, name) != SSWSE_SUCCESS ||
+            sswseToWideSecret(call, password, secret) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        status = addUser(call, name.get(), secret.get());
+        return status == SSWSE_SUCCESS ? denyInteractiveLogon(call, username) : status;
+    });
 }
 
 // The rights given at creation are not taken back.
