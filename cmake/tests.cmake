@@ -9,6 +9,8 @@ target_include_directories(keswsec_tests PRIVATE
   ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src ${KESWSEC_MESSAGES_DIR})
 target_link_libraries(keswsec_tests PRIVATE cli GTest::gmock_main ${KESWSEC_SYSTEM_LIBRARIES} rpcrt4 ole32)
 target_compile_options(keswsec_tests PRIVATE ${KESWSEC_WARNINGS} -O0) # built often, run briefly
+target_precompile_headers(keswsec_tests PRIVATE # half of the time that a test takes to compile
+  <windows.h> <gmock/gmock.h> <gtest/gtest.h> <filesystem> <functional> <map> <memory> <optional> <set> <string> <vector>)
 target_compile_definitions(keswsec_tests PRIVATE KESWSEC_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
 target_link_options(keswsec_tests PRIVATE -static)
 add_dependencies(keswsec_tests keswsec keswsec_cli keswsec_messages)
