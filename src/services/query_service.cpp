@@ -3,16 +3,19 @@
 #include "frame/text.h"
 #include "services/service_manager.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
 
+constexpr DWORD factor = 2;     // twice what is asked for: deliberate, the configuration may grow between the calls
+constexpr DWORD largest = 8192; // more than that may not be announced to the platform
+
 DWORD readConfiguration(const sswseCall& call, SC_HANDLE service, sswseServiceAnswer<QUERY_SERVICE_CONFIGW>& config)
 {
-    constexpr DWORD factor = 2; // twice what is asked for: deliberate, the configuration may grow between the calls
     return sswseQueryService(call, "QueryServiceConfigW", factor, config,
                              [service](QUERY_SERVICE_CONFIGW* buffer, DWORD size, DWORD* needed) {
-                                 return QueryServiceConfigW(service, buffer, size, needed);
+                                 return QueryServiceConfigW(service, buffer, std::min(size, largest), needed);
                              });
 }
 

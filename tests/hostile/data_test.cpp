@@ -129,7 +129,11 @@ TEST_F(HostileData, ServiceConfigurations)
             const std::string what = "an account of " + std::to_string(length);
             subject.runAll(readers, what);
             query.values[1].number = length + 1;
-            EXPECT_EQ(subject.run(query, what).outputs.at("username"), std::string(length, 'a'));
+            const bool fits = length < 1000 && dependencies == 0; // into the 8 KB that may be asked for
+            EXPECT_EQ(subject.run(query, what).status, DWORD{fits ? SSWSE_SUCCESS : SSWSE_FAILURE});
+            if (fits) {
+                EXPECT_EQ(subject.run(query, what).outputs.at("username"), std::string(length, 'a'));
+            }
             query.values[1].number = length;
             EXPECT_EQ(subject.run(query, what).status, DWORD{SSWSE_FAILURE});
         }
