@@ -13,9 +13,9 @@ HMODULE sswseOwnModule()
 
 char* sswseOwnDirectoryEnd(HMODULE self, char (&path)[MAX_PATH])
 {
-    if (!GetModuleFileNameA(self, path, sizeof path - 1))
+    constexpr DWORD capacity = sizeof path - 1;
+    const DWORD length = GetModuleFileNameA(self, path, capacity);
+    if (length == 0 || length >= capacity) // a path cut short could end in another directory
         return nullptr;
-    path[sizeof path - 1] = '\0';
-    path[sizeof path - 2] = '\0'; // a path that was cut short is not terminated by every release
     return strrchr(path, '\\');
 }

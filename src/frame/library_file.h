@@ -7,5 +7,6 @@
 HMODULE sswseOwnModule();
 
 // Writes the library's full path and returns the position of its last backslash, so that a caller can put another
-// file's name behind the directory; NULL (last error set) when the path cannot be had.
+// file's name behind the directory; NULL (last error set) when the path cannot be had, with
+// ERROR_INSUFFICIENT_BUFFER when it does not fit.
 char* sswseOwnDirectoryEnd(HMODULE self, char (&path)[MAX_PATH]);

@@ -68,12 +68,14 @@ DWORD sswseLoadMessageModule()
 {
     char path[MAX_PATH];
     const HMODULE self = sswseOwnModule();
-    char* fileName = self ? sswseOwnDirectoryEnd(self, path) : nullptr;
-    if (!fileName)
+    if (!self)
+        return SSWSE_FAILURE;
+    char* const fileName = sswseOwnDirectoryEnd(self, path);
+    if (!fileName && GetLastError() != ERROR_INSUFFICIENT_BUFFER) // a path too long for the others still has its own
         return SSWSE_FAILURE;
 
-    owned::Handle file = probe(path, fileName, sswseGetLanguageCode());
-    if (!file)
+    owned::Handle file = fileName ? probe(path, fileName, sswseGetLanguageCode()) : nullptr;
+    if (fileName && !file)
         file = probe(path, fileName, "US");
     HMODULE found = file ? LoadLibraryExA(path, nullptr, LOAD_LIBRARY_AS_DATAFILE) : nullptr;
     messageModule.store(found ? found : self);

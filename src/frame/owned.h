@@ -29,6 +29,16 @@ struct HandleCloser
     void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
 
+// Opening the key of no name below a predefined one may yield that one itself, which is not ours to close.
+struct RegistryKeyCloser
+{
+    void operator()(HKEY key) const
+    {
+        if (key != HKEY_LOCAL_MACHINE)
+            RegCloseKey(key);
+    }
+};
+
 struct PolicyCloser
 {
     using pointer = LSA_HANDLE;
@@ -50,7 +60,7 @@ using NetBuffer = std::unique_ptr<T, Releaser<&NetApiBufferFree>>;
 template <class T>
 using LsaBuffer = std::unique_ptr<T, Releaser<&LsaFreeMemory>>;
 using Sid = std::unique_ptr<void, Releaser<&FreeSid>>; // AllocateAndInitializeSid
-using RegistryKey = std::unique_ptr<HKEY__, Releaser<&RegCloseKey>>;
+using RegistryKey = std::unique_ptr<HKEY__, RegistryKeyCloser>;
 using ServiceHandle = std::unique_ptr<SC_HANDLE__, Releaser<&CloseServiceHandle>>;
 using Module = std::unique_ptr<HINSTANCE__, Releaser<&FreeLibrary>>;
 using Handle = std::unique_ptr<void, HandleCloser>; // files, tokens

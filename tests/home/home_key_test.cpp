@@ -15,10 +15,34 @@ using namespace std::string_literals;
 
 constexpr char noHome[] = "WSE-000052: Unable to determine Kestel home.";
 
+// A module path that does not fit, as the platform cuts it: the directory above the library's has a key file.
+DWORD WINAPI cutPath(HMODULE, char* path, DWORD size)
+{
+    memset(path, 'x', size);
+    memcpy(path, "C:\\", 3);
+    path[size - 1] = '\0';
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return size;
+}
+
+int closedPredefinedKeys;
+
+LSTATUS WINAPI openPredefined(HKEY root, const char*, DWORD, REGSAM, HKEY* key)
+{
+    *key = root; // as for a key without a name
+    return ERROR_SUCCESS;
+}
+
+LSTATUS WINAPI countPredefined(HKEY key)
+{
+    closedPredefinedKeys += key == HKEY_LOCAL_MACHINE;
+    return ERROR_SUCCESS;
+}
+
 class OwnHome : public testing::Test
 {
 protected:
-    const support::TemporaryHome home;
+    support::TemporaryHome home;
     decltype(&sswseGetKestelHomeKey) const key = EXPORT_OF(home, sswseGetKestelHomeKey);
     decltype(&sswseGetKestelHomeName) const name = EXPORT_OF(home, sswseGetKestelHomeName);
 };
@@ -70,6 +94,22 @@ TEST_F(OwnHome, KeyFromTheEnvironmentMustFitWithItsTerminator)
     expect(tooLong.c_str(), {"too long", key, 500, 3, "", untouched, noRoom});
     expect(nullptr, {"not set", key, 8, 3, "", untouched, noHome});
     expect("", {"empty", key, 8, 3, "", untouched, noHome});
+}
+
+TEST_F(OwnHome, HasNoKeyWhereTheLibrarysPathIsCut)
+{
+    home.redirect("GetModuleFileNameA", &cutPath);
+    expectTexts({{"cut", key, 16, 3, "", untouched, "WSE-000047: Unable to get full path for the module."}});
+}
+
+TEST_F(OwnHome, DoesNotCloseAPredefinedKey)
+{
+    home.redirect("RegOpenKeyExA", &openPredefined);
+    home.redirect("RegCloseKey", &countPredefined);
+    closedPredefinedKeys = 0;
+    char text[16];
+    EXPECT_EQ(name(nullptr, text, sizeof text, nullptr), 3u);
+    EXPECT_EQ(closedPredefinedKeys, 0);
 }
 
 TEST_F(OwnHome, NameIsReadBelowTheKey)
