@@ -92,7 +92,8 @@ DWORD WINAPI sswseTraceOff(sswseErrRec* err)
 void sswseTraceToFile(const char* format, ...)
 {
     const TraceLock lock;
-    if (!sswseTraceEnabled() || !openTraceFile())
+    // A callback set by now would have been due this line: it gets the next one, and no file is left behind.
+    if (!sswseTraceEnabled() || sswseTracing.callback.load() || !openTraceFile())
         return;
     char date[9];
     char time[9];

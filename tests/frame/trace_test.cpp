@@ -189,6 +189,9 @@ TEST(Trace, FileRecordsAreWholeLines)
     for (std::thread& thread : threads)
         thread.join();
     sswseTraceSeparator();
+    sswseTracing.callback = &support::TraceLog::receive;
+    sswseTraceToFile("%s", "dropped: a callback is set by now");
+    sswseTracing.callback = nullptr;
     sswseTracing.enabled = 0;
     sswseTraceToFile("%s", "dropped: switched off");
 
