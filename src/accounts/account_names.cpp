@@ -186,7 +186,8 @@ DWORD sswseSidFromString(const sswseCall& call, const wchar_t* text, owned::Loca
 
 DWORD sswseRequireValidSid(const sswseCall& call, PSID sid)
 {
-    if (!IsValidSid(sid))
+    SetLastError(ERROR_INVALID_SID); // the platform need not set one, and takes no NULL
+    if (!sid || !IsValidSid(sid))
         return sswseFail(call, WSE_INVALID_SID, GetLastError(), "IsValidSid");
     return SSWSE_SUCCESS;
 }

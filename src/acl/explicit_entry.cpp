@@ -20,7 +20,7 @@ struct TrusteeArgs
     uint32_t operator()(char* buffer, size_t capacity) const
     {
         const PSID sid = const_cast<void*>(trustee);
-        const int length = IsValidSid(sid) ? static_cast<int>(GetLengthSid(sid)) : 0;
+        const int length = sid && IsValidSid(sid) ? static_cast<int>(GetLengthSid(sid)) : 0;
         return sswseFormat(
             buffer, capacity,
             "pszTrustee = %.*s\nTrusteeType = %d\ndwAccessRights = %u\nAccessMode = %d\ndwInheritance = %u", length,
@@ -40,6 +40,8 @@ DWORD WINAPI sswseAddAceToACL(sswseErrRec* err, void* pszTrustee, int TrusteeTyp
             return sswseBadArgument(call, "acl");
         if (*acl && !sswseIsAclWhole(*acl, *acl, (*acl)->AclSize)) // the platform takes it on trust
             return sswseFail(call, WSE_SECURITY_DESCRIPTOR, ERROR_INVALID_ACL, "SetEntriesInAcl");
+        if (!pszTrustee || !IsValidSid(pszTrustee)) // and the trustee
+            return sswseFail(call, WSE_SECURITY_DESCRIPTOR, ERROR_INVALID_SID, "SetEntriesInAcl");
         EXPLICIT_ACCESSA entry = {};
         entry.grfAccessPermissions = dwAccessRights;
         entry.grfAccessMode = static_cast<ACCESS_MODE>(AccessMode);

@@ -94,7 +94,7 @@ DWORD limitByOldDacl(const Object& object, sswseLegacyEntries& entries)
 
 bool setFileSecurity(const wchar_t* path, const sswseLegacyEntries& entries)
 {
-    alignas(ACL) BYTE room[sizeof(ACL) + sizeof entries.entry];
+    alignas(DWORD) BYTE room[sizeof(ACL) + sizeof entries.entry];
     const auto acl = reinterpret_cast<PACL>(room);
     DWORD size = sizeof(ACL);
     for (DWORD i = 0; i < entries.count; ++i)

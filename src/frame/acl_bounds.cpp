@@ -17,7 +17,7 @@ size_t roomBehind(const void* place, const void* block, size_t size)
 bool sswseIsAclWhole(const ACL* acl, const void* block, size_t size)
 {
     const size_t room = roomBehind(acl, block, size);
-    if (room < sizeof *acl || room < acl->AclSize)
+    if (room < sizeof *acl || acl->AclSize < sizeof *acl || acl->AclSize > room)
         return false;
     const auto* place = reinterpret_cast<const BYTE*>(acl + 1);
     for (WORD left = acl->AceCount; left > 0; --left) {

@@ -150,7 +150,8 @@ TEST_F(Rights, ThatCannotBeReadAreNoAnswer)
         {"groups", check("svc"), 3, noGroups, denied, failing("NetUserGetLocalGroups", denied)},
         {"no user", check("KES_DBA"), 3, noGroups, NERR_UserNotFound},
         {"group's name", check("svc"), 3, notFound, unknown, failing("LookupAccountNameW", unknown, 1)},
-        {"user without a SID", check("svc"), 3, "WSE-000039", unknown, failing("LookupAccountNameW", unknown, 4)},
+        {"user without a SID", check("svc"), 3, "WSE-000039", ERROR_INVALID_SID,
+         failing("LookupAccountNameW", unknown, 4)},
     });
 }
 

@@ -55,6 +55,21 @@ TEST(ExplicitEntry, IsMergedAsThePlatformDoes)
     }
 }
 
+TEST(ExplicitEntry, OfNoValidSidLeavesTheListAlone)
+{
+    SID broken = everyone;
+    broken.Revision = 9;
+    for (void* const trustee : {static_cast<void*>(nullptr), sidOf(broken)}) {
+        const std::vector<BYTE> bytes = aclOf("(A;;0x1;;;BU)");
+        const auto acl = reinterpret_cast<PACL>(const_cast<BYTE*>(bytes.data()));
+        PACL merged = acl;
+        sswseErrRec rec;
+        EXPECT_EQ(sswseAddAceToACL(&rec, trustee, TRUSTEE_IS_USER, 2, GRANT_ACCESS, 0, &merged), 3u);
+        EXPECT_STREQ(rec.oserror, "1337");
+        EXPECT_EQ(merged, acl);
+    }
+}
+
 TEST(ExplicitEntry, IsTracedNoFurtherThanItsSid)
 {
     const SID full = {SID_REVISION, 1, {{1, 2, 3, 4, 5, 6}}, {0x41424344}}; // no byte of 0

@@ -65,6 +65,8 @@ const std::vector<Exception>& exceptions()
          "Who has no account on the node has no groups there.", SSWSE_NO},
         {E::tolerated, "sswseAddSvcToVAGroups|sswseAddUserToGroup", "NetLocalGroupAddMembers", ERROR_MEMBER_IN_ALIAS,
          "A member counts as added; the home's group is met again in the row.", 0, "|KES_h1_SVCACCTS: member"},
+        {E::otherError, "sswseCheckUserPrivileges|sswseConvertUnameToSID", "LookupAccountNameW", 0,
+         "An account that vanishes between size query and look-up: the SID that is not valid is reported."},
         // home
         {E::otherError, nullptr, "CreateFileA|ReadFile|GetEnvironmentVariableA", 0, "WSE-000052 names no error."},
         {E::silent, "sswseGetKestelHomeKey", "ReadFile", 0, "A key file that cannot be read says nothing."},
