@@ -65,8 +65,7 @@ bool updateChild(const sswseCall& call, TreeWalk& walk, size_t length, DWORD* st
         skipTooLong(call, walk, "GetFileAttributesW");
         return true;
     }
-    walk.path[length] = L'\\';
-    wcscpy(walk.path + length + 1, name);
+    sswseFormatW(walk.path + length, childPathSize - length, L"\\%ls", name);
     // Attributes that cannot be read have all bits set: such a child is taken for a directory.
     if (GetFileAttributesW(walk.path) & FILE_ATTRIBUTE_DIRECTORY) {
         *status = walkDirectory(call.rec, walk, walk.path, false);

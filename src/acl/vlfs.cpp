@@ -11,7 +11,8 @@ constexpr const wchar_t* reservedNames[] = {L".VLFS", L".fileid", L".Security"};
 
 DWORD askVolume(const sswseCall& call, const wchar_t* path, bool* isVlfs)
 {
-    // The volume's path is no longer than the full path: what is given, behind the current directory at most.
+    // The volume's path is no longer than the full path. For a path that does not begin with a drive the platform answers
+    // the volume that the system was started from.
     const size_t size = wcslen(path) + MAX_PATH + 1;
     const owned::Heap<wchar_t> volume = owned::allocate<wchar_t>(size * sizeof(wchar_t));
     if (!volume)
