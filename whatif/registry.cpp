@@ -1,13 +1,17 @@
 #include "whatif/registry.h"
 
 #include <atomic>
+#include <sstream>
 #include <stdexcept>
 
 namespace whatif {
 
 namespace {
 
-constexpr wchar_t scratchKey[] = L"Software\\keswsec-what-if";
+// Each world has a root of its own, "keswsec-what-if-<process id>-<start of the process>-<number>", which no other one
+// has had or will have: process ids are used again, but not for a process of the same start.
+constexpr wchar_t rootsIn[] = L"Software";
+constexpr wchar_t rootPrefix[] = L"keswsec-what-if-";
 
 // Every Windows has it, so that its making would only clutter the plan of a described node. The log is a source of its
 // own too, and with a key below it cannot be deleted.
@@ -106,11 +110,47 @@ std::wstring tombstone(const std::wstring& path)
     return L"registry HKLM\\" + path;
 }
 
+ULONGLONG startOf(HANDLE process)
+{
+    FILETIME start = {};
+    FILETIME others[3];
+    GetProcessTimes(process, &start, &others[0], &others[1], &others[2]);
+    return static_cast<ULONGLONG>(start.dwHighDateTime) << 32 | start.dwLowDateTime;
+}
+
+// One that may not be looked at has not ended.
+bool hasEnded(DWORD processId, ULONGLONG start)
+{
+    const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, processId);
+    if (!process)
+        return GetLastError() == ERROR_INVALID_PARAMETER;
+    const bool ended = WaitForSingleObject(process, 0) == WAIT_OBJECT_0 || startOf(process) != start;
+    CloseHandle(process);
+    return ended;
+}
+
+// Removes what processes have left that did not come to their end.
+void removeLeftRoots()
+{
+    Key software;
+    if (openKey(HKEY_CURRENT_USER, rootsIn, KEY_ALL_ACCESS, software) != ERROR_SUCCESS)
+        return;
+    const std::wstring prefix = rootPrefix;
+    for (const std::wstring& name : subkeyNames(software.get())) {
+        DWORD processId = 0;
+        ULONGLONG start = 0;
+        wchar_t dash = 0;
+        if (name.compare(0, prefix.size(), prefix) == 0 &&
+            std::wistringstream(name.substr(prefix.size())) >> processId >> dash >> start && hasEnded(processId, start))
+            RegDeleteTreeW(software.get(), name.c_str());
+    }
+}
+
 } // namespace
 
 struct Registry::State
 {
-    std::wstring path; // of the scratch key
+    std::wstring path; // of the root, in HKEY_CURRENT_USER
     Key root;
 
     std::wstring under(const Node& node, const std::wstring& key) const
@@ -122,8 +162,13 @@ struct Registry::State
 Registry::Registry() : state_(std::make_unique<State>())
 {
     static std::atomic<unsigned> count;
-    state_->path =
-        std::wstring(scratchKey) + L'\\' + std::to_wstring(GetCurrentProcessId()) + L'-' + std::to_wstring(++count);
+    const unsigned number = ++count;
+    if (number == 1)
+        removeLeftRoots();
+    std::wostringstream path;
+    path << rootsIn << L'\\' << rootPrefix << GetCurrentProcessId() << L'-' << startOf(GetCurrentProcess()) << L'-'
+         << number;
+    state_->path = path.str();
     require(makeKey(HKEY_CURRENT_USER, state_->path, nullptr, state_->root));
 }
 
@@ -131,8 +176,6 @@ Registry::~Registry()
 {
     state_->root.reset();
     RegDeleteTreeW(HKEY_CURRENT_USER, state_->path.c_str());
-    RegDeleteKeyW(HKEY_CURRENT_USER, state_->path.c_str());
-    RegDeleteKeyW(HKEY_CURRENT_USER, scratchKey); // fails as long as another process has its own there
 }
 
 // Makes the key and those above it stand in the scratch key, if this machine has them and the node did not delete them.

@@ -1,12 +1,32 @@
 #include "tests/support/home.h"
+#include "tests/support/program.h"
 #include "whatif/registry.h"
 #include "whatif/whatif.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <set>
+#include <thread>
+
 namespace {
 
 using namespace whatif;
+
+const std::wstring rootsOfThisProcess = L"keswsec-what-if-" + std::to_wstring(GetCurrentProcessId()) + L"-";
+
+std::set<std::wstring> roots()
+{
+    std::set<std::wstring> found;
+    HKEY software = nullptr;
+    RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, &software);
+    wchar_t name[256];
+    for (DWORD i = 0; RegEnumKeyW(software, i, name, 256) == ERROR_SUCCESS; ++i)
+        if (std::wstring(name).rfind(rootsOfThisProcess, 0) == 0)
+            found.insert(name);
+    RegCloseKey(software);
+    return found;
+}
 
 TEST(RegistryValues, TextIsExactBothWays)
 {
@@ -35,6 +55,7 @@ TEST(RegistryValues, TextIsExactBothWays)
 
 TEST(Registry, NodesAreApartAndLeaveNothingBehind)
 {
+    const std::set<std::wstring> before = roots();
     {
         World world(Base::described);
         Registry& registry = world.registry();
@@ -44,8 +65,32 @@ TEST(Registry, NodesAreApartAndLeaveNothingBehind)
         EXPECT_FALSE(registry.hasKey(world.add(L"db2"), L"SOFTWARE\\Kestel"));
         EXPECT_FALSE(registry.hasKey(local, L"SOFTWARE\\Microsoft"));
     }
-    HKEY key = nullptr;
-    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\keswsec-what-if", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(roots(), before);
+}
+
+TEST(Registry, ProcessesDoNotMeet)
+{
+    HKEY key = nullptr; // left by a process that had this one's id
+    RegCreateKeyExW(HKEY_CURRENT_USER, (L"Software\\" + rootsOfThisProcess + L"1-1\\NODE").c_str(), 0, nullptr,
+                    REG_OPTION_VOLATILE, KEY_READ, nullptr, &key, nullptr);
+    RegCloseKey(key);
+    EXPECT_EQ(roots().count(rootsOfThisProcess + L"1-1"), 1u);
+    std::atomic<int> running = 2;
+    const auto runOther = [&] {
+        const support::Finished other = support::runProgram(
+            "--node " KESWSEC_SOURCE_DIR "/examples/server.ini CreateSVCEventRegEntry SVCAppKey=a EventMsgFile=b");
+        EXPECT_EQ(other.status, 0u) << other.output;
+        --running;
+    };
+    std::thread others[] = {std::thread(runOther), std::thread(runOther)};
+    while (running) {
+        World world(Base::described);
+        world.registry().createKey(world.local(), L"SOFTWARE\\Kestel");
+        EXPECT_TRUE(world.registry().hasKey(world.local(), L"SOFTWARE\\Kestel"));
+    }
+    for (std::thread& other : others)
+        other.join();
+    EXPECT_EQ(roots().count(rootsOfThisProcess + L"1-1"), 0u);
 }
 
 TEST(Registry, WhatIsWrittenOrDeletedOfThisMachineIsSoInTheNodeOnly)
