@@ -1,6 +1,7 @@
 #include "whatif/registry.h"
 
 #include <atomic>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 
@@ -152,6 +153,7 @@ struct Registry::State
 {
     std::wstring path; // of the root, in HKEY_CURRENT_USER
     Key root;
+    std::set<std::wstring, NoCase> begun; // the nodes, by their names, that have a key there
 
     std::wstring under(const Node& node, const std::wstring& key) const
     {
@@ -182,7 +184,7 @@ Registry::~Registry()
 LSTATUS Registry::touch(const Node& node, const std::wstring& path)
 {
     Key key;
-    if (openKey(state_->root.get(), node.name, KEY_READ, key) != ERROR_SUCCESS)
+    if (state_->begun.insert(node.name).second)
         require(makeKey(state_->root.get(), state_->under(node, node.readsMachine ? L"" : standardKey), nullptr, key));
     if (!node.readsMachine)
         return ERROR_SUCCESS;
