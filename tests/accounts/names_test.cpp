@@ -2,44 +2,31 @@
 #include "accounts/account_names.h"
 #include "tests/support/cases.h"
 #include "tests/support/trace_log.h"
+#include "whatif/sids.h"
 
 #include <gtest/gtest.h>
 
-#include <sddl.h>
-
 #include <cstring>
+
+using namespace support;
 
 namespace {
 
-using support::calling;
-using support::expectCases;
-using support::expectRefused;
-
-struct Sid
-{
-    explicit Sid(const char* text) { EXPECT_TRUE(ConvertStringSidToSidA(text, &sid)) << text; }
-    ~Sid() { LocalFree(sid); }
-    PSID sid = nullptr;
-};
-
-std::string sidOf(const char* name)
+std::wstring sidOf(const char* name)
 {
     PSID sid = nullptr;
     expectCases({{name, calling(sswseConvertUnameToSID, name, &sid), 2}});
-    char* text = nullptr;
-    EXPECT_TRUE(ConvertSidToStringSidA(sid, &text));
-    const owned::Local<char> owner(text);
-    sswseFreeMemory(sid);
-    return text;
+    const owned::Heap<void> owner(sid);
+    return whatif::sidText(sid);
 }
 
 } // namespace
 
 TEST(AccountNames, ResolveToTheirSids)
 {
-    for (const auto& [name, sid] : {std::pair{"NT AUTHORITY\\LOCAL SERVICE", "S-1-5-19"},
-                                    {"BUILTIN\\Administrators", "S-1-5-32-544"},
-                                    {"everyone", "S-1-1-0"}})
+    for (const auto& [name, sid] : {std::pair{"NT AUTHORITY\\LOCAL SERVICE", L"S-1-5-19"},
+                                    {"BUILTIN\\Administrators", L"S-1-5-32-544"},
+                                    {"everyone", L"S-1-1-0"}})
         EXPECT_EQ(sidOf(name), sid);
     PSID owner = nullptr;
     expectCases({{"owner", calling(sswseGetOwnerSIDForCurrentProcess, &owner), 2}});
@@ -55,17 +42,17 @@ TEST(AccountNames, ResolveToTheirSids)
 // Two characters more than are written must fit, and the last of them is cleared.
 TEST(AccountNames, SidToNameFillsBuffersToTheLastByte)
 {
-    const Sid service("S-1-5-19");
+    std::vector<BYTE> service = whatif::sidBytes(L"S-1-5-19");
     const std::string name = "NT AUTHORITY\\LOCAL SERVICE";
     const size_t required = name.size() + 3;
-    support::expectTexts({
-        {"too small", [&](auto rec, auto... buffer) { return sswseConvertSIDToUname(rec, service.sid, buffer...); },
-         required - 1, 3, "", support::untouched, "WSE-000033: Insufficient output buffer for username."},
+    expectTexts({
+        {"too small", [&](auto rec, auto... buffer) { return sswseConvertSIDToUname(rec, service.data(), buffer...); },
+         required - 1, 3, "", untouched, "WSE-000033: Insufficient output buffer for username."},
     });
     for (const size_t size : {required, required + 1, required + 40}) {
         std::string buffer(size + 1, '#'); // the last one is not the function's
         size_t written = 0;
-        expectCases({{"fits", calling(sswseConvertSIDToUname, service.sid, buffer.data(), size, &written), 2}});
+        expectCases({{"fits", calling(sswseConvertSIDToUname, service.data(), buffer.data(), size, &written), 2}});
         EXPECT_EQ(written, required);
         std::string expected = name + '\0' + std::string(buffer.size() - name.size() - 1, '#');
         if (size > required)
@@ -74,26 +61,22 @@ TEST(AccountNames, SidToNameFillsBuffersToTheLastByte)
     }
 }
 
-TEST(AccountNames, SidToNameFailures)
+TEST(AccountNames, AreRefusedArgumentByArgument)
 {
-    const Sid system("S-1-5-18");
-    const Sid nobody("S-1-5-21-1-2-3-4567");
+    std::vector<BYTE> system = whatif::sidBytes(L"S-1-5-18");
+    std::vector<BYTE> nobody = whatif::sidBytes(L"S-1-5-21-1-2-3-4567");
     char invalid[SECURITY_MAX_SID_SIZE];
     memset(invalid, 0xFF, sizeof invalid);
     char name[600];
-    const auto convert = [](PSID sid, char* buffer, size_t size) {
-        return calling(sswseConvertSIDToUname, sid, buffer, size, nullptr);
+    PSID sid = nullptr;
+    const auto convert = [](PSID given, char* buffer, size_t size) {
+        return calling(sswseConvertSIDToUname, given, buffer, size, nullptr);
     };
-    expectCases({{"no room before no buffer", convert(system.sid, nullptr, 0), 4, "WSE-000033"},
-                 {"SID of nobody", convert(nobody.sid, name, sizeof name), 3, "WSE-000034"},
+    expectCases({{"no room before no buffer", convert(system.data(), nullptr, 0), 4, "WSE-000033"},
+                 {"SID of nobody", convert(nobody.data(), name, sizeof name), 3, "WSE-000034"},
                  {"no SID at all", convert(invalid, name, sizeof name), 3, "WSE-000034"}});
     expectRefused("OS SID", {convert(nullptr, name, 0)});
-    expectRefused("uname", {convert(system.sid, nullptr, 9)});
-}
-
-TEST(AccountNames, MissingArgumentsAndTheirOrder)
-{
-    PSID sid = nullptr;
+    expectRefused("uname", {convert(system.data(), nullptr, 9)});
     expectRefused("Pointer to OS SID", {calling(sswseConvertUnameToSID, nullptr, nullptr),
                                         calling(sswseConvertUnameToSIDOnNode, "SYSTEM", nullptr, nullptr),
                                         calling(sswseGetOwnerSIDForCurrentProcess, nullptr)});
@@ -125,9 +108,9 @@ TEST(BuiltinAccounts, KeywordsBecomeNames)
     expectRefused("kind", {calling(sswseIsNameBuiltinAcc, "SYSTEM", nullptr)});
 }
 
-TEST(Accounts, ArgumentLinesOfTheTrace)
+TEST(AccountCalls, TraceTheirArgumentsAsTheyAre)
 {
-    const std::pair<support::Call, const char*> rows[] = {
+    const std::pair<Call, const char*> rows[] = {
         {calling(sswseCheckValidUser, nullptr, "pw"), "Username = (null)\npasswd  = pw"},
         {calling(sswseCreateKestelSVCUser, "D\\u", "pw"), "username = D\\u\npassword = pw"},
         {calling(sswseDeleteKestelSVCUser, "D\\u"), "username = D\\u"},
@@ -143,5 +126,5 @@ TEST(Accounts, ArgumentLinesOfTheTrace)
         {calling(sswseConvertSIDToUname, nullptr, nullptr, 7, nullptr), "OSSid=0\nunamel=7"},
     };
     for (const auto& [call, line] : rows)
-        EXPECT_EQ(support::argumentLine(call), line);
+        EXPECT_EQ(argumentLine(call), line);
 }

@@ -1,7 +1,9 @@
-// Single entries: adding one to an ACL, the test of a mask, and the names of registry objects.
+// The entries of one object: how new ones merge, one per account, what of the old ones stays behind them, what is
+// written; adding one to an ACL, the test of a mask, and the names of registry objects.
+#include "acl/file_acl.h"
+#include "acl/object_dacl.h"
 #include "frame/owned.h"
-#include "frame/trace.h"
-#include "tests/acl/ace_text.h"
+#include "tests/acl/held_object.h"
 #include "tests/support/cases.h"
 #include "tests/support/guarded_heap.h"
 #include "tests/support/trace_log.h"
@@ -9,10 +11,12 @@
 #include <gtest/gtest.h>
 
 #include <accctrl.h>
+#include <cstring>
 
 namespace {
 
 using namespace acetext;
+using namespace support;
 
 const SID everyone = {SID_REVISION, 1, SECURITY_WORLD_SID_AUTHORITY, {SECURITY_WORLD_RID}};
 
@@ -21,22 +25,161 @@ void* sidOf(const SID& sid)
     return const_cast<SID*>(&sid);
 }
 
+Call updating(Aces& aces, bool keep = true)
+{
+    return [&aces, keep](sswseErrRec* rec) {
+        const std::vector<sswseAce*> pointers = pointersTo(aces);
+        return sswseUpdateAclOnFile(rec, L"x", pointers.data(), static_cast<DWORD>(pointers.size()), keep, true);
+    };
+}
+
+struct Composed
+{
+    const char* what;
+    std::string newAces;
+    std::string existing;
+    std::string after;
+    bool keep = true;
+    HeldObject::Form form = HeldObject::list;
+};
+
+void expectComposed(const std::vector<Composed>& rows)
+{
+    for (const Composed& row : rows) {
+        SCOPED_TRACE(row.what);
+        Aces newAces = acesOf(row.newAces);
+        const Aces newBefore = newAces;
+        HeldObject held(row.existing, row.form);
+        expectCases({{row.what, updating(newAces, row.keep), 2}});
+        EXPECT_EQ(held.result, acesOf(row.after));
+        const bool hasGuids = row.after.find("(O") != std::string::npos || row.after.find("(#05") != std::string::npos;
+        EXPECT_EQ(held.revision, hasGuids ? ACL_REVISION_DS : ACL_REVISION);
+        EXPECT_EQ(held.reads, row.keep ? 2u : 0u);
+        EXPECT_EQ(held.writes, 1u);
+        EXPECT_EQ(newAces, newBefore) << "the caller's entries";
+    }
+}
+
 } // namespace
+
+TEST(Composing, MergesTheNewEntriesOfAnAccount)
+{
+    expectComposed({
+        {"allow, allow", "(A;;0x1200a9;;;AU)(A;;0x100116;;;AU)", "", "(A;;0x1201bf;;;AU)"},
+        {"allow, object allow", "(A;OI;0x1;;;AU)(OA;CI;0x2;;;AU)", "", "(A;OI;0x3;;;AU)"},
+        {"object allow, allow", "(OA;;0x1;;;AU)(A;;0x2;;;AU)", "", "(OA;;0x3;;;AU)"},
+        {"allow, empty allow", "(A;;0x7;;;AU)(A;;0x0;;;AU)", "", "(A;;0x7;;;AU)"},
+        {"deny, allow", "(D;CI;0x40000000;;;AU)(A;OI;0x10000000;;;AU)", "", "(A;OI;0x10000000;;;AU)"},
+        {"deny, allow of the same bits", "(D;;0x7;;;AU)(A;;0x5;;;AU)", "", "(A;;0x0;;;AU)"},
+        {"object deny, allow", "(OD;;0x1;;;AU)(A;;0x3;;;AU)", "", "(A;;0x2;;;AU)"},
+        {"empty deny, allow", "(D;;0x0;;;AU)(A;;0x1f01ff;;;AU)", "", "(A;;0x0;;;AU)"},
+        {"allow, deny", "(A;OI;0x1f01ff;;;AU)(D;CI;0x10000;;;AU)", "", "(A;OI;0x1e01ff;;;AU)"},
+        {"allow, object deny", "(A;;0x3;;;AU)(OD;;0x1;;;AU)", "", "(A;;0x2;;;AU)"},
+        {"allow, empty deny", "(A;;0x1f01ff;;;AU)(D;;0x0;;;AU)", "", "(A;;0x0;;;AU)"},
+        {"deny, deny", "(D;;0x1;;;AU)(OD;;0x6;;;AU)", "", "(D;;0x7;;;AU)"},
+        {"deny, empty deny", "(D;;0x1;;;AU)(D;;0x0;;;AU)", "", "(D;;0x0;;;AU)"},
+        {"other type, allow", "(T9;;0x1;;;AU)(A;;0x2;;;AU)", "", "(T9;;0x3;;;AU)"},
+        {"other type, deny", "(T9;;0x1;;;AU)(D;;0x2;;;AU)", "", "(T9;;0x3;;;AU)"},
+        {"allow, other type", "(A;;0x1;;;AU)(T9;;0x2;;;AU)", "", "(A;;0x1;;;AU)"},
+        {"deny, allow, deny, allow", "(D;;0x1;;;AU)(A;;0x7;;;AU)(D;;0x4;;;AU)(A;;0x8;;;AU)", "", "(A;;0xa;;;AU)"},
+        {"accounts in the order of first mention", "(A;;0x1;;;BU)(D;;0x1;;;AU)(A;;0x2;;;SY)(A;;0x3;;;AU)", "",
+         "(A;;0x1;;;BU)(A;;0x2;;;AU)(A;;0x2;;;SY)"},
+    });
+}
+
+TEST(Composing, KeepsTheEntriesOfOtherAccounts)
+{
+    // An entry with room for half a SID, one whose SID says revision 2, a header alone, a SID of 15 parts in 24 bytes.
+    const std::string odd = "(#00000c000100000001020000)(#000014000100000002010000000000050b000000)(#05000400)"
+                            "(#0000180001000000010f0000000000050b00000000000000)";
+    const std::string added = "(A;;0x1;;;AU)";
+    const std::string twice = "(A;;0x2;;;BU)(A;;0x4;;;BU)(D;;0x2;;;BU)";
+    const std::string guids = "(OA;;0x1;;;BU)(OD;;0x2;;;BU)(T8;;0x2;;;BU)";
+    expectComposed({
+        {"absent", added, "", added, true, HeldObject::absent},
+        {"NULL", added, "", added, true, HeldObject::null},
+        {"not to be kept", added, "(A;;0x2;;;BU)", added, false},
+        {"explicit and inherited ones of a new account go", "(A;OICI;0x1;;;AU)",
+         "(D;;0x2;;;AU)(A;ID;0x4;;;BU)(A;OICIID;0x8;;;AU)(OA;;0x10;;;AU)(D;;0x20;;;SY)",
+         "(A;OICI;0x1;;;AU)(A;ID;0x4;;;BU)(D;;0x20;;;SY)"},
+        {"merged away but named all the same", "(A;;0x1;;;AU)(D;;0x0;;;AU)", "(A;;0x2;;;AU)(A;;0x4;;;BU)",
+         "(A;;0x0;;;AU)(A;;0x4;;;BU)"},
+        {"kept ones are not merged", added, twice, added + twice},
+        {"unknown types", added, "(T9;;0x2;;;BU)(T17;;0x4;;;SY)(T9;;0x2;;;AU)",
+         added + "(T9;;0x2;;;BU)(T17;;0x4;;;SY)"},
+        {"entries with GUIDs", added, guids, added + guids},
+        {"SIDs that do not count", added, "(A;;0x2;;;BU)" + odd + "(A;ID;0x4;;;AU)(A;;0x8;;;SY)",
+         added + "(A;;0x2;;;BU)" + odd + "(A;;0x8;;;SY)"},
+        {"new ones without a SID that counts", odd + odd, odd, odd + odd + odd},
+    });
+}
+
+// By either way to set permissions.
+TEST(Composing, RefusesADescriptorThatDoesNotHoldItsDacl)
+{
+    constexpr size_t daclOffset = 16, daclSize = 22, entryCount = 24; // where they lie
+    constexpr size_t whole = 20 + 8 + 24 + 20;                        // bytes of the descriptor
+    const struct
+    {
+        const char* what;
+        size_t place;
+        size_t value; // of 16 bits, there
+        size_t cut = 0;
+        const char* message = API_FAILED("GetAclInformation");
+    } rows[] = {
+        {"as it should be", daclSize, whole - 20, 0, ""},
+        {"a DACL longer than the descriptor", daclSize, whole - 19},
+        {"a DACL without room for its entries", daclSize, whole - 21},
+        {"one entry too many", entryCount, 3},
+        {"an entry without a size", whole - 18, 0},
+        {"a DACL far off", daclOffset + 2, 0x7FFF},
+        {"no room for the header", daclSize, whole - 20, whole - 24},
+        {"not a descriptor", 0, 0, whole - 1, API_FAILED("x")},
+    };
+    for (const auto& row : rows) {
+        HeldObject held("(A;;0x1;;;BU)(A;;0x2;;;AU)");
+        memcpy(&held.descriptor.at(row.place), &row.value, sizeof(WORD));
+        held.descriptor.resize(whole - row.cut);
+        Aces aces = acesOf("(A;;0x1;;;BU)");
+        const bool isWhole = !*row.message;
+        expectCases({{row.what, updating(aces), isWhole ? 2u : 3u, row.message}});
+        EXPECT_EQ(legacy::call("x").status, isWhole ? 0u : 3u) << row.what;
+        EXPECT_EQ(held.writes, isWhole ? 2u : 0u);
+    }
+}
+
+TEST(Composing, WritesExactlyWhatItIsGiven)
+{
+    HeldObject held("(A;;0x1;;;BU)");
+    Aces none, tooMany(5000, acesOf("(A;;0x1;;;BU)")[0]);
+    const auto set = [](Aces& aces) {
+        return [&](sswseErrRec* rec) {
+            return sswseSetFileSecurity(rec, pointersTo(aces).data(), static_cast<DWORD>(aces.size()), L"x", false,
+                                        false, true);
+        };
+    };
+    expectCases(
+        {{"nobody", [](sswseErrRec* rec) { return sswseUpdateAclOnFile(rec, L"x", nullptr, 0, true, true); }, 3},
+         {"more than a DACL holds", set(tooMany), 3, API_FAILED("InitializeAcl")}});
+    EXPECT_EQ(held.writes, 0u);
+    expectCases({{"none", set(none), 2}});
+    EXPECT_EQ(held.writes, 1u);
+    EXPECT_EQ(held.result, Aces());
+}
 
 TEST(ExplicitEntry, IsMergedAsThePlatformDoes)
 {
     struct
     {
         const char* before; // NULL: no ACL
-        DWORD rights;
         int mode;
         DWORD inheritance;
         const char* after;
     } const rows[] = {
-        {nullptr, 0x1200a9, GRANT_ACCESS, 0, "(A;;0x1200a9;;;WD)"},
-        {"(A;;0x1;;;BU)", 0x2, GRANT_ACCESS, SUB_CONTAINERS_AND_OBJECTS_INHERIT, "(A;OICI;0x2;;;WD)(A;;0x1;;;BU)"},
-        {"(A;;0x1;;;WD)(A;;0x1;;;BU)", 0x2, SET_ACCESS, 0, "(A;;0x2;;;WD)(A;;0x1;;;BU)"},
-        {"(A;;0x1;;;BU)", 0x2, DENY_ACCESS, 0, "(D;;0x2;;;WD)(A;;0x1;;;BU)"},
+        {nullptr, GRANT_ACCESS, 0, "(A;;0x2;;;WD)"},
+        {"(A;;0x1;;;BU)", GRANT_ACCESS, SUB_CONTAINERS_AND_OBJECTS_INHERIT, "(A;OICI;0x2;;;WD)(A;;0x1;;;BU)"},
+        {"(A;;0x1;;;WD)(A;;0x1;;;BU)", SET_ACCESS, 0, "(A;;0x2;;;WD)(A;;0x1;;;BU)"},
+        {"(A;;0x1;;;BU)", DENY_ACCESS, 0, "(D;;0x2;;;WD)(A;;0x1;;;BU)"},
     };
     for (const auto& row : rows) {
         PACL acl = nullptr;
@@ -45,13 +188,12 @@ TEST(ExplicitEntry, IsMergedAsThePlatformDoes)
             acl = static_cast<PACL>(LocalAlloc(LMEM_FIXED, bytes.size()));
             std::copy(bytes.begin(), bytes.end(), reinterpret_cast<BYTE*>(acl));
         }
-        sswseErrRec rec;
-        ASSERT_EQ(sswseAddAceToACL(&rec, sidOf(everyone), TRUSTEE_IS_WELL_KNOWN_GROUP, row.rights, row.mode,
-                                   row.inheritance, &acl),
-                  2u)
-            << rec.message;
+        expectCases({{row.after,
+                      calling(sswseAddAceToACL, sidOf(everyone), TRUSTEE_IS_WELL_KNOWN_GROUP, 2u, row.mode,
+                              row.inheritance, &acl),
+                      2}});
         const owned::Local<ACL> owner(acl);
-        EXPECT_EQ(acetext::textOf(acesOf(acl)), canonical(row.after));
+        EXPECT_EQ(acesOf(acl), acesOf(row.after));
     }
 }
 
@@ -59,14 +201,13 @@ TEST(ExplicitEntry, OfNoValidSidLeavesTheListAlone)
 {
     SID broken = everyone;
     broken.Revision = 9;
+    std::vector<BYTE> bytes = aclOf("(A;;0x1;;;BU)");
     for (void* const trustee : {static_cast<void*>(nullptr), sidOf(broken)}) {
-        const std::vector<BYTE> bytes = aclOf("(A;;0x1;;;BU)");
-        const auto acl = reinterpret_cast<PACL>(const_cast<BYTE*>(bytes.data()));
-        PACL merged = acl;
+        auto acl = reinterpret_cast<PACL>(bytes.data());
         sswseErrRec rec;
-        EXPECT_EQ(sswseAddAceToACL(&rec, trustee, TRUSTEE_IS_USER, 2, GRANT_ACCESS, 0, &merged), 3u);
+        EXPECT_EQ(sswseAddAceToACL(&rec, trustee, TRUSTEE_IS_USER, 2, GRANT_ACCESS, 0, &acl), 3u);
         EXPECT_STREQ(rec.oserror, "1337");
-        EXPECT_EQ(merged, acl);
+        EXPECT_EQ(static_cast<void*>(acl), bytes.data());
     }
 }
 
@@ -74,28 +215,17 @@ TEST(ExplicitEntry, IsTracedNoFurtherThanItsSid)
 {
     const SID full = {SID_REVISION, 1, {{1, 2, 3, 4, 5, 6}}, {0x41424344}}; // no byte of 0
     const guarded::Buffer sid(&full, GetLengthSid(sidOf(full)));
-    support::TraceLog log;
-    sswseErrRec rec;
-    sswseTraceOn(&rec, support::TraceLog::receive, &log, 1);
     PACL acl = nullptr;
-    EXPECT_EQ(sswseAddAceToACL(&rec, sid.data(), 1, 2, 3, 4, &acl), 2u);
-    sswseTraceOff(&rec);
-    const std::vector<std::string> lines = log.take();
-    ASSERT_GE(lines.size(), 2u);
-    EXPECT_EQ(lines[1], "pszTrustee = \x1\x1\x1\x2\x3\x4\x5\x6"
-                        "DCBA\nTrusteeType = 1\ndwAccessRights = 2\nAccessMode = 3\n"
-                        "dwInheritance = 4");
+    EXPECT_EQ(argumentLine(calling(sswseAddAceToACL, sid.data(), 1, 2u, 3, 4u, &acl)),
+              "pszTrustee = \x1\x1\x1\x2\x3\x4\x5\x6"
+              "DCBA\nTrusteeType = 1\ndwAccessRights = 2\nAccessMode = 3\n"
+              "dwInheritance = 4");
     LocalFree(acl);
 }
 
 TEST(AccessMask, TheFirstEntryOfTheSidDecides)
 {
-    struct
-    {
-        const char* entries;
-        DWORD mask;
-        DWORD answer;
-    } const rows[] = {
+    const std::tuple<const char*, DWORD, DWORD> rows[] = {
         {"", 0, 0},
         {"(A;;0x1200a9;;;WD)(A;;0x1f01ff;;;WD)", 0x1f01ff, 0},
         {"(A;;0x1200a9;;;WD)(A;;0x1f01ff;;;WD)", 0x120089, 1},
@@ -104,16 +234,15 @@ TEST(AccessMask, TheFirstEntryOfTheSidDecides)
         {"(A;;0x1;;;WD)", 0, 1},
         {"(#00001000ff0000000101000000000001)(#00000800ff000000)(A;;0x1;;;WD)", 0x2, 0},
     };
-    for (const auto& row : rows) {
-        std::vector<Ace> aces = acesOf(std::string(row.entries));
+    for (const auto& [entries, mask, answer] : rows) {
+        Aces aces = acesOf(entries);
         std::vector<AceListNode> nodes;
         for (Ace& ace : aces)
             nodes.push_back({ace.data(), ace.data() + 8, nullptr});
         for (size_t i = 0; i + 1 < nodes.size(); ++i)
             nodes[i].next = &nodes[i + 1];
         sswseErrRec rec = {"earlier", "1"};
-        EXPECT_EQ(sswseCheckAccessMask(&rec, nullptr, nodes.data(), sidOf(everyone), row.mask), row.answer)
-            << row.entries;
+        EXPECT_EQ(sswseCheckAccessMask(&rec, nullptr, nodes.data(), sidOf(everyone), mask), answer) << entries;
         EXPECT_STREQ(rec.message, "earlier");
     }
 }
@@ -126,39 +255,37 @@ TEST(PredefinedKey, IsSplitFromItsName)
     struct
     {
         std::wstring path;
-        DWORD status;
         HKEY root = nullptr;
         std::wstring subkey = L"untouched", node = L"untouched";
     } const rows[] = {
-        {L"machine\\software\\x", 2, HKEY_LOCAL_MACHINE, L"software\\x"},
-        {L"Config\\", 2, HKEY_CURRENT_CONFIG, L""},
-        {L"CLASSES_ROOT\\a", 2, HKEY_CLASSES_ROOT, L"a"},
-        {L"Current_User\\a", 2, HKEY_CURRENT_USER, L"a"},
-        {L"PERFORMANCE_DATA\\a", 2, HKEY_PERFORMANCE_DATA, L"a"},
-        {L"\\\\host\\USERS\\S-1-5-18", 2, HKEY_USERS, L"S-1-5-18", L"\\\\host"},
-        {L"\\\\\\MACHINE\\a", 2, HKEY_LOCAL_MACHINE, L"a", L"\\\\"},
-        {L"HKLM\\Software", 2, none, L"Software"},
-        {L"MACHINE1\\a", 2, none, L"a"},
-        {L"MACHIN\\a", 2, none, L"a"},
-        {L"\\a", 2, none, L"a"},
-        {L"", 4},
-        {L"MACHINE", 4},
-        {L"\\\\host", 4},
-        {L"\\\\host\\MACHINE", 4, none, L"untouched", L"\\\\host"},
-        {longest + L"\\a", 2, none, L"a"},
-        {longest + L"n\\a", 4},
-        {longestNode + L"\\MACHINE\\a", 2, HKEY_LOCAL_MACHINE, L"a", longestNode},
-        {longestNode + L"n\\MACHINE\\a", 4},
+        {L"machine\\software\\x", HKEY_LOCAL_MACHINE, L"software\\x"},
+        {L"Config\\", HKEY_CURRENT_CONFIG, L""},
+        {L"CLASSES_ROOT\\a", HKEY_CLASSES_ROOT, L"a"},
+        {L"Current_User\\a", HKEY_CURRENT_USER, L"a"},
+        {L"PERFORMANCE_DATA\\a", HKEY_PERFORMANCE_DATA, L"a"},
+        {L"\\\\host\\USERS\\S-1-5-18", HKEY_USERS, L"S-1-5-18", L"\\\\host"},
+        {L"\\\\\\MACHINE\\a", HKEY_LOCAL_MACHINE, L"a", L"\\\\"},
+        {L"HKLM\\Software", none, L"Software"},
+        {L"MACHIN\\a", none, L"a"},
+        {L"\\a", none, L"a"},
+        {L""},
+        {L"MACHINE"},
+        {L"\\\\host\\MACHINE", none, L"untouched", L"\\\\host"},
+        {longest + L"\\a", none, L"a"},
+        {longest + L"n\\a"},
+        {longestNode + L"\\MACHINE\\a", HKEY_LOCAL_MACHINE, L"a", longestNode},
+        {longestNode + L"n\\MACHINE\\a"},
     };
     for (const auto& row : rows) {
         HKEY root = nullptr;
-        wchar_t subkeyBefore[] = L"untouched";
-        wchar_t* subkey = subkeyBefore;
+        wchar_t before[] = L"untouched";
+        wchar_t* subkey = before;
         wchar_t node[260] = L"untouched";
-        sswseErrRec rec;
-        EXPECT_EQ(sswseGetPredefKey(&rec, row.path.c_str(), &root, &subkey, node), row.status) << rec.message;
-        EXPECT_EQ(support::messageOf(rec),
-                  row.status == 2 ? "" : "WSE-000012: Null or invalid Registry Path parameter.");
+        const auto call = calling(sswseGetPredefKey, row.path.c_str(), &root, &subkey, node);
+        if (row.subkey == before)
+            expectRefused("Registry Path", {call});
+        else
+            expectCases({{"split", call, 2}});
         EXPECT_EQ(root, row.root);
         EXPECT_EQ(subkey, row.subkey);
         EXPECT_EQ(node, row.node);

@@ -19,22 +19,6 @@ std::string narrow(const std::wstring& text)
     return {text.begin(), text.end()};
 }
 
-// A program of the host, which Wine starts like its own but does not wait for.
-void runOnHost(const std::wstring& program, const std::wstring& arguments, const std::wstring& path, bool isToBe)
-{
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    const std::wstring folder = path.substr(0, path.rfind(L'\\'));
-    std::wstring command = program + arguments + path.substr(path.rfind(L'\\') + 1);
-    EXPECT_TRUE(CreateProcessW((L"Z:\\bin\\" + program).c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                               folder.c_str(), &startup, &process));
-    const auto is = [&] { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; };
-    for (int i = 0; i < 1000 && is() != isToBe; ++i)
-        Sleep(10);
-    EXPECT_EQ(is(), isToBe);
-}
-
 } // namespace
 
 OnNode::OnNode()
@@ -55,8 +39,6 @@ OnNode::OnNode()
 
 OnNode::~OnNode()
 {
-    for (const std::wstring& link : links_)
-        runOnHost(L"rm", L" ", link, false);
     for (auto path = made_.rbegin(); path != made_.rend(); ++path)
         EXPECT_TRUE(DeleteFileW((anyLength + *path).c_str()) || RemoveDirectoryW((anyLength + *path).c_str()));
 }
@@ -84,28 +66,33 @@ std::wstring OnNode::make(const std::wstring& name)
     return path;
 }
 
-void OnNode::makeLink(const std::wstring& name)
+void OnNode::make(std::initializer_list<std::wstring> names)
 {
-    links_.push_back(root + L'\\' + name);
-    runOnHost(L"ln", L" -s . ", links_.back(), true);
+    for (const std::wstring& name : names)
+        make(name);
 }
 
 void OnNode::describe(const Objects& security)
 {
-    local.security.clear();
     local.securityBefore.clear();
-    for (const auto& [name, text] : security)
-        local.security[L"file " + root + (name.empty() ? L"" : L'\\' + name)] = sddl(text);
+    for (whatif::Node* const node : {&local, &remote}) {
+        node->security = {{L"registry HKLM\\SOFTWARE", L"D:P(A;;KA;;;SY)"}}; // passes nothing on
+        for (const auto& [name, text] : security)
+            node->security[L"file " + (node == &local ? root : L"C:") + (name.empty() ? L"" : L'\\' + name)] =
+                sddl(text);
+    }
 }
 
-DWORD OnNode::add(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users, int ptype,
-                  bool inheritable)
+support::Call OnNode::adding(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users, int ptype,
+                             bool inheritable) const
 {
-    std::vector<char*> names;
-    for (const char* const user : users)
-        names.push_back(const_cast<char*>(user));
-    return EXPORT(sswseAddACLOnObjectForUser)(&rec, wtype, narrow(path).c_str(), names.data(),
-                                              static_cast<int>(names.size()), ptype, inheritable ? 0x80 : 0);
+    return [=](sswseErrRec* err) {
+        std::vector<char*> names;
+        for (const char* const user : users)
+            names.push_back(const_cast<char*>(user));
+        return EXPORT(sswseAddACLOnObjectForUser)(err, wtype, narrow(path).c_str(), names.data(),
+                                                  static_cast<int>(names.size()), ptype, inheritable ? 0x80 : 0);
+    };
 }
 
 legacy::Result OnNode::applyLegacy(const std::wstring& path, DWORD isAdmin, bool second)

@@ -2,7 +2,7 @@
 // scratch directory.
 #pragma once
 
-#include "tests/acl/legacy_call.h"
+#include "tests/acl/held_object.h"
 #include "tests/support/node_test.h"
 
 #include <gmock/gmock.h>
@@ -12,6 +12,11 @@
 namespace acl {
 
 using Objects = std::map<std::wstring, std::wstring>; // SDDL, by the names below C:; "" is C: itself
+
+// Of the root of a tree, and of objects that can be not even read, or not written.
+constexpr wchar_t top[] = L"D:P(A;OICI;FR;;;BU)";
+constexpr wchar_t unreadable[] = L"O:SYD:P(A;OICI;FA;;;SY)";
+constexpr wchar_t unwritable[] = L"O:SYD:P(A;OICI;FR;;;BU)";
 
 class OnNode : public support::NodeTest
 {
@@ -25,24 +30,22 @@ protected:
 
     // Makes a file, or a directory where the name ends in a backslash, below C:; answers its path. Any length will do.
     std::wstring make(const std::wstring& name);
-    // Makes a link to the directory that it lies in, by the host's means: this platform has none.
-    void makeLink(const std::wstring& name);
+    void make(std::initializer_list<std::wstring> names);
 
-    void describe(const Objects& security); // and nothing else
+    void describe(const Objects& security); // of both nodes, and nothing else
 
-    DWORD add(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users, int ptype,
-              bool inheritable = false);
+    support::Call adding(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users, int ptype,
+                         bool inheritable = false) const;
     legacy::Result applyLegacy(const std::wstring& path, DWORD isAdmin, bool second = false);
 
     Objects written(); // since the last call; no object is written twice
 
     support::ScratchDirectory scratch;
     const std::wstring root = scratch.path().wstring();
-    sswseErrRec rec = {};
+    const std::string narrowRoot = scratch.path().string();
 
 private:
     std::vector<std::wstring> made_;
-    std::vector<std::wstring> links_;
     Objects sids_;
 };
 

@@ -11,12 +11,9 @@ using namespace std::string_literals;
 
 using Names = std::vector<const char*>;
 
-enum Account
-{
-    asSystem,
-    asLocalService,
-    asUser // the home's service user
-};
+constexpr const char* asUser = nullptr; // the home's service user
+constexpr char asSystem[] = "LocalSystem";
+constexpr char asLocalService[] = "NT AUTHORITY\\LOCAL SERVICE";
 
 enum SidType
 {
@@ -28,9 +25,9 @@ enum SidType
 struct Role
 {
     const char* khtype;
-    const char* executable;
+    Names executables;
     const char* service;
-    Account account;
+    const char* account;
     SidType sidType;
     Names groups = {};
     Names rights = {};
@@ -41,18 +38,14 @@ constexpr char logon[] = "SeServiceLogonRight";
 constexpr char batch[] = "SeBatchLogonRight";
 
 const Role roles[] = {
-    {"0", "kestel.exe", "KestelVLMService", asSystem, noSid, {}, {logon}},
-    {"0", "keslsnr.exe", "Listener", asLocalService, ownSid, {"KES_MESH_LISTENERS", "KES_DBA"}, {logon}},
-    {"0", "kestel", "kestelMONDBserviceX", asUser, ownSidUnlessSystem, {"KES_VLMADMIN"}, {logon}},
-    {"0", "kestel.exe", "Database", asSystem, noSid},
-    {"0", "keslsnr.exe", "KestelVLMService", asSystem, noSid},
-    {"0", "kesvssw.exe", "Writer", asSystem, noSid},
-    {"0", "batchrun.exe", "Batch", asSystem, noSid},
-    {"0", "schedsu.exe", "Scheduler", asSystem, noSid},
-    {"0", "other.exe", "Other", asSystem, noSid},
+    {"0", {"kestel.exe"}, "KestelVLMService", asSystem, noSid, {}, {logon}},
+    {"0", {"keslsnr.exe"}, "Listener", asLocalService, ownSid, {"KES_MESH_LISTENERS", "KES_DBA"}, {logon}},
+    {"0", {"kestel"}, "kestelMONDBserviceX", asUser, ownSidUnlessSystem, {"KES_VLMADMIN"}, {logon}},
+    {"0", {"kestel.exe", "kesvssw.exe", "batchrun.exe", "schedsu.exe", "other.exe"}, "Other", asSystem, noSid},
+    {"0", {"keslsnr.exe"}, "KestelVLMService", asSystem, noSid},
 
     {"1",
-     "KESTEL.exe -x",
+     {"KESTEL.exe -x"},
      "Database",
      asUser,
      ownSidUnlessSystem,
@@ -60,24 +53,17 @@ const Role roles[] = {
      {logon, "SeIncreaseBasePriorityPrivilege"},
      {"KES_DBSVCACCTS", "KES_INSTALL", "KES_H1_SVCACCTS", "KES_H1_DBA", "KES_H1_OPER", "KES_H1_SYSBACKUP",
       "KES_H1_SYSRPL", "KES_H1_SYSKM", "KES_VLMDBA"}},
-    {"1", "kesvssw.exe", "Writer", asUser, ownSidUnlessSystem, {}, {logon, "SeBackupPrivilege"}},
-    {"1", "batchrun.exe", "Batch", asUser, ownSidUnlessSystem, {}, {logon, batch}},
-    {"1", "schedsu.exe", "Scheduler", asUser, ownSidUnlessSystem, {}, {logon, batch}},
-    {"1", "keslsnr.exe", "Listener", asUser, ownSidUnlessSystem, {}, {logon, batch}, {"KES_INSTALL"}},
-    {"1", "kestel.exe", "KestelVLMService", asUser, ownSidUnlessSystem},
-    {"1", "kestel.exe", "KestelMONDBService", asUser, ownSidUnlessSystem},
-    {"1", "keslsnr.exe", "KestelVLMService", asUser, ownSidUnlessSystem},
-    {"1", "other.exe", "Other", asUser, ownSidUnlessSystem},
+    {"1", {"kesvssw.exe"}, "Writer", asUser, ownSidUnlessSystem, {}, {logon, "SeBackupPrivilege"}},
+    {"1", {"batchrun.exe", "schedsu.exe"}, "Batch", asUser, ownSidUnlessSystem, {}, {logon, batch}},
+    {"1", {"keslsnr.exe"}, "Listener", asUser, ownSidUnlessSystem, {}, {logon, batch}, {"KES_INSTALL"}},
+    {"1", {"kestel.exe", "keslsnr.exe"}, "KestelVLMService", asUser, ownSidUnlessSystem},
+    {"1", {"kestel.exe", "other.exe"}, "KestelMONDBService", asUser, ownSidUnlessSystem},
 
-    {"2", "keslsnr", "Listener", asUser, ownSid, {"KES_CLIENT_LISTENERS"}, {logon}},
-    {"2", "schedsu.exe", "Scheduler", asUser, ownSid, {}, {logon, batch}},
-    {"2", "kestel.exe", "Database", asUser, ownSid},
-    {"2", "kestel.exe", "KestelVLMService", asUser, ownSid},
-    {"2", "kestel.exe", "KestelMONDBService", asUser, ownSid},
-    {"2", "keslsnr.exe", "KestelVLMService", asUser, ownSid},
-    {"2", "kesvssw.exe", "Writer", asUser, ownSid},
-    {"2", "batchrun.exe", "Batch", asUser, ownSid},
-    {"2", "other.exe", "Other", asUser, ownSid},
+    {"2", {"keslsnr"}, "Listener", asUser, ownSid, {"KES_CLIENT_LISTENERS"}, {logon}},
+    {"2", {"schedsu.exe"}, "Scheduler", asUser, ownSid, {}, {logon, batch}},
+    {"2", {"kestel.exe", "kesvssw.exe", "batchrun.exe", "other.exe"}, "Other", asUser, ownSid},
+    {"2", {"kestel.exe", "keslsnr.exe"}, "KestelVLMService", asUser, ownSid},
+    {"2", {"kestel.exe"}, "KestelMONDBService", asUser, ownSid},
 };
 
 struct User
@@ -87,24 +73,27 @@ struct User
     const char* account; // that the service control manager is given where the user runs the service
     bool hasPassword = false;
     bool isSystem = false;
+    bool isOfServices = false; // LocalService and NetworkService join no groups themselves
 };
 
 constexpr User users[] = {
     {nullptr, " ", "LocalSystem"},
     {"NT AUTHORITY\\SYSTEM", " ", "LocalSystem", false, true},
-    {"NT AUTHORITY\\LOCAL SERVICE", " ", "NT AUTHORITY\\LOCAL SERVICE"},
-    {"NT AUTHORITY\\NETWORK SERVICE", " ", "NT AUTHORITY\\NETWORK SERVICE"},
+    {"NT AUTHORITY\\LOCAL SERVICE", " ", "NT AUTHORITY\\LOCAL SERVICE", false, false, true},
+    {"NT AUTHORITY\\NETWORK SERVICE", " ", "NT AUTHORITY\\NETWORK SERVICE", false, false, true},
     {"svc", " ", ".\\svc", true},
     {"CORP\\dbuser", " ", "CORP\\dbuser", true},
     {"CORP\\gmsa$", " ", "CORP\\gmsa$"},
-    {"KES_H1_SVCACCTS", "V", "its virtual account"},
+    {"KES_H1_SVCACCTS", "V", ""},
 };
 
 struct Place
 {
-    const char* nodename;
-    const char* node;
-    BYTE productType; // of the machine that the library runs on, wherever the service is
+    const char* nodename; // NULL: this machine
+    BYTE productType;     // of the machine that the library runs on, wherever the service is
+    bool takesSidTypes = true;
+
+    std::string name() const { return nodename ? nodename : "NODE"; }
 };
 
 constexpr char security[] =
@@ -117,7 +106,7 @@ constexpr char security[] =
 class Plan
 {
 public:
-    explicit Plan(const Place& place) : node_(place.node)
+    explicit Plan(const Place& place) : node_(place.name())
     {
         if (!place.nodename)
             groups_ = {"KES_DBA", "KES_H1_DBA"};
@@ -141,19 +130,26 @@ private:
     std::set<std::string> members_;
 };
 
-Lines expectedPlan(const Role& role, const User& user, const Place& place)
+// Who joins the groups where a service has no SID of its own.
+std::string accountMember(const std::string& account, const Place& place)
+{
+    if (account == asSystem)
+        return "NT AUTHORITY\\SYSTEM";
+    return account[0] == '.' ? place.name() + account.substr(1) : account;
+}
+
+Lines expectedPlan(const Role& role, const char* executable, const User& user, const Place& place)
 {
     Plan plan(place);
     const bool isVirtual = *user.kind == 'V';
     const std::string own = "NT SERVICE\\"s + role.service;
     const std::string service = "service "s + role.service + ": ";
-    std::string account = role.account == asUser ? user.account : "LocalSystem";
-    if (role.account == asLocalService)
-        account = "NT AUTHORITY\\LOCAL SERVICE";
-    plan.add(service + "created: " + (isVirtual ? own : account) + ", manual, C:\\h1\\bin\\" + role.executable);
-    if (role.account == asUser && user.hasPassword)
+    const std::string account = isVirtual ? own : role.account ? role.account : user.account;
+    plan.add(service + "created: " + account + ", manual, C:\\h1\\bin\\" + executable);
+    if (!role.account && user.hasPassword)
         plan.add(service + "password set");
-    const bool hasSid = role.sidType == ownSid || (role.sidType == ownSidUnlessSystem && !user.isSystem);
+    const bool hasSid =
+        place.takesSidTypes && (role.sidType == ownSid || (role.sidType == ownSidUnlessSystem && !user.isSystem));
     if (hasSid)
         plan.add(service + "SID type: NONE -> UNRESTRICTED");
     plan.add(service + security);
@@ -164,41 +160,46 @@ Lines expectedPlan(const Role& role, const User& user, const Place& place)
         for (const char* const group : role.virtualGroups)
             plan.join(group, own);
     }
-    if (place.productType != VER_NT_DOMAIN_CONTROLLER)
+    const bool joins = hasSid || role.khtype == "0"s || !user.isOfServices;
+    if (place.productType != VER_NT_DOMAIN_CONTROLLER && joins)
         for (const char* const group : role.groups)
-            plan.join(group, hasSid ? own : "NT AUTHORITY\\SYSTEM");
+            plan.join(group, hasSid ? own : accountMember(account, place));
     for (const char* const right : role.rights)
         plan.add("right "s + right + ": granted: " + own);
     return plan.lines;
 }
 
-void expectCreation(const support::TemporaryHome& library, const Role& role, const User& user, const Place& place)
+void expectCreation(const support::TemporaryHome& library, const Role& role, const char* executable, const User& user,
+                    const Place& place)
 {
-    SCOPED_TRACE("type "s + role.khtype + ", " + role.service + " " + role.executable + " under " +
-                 (user.recorded ? user.recorded : "nobody") + " on " + place.node +
-                 (place.productType == VER_NT_DOMAIN_CONTROLLER ? ", called on a controller" : ""));
+    SCOPED_TRACE(
+        testing::PrintToString(std::tuple(role.khtype, role.service, executable, user.recorded, place.name(),
+                                          place.productType == VER_NT_DOMAIN_CONTROLLER, place.takesSidTypes)));
     HomeOnNode home(library, place.nodename, place.productType);
     home.recordHome(role.khtype, user.recorded, user.kind);
-    EXPECT_EQ(home.create({role.executable, role.service}), SSWSE_SUCCESS) << home.rec.message;
+    if (!place.takesSidTypes)
+        home.fail(failing("ChangeServiceConfig2W", ERROR_ACCESS_DENIED));
+    EXPECT_EQ(home.create({executable, role.service}), SSWSE_SUCCESS) << home.rec.message;
     EXPECT_TRUE(home.created);
-    EXPECT_EQ(home.plan(), expectedPlan(role, user, place));
-    const bool password = role.account == asUser && user.hasPassword;
+    EXPECT_EQ(home.plan(), expectedPlan(role, executable, user, place));
     ASSERT_TRUE(home.service(role.service));
-    EXPECT_EQ(home.service(role.service)->password, password ? L"secret" : L"");
+    EXPECT_EQ(home.service(role.service)->password, !role.account && user.hasPassword ? L"secret" : L"");
     EXPECT_STREQ(home.rec.message, "");
 
-    EXPECT_EQ(home.update(role.service, role.executable), SSWSE_SUCCESS) << home.rec.message;
+    EXPECT_EQ(home.update(role.service, executable), SSWSE_SUCCESS) << home.rec.message;
     EXPECT_EQ(home.plan(), Lines()) << "what is as it should be is not changed again";
 }
 
-TEST(ServiceDecision, OfEveryHomeAndUser)
+TEST(ServiceDecision, FollowsTheRoleInEveryHomeUnderEveryUser)
 {
-    for (const BYTE productType : {BYTE{VER_NT_SERVER}, BYTE{VER_NT_DOMAIN_CONTROLLER}}) {
+    for (const Place& place :
+         {Place{nullptr, VER_NT_SERVER}, Place{remoteName, VER_NT_SERVER}, Place{nullptr, VER_NT_SERVER, false},
+          Place{nullptr, VER_NT_DOMAIN_CONTROLLER}, Place{remoteName, VER_NT_DOMAIN_CONTROLLER}}) {
         const support::TemporaryHome library; // finds out about its machine once
-        for (const Place& place : {Place{nullptr, "NODE", productType}, Place{remoteName, "DB2", productType}})
-            for (const Role& role : roles)
+        for (const Role& role : roles)
+            for (const char* const executable : role.executables)
                 for (const User& user : users) {
-                    expectCreation(library, role, user, place);
+                    expectCreation(library, role, executable, user, place);
                     if (HasFailure())
                         return;
                 }

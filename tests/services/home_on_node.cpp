@@ -1,5 +1,6 @@
 #include "tests/services/home_on_node.h"
 
+#include "tests/support/guarded_heap.h"
 #include "whatif/active.h"
 
 #include <stdexcept>
@@ -28,6 +29,7 @@ HomeOnNode::HomeOnNode(const support::TemporaryHome& home, const char* target, B
     record(local, "KESTEL_HOME_NAME", "H1");
     if (target) // the rest is the target's
         record(local, "KESTEL_HOME_TYPE", "7");
+    guarded::sweep(); // there are many homes in a test
 }
 
 void HomeOnNode::recordHome(const char* khtype, const char* user, const char* userType)
@@ -40,8 +42,7 @@ void HomeOnNode::recordHome(const char* khtype, const char* user, const char* us
 
 void HomeOnNode::fail(intercept::Fault fault)
 {
-    if (fault.function)
-        interception_.emplace(library.module(), [] { return size_t{}; }).start(fault);
+    interception_.emplace(library.module(), [] { return size_t{}; }).start(fault);
 }
 
 DWORD HomeOnNode::create(const Wanted& wanted)
@@ -60,20 +61,6 @@ DWORD HomeOnNode::create(const Wanted& wanted)
 DWORD HomeOnNode::update(const char* name, const char* executable)
 {
     return EXPORT(sswseUpdateService)(&rec, nodename, name, "ignored", "secret", pathOf(executable).c_str());
-}
-
-DWORD HomeOnNode::remove(const char* name)
-{
-    return EXPORT(sswseDeleteService)(&rec, nodename, name);
-}
-
-whatif::Service& HomeOnNode::addService(const char* name)
-{
-    whatif::Service& added = node.services.emplace_back();
-    added.name = added.displayName = whatif::wide(name);
-    added.binaryPath = L"C:\\old.exe";
-    added.account = L"LocalSystem";
-    return added;
 }
 
 whatif::Service* HomeOnNode::service(const char* name)

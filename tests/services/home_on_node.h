@@ -35,13 +35,11 @@ public:
 
     // What the target's registry says of the home; NULL for no user.
     void recordHome(const char* khtype, const char* user, const char* userType = " ");
-    void fail(intercept::Fault fault); // a fault without a function is none
+    void fail(intercept::Fault fault);
 
     DWORD create(const Wanted& wanted); // "secret" is the password; `created` tells whether there was a handle
     DWORD update(const char* service, const char* executable);
-    DWORD remove(const char* service);
 
-    whatif::Service& addService(const char* name); // one that was there before
     whatif::Service* service(const char* name);
 
     sswseErrRec rec = {};

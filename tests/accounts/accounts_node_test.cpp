@@ -1,0 +1,353 @@
+// Accounts on a node: what a name stands for, the rights that a home's user needs, the local account that a home's
+// services can run under.
+#include "tests/support/node_test.h"
+
+#include <lm.h>
+#include <ntstatus.h>
+
+using namespace support;
+
+namespace {
+
+constexpr char notFound[] = "WSE-000014";
+constexpr DWORD denied = ERROR_ACCESS_DENIED;
+constexpr DWORD noTrust = ERROR_TRUSTED_RELATIONSHIP_FAILURE;
+constexpr DWORD ntDenied = static_cast<DWORD>(STATUS_ACCESS_DENIED);
+
+class Accounts : public NodeTest
+{
+protected:
+    Call isDomainUser(const char* name) const { return calling(EXPORT(sswseIsUserDomainUser), name); }
+    Call exists(const char* name) const { return calling(EXPORT(sswseCheckUserExists), name); }
+    Call isAdministrator(const char* name) const { return calling(EXPORT(sswseIsAdministrator), name); }
+    Call grant(const char* user, const char* node = nullptr, const char* khtype = "1") const
+    {
+        return calling(EXPORT(sswseGrantPrivilegesToUser), user, node, khtype);
+    }
+    Call revoke(const char* user, const char* node = nullptr, const char* khtype = "1") const
+    {
+        return calling(EXPORT(sswseRevokePrivilegesFromUser), user, node, khtype);
+    }
+    // The missing rights that the check hands out end up in `missing`.
+    Call check(const char* user, const char* khtype = "1")
+    {
+        return [=](sswseErrRec* rec) {
+            char** names = reinterpret_cast<char**>(1);
+            int count = -1;
+            const DWORD answer = EXPORT(sswseCheckUserPrivileges)(rec, user, khtype, &names, &count);
+            EXPECT_EQ(names == nullptr, answer != 0);
+            missing.assign(names, names + count);
+            EXPORT(sswseFreeArrayofStrings)(names, static_cast<size_t>(count));
+            return answer;
+        };
+    }
+    std::vector<std::string> missing;
+
+    Call create(const char* name, const char* password = "long enough") const
+    {
+        return calling(EXPORT(sswseCreateKestelSVCUser), name, password);
+    }
+    Call remove(const char* name) const { return calling(EXPORT(sswseDeleteKestelSVCUser), name); }
+    Call isPasswordValid(const char* password) const { return calling(EXPORT(sswseIsPasswordValid), password); }
+    Call logOn(const char* user, const char* password) const
+    {
+        return calling(EXPORT(sswseCheckValidUser), user, password);
+    }
+};
+
+using Name = std::tuple<const char*, DWORD, DWORD>; // what two functions answer about it
+
+Lines changes(const std::string& node, const std::string& action, const std::string& account)
+{
+    const std::string end = ": " + action + ": " + account;
+    return {node + ": right SeServiceLogonRight" + end, node + ": right SeCreateSymbolicLinkPrivilege" + end};
+}
+
+} // namespace
+
+TEST_F(Accounts, AreOfTheDomainAndUsersOrNot)
+{
+    addGroup(local, L"KES_DBA");
+    const Name names[] = {
+        {"svc", 0, 1},         {"NODE\\svc", 0, 1},      {"CORP\\dbuser", 1, 1}, {"CORP\\Operators", 1, 0},
+        {"KES_DBA", 0, 0},     {"Administrators", 1, 0}, {"LocalService", 1, 0}, {"Everyone", 1, 0},
+        {"CORP\\gmsa$", 1, 1}, {"Administrator", 0, 1},
+    };
+    for (const auto& [name, ofDomain, user] : names)
+        expectNodeCases({{name, isDomainUser(name), ofDomain}, {name, exists(name), user}});
+    for (const char* const name : {"DB2\\svc", "nobody", ".\\svc", "LocalSystem"})
+        expectNodeCases({{name, isDomainUser(name), 3, notFound, ERROR_NONE_MAPPED}, {name, exists(name), 0}});
+    expectNodeCases({
+        {"no domain", exists("CORP\\dbuser"), 3, notFound, noTrust, failing("LookupAccountNameW", noTrust, 1)},
+        {"gone by then", exists("svc"), 0, "", 0, failing("LookupAccountNameW", ERROR_NONE_MAPPED, 2)},
+        {"computer name", isDomainUser("svc"), 3, "WSE-000019", ERROR_BUFFER_OVERFLOW,
+         failing("GetComputerNameW", ERROR_BUFFER_OVERFLOW)},
+    });
+    local.productType = VER_NT_DOMAIN_CONTROLLER; // its own accounts are the domain's
+    expectNodeCases({{"user of a controller", isDomainUser("svc"), 1}});
+    expectRefused("username", {isDomainUser(nullptr), exists(nullptr), isAdministrator(nullptr),
+                               calling(EXPORT(sswseIsManagedSVCAccount), nullptr, nullptr)});
+    expectRefused("User name", {calling(EXPORT(sswseIsGroupManagedSVCAccount), nullptr, nullptr)});
+}
+
+TEST_F(Accounts, AreAdministratorsDirectlyOrNested)
+{
+    local.groups[0].members = {svc, operators, L"S-1-5-19"};
+    local.groups[1].members = {L"S-1-5-21-7-7-7-1203"};
+    constexpr DWORD noServer = RPC_S_SERVER_UNAVAILABLE;
+    constexpr DWORD noRoom = ERROR_INSUFFICIENT_BUFFER;
+    const intercept::Fault nestedDenied = failing("NetUserGetLocalGroups", denied, 1);
+    expectNodeCases({
+        {"direct", isAdministrator("svc"), 1},
+        {"nested", isAdministrator("CORP\\dbuser"), 1},
+        {"built-in account", isAdministrator("NT AUTHORITY\\LocalService"), 1},
+        {"no member of any", isAdministrator("NT AUTHORITY\\SYSTEM"), 0},
+        {"member of another", isAdministrator("CORP\\gmsa$"), 0},
+        {"nobody", isAdministrator("nobody"), 3, notFound, ERROR_NONE_MAPPED},
+        {"no user", isAdministrator("Users"), 3, "WSE-000015", NERR_UserNotFound},
+        {"nested ones refused: direct", isAdministrator("svc"), 1, "", 0, nestedDenied},
+        {"nested ones refused: a no is none", isAdministrator("CORP\\dbuser"), 3, "WSE-000015", denied, nestedDenied},
+        {"not tried again", isAdministrator("svc"), 3, "WSE-000015", noServer,
+         failing("NetUserGetLocalGroups", noServer, 1)},
+        {"no well-known SID", isAdministrator("svc"), 3, "WSE-000013", noRoom, failing("CreateWellKnownSid", noRoom)},
+    });
+}
+
+TEST_F(Accounts, AreManagedAsThisMachineKnows)
+{
+    const Name names[] = {
+        {"CORP\\gmsa$", 1, 1}, {"CORP\\gmsa", 1, 1}, {"gmsa$", 1, 0},         {"CORP\\dbuser", 0, 0},
+        {"svc", 0, 0},         {"nobody", 0, 0},     {"CORP\\nobody$", 0, 0}, {"", 0, 0},
+    };
+    const auto isManaged = EXPORT(sswseIsManagedSVCAccount);
+    const auto isGroupManaged = EXPORT(sswseIsGroupManagedSVCAccount);
+    remote.accounts.clear();
+    for (const auto& [name, managed, groupManaged] : names)
+        for (const char* const node : {static_cast<const char*>(nullptr), "DB2", "nowhere"})
+            expectNodeCases({{name, calling(isManaged, name, node), managed},
+                             {name, calling(isGroupManaged, name, node), groupManaged}});
+    const intercept::Fault fault = failing("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION);
+    expectNodeCases({{"a name that cannot be converted is none", calling(isManaged, "CORP\\gmsa$", nullptr), 0,
+                      "WSE-00006", ERROR_NO_UNICODE_TRANSLATION, fault}});
+    local.missing = {L"Logoncli.dll"};
+    expectNodeCases({{"nobody knows: not a word", calling(isManaged, "CORP\\gmsa$", nullptr), 3}});
+}
+
+TEST_F(Accounts, AreGroupManagedOnLaterReleasesOnly)
+{
+    local.major = 6; // the release is read once and kept; this library has not read it yet
+    local.minor = 1;
+    expectNodeCases({{"Windows 7", calling(EXPORT(sswseIsGroupManagedSVCAccount), "CORP\\gmsa$", nullptr), 0}});
+}
+
+TEST_F(Accounts, AreBuiltInByAllTheirNames)
+{
+    const auto isBuiltin = EXPORT(sswseIsNameBuiltinAcc);
+    DWORD kind = 99;
+    for (const auto& [name, expected] : {std::pair{"SYSTEM", 11u},
+                                         {"nt authority\\system", 11u},
+                                         {"LocalService", 12u},
+                                         {"NT AUTHORITY\\LOCAL SERVICE", 12u},
+                                         {"NT AUTHORITY\\NetworkService", 13u},
+                                         {"Everyone", 0u},
+                                         {"svc", 0u}}) {
+        expectNodeCases({{name, calling(isBuiltin, name, &kind), expected ? 1u : 3u}});
+        EXPECT_EQ(kind, expected);
+    }
+    kind = 99;
+    expectNodeCases(
+        {{"a name for services only", calling(isBuiltin, "LocalSystem", &kind), 3, notFound, ERROR_NONE_MAPPED}});
+    EXPECT_EQ(kind, 0u);
+}
+
+TEST_F(Accounts, GetAndLoseTheirRightsOnceOnTheNode)
+{
+    for (const char* const type : {"0", "1", "2"})
+        for (const char* const node : {static_cast<const char*>(nullptr), "DB2"}) {
+            const std::string name = node ? "DB2" : "NODE";
+            const std::string qualified = name + "\\svc";
+            auto& rights = (node ? remote : local).rights;
+            expectNodeCases({
+                {"revoke, no right held", revoke("svc", node, type), 2},
+                {"grant", grant("svc", node, type), 2, changes(name, "granted", qualified)},
+                {"grant again", grant(qualified.c_str(), node, type), 2},
+                {"grant to another", grant("CORP\\dbuser", node, type), 2, changes(name, "granted", "CORP\\dbuser")},
+                {"revoke", revoke("svc", node, type), 2, changes(name, "revoked", qualified)},
+                {"revoke again", revoke("svc", node, type), 2},
+                {"revoke from the other", revoke("CORP\\dbuser", node, type), 2,
+                 changes(name, "revoked", "CORP\\dbuser")},
+            });
+            rights[L"SeBatchLogonRight"] = {node ? remoteSvc : svc};
+            expectNodeCases({{"revoke, another right held", revoke("svc", node, type), 2}});
+            rights.erase(L"SeBatchLogonRight");
+        }
+}
+
+TEST_F(Accounts, KeepTheRightsUpToTheFirstThatFails)
+{
+    constexpr DWORD nothingHeld = static_cast<DWORD>(STATUS_OBJECT_NAME_NOT_FOUND);
+    const Lines granted = changes("NODE", "granted", "NODE\\svc");
+    const Lines revoked = changes("NODE", "revoked", "NODE\\svc");
+    expectNodeCases({
+        {"no policy", grant("svc"), 3, "WSE-000025", denied, failing("LsaOpenPolicy", ntDenied)},
+        {"grant: error 2 is one", grant("svc"), 3, "WSE-000041", ERROR_FILE_NOT_FOUND,
+         failing("LsaAddAccountRights", nothingHeld, 1)},
+        {"grant: second", grant("svc"), 3, "WSE-000041", denied, failing("LsaAddAccountRights", ntDenied, 2),
+         Lines{granted[0]}},
+        {"grant: the rest", grant("svc"), 2, Lines{granted[1]}},
+        {"revoke: account holds nothing, goes on", revoke("svc"), 2, "", 0,
+         failing("LsaRemoveAccountRights", nothingHeld, 1), Lines{revoked[1]}},
+        {"revoke: second", revoke("svc"), 3, "WSE-000040", denied, failing("LsaRemoveAccountRights", ntDenied, 2),
+         Lines{revoked[0]}},
+        {"unknown on the node", grant("NODE\\svc", "DB2"), 3, notFound, ERROR_NONE_MAPPED},
+    });
+}
+
+TEST_F(Accounts, HoldTheRightsOfTheirGroups)
+{
+    const std::wstring dba = addGroup(local, L"KES_DBA", {svc}).sid;
+    const std::wstring nested = addGroup(local, L"KES_NESTED", {operators}).sid;
+    const std::wstring everyone = L"S-1-1-0"; // no group that the account database knows
+    const std::vector<std::string> both = {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"};
+    const struct
+    {
+        const char* user;
+        std::vector<std::wstring> logonHolders;
+        std::vector<std::wstring> linkHolders;
+        std::vector<std::string> missing;
+    } rows[] = {
+        {"svc", {}, {}, both},
+        {"svc", {dbuser, everyone}, {nested}, both},
+        {"svc", {dbuser, svc}, {svc}, {}},
+        {"NODE\\svc", {dba}, {}, {both[1]}},
+        {"svc", {}, {dbuser, dba}, {both[0]}},
+        {"svc", {svc}, {dba}, {}},
+        {"CORP\\dbuser", {nested}, {dbuser}, {}},
+        {"CORP\\dbuser", {nested}, {operators}, {both[1]}}, // a group of the domain is no local one
+    };
+    for (const auto& row : rows) {
+        local.rights[L"SeServiceLogonRight"] = row.logonHolders;
+        local.rights[L"SeCreateSymbolicLinkPrivilege"] = row.linkHolders;
+        for (const char* const khtype : {"0", "1", "2"}) {
+            expectNodeCases({{row.user, check(row.user, khtype), row.missing.empty() ? 1u : 0u}});
+            EXPECT_EQ(missing, row.missing);
+        }
+    }
+}
+
+TEST_F(Accounts, HaveNoRightsWithoutArgumentsHomeTypeOrHolders)
+{
+    int count = 7;
+    char** names = reinterpret_cast<char**>(1);
+    const auto inspect = EXPORT(sswseCheckUserPrivileges);
+    expectRefused("username",
+                  {grant(nullptr, nullptr, "9"), revoke(nullptr), calling(inspect, nullptr, "9", &names, &count)});
+    EXPECT_EQ(names, nullptr);
+    EXPECT_EQ(count, 0);
+    expectRefused("missing", {calling(inspect, "SYSTEM", "0", nullptr, &count)});
+    expectRefused("count", {calling(inspect, "SYSTEM", "0", &names, nullptr)});
+    expectNodeCases({
+        {"grant", grant("svc", nullptr, "3"), 3, "WSE-00008:"},
+        {"revoke", revoke("svc", nullptr, ""), 3, "WSE-00008:"},
+        {"check", check("svc", "01"), 5, "WSE-00008:"},
+        {"check without a type", check("svc", nullptr), 5, "WSE-00008:"},
+        {"holders", check("svc"), 3, "WSE-000043", denied, failing("LsaEnumerateAccountsWithUserRight", ntDenied, 2)},
+        {"no user", check("Users"), 3, "WSE-000015", NERR_UserNotFound},
+        {"user without a SID", check("svc"), 3, "WSE-000039", ERROR_INVALID_SID,
+         failing("LookupAccountNameW", ERROR_NONE_MAPPED, 2)},
+    });
+}
+
+TEST_F(Accounts, AreMadeForServicesOnlyAndUnmade)
+{
+    const Lines made = {"NODE: user kessvc: created", "NODE: user kessvc: password set",
+                        "NODE: right SeDenyInteractiveLogonRight: granted: NODE\\kessvc",
+                        "NODE: right SeDenyRemoteInteractiveLogonRight: granted: NODE\\kessvc"};
+    expectNodeCases(
+        {{"create", create("kessvc"), 2, made}, {"again", create("KESSVC", "another one"), 9, "WSE-000023"}});
+    const whatif::Account user = local.accounts.back();
+    EXPECT_EQ(user.name, L"kessvc");
+    EXPECT_EQ(user.password, L"long enough");
+    EXPECT_EQ(user.flags, 0x10040u);
+    expectNodeCases({
+        {"delete", remove("kessvc"), 2, Lines{"NODE: user kessvc: deleted"}},
+        {"delete again", remove("kessvc"), 3, "WSE-000027", NERR_UserNotFound},
+        {"it came with the system", remove("Administrator"), 3, "WSE-000027", ERROR_SPECIAL_ACCOUNT},
+        {"create in a domain", create("DOM\\svc"), 4, "WSE-000016"},
+        {"last backslash", create("svc\\"), 4, "WSE-000016"},
+        {"delete in a domain", remove(".\\svc"), 4, "WSE-000017"},
+    });
+    EXPECT_EQ(local.rights[L"SeDenyInteractiveLogonRight"], std::vector<std::wstring>{user.sid}); // not taken back
+    expectRefused("username", {create(nullptr, nullptr), remove(nullptr), logOn(nullptr, nullptr)});
+    expectRefused("password", {isPasswordValid(nullptr)});
+}
+
+TEST_F(Accounts, StayWhenTheirRightsCannotBeSet)
+{
+    local.minimumPasswordLength = 8;
+    expectNodeCases({
+        {"short password", create("a", "short"), 3, "WSE-000024", NERR_PasswordTooShort},
+        {"no password", create("a", nullptr), 3, "WSE-000024", NERR_PasswordTooShort},
+        {"a group's name", create("Users"), 3, "WSE-000024", ERROR_ALIAS_EXISTS},
+        {"no rights", create("a"), 3, "WSE-000026", denied, failing("LsaAddAccountRights", ntDenied),
+         Lines{"NODE: user a: created", "NODE: user a: password set"}},
+        {"there by then", create("a"), 9, "WSE-000023"},
+    });
+}
+
+TEST_F(Accounts, HavePasswordsThatThePolicyJudges)
+{
+    local.minimumPasswordLength = 8;
+    constexpr DWORD lastError = ERROR_NOT_SUPPORTED;
+    const auto failed = "WSE-000053: Windows application programming interface (API) NetValidatePasswordPolicy failed.";
+    expectNodeCases({
+        {"met", isPasswordValid("12345678"), 1},
+        {"not met", isPasswordValid("1234567"), 0, "WSE-00003:", NERR_PasswordTooShort},
+    });
+    library.redirect(
+        "GetLastError", +[]() WINAPI { return lastError; });
+    expectNodeCases({
+        {"no output", isPasswordValid("12345678"), 3, failed, lastError,
+         failing("NetValidatePasswordPolicy", NERR_Success)},
+    });
+}
+
+TEST_F(Accounts, AreLoggedOnByNamesSplitAtTheFirstBackslash)
+{
+    const std::string domain511(511, 'd');
+    expectNodeCases({
+        {"domain", logOn("CORP\\dbuser", "right"), 2},
+        {"this machine", logOn(".\\svc", "right"), 2},
+        {"wrong", logOn("CORP\\dbuser", "wrong"), 3, "WSE-000018", ERROR_LOGON_FAILURE},
+    });
+    expectRefused("domain name", {logOn((domain511 + "d\\svc").c_str(), "pw")});
+    static std::wstring asked;
+    library.redirect(
+        "LogonUserW",
+        +[](const wchar_t* user, const wchar_t* domain, const wchar_t* password, DWORD type, DWORD provider, HANDLE*)
+             WINAPI -> BOOL {
+            asked = std::to_wstring(type) + L" " + std::to_wstring(provider);
+            for (const wchar_t* const text : {user, domain, password})
+                asked += std::wstring(L" ") + (text ? text : L"NULL");
+            SetLastError(ERROR_ACCOUNT_LOCKED_OUT);
+            return FALSE;
+        });
+    const struct
+    {
+        std::string given;
+        const char* password;
+        std::wstring asked; // type, provider, user, domain, password
+    } rows[] = {
+        {"svc", "pw", L"3 0 svc NULL pw"},
+        {"CORP\\svc", nullptr, L"3 0 svc CORP NULL"},
+        {"\\svc", "", L"3 0 svc  "},
+        {"a\\b\\c", "pw", L"3 0 b\\c a pw"},
+        {domain511 + "\\svc", "pw", L"3 0 svc " + std::wstring(511, L'd') + L" pw"},
+        {std::string(600, 'u'), "pw", L"3 0 " + std::wstring(511, L'u') + L" NULL pw"},
+    };
+    for (const auto& row : rows) {
+        const char* const given = row.given.c_str();
+        expectNodeCases({{given, logOn(given, row.password), 3, "WSE-000018", ERROR_ACCOUNT_LOCKED_OUT}});
+        EXPECT_EQ(asked, row.asked);
+    }
+}

@@ -1,0 +1,222 @@
+// Local groups and their members on a node: what is made and unmade, what is there already, what is refused, and who
+// belongs to a group, directly or through a group of its domain, by whatever name.
+#include "tests/support/node_test.h"
+
+#include <lm.h>
+
+#include <algorithm>
+
+using namespace support;
+
+namespace {
+
+class LocalGroups : public NodeTest
+{
+protected:
+    Call check(const char* group) const { return calling(EXPORT(sswseCheckOSGroup), group, node); }
+    Call remove(const char* group) const { return calling(EXPORT(sswseDeleteOSGroup), group, node); }
+    Call create(const char* group, const char* comment = nullptr) const
+    {
+        return calling(EXPORT(sswseCreateOSGroup), group, comment, node);
+    }
+    Call addMember(const char* user, const char* group) const
+    {
+        return calling(EXPORT(sswseAddUserToGroup), user, group, node);
+    }
+    Call removeMember(const char* user, const char* group) const
+    {
+        return calling(EXPORT(sswseRemoveUserFromGroup), user, group, node);
+    }
+    const char* node = nullptr; // that calls are made about
+};
+
+class Membership : public NodeTest
+{
+protected:
+    Membership()
+    {
+        addGroup(local, L"KES_DBA", {svc, L"S-1-5-20"});
+        addGroup(local, L"KES_NESTED", {operators, L"S-1-5-80-1-2-3-4-5"}); // one of them of a deleted service
+        addGroup(remote, L"KES_REMOTE", {remoteSvc, dbuser});
+    }
+
+    Call isMember(const char* user, const char* group, DWORD directly, const char* node = nullptr) const
+    {
+        return calling(EXPORT(sswseCheckUserInGroup), user, group, directly, node);
+    }
+};
+
+constexpr char notFound[] = "WSE-000014";
+constexpr char noGroups[] = "WSE-000015";
+
+} // namespace
+
+TEST_F(LocalGroups, AnythingDoneTwiceChangesNothingTheSecondTime)
+{
+    local.services.emplace_back().name = L"Service1";
+    remote.services.emplace_back().name = L"Service1";
+    for (const char* const each : {static_cast<const char*>(nullptr), "", "DB2", "\\\\db2"}) {
+        node = each;
+        const bool isLocal = !node || !*node;
+        const std::string name = isLocal ? "NODE" : "DB2";
+        SCOPED_TRACE(name);
+        const std::string qualified = name + "\\SVC";
+        const size_t groupsOfOther = (isLocal ? remote : local).groups.size();
+        const auto dba = [&](const std::string& change) { return Lines{name + ": group KES_DBA: " + change}; };
+        const std::string made = name + ": group KES_NEW: ";
+        const std::string member = "member added: ";
+        const std::vector<NodeCase> rows = {
+            {"delete a missing one", remove("KES_DBA"), 2},
+            {"remove from a missing one", removeMember("svc", "KES_DBA"), 2},
+            {"create", create("KES_DBA", "DBAs"), 2, dba("created: DBAs")},
+            {"create with another comment", create("kes_dba", "others"), 2},
+            {"add", addMember("svc", "KES_DBA"), 2, dba(member + name + "\\svc")},
+            {"add by another name", addMember(qualified.c_str(), "Kes_Dba"), 2},
+            {"add of the domain", addMember("CORP\\Operators", "KES_DBA"), 2, dba(member + "CORP\\Operators")},
+            {"add a service", addMember("NT SERVICE\\Service1", "KES_DBA"), 2, dba(member + "NT SERVICE\\Service1")},
+            {"remove", removeMember(qualified.c_str(), "KES_DBA"), 2, dba("member removed: " + name + "\\svc")},
+            {"remove an unknown name", removeMember("nobody", "KES_DBA"), 2},
+            {"add to a missing one", addMember("svc", "KES_NEW"), 2,
+             Lines{made + "created: KESTEL Group", made + member + name + "\\svc"}},
+            {"delete one with members", remove("KES_NEW"), 2, Lines{made + "deleted"}},
+            {"create without a comment", create("KES_NEW"), 2, Lines{made + "created"}},
+            {"delete an empty one", remove("KES_NEW"), 2, Lines{made + "deleted"}},
+        };
+        for (const NodeCase& row : rows)
+            expectNodeCases({row, {row.what, row.call, 2}});
+        EXPECT_EQ((isLocal ? local : remote).groups.back().comment, L"DBAs");
+        EXPECT_EQ((isLocal ? remote : local).groups.size(), groupsOfOther);
+        expectNodeCases({{"there", check("KES_dba"), 1},
+                         {"gone", check("KES_NEW"), 0},
+                         {"clean up", remove("KES_DBA"), 2, dba("deleted")}});
+    }
+}
+
+// Each function with every answer that the platform has for any of them.
+TEST_F(LocalGroups, EachKnowsItsOwnHarmlessResults)
+{
+    addGroup(local, L"KES_DBA");
+    const DWORD results[] = {ERROR_ACCESS_DENIED,   ERROR_BAD_NETPATH,  ERROR_INVALID_MEMBER, ERROR_NO_SUCH_ALIAS,
+                             ERROR_MEMBER_IN_ALIAS, ERROR_ALIAS_EXISTS, ERROR_NO_SUCH_MEMBER, ERROR_MEMBER_NOT_IN_ALIAS,
+                             NERR_GroupNotFound,    NERR_GroupExists,   NERR_UserNotFound,    NERR_UserExists};
+    const std::vector<DWORD> exists = {ERROR_ALIAS_EXISTS, NERR_GroupExists};
+    const std::vector<DWORD> missing = {ERROR_NO_SUCH_ALIAS, NERR_GroupNotFound};
+    const std::vector<DWORD> isIn = {ERROR_MEMBER_IN_ALIAS};
+    const std::vector<DWORD> isOut = {ERROR_MEMBER_NOT_IN_ALIAS, ERROR_NO_SUCH_MEMBER, NERR_GroupNotFound,
+                                      ERROR_NO_SUCH_ALIAS};
+    const struct
+    {
+        const char* function;
+        Call call;
+        const std::vector<DWORD>& harmless;
+        const char* message;
+        DWORD answer = 2;
+    } rows[] = {
+        {"NetLocalGroupAdd", create("KES_NEW"), exists, "WSE-000028"},
+        {"NetLocalGroupGetInfo", check("KES_DBA"), missing, "WSE-000030", 0},
+        {"NetLocalGroupDel", remove("KES_DBA"), missing, "WSE-000029"},
+        {"NetLocalGroupAddMembers", addMember("svc", "KES_DBA"), isIn, "WSE-000031"},
+        {"NetLocalGroupDelMembers", removeMember("svc", "KES_DBA"), isOut, "WSE-000032"},
+    };
+    for (const auto& row : rows)
+        for (const DWORD result : results) {
+            SCOPED_TRACE(result);
+            const intercept::Fault fault = failing(row.function, result);
+            if (std::count(row.harmless.begin(), row.harmless.end(), result))
+                expectNodeCases({{row.function, row.call, row.answer, "", 0, fault}});
+            else
+                expectNodeCases({{row.function, row.call, 3, row.message, result, fault}});
+        }
+}
+
+TEST_F(LocalGroups, AreCreatedForAMemberWhenTheCheckFails)
+{
+    addGroup(local, L"KES_DBA");
+    const intercept::Fault noCheck = failing("NetLocalGroupGetInfo", ERROR_ACCESS_DENIED);
+    expectNodeCases({
+        {"group there", addMember("svc", "KES_DBA"), 2, "", 0, noCheck,
+         Lines{"NODE: group KES_DBA: member added: NODE\\svc"}},
+        {"unknown member", addMember("nobody", "KES_NEW"), 3, "WSE-000031", ERROR_NO_SUCH_MEMBER, noCheck,
+         Lines{"NODE: group KES_NEW: created: KESTEL Group"}},
+    });
+    node = "nowhere";
+    expectNodeCases({{"no node", addMember("svc", "KES_DBA"), 3, "WSE-000028", ERROR_BAD_NETPATH}});
+    expectRefused("groupname", {create(nullptr), check(nullptr), remove(nullptr), addMember(nullptr, nullptr),
+                                removeMember(nullptr, nullptr)});
+    expectRefused("username", {addMember(nullptr, "g"), removeMember(nullptr, "g")});
+}
+
+TEST_F(Membership, IsDecidedBySidDirectlyOrThroughNesting)
+{
+    const struct
+    {
+        const char* user;
+        const char* group;
+        DWORD nested; // the answers for directflg 0 and 1
+        DWORD direct;
+        const char* node = nullptr;
+    } rows[] = {
+        {"svc", "KES_DBA", 1, 1},
+        {"node\\SVC", "kes_dba", 1, 1},
+        {"svc", "KES_NESTED", 0, 0},
+        {"CORP\\dbuser", "KES_NESTED", 1, 0},
+        {"dbuser@corp.example", "KES_NESTED", 1, 0},
+        {"CORP\\dbuser", "KES_DBA", 0, 0},
+        {"CORP\\Operators", "KES_NESTED", 1, 1},
+        {"CORP\\Operators", "KES_DBA", 0, 0}, // no user whose groups could be asked
+        {"NT AUTHORITY\\NETWORK SERVICE", "KES_DBA", 1, 1},
+        {"NetworkService", "KES_DBA", 1, 1},
+        {"NT AUTHORITY\\SYSTEM", "KES_DBA", 0, 0},
+        {"Administrator", "Administrators", 1, 1},
+        {"svc", "KES_REMOTE", 1, 1, "DB2"},
+        {"svc", "Administrators", 0, 0, "DB2"},
+        {"CORP\\dbuser", "KES_REMOTE", 1, 1, "\\\\db2"},
+        {"LocalService", "KES_REMOTE", 0, 0, "DB2"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.group);
+        expectNodeCases({{row.user, isMember(row.user, row.group, 0, row.node), row.nested},
+                         {row.user, isMember(row.user, row.group, 1, row.node), row.direct},
+                         {row.user, isMember(row.user, row.group, 0x80000000, row.node), row.direct}});
+    }
+}
+
+TEST_F(Membership, NamesAreLookedUpOnTheNode)
+{
+    expectNodeCases({
+        {"unknown group", isMember("svc", "KES_NONE", 0), 3, notFound, ERROR_NONE_MAPPED},
+        {"unknown user", isMember("nobody", "KES_DBA", 0), 3, notFound, ERROR_NONE_MAPPED},
+        {"group of the other node", isMember("svc", "KES_REMOTE", 0), 3, notFound, ERROR_NONE_MAPPED},
+        {"the other way round", isMember("svc", "KES_DBA", 0, "DB2"), 3, notFound, ERROR_NONE_MAPPED},
+        {"user of the other node", isMember("NODE\\svc", "KES_REMOTE", 0, "DB2"), 3, notFound, ERROR_NONE_MAPPED},
+        {"no such node", isMember("svc", "KES_DBA", 0, "nowhere"), 3, notFound, RPC_S_SERVER_UNAVAILABLE},
+        // A name that is found, but not as the plain name of a local group.
+        {"qualified group", isMember("svc", "NODE\\KES_DBA", 0), 3, noGroups, ERROR_NO_SUCH_ALIAS},
+        {"qualified built-in group", isMember("Administrator", "BUILTIN\\Administrators", 1), 3, noGroups,
+         ERROR_NO_SUCH_ALIAS},
+        {"group of a domain", isMember("CORP\\dbuser", "CORP\\Operators", 0), 3, noGroups, ERROR_NO_SUCH_ALIAS},
+    });
+    expectRefused("username", {isMember(nullptr, "g", 0), isMember("DOM\\sub\\user", "g", 0), isMember("u", nullptr, 0),
+                               isMember("u", "\\\\g", 0)}); // a group too
+}
+
+TEST_F(Membership, WhatCannotBeReadDoesNotHideWhatCan)
+{
+    constexpr DWORD denied = ERROR_ACCESS_DENIED;
+    const intercept::Fault noMembers = failing("NetLocalGroupGetMembers", denied);
+    const intercept::Fault noUserGroups = failing("NetUserGetLocalGroups", denied);
+    expectNodeCases({
+        {"no members: the user's groups tell", isMember("svc", "KES_DBA", 1), 1, "", 0, noMembers},
+        {"no members: nested", isMember("CORP\\dbuser", "KES_NESTED", 0), 1, "", 0, noMembers},
+        {"no members: not even nested", isMember("CORP\\dbuser", "KES_NESTED", 1), 0, "", 0, noMembers},
+        {"no members: built-in", isMember("NT AUTHORITY\\NETWORK SERVICE", "KES_DBA", 0), 1, "", 0, noMembers},
+        {"group gone, as older releases say", isMember("svc", "KES_DBA", 0), 1, "", 0,
+         failing("NetLocalGroupGetMembers", NERR_GroupNotFound)},
+        {"group gone, as current ones say", isMember("svc", "KES_DBA", 0), 3, noGroups, ERROR_NO_SUCH_ALIAS,
+         failing("NetLocalGroupGetMembers", ERROR_NO_SUCH_ALIAS)},
+        {"no user's groups: a direct member", isMember("svc", "KES_DBA", 0), 1, "", 0, noUserGroups},
+        {"no user's groups", isMember("CORP\\dbuser", "KES_NESTED", 0), 3, noGroups, denied, noUserGroups},
+        {"a built-in account's are not asked", isMember("SYSTEM", "KES_DBA", 0), 0, "", 0, noUserGroups},
+        {"not a user", isMember("svc", "KES_NESTED", 0), 0, "", 0, failing("NetUserGetLocalGroups", NERR_UserNotFound)},
+    });
+}

@@ -1,0 +1,454 @@
+// What is recorded of a home: type, service user and its facts, read and written for homes of this machine and of a
+// remote node, given by key and by path; and the event-log sources of services.
+#include "home/home_name.h"
+#include "tests/support/node_test.h"
+#include "whatif/active.h"
+#include "whatif/registry.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+using namespace support;
+using namespace std::string_literals;
+
+namespace {
+
+constexpr char noHome[] = "WSE-000052: Unable to determine Kestel home.";
+constexpr DWORD denied = ERROR_ACCESS_DENIED;
+
+std::vector<std::string> opened; // key files
+
+class RecordedHome : public NodeTest
+{
+protected:
+    RecordedHome()
+    {
+        static decltype(&CreateFileA) open;
+        open = library.redirect(
+            "CreateFileA", +[](const char* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                               DWORD disposition, DWORD flags, HANDLE pattern) WINAPI {
+                if (_stricmp(strrchr(name, '.'), ".key") == 0)
+                    opened.push_back(name);
+                return open(name, access, share, security, disposition, flags, pattern);
+            });
+        for (const auto& [value, here, there] : {std::tuple{"KESTEL_HOME_TYPE", "0", "2"},
+                                                 {"KESTEL_SVCUSER", "CORP\\gmsa$", "NT AUTHORITY\\LocalService"},
+                                                 {"KESTEL_SVCUSER_TYPE", " ", "V"},
+                                                 {"KESTEL_SVCUSER_PWDREQ", "0", "1"}}) {
+            record(local, value, here);
+            record(remote, value, there);
+        }
+    }
+
+    // All but the last are given the home by its path, or read the library's own.
+    std::vector<std::pair<const char*, Call>> readers(const char* node)
+    {
+        const char* const home = path.c_str();
+        return {
+            {"managed", calling(EXPORT(sswseIsSVCUserMSA), home, node)},
+            {"group managed", calling(EXPORT(sswseIsSVCUserGMSA), home, node)},
+            {"LocalSystem", calling(EXPORT(sswseIsSvcUserLocalSystem), home, node)},
+            {"LocalService", calling(EXPORT(sswseIsSvcUserLocalService), home, node)},
+            {"virtual", calling(EXPORT(sswseIsSvcUserVirtualAccount), home, node)},
+            {"password", calling(EXPORT(sswseIsSVCUserPasswordRequired), home, node)},
+            {"user", calling(EXPORT(sswseGetUnameForKhomePath), home, text, sizeof text, &length, node)},
+            {"own home's user", calling(EXPORT(sswseGetUnameForKhome), text, sizeof text, &length, node)},
+            {"type", calling(EXPORT(sswseGetKestelHomeType), key, text, sizeof text, &length, node)},
+        };
+    }
+
+    Call typeOfPath(std::string& given, const char* node)
+    {
+        return calling(EXPORT(sswseGetKestelHomeTypeForKHPath), given.data(), text, sizeof text, &length, node);
+    }
+
+    void store(const wchar_t* value, const std::wstring& stored, DWORD type = REG_SZ, size_t extraBytes = 0) const
+    {
+        const std::wstring padded = stored + L"xx"; // the platform looks for a terminator behind a text
+        const auto* const bytes = reinterpret_cast<const BYTE*>(padded.data());
+        std::vector<BYTE> data(bytes, bytes + padded.size() * sizeof(wchar_t));
+        data.resize(stored.size() * sizeof(wchar_t) + extraBytes);
+        world.registry().setValue(local, L"SOFTWARE\\Kestel\\KEY_keswsec_test", value, {type, std::move(data)});
+    }
+
+    // Into a home of its own; `values` is what is written, in order.
+    void expectRecording(const char* user, const char* node, const std::vector<std::string>& values, DWORD status = 2,
+                         const char* message = "", DWORD osError = 0, intercept::Fault fault = {})
+    {
+        SCOPED_TRACE(node ? node : "this machine");
+        const char* const names[] = {"KESTEL_SVCUSER", "KESTEL_SVCUSER_TYPE", "KESTEL_SVCUSER_PWDREQ"};
+        whatif::Node& where = node ? remote : local;
+        const std::string homeKey = "KEY_" + std::to_string(++homes);
+        const std::wstring subkey = whatif::wide(("SOFTWARE\\Kestel\\" + homeKey).c_str());
+        world.registry().createKey(where, subkey);
+        Lines lines;
+        for (const std::string& value : values)
+            lines.push_back((node ? "DB2" : "NODE") + (": registry HKLM\\software\\Kestel\\" + homeKey) + ": " +
+                            names[lines.size()] + " set: " + (value == " " ? "\" \"" : value));
+        const auto call = calling(EXPORT(sswseSetUnameForKhome), user, node, homeKey.c_str());
+        expectNodeCases({{user, call, status, message, osError, fault, lines}});
+        for (size_t i = 0; i < values.size(); ++i)
+            EXPECT_EQ(world.registry().value(where, subkey, whatif::wide(names[i])),
+                      whatif::registryText(whatif::wide(values[i].c_str())));
+    }
+
+    const std::string path = library.path();
+    const std::string keyFile = path + "\\bin\\kestel.key";
+    const char* const key = "KEY_keswsec_test";
+    char text[64] = "";
+    size_t length = 0;
+    int homes = 0;
+};
+
+} // namespace
+
+TEST_F(RecordedHome, HasItsKeyFileHereAndItsValuesOnTheNode)
+{
+    const struct
+    {
+        const char* node;
+        std::vector<DWORD> answers; // of the readers, in order
+        const char* user;
+        const char* type;
+    } rows[] = {
+        {nullptr, {1, 1, 0, 0, 0, 0, 2, 2, 2}, "CORP\\gmsa$", "0"},
+        {"DB2", {0, 0, 0, 1, 1, 1, 2, 2, 2}, "NT AUTHORITY\\LocalService", "2"},
+        {"\\\\db2", {0, 0, 0, 1, 1, 1, 2, 2, 2}, "NT AUTHORITY\\LocalService", "2"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.user);
+        size_t i = 0;
+        for (const auto& [name, call] : readers(row.node)) {
+            opened.clear();
+            expectNodeCases({{name, call, row.answers[i]}});
+            const std::string files[] = {keyFile, path + "\\bin\\KESTEL.KEY"};
+            EXPECT_EQ(opened, std::vector<std::string>(files + (i == 7), files + (i < 8) + (i == 7)));
+            const std::string wanted = i == 8 ? row.type : row.user;
+            EXPECT_TRUE(i < 6 || (wanted == text && length == wanted.size() + 1)) << text;
+            ++i;
+        }
+    }
+    record(remote, "KESTEL_SVCUSER", "DB2\\svc"); // that this machine does not know
+    expectNodeCases({{"LocalSystem", readers("DB2")[2].second, 3, "WSE-000014", ERROR_NONE_MAPPED},
+                     {"LocalService", readers("DB2")[3].second, 3, "WSE-000014", ERROR_NONE_MAPPED}});
+    record(remote, "KESTEL_SVCUSER", "SYSTEM");
+    expectNodeCases({{"LocalSystem", readers("DB2")[2].second, 1}, {"LocalService", readers("DB2")[3].second, 0}});
+}
+
+TEST_F(RecordedHome, IsNotReadWithAStatusOfEachReader)
+{
+    const std::string notRead = "WSE-000048: Unable to query value for ";
+    const std::string values[] = {"KESTEL_SVCUSER", "KESTEL_SVCUSER_TYPE", "KESTEL_SVCUSER_PWDREQ", "KESTEL_HOME_TYPE"};
+    const size_t valueOf[] = {0, 0, 0, 0, 1, 2, 0, 0, 3};
+    size_t i = 0;
+    for (const auto& [name, call] : readers("DB2")) {
+        const DWORD status = name == "managed"s ? 6 : 3;
+        const std::string message = notRead + values[valueOf[i++]] + " in registry.";
+        const char* const function = name == "password"s || name == "type"s ? "RegQueryValueExA" : "RegQueryValueExW";
+        expectNodeCases({{name, call, status, message.c_str(), denied, failing(function, denied)}});
+    }
+    for (const auto& [name, call] : readers("nowhere"))
+        expectNodeCases({{name, call, name == "managed"s ? 6u : 3u, "WSE-000044", ERROR_BAD_NETPATH}});
+    const Call type = readers("DB2").back().second;
+    expectNodeCases({{"key", type, 6, "WSE-000010", denied, failing("RegOpenKeyExA", denied)}});
+}
+
+// What each that is given a home by its path answers when the key file or what it names is not there.
+TEST_F(RecordedHome, IsNotFoundWithStatusesOfEachReader)
+{
+    struct Answer
+    {
+        DWORD status;
+        const char* message = noHome;
+        DWORD osError = 0;
+    };
+    std::string given = path;
+    const auto noFile = "WSE-000053: Windows application programming interface (API) CreateFile failed.";
+    const auto notRead = "WSE-000053: Windows application programming interface (API) ReadFile failed.";
+    const auto lineAsKey = "WSE-000010: Unable to open registry key KEY_keswsec_test under HKLM.";
+    const auto of = readers(nullptr);
+    const struct
+    {
+        std::pair<const char*, Call> reader;
+        Answer notRead;
+        Answer noBackslash;
+        DWORD noKey;
+        Answer noFile;
+    } rows[] = {
+        {{"type", typeOfPath(given, nullptr)}, {3}, {6, lineAsKey, ERROR_FILE_NOT_FOUND}, 6, {6}},
+        {of[0], {6}, {6}, 6, {6}},
+        {of[1], {3}, {3}, 3, {3}},
+        {of[2], {3}, {3}, 3, {3}},
+        {of[3], {3}, {3}, 3, {3}},
+        {of[4], {3, notRead, ERROR_LOCK_VIOLATION}, {6}, 3, {3, noFile, ERROR_FILE_NOT_FOUND}},
+        {of[5], {3}, {3}, 6, {6}},
+        {of[6], {3}, {6}, 3, {3}},
+    };
+    const intercept::Fault unread = failing("ReadFile", ERROR_LOCK_VIOLATION);
+    for (const auto& row : rows) {
+        const auto expect = [&](const Answer& answer, intercept::Fault fault = {}) {
+            const auto& [name, call] = row.reader;
+            expectNodeCases({{name, call, answer.status, answer.message, answer.osError, fault}});
+        };
+        library.writeKeyFile("KEY_keswsec_test\r\n");
+        expect(row.notRead, unread);
+        expect(row.noBackslash);
+        library.writeKeyFile("SOFTWARE\\Kestel\\KEY_none\r\n");
+        expect({row.noKey, "WSE-000010: Unable to open registry key ", ERROR_FILE_NOT_FOUND});
+        library.removeKeyFile();
+        expect(row.noFile);
+    }
+    library.writeKeyFile("KEY_keswsec_test\r\n");
+    const auto ownKey = calling(EXPORT(sswseGetKestelHomeKey), text, sizeof text, &length);
+    expectNodeCases({{"own home: not a word", ownKey, 3, "", 0, unread}});
+}
+
+TEST_F(RecordedHome, HasATypeThatIsReadThroughTheAdministrativeShare)
+{
+    const ScratchDirectory drive; // of the node, with the same path on it
+    const std::string below = path.substr(2);
+    const std::filesystem::path bin = drive.path().string() + below + "\\bin";
+    std::filesystem::create_directories(bin);
+    std::ofstream(bin / "kestel.key") << "SOFTWARE\\Kestel\\KEY_other\n";
+    remote.drives[whatif::wide(path.substr(0, 1).c_str())] = drive.path().wstring();
+    world.registry().setValue(remote, L"SOFTWARE\\Kestel\\KEY_other", L"KESTEL_HOME_TYPE", whatif::registryText(L"1"));
+    const std::string share = path.substr(0, 1) + "$" + below;
+    const struct
+    {
+        std::string given;
+        const char* node;
+        DWORD status;
+        std::string type;
+        std::string afterwards; // in place of what was given
+        std::string file;
+    } rows[] = {
+        {path, "", 2, "0", path, keyFile},
+        {path, "DB2", 2, "1", share, "\\\\DB2\\" + share + "\\bin\\kestel.key"},
+        {"Q:\\h", "DB2", 6, "", "Q$\\h", "\\\\DB2\\Q$\\h\\bin\\kestel.key"},
+        {share, "nowhere", 6, "", share, "\\\\nowhere\\" + share + "\\bin\\kestel.key"},
+        {"C:", "DB2", 6, "", "C$", "\\\\DB2\\C$\\bin\\kestel.key"},
+        {"C", "DB2", 6, "", "C", "\\\\DB2\\C\\bin\\kestel.key"},
+        {"", "DB2", 6, "", "", "\\\\DB2\\\\bin\\kestel.key"},
+    };
+    for (const auto& row : rows) {
+        std::string given = row.given;
+        *text = '\0';
+        opened.clear();
+        expectNodeCases({{row.given.c_str(), typeOfPath(given, row.node), row.status, row.status == 2 ? "" : noHome}});
+        EXPECT_EQ(text, row.type);
+        EXPECT_EQ(given, row.afterwards);
+        EXPECT_EQ(opened, std::vector<std::string>{row.file});
+    }
+}
+
+TEST_F(RecordedHome, HasATypeThatIsCopiedWithItsStoredSize)
+{
+    std::string given = path;
+    const auto ofKey = EXPORT(sswseGetKestelHomeType);
+    const auto ofPath = EXPORT(sswseGetKestelHomeTypeForKHPath);
+    const auto byKey = [&](auto rec, auto... type) { return ofKey(rec, key, type..., ""); };
+    const auto byPath = [&](auto rec, auto... type) { return ofPath(rec, given.data(), type..., nullptr); };
+    const std::wstring longest(255, L'\x3131');
+    for (const auto& [type, stored, read] : {std::tuple{REG_SZ, L"1\0"s, "1\0"s},
+                                             {REG_SZ, L"1"s, "1"s},
+                                             {REG_SZ, L""s, ""s},
+                                             {REG_DWORD, L"\x3231\x3433"s, "1234"s},
+                                             {REG_BINARY, longest, std::string(510, '1')}}) {
+        store(L"KESTEL_HOME_TYPE", stored, static_cast<DWORD>(type));
+        const size_t required = read.size() + 1;
+        expectTexts({{read, byKey, required, 2, read, read.size()},
+                     {read, byPath, required, 2, read, read.size()},
+                     {read, byPath, required - 1, 3, "", untouched,
+                      "WSE-000033: Insufficient output buffer for Kestelhometype."}});
+    }
+    store(L"KESTEL_HOME_TYPE", longest, REG_BINARY, 1);
+    expectTexts({{"longer than any type", byKey, 600, 3, "", untouched,
+                  "WSE-000048: Unable to query value for KESTEL_HOME_TYPE in registry."}});
+}
+
+TEST_F(RecordedHome, HasATypeThatIsSetOnlyWhenValidAndOnlyBelowAnExistingKey)
+{
+    const auto isValid = EXPORT(sswseIsKhomeTypeValid);
+    const auto set = EXPORT(sswseSetKestelHomeType);
+    for (const char* invalid : {"3", "", "01", " 1", "1 ", "one"})
+        expectNodeCases(
+            {{invalid, calling(isValid, invalid), 0}, {invalid, calling(set, key, invalid, nullptr), 5, "WSE-00008:"}});
+    for (const auto& [type, change] : {std::pair{"2", "0 -> 2"}, {"1", "2 -> 1"}, {"0", "1 -> 0"}}) {
+        const std::string line = "NODE: registry HKLM\\Software\\Kestel\\KEY_keswsec_test: KESTEL_HOME_TYPE set: ";
+        expectNodeCases(
+            {{type, calling(isValid, type), 1}, {type, calling(set, key, type, nullptr), 2, Lines{line + change}}});
+        EXPECT_EQ(world.registry().value(local, L"SOFTWARE\\Kestel\\KEY_keswsec_test", L"KESTEL_HOME_TYPE"),
+                  whatif::registryText(whatif::wide(type)));
+    }
+    const auto missing = "WSE-000010: Unable to open registry key Software\\Kestel\\KEY_none under HKLM.";
+    expectNodeCases({{"missing", calling(set, "KEY_none", "2", nullptr), 6, missing, ERROR_FILE_NOT_FOUND},
+                     {"still missing", calling(set, "KEY_none", "2", nullptr), 6, missing, ERROR_FILE_NOT_FOUND}});
+}
+
+TEST_F(RecordedHome, HasAUserThatIsReadFromAnyStoredText)
+{
+    const auto ofPath = EXPORT(sswseGetUnameForKhomePath);
+    const auto get = [&](auto rec, auto... user) { return ofPath(rec, path.c_str(), user..., nullptr); };
+    constexpr size_t most = 32764 / sizeof(wchar_t);
+    const std::wstring longest(most, L'u');
+    const auto expect = [&](const std::wstring& stored, DWORD type, size_t extraBytes, TextCase expected) {
+        store(L"KESTEL_SVCUSER", stored, type, extraBytes);
+        expectTexts({std::move(expected)});
+    };
+    expect(L"svc_1\0"s, REG_SZ, 0, {"fits", get, 6, 2, "svc_1", 6});
+    expect(L"svc_1\0"s, REG_SZ, 0,
+           {"too small", get, 5, 3, "", untouched, "WSE-000033: Insufficient output buffer for username."});
+    expect(L"svc_1", REG_SZ, 0, {"not terminated", get, 6, 2, "svc_1", 6});
+    expect(L"svc_1", REG_BINARY, 1, {"half a character", get, 6, 2, "svc_1", 6});
+    expect(L"", REG_SZ, 0, {"empty", get, 1, 2, "", 1});
+    expect(longest, REG_SZ, 0, {"longest", get, 32768, 2, std::string(most, 'u'), most + 1});
+    expect(longest, REG_BINARY, 1,
+           {"too long", get, 32768, 3, "", untouched,
+            "WSE-000048: Unable to query value for KESTEL_SVCUSER in registry."});
+}
+
+TEST_F(RecordedHome, HasFactsOfTheUserThatAreReadLeniently)
+{
+    const Call isVirtual = readers(nullptr)[4].second;
+    const Call password = readers(nullptr)[5].second;
+    for (const auto& [stored, answer] : {std::pair{L"0"s, 0u},
+                                         {L"-1"s, 0u},
+                                         {L"abc"s, 0u},
+                                         {L""s, 0u},
+                                         {std::wstring(510, L'0'), 0u},
+                                         {L"2"s, 1u},
+                                         {L" 1"s, 1u},
+                                         {L"99999999999"s, 1u}}) {
+        store(L"KESTEL_SVCUSER_PWDREQ", stored);
+        expectNodeCases({{"password", password, answer}});
+    }
+    for (const auto& [stored, answer] : {std::pair{L"V", 1u}, {L"v", 1u}, {L" ", 0u}, {L"", 0u}, {L"VV", 0u}}) {
+        store(L"KESTEL_SVCUSER_TYPE", stored);
+        expectNodeCases({{"type", isVirtual, answer}});
+    }
+    world.registry().createKey(local, L"SOFTWARE\\Kestel\\KEY_empty");
+    library.writeKeyFile("SOFTWARE\\Kestel\\KEY_empty\n");
+    expectNodeCases({{"password not recorded", password, 3, "WSE-000048", ERROR_FILE_NOT_FOUND},
+                     {"type not recorded", isVirtual, 0}});
+}
+
+TEST_F(RecordedHome, GetsAUserThatIsClassifiedByTheNameThatWasGiven)
+{
+    addGroup(local, L"KES_VA");
+    addGroup(remote, L"KES_VA");
+    const struct
+    {
+        const char* name;
+        const char* type;
+        const char* passwordRequired;
+        const char* written = nullptr; // in its place
+    } rows[] = {
+        {"LOCAL_SYSTEM", " ", "0", "NT AUTHORITY\\SYSTEM"},
+        {"Local_Service", " ", "0", "NT AUTHORITY\\LOCAL SERVICE"},
+        {"SYSTEM", " ", "0"},
+        {"NT AUTHORITY\\LocalService", " ", "0"},
+        {"NT AUTHORITY\\NETWORK SERVICE", " ", "1"},
+        {"CORP\\gmsa$", " ", "0"},
+        {"svc", " ", "1"},
+        {"KES_VA", "V", "0"},
+        {"NODE\\KES_VA", " ", "1"}, // no name of a group
+        {"Everyone", " ", "1"},
+    };
+    for (const char* const node : {static_cast<const char*>(nullptr), "DB2"})
+        for (const auto& row : rows)
+            expectRecording(row.name, node, {row.written ? row.written : row.name, row.type, row.passwordRequired});
+}
+
+// Whose name it is this machine is asked, even for a node; whether it is a group, the node.
+TEST_F(RecordedHome, GetsAUserWhoseNameIsThisMachinesAndWhoseGroupIsTheNodes)
+{
+    addGroup(local, L"KES_LOCAL");
+    addGroup(remote, L"KES_REMOTE");
+    expectRecording("KES_LOCAL", nullptr, {"KES_LOCAL", "V", "0"});
+    expectRecording("KES_LOCAL", "DB2", {"KES_LOCAL", " ", "1"});
+    expectRecording("KES_REMOTE", "DB2", {"KES_REMOTE"}, 3, "WSE-000014", ERROR_NONE_MAPPED);
+    expectRecording("NODE\\svc", "DB2", {"NODE\\svc", " ", "1"});
+    expectRecording("DB2\\svc", "DB2", {"DB2\\svc"}, 3, "WSE-000014", ERROR_NONE_MAPPED);
+    expectRecording("NETWORK_SERVICE", nullptr, {"NETWORK_SERVICE"}, 3, "WSE-000014", ERROR_NONE_MAPPED);
+    expectRecording(std::string(700, 'u').c_str(), nullptr, {std::string(511, 'u')}, 3, "WSE-000014",
+                    ERROR_NONE_MAPPED);
+    local.missing = {L"Logoncli.dll"}; // nobody knows of managed accounts
+    expectRecording("CORP\\gmsa$", nullptr, {"CORP\\gmsa$", " ", "1"});
+}
+
+TEST_F(RecordedHome, KeepsOfAUserWhatWasWrittenBeforeAFailure)
+{
+    expectRecording("svc", nullptr, {}, 3, "WSE-000049: Unable to set value for KESTEL_SVCUSER in registry.", denied,
+                    failing("RegSetValueExW", denied));
+    expectRecording("svc", "DB2", {"svc"}, 3, "WSE-000049: Unable to set value for KESTEL_SVCUSER_TYPE in", denied,
+                    failing("RegSetValueExA", denied, 1));
+    expectRecording("svc", "DB2", {"svc", " "}, 3, "WSE-000049: Unable to set value for KESTEL_SVCUSER_PWDREQ", denied,
+                    failing("RegSetValueExA", denied, 2));
+    // A group that cannot be looked for is none, and only the message tells.
+    expectRecording("Administrators", nullptr, {"Administrators", " ", "1"}, 2, "WSE-000030", denied,
+                    failing("NetLocalGroupGetInfo", denied));
+    const auto set = EXPORT(sswseSetUnameForKhome);
+    const std::string longKey(496, 'k'); // one more than there is room for behind "software\Kestel\"
+    expectNodeCases({
+        {"no such node", calling(set, "svc", "nowhere", "KEY_1"), 3, "WSE-000044", ERROR_BAD_NETPATH},
+        {"a home of this machine only", calling(set, "svc", "DB2", "KEY_1"), 3,
+         "WSE-000010: Unable to open registry key software\\Kestel\\KEY_1 under HKLM.", ERROR_FILE_NOT_FOUND},
+        {"long home key", calling(set, "u", nullptr, longKey.c_str()), 3,
+         "WSE-000053: Windows application programming interface (API) strcat_s failed.", ERANGE},
+    });
+}
+
+TEST_F(NodeTest, EventSourcesAreRegisteredOverwrittenAndRemoved)
+{
+    const auto create = [&](const char* name, const char* file, DWORD types, const char* node = nullptr) {
+        return calling(EXPORT(sswseCreateSVCEventRegEntry), name, file, types, node);
+    };
+    const auto remove = [&](const char* name) { return calling(EXPORT(sswseDeleteSVCEventRegEntry), name, "DB2"); };
+    const std::string sources = "SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\";
+    const std::string line = "DB2: registry HKLM\\" + sources + "Kestel: ";
+    const std::string missing = "WSE-000051: Unable to delete registry key " + sources + "Kestel.";
+    expectNodeCases({
+        {"create", create("Kestel", "%SystemRoot%\\a.dll", 0, "DB2"), 2,
+         Lines{line + "created", line + "EventMessageFile set: expand:%SystemRoot%\\a.dll",
+               line + "TypesSupported set: dword:7"}},
+        {"overwrite", create("Kestel", "", 0xFFFFFFFF, "DB2"), 2,
+         Lines{line + "EventMessageFile set: expand:%SystemRoot%\\a.dll -> expand:",
+               line + "TypesSupported set: dword:7 -> dword:4294967295"}},
+        {"remove", remove("Kestel"), 2, Lines{line + "deleted"}},
+        {"remove again", remove("Kestel"), 3, missing.c_str(), ERROR_FILE_NOT_FOUND},
+        {"no node", create("Kestel", "m", 0, "nowhere"), 3, "WSE-000044", ERROR_BAD_NETPATH},
+        {"endless", create(std::string(700, 's').c_str(), "m", 0), 3,
+         "WSE-000050: Unable to create registry key SYSTEM\\CurrentControlSet", ERROR_INVALID_PARAMETER},
+    });
+    expectRefused("ServiceAppKey", {create(nullptr, nullptr, 0), remove(nullptr)});
+    expectRefused("Event Message File", {create("s", nullptr, 0)});
+}
+
+TEST(Home, MissingArgumentsAreNamed)
+{
+    char out[8];
+    char path[] = "C:\\home";
+    expectRefused("KestelHome Key", {calling(sswseGetKestelHomeType, nullptr, nullptr, 1, nullptr, nullptr),
+                                     calling(sswseSetKestelHomeType, nullptr, nullptr, nullptr)});
+    expectRefused("KestelHome Type",
+                  {calling(sswseGetKestelHomeType, "K", nullptr, 1, nullptr, nullptr),
+                   calling(sswseSetKestelHomeType, "K", nullptr, nullptr), calling(sswseIsKhomeTypeValid, nullptr),
+                   calling(sswseGetKestelHomeTypeForKHPath, path, nullptr, 8, nullptr, "node")});
+    expectRefused("KestelHome Name", {calling(sswseGetKestelHomeName, nullptr, 1, nullptr),
+                                      calling(sswseGetKestelHomeNameForKHPath, path, nullptr, 8, nullptr, "node")});
+    expectRefused("KestelHome Path", {calling(sswseGetKestelHomeTypeForKHPath, nullptr, out, 8, nullptr, nullptr),
+                                      calling(sswseIsSVCUserMSA, nullptr, nullptr),
+                                      calling(sswseIsSVCUserPasswordRequired, nullptr, nullptr),
+                                      calling(sswseIsSvcUserVirtualAccount, nullptr, nullptr)});
+    expectRefused("KestelHome Path", {calling(sswseGetUnameForKhomePath, nullptr, nullptr, 8, nullptr, nullptr)}, 6);
+    expectRefused("KestelHomePath", {calling(sswseIsSvcUserLocalSystem, nullptr, nullptr),
+                                     calling(sswseIsSvcUserLocalService, nullptr, nullptr),
+                                     calling(sswseIsSVCUserGMSA, nullptr, nullptr)});
+    expectRefused("username", {calling(sswseSetUnameForKhome, nullptr, nullptr, nullptr),
+                               calling(sswseGetUnameForKhome, nullptr, 8, nullptr, nullptr),
+                               calling(sswseGetUnameForKhomePath, path, nullptr, 8, nullptr, nullptr)});
+    expectRefused("KestelHomeKey", {calling(sswseSetUnameForKhome, "u", nullptr, nullptr)}, 6);
+    expectRefused("khkey", {calling(sswseGetKestelHomeKey, nullptr, 1, nullptr)});
+    EXPECT_STREQ(path, "C:\\home"); // not changed even for a node
+}

@@ -1,0 +1,126 @@
+// What services are told by texts: the role that an executable's path names, lists of dependencies, and the labels of
+// the calls' arguments.
+#include "services/dependency_list.h"
+#include "services/service_key.h"
+#include "tests/support/cases.h"
+#include "tests/support/guarded_heap.h"
+#include "tests/support/trace_log.h"
+
+#include <gtest/gtest.h>
+
+using namespace std::string_literals;
+
+namespace {
+
+using support::calling;
+
+std::string keyOf(const std::string& binPath, const char* service = "any", size_t size = 512)
+{
+    std::string key(size + 1, '#');
+    EXPECT_EQ(sswseGetServiceKeyFromBinPath(nullptr, binPath.c_str(), service, key.data(), size), SSWSE_SUCCESS);
+    EXPECT_EQ(key[size], '#') << "wrote behind the buffer";
+    return size ? key.c_str() : "";
+}
+
+TEST(ServiceKey, IsTheExecutableOfTheCommandLine)
+{
+    struct
+    {
+        const char* binPath;
+        const char* service;
+        const char* key;
+    } const cases[] = {
+        {"C:\\home.1\\bin\\keslsnr", "any", "keslsnr.exe"},
+        {"kestel.exe", "KestelVLMService", "kestel.exe-vlm"},
+        {"C:\\bin\\kestel.exe", "KESTELMONDBSERVICE1", "kestel.exe-mondb"},
+        {"C:\\bin\\kestel.exe", "XKestelVLMService", "kestel.exe"},
+        {"C:\\bin\\kestel.exe", "KestelVLMServic", "kestel.exe"},
+        {"C:\\bin\\kestel.exe -f C:\\data\\init", "any", "init.exe"},
+        {"\"C:\\bin\\kestel.exe\" H1", "any", "kestel.exe\""},
+        {"C:\\bin\\", "any", ".exe"},
+        {"", "KestelVLMService", ".exe-vlm"},
+    };
+    for (const auto& each : cases)
+        EXPECT_EQ(keyOf(each.binPath, each.service), each.key) << each.binPath << " of " << each.service;
+}
+
+TEST(ServiceKey, StaysWithinItsBuffers)
+{
+    EXPECT_EQ(keyOf("C:\\bin\\" + std::string(2000, 'k'), "KestelVLMService"), std::string(511, 'k'));
+    EXPECT_EQ(keyOf("C:\\" + std::string(505, 'k'), "KestelVLMService"), std::string(505, 'k') + ".exe-v");
+    EXPECT_EQ(keyOf("kestel.exe", "any", 8), "kestel.");
+    EXPECT_EQ(keyOf("kestel.exe", "any", 1), "");
+    EXPECT_EQ(keyOf("kestel.exe", "any", 0), "");
+}
+
+constexpr size_t limit = 5120; // characters, terminators included
+
+TEST(DependencyList, IsConvertedUpToItsEmptyName)
+{
+    const std::pair<std::string, std::wstring> cases[] = {
+        {"Tcpip\0Afd\0\0"s, L"Tcpip\0Afd\0\0"s},
+        {"\0"s, L"\0"s},
+        {"caf\xe9\0\0"s, L"caf\u00e9\0\0"s}, // by the system's code page, not by the "C" locale of this process
+        {"\x80ro\0\0"s, L"\u20acro\0\0"s},
+        {std::string(limit - 2, 'x') + "\0\0"s, std::wstring(limit - 2, L'x') + L"\0\0"s},
+        {std::string(limit, 'x'), L""}, // without an end: not read beyond the limit
+        {std::string(limit - 1, 'x') + '\0', L""},
+    };
+    ASSERT_EQ(GetACP(), 1252u);
+    for (const auto& [given, expected] : cases) {
+        const guarded::Buffer list(given.data(), given.size());
+        sswseErrRec rec = {};
+        owned::Heap<wchar_t> wide;
+        const bool isRefused = expected.empty();
+        EXPECT_EQ(sswseDependenciesToWide({&rec, __func__}, list.data(), wide), isRefused ? 4u : 2u);
+        EXPECT_EQ(support::messageOf(rec), isRefused ? "WSE-000012: Null or invalid Dependencies parameter." : "");
+        EXPECT_EQ(wide ? std::wstring(wide.get(), expected.size()) : L"", expected);
+    }
+}
+
+TEST(ServiceCalls, NameMissingArgumentsInOrder)
+{
+    const auto create = [](const char* service, const char* path) {
+        return calling(sswseCreateService, service, nullptr, DWORD{}, DWORD{}, DWORD{}, DWORD{}, path, nullptr, nullptr,
+                       nullptr, nullptr, nullptr, nullptr, nullptr);
+    };
+    const auto sidName = [](const char* service, char* text) {
+        return calling(sswseGetServiceSidName, service, text, size_t{}, nullptr);
+    };
+    char text[8];
+    support::expectRefused("Service Name",
+                           {create(nullptr, nullptr), sidName(nullptr, nullptr),
+                            calling(sswseUpdateService, nullptr, nullptr, nullptr, nullptr, nullptr),
+                            calling(sswseGetSvcUserForService, nullptr, nullptr, size_t{}, nullptr, nullptr),
+                            calling(sswseDeleteService, nullptr, nullptr),
+                            calling(sswseGetServiceSID, nullptr, nullptr, nullptr)});
+    support::expectRefused("Service Binary Path", {create("s", nullptr), calling(sswseUpdateService, nullptr, "s",
+                                                                                 nullptr, nullptr, nullptr)});
+    support::expectRefused("Pointer to ServiceHandle", {create("s", "p")});
+    support::expectRefused("username", {calling(sswseGetSvcUserForService, "s", nullptr, size_t{}, nullptr, nullptr)});
+    support::expectRefused("Service Sid String", {sidName("s", nullptr)});
+    support::expectRefused("Pointer to SID", {calling(sswseGetServiceSID, "s", nullptr, nullptr)});
+    support::expectCases({{"no room", sidName("s", text), SSWSE_INVALID_ARGUMENT,
+                           "WSE-000033: Insufficient output buffer for Service Sid String length."}});
+}
+
+TEST(ServiceCalls, TraceTheirArgumentsWithoutPasswordsAndUnwrittenBuffers)
+{
+    SC_HANDLE service = nullptr;
+    const guarded::Buffer unwritten(16, 'x');
+    const std::pair<std::string, support::Call> cases[] = {
+        // What is longer than 128 characters comes in pieces; the first ends with a whole line.
+        {"Service Name = (null)\nDisplay Name = d\nService Type = 16   \nBinpath = b\nDependencies = x\n"
+         "ServiceStartName = n",
+         calling(sswseCreateService, nullptr, "d", DWORD{}, DWORD{16}, DWORD{}, DWORD{}, "b", nullptr, nullptr,
+                 "x\0y\0", "n", "secret", "a node", &service)},
+        {"nodename = \nService Name = (null)\nUsername = u   \nPassword = ****\nBinpath = b",
+         calling(sswseUpdateService, "", nullptr, "u", "secret", "b")},
+        {"nodename = \nusername =           \nServicename = (null)",
+         calling(sswseGetSvcUserForService, nullptr, unwritten.data(), unwritten.size(), nullptr, "")},
+    };
+    for (const auto& [line, call] : cases)
+        EXPECT_EQ(support::argumentLine(call), line);
+}
+
+} // namespace
