@@ -12,7 +12,9 @@ owned::Heap<char> oemName(const wchar_t* path)
     size_t length = 0;
     const bool converted = sswseWideToOem(path, name, &length) == SSWSE_SUCCESS;
     const bool outOfMemory = !name && length != 0;
-    return converted || outOfMemory ? std::move(name) : owned::allocateZeroed<char>(1);
+    if (!converted && !outOfMemory)
+        name = owned::allocateZeroed<char>(1);
+    return name;
 }
 
 } // namespace
