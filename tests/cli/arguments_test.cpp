@@ -1,4 +1,5 @@
 #include "cli/arguments.h"
+#include "cli/options.h"
 #include "cli/script.h"
 #include "cli/text.h"
 
@@ -13,7 +14,7 @@ namespace {
 std::string refusalOf(const std::string& line)
 {
     try {
-        parseCall(splitWords(line));
+        parseCall(parseOptions(splitWords(line)).words);
     } catch (const UsageError& error) {
         return error.what();
     }
@@ -33,6 +34,12 @@ const Value& valueOf(const Call& call, const std::string& name)
 TEST(Arguments, WrongUsageIsRefusedWithItsReason)
 {
     const std::pair<const char*, const char*> cases[] = {
+        {"", "no function is given"},
+        {"--unknown IsOSWinDC", "no option --unknown"},
+        {"--node", "--node"},
+        {"--what-if --node a.ini IsOSWinDC", "--what-if and --node exclude each other"},
+        {"--save a.ini IsOSWinDC", "--save needs a node"},
+        {"--script a.txt IsOSWinDC", "--script takes no function"},
         {"CreateOSGroups groupname=a", "no function CreateOSGroups"},
         {"FreeMemory pointer=1", "called by keswsec itself"},
         {"CreateOSGroup", "groupname is missing"},
@@ -40,7 +47,6 @@ TEST(Arguments, WrongUsageIsRefusedWithItsReason)
         {"CreateOSGroup groupname=a groupname=b", "groupname is given twice"},
         {"CreateOSGroup group=a", "unknown argument group"},
         {"GetKestelHomeKey khkey=a", "unknown argument khkey;"},
-        {"GetKestelHomeKey khkeyl=5", "unknown argument khkeyl"},
         {"TraceOn callback=1", "unknown argument callback"},
         {"GetKestelHomeKey khkey.size=5 khkey.size=6", "given twice"},
         {"GetKestelHomeKey khkey.size=16777217", "too big"},
@@ -48,9 +54,7 @@ TEST(Arguments, WrongUsageIsRefusedWithItsReason)
         {"FillErrMsg messageId=0x100000000000000000000", "too big"},
         {"AddACLOnObjectForUser wtype=1 path=a ptype=0 inheritable=256", "too big"},
         {"FillErrMsg messageId=-1", "is no number"},
-        {"FillErrMsg messageId=0x", "is no number"},
         {"FillErrMsg messageId=12a", "is no number"},
-        {"FillErrMsg messageId=", "is no number"},
         {"FillErrMsg messageId=1 insert=1 insert=2 insert=3 insert=4", "at most 3 inserts"},
         {"ConvertSIDToUname OSSid=S-1-", "is no SID"},
         {"CreateService servicename=a binpath=b dependencies=", "empty name"},

@@ -90,33 +90,30 @@ TEST_F(HostileArguments, OrdinaryOnesComeFar)
 
 TEST_F(HostileArguments, Texts)
 {
-    const std::vector<std::string> texts = {
-        "",
-        std::string(511, 'x'),
-        std::string(512, 'x'),
-        std::string(513, 'x'),
-        std::string(70000, 'x'),
-        "half a character \x81",
-        std::string(511, 'x') + "\x81",
+    const std::vector<std::string> plain = {"",   std::string(511, 'x'),  std::string(512, 'x'), std::string(513, 'x'),
+                                            "\\", std::string(511, '\\'), "%s%n%s%n%s%n%s%n"};
+    const std::vector<std::string> dependingOnCodePage = {
+        std::string(70000, 'x'),  "half a character \x81", std::string(511, 'x') + "\x81",
         "\x83\\\x83\\\x81", // with backslashes as second halves
-        "\\",
-        std::string(511, '\\'),
         std::string(70000, '\\'),
-        "%s%n%s%n%s%n%s%n",
     };
     for (const UINT codePage : codePages) {
         subject.setCodePage(codePage);
+        std::vector<std::string> texts = dependingOnCodePage;
+        if (codePage == 0)
+            texts.insert(texts.end(), plain.begin(), plain.end());
         for (const cli::Function* const function : callableFunctions())
             for (size_t i = 0; i < function->parameters.size(); ++i) {
                 Call call = subject.ordinary(*function);
-                const std::string what = std::string(function->parameters[i].name) + ", code page ";
+                const std::string what =
+                    std::string(function->parameters[i].name) + ", code page " + std::to_string(codePage);
                 for (size_t row = 0; isText(function->parameters[i]) && row < texts.size(); ++row) {
                     setText(call, i, texts[row]);
-                    subject.run(call, what + std::to_string(codePage) + ", row " + std::to_string(row));
+                    subject.run(call, what + ", row " + std::to_string(row));
                 }
                 call.nulls = {i};
                 if (function->parameters[i].kind != cli::Kind::inserts)
-                    subject.run(call, what + "none, NULL");
+                    subject.run(call, what + ", NULL");
             }
     }
 }

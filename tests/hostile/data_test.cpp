@@ -16,21 +16,12 @@ constexpr size_t mostEntries = (0xFFFF - sizeof(ACL)) / 20; // of the shortest S
 
 std::string heldDescriptor; // what every file and service has
 
-BOOL handOut(PSECURITY_DESCRIPTOR buffer, DWORD size, DWORD* needed)
+template <class Object>
+BOOL WINAPI handOut(Object, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, DWORD* needed)
 {
     *needed = static_cast<DWORD>(heldDescriptor.size());
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return size >= *needed && memcpy(buffer, heldDescriptor.data(), *needed);
-}
-
-BOOL WINAPI fileSecurity(LPCWSTR, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, DWORD* needed)
-{
-    return handOut(buffer, size, needed);
-}
-
-BOOL WINAPI serviceSecurity(SC_HANDLE, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, DWORD* needed)
-{
-    return handOut(buffer, size, needed);
 }
 
 std::string descriptorOf(const std::wstring& sddl)
@@ -67,17 +58,18 @@ TEST_F(HostileData, KeyFiles)
     for (int i = 0; i < 4 * 256; ++i)
         binary += static_cast<char>(i * 7);
     const std::string usual = "SOFTWARE\\KESTEL\\KEY_keswsec_test"; // without a line end
+    const std::string section = "SOFTWARE\\";                       // 9 characters
     const std::string files[] = {"",
                                  "\r\n",
                                  usual,
                                  usual + "\x81",
                                  std::string(1, '\0') + usual,
                                  usual + std::string(600, '\0'),
-                                 "SOFTWARE\\KESTEL\\",
+                                 section + "KESTEL\\",
                                  std::string(511, 'x'),
-                                 "SOFTWARE\\" + std::string(502, 'x'), // 511 bytes
-                                 "SOFTWARE\\" + std::string(503, 'x'),
-                                 "SOFTWARE\\" + std::string(501, 'x') + "\x81",
+                                 section + std::string(502, 'x'),
+                                 section + std::string(503, 'x'),
+                                 section + std::string(501, 'x') + "\x81",
                                  std::string(512, '\\'),
                                  std::string(70000, '\\'),
                                  binary};
@@ -144,17 +136,20 @@ TEST_F(HostileData, GroupsAndRights)
     const Functions readers = subject.functionsThatCall(
         {"NetUserGetLocalGroups", "NetLocalGroupGetMembers", "LsaEnumerateAccountsWithUserRight"});
     EXPECT_GE(readers.size(), 4u);
-    const std::wstring user = subject.local.accounts.back().sid;
     whatif::Node& node = subject.local;
     node.groups.front().members.clear();
     node.rights.clear();
     subject.runAll(readers, "nothing");
     for (size_t i = 0; i < thousands; ++i) {
-        node.groups.push_back({L"G" + std::to_wstring(i), L"", sid(i), {user}});
-        node.groups.front().members.push_back(sid(i + thousands));
-        node.rights[L"SeServiceLogonRight"].push_back(sid(i + thousands));
+        node.groups.front().members.push_back(sid(i));
+        node.rights[L"SeServiceLogonRight"].push_back(sid(i));
     }
-    subject.runAll(readers, "thousands");
+    subject.runAll(readers, "thousands of members and holders");
+    node.groups.front().members.clear();
+    node.rights.clear();
+    for (size_t i = 0; i < thousands; ++i)
+        node.groups.push_back({L"G" + std::to_wstring(i), L"", sid(i), {node.accounts.back().sid}});
+    subject.runAll(readers, "a user of thousands of groups");
 }
 
 TEST_F(HostileData, AccessControlLists)
@@ -162,9 +157,10 @@ TEST_F(HostileData, AccessControlLists)
     const Functions readers = subject.functionsThatCall({"GetFileSecurityW", "QueryServiceObjectSecurity"});
     EXPECT_GE(readers.size(), 5u);
     whatif::Imports imports(subject.home.module());
-    imports.redirect("GetFileSecurityW", reinterpret_cast<void*>(&fileSecurity));
-    imports.redirect("QueryServiceObjectSecurity", reinterpret_cast<void*>(&serviceSecurity));
-    for (const size_t count : {size_t{0}, size_t{1}, thousands, mostEntries}) {
+    imports.redirect("GetFileSecurityW", reinterpret_cast<void*>(&handOut<LPCWSTR>));
+    imports.redirect("QueryServiceObjectSecurity", reinterpret_cast<void*>(&handOut<SC_HANDLE>));
+    imports.redirect("IsValidSid", reinterpret_cast<void*>(&IsValidSid)); // millions of times
+    for (const size_t count : {size_t{0}, size_t{1}, mostEntries}) {
         std::wstring sddl = L"D:";
         for (size_t i = 0; i < count; ++i)
             sddl += L"(A;;0x1;;;S-1-7-" + std::to_wstring(i) + L")";

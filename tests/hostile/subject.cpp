@@ -1,6 +1,7 @@
 #include "tests/hostile/subject.h"
 
 #include "cli/cells.h"
+#include "cli/script.h"
 #include "tests/support/guarded_heap.h"
 #include "tests/support/statuses.h"
 
@@ -67,45 +68,25 @@ HANDLE WINAPI findFirstFile(LPCWSTR pattern, WIN32_FIND_DATAW* found)
 }
 
 // What the ordinary calls are given, by the names of the parameters; for some functions another value.
+constexpr char ordinaryValues[] =
+    R"(messageId=0xC002000A username=svc sswseCreateKestelSVCUser.username=other uname=svc usernames=svc cUser=NODE\svc)"
+    R"( accname="LOCAL SERVICE" sswseGetBuiltinAccName.accname=LOCAL_SERVICE passwd=Secret-1 password=Secret-1)"
+    R"( groupname=KES_h1_SVCACCTS homename=h1 khtype=1 khometype=1 khomekey=KEY_keswsec_test)"
+    R"( SVCAppKey=KestelSource EventMsgFile=C:\h1\bin\messages.dll servicename=KestelService svcname=KestelService)"
+    R"( sswseCreateService.servicename=KestelServiceNew binpath="C:\h1\bin\kestel.exe -x" dependencies=RpcSs)"
+    R"( OSSid=S-1-5-19 pszTrustee=S-1-5-19 sid=S-1-5-19 dwAccessRights=1 mask=1)"
+    R"( acl=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD) list=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD))"
+    R"( path=file sswseGetPredefKey.path=MACHINE\Software wFilename=file wtype=0 ptype=6)";
+
 std::string ordinaryValue(const std::string& function, const std::string& parameter)
 {
-    static const std::map<std::string, std::string> values = {
-        {"messageId", "0xC002000A"},
-        {"username", "svc"},
-        {"sswseCreateKestelSVCUser username", "other"},
-        {"uname", "svc"},
-        {"cUser", "NODE\\svc"},
-        {"usernames", "svc"},
-        {"accname", "LOCAL SERVICE"},
-        {"sswseGetBuiltinAccName accname", "LOCAL_SERVICE"},
-        {"groupname", "KES_h1_SVCACCTS"},
-        {"homename", "h1"},
-        {"khtype", "1"},
-        {"khometype", "1"},
-        {"khomekey", "KEY_keswsec_test"},
-        {"SVCAppKey", "KestelSource"},
-        {"EventMsgFile", "C:\\h1\\bin\\messages.dll"},
-        {"servicename", "KestelService"},
-        {"sswseCreateService servicename", "KestelServiceNew"},
-        {"svcname", "KestelService"},
-        {"binpath", "C:\\h1\\bin\\kestel.exe -x"},
-        {"dependencies", "RpcSs"},
-        {"passwd", "Secret-1"},
-        {"password", "Secret-1"},
-        {"OSSid", "S-1-5-19"},
-        {"pszTrustee", "S-1-5-19"},
-        {"dwAccessRights", "1"},
-        {"acl", "D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD)"},
-        {"list", "D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD)"},
-        {"sid", "S-1-5-19"},
-        {"mask", "1"},
-        {"path", "file"},
-        {"sswseGetPredefKey path", "MACHINE\\Software"},
-        {"wFilename", "file"},
-        {"wtype", "0"},
-        {"ptype", "6"},
-    };
-    const auto special = values.find(function + " " + parameter);
+    static const auto values = [] {
+        std::map<std::string, std::string> all;
+        for (const std::string& word : cli::splitWords(ordinaryValues))
+            all[word.substr(0, word.find('='))] = word.substr(word.find('=') + 1);
+        return all;
+    }();
+    const auto special = values.find(function + "." + parameter);
     const auto found = special == values.end() ? values.find(parameter) : special;
     return found == values.end() ? "" : found->second;
 }

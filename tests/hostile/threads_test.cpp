@@ -1,5 +1,6 @@
 // Many threads in one library: on one node, while tracing is switched and the first messages are looked up.
 #include "cli/call.h"
+#include "cli/script.h"
 #include "tests/support/home.h"
 #include "tests/support/trace_log.h"
 #include "whatif/registry.h"
@@ -9,10 +10,12 @@
 
 #include <atomic>
 #include <deque>
+#include <regex>
 #include <set>
 #include <thread>
 
 using support::TraceLog;
+using testing::EndsWith;
 using testing::StartsWith;
 
 namespace {
@@ -20,48 +23,60 @@ namespace {
 constexpr int threadCount = 8;
 constexpr int rounds = 25;
 
-bool endsWith(const std::string& text, const std::string& end)
-{
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 std::string tagOf(int thread)
 {
     return "thread" + std::to_string(thread) + "x";
 }
 
-// One thread's lines are whole, its own, and in the order of its calls; `whole`: from the first to the last. Returns
+// One thread's lines are whole, its own, and in the order of its calls; `complete`: from the first to the last. Returns
 // the number of calls from outside.
-size_t expectOrderly(const std::vector<std::string>& lines, bool whole)
+size_t expectOrderly(const std::vector<std::string>& lines, bool complete)
 {
-    std::vector<std::string> open;
+    std::vector<std::string> open; // what is to come for them
     std::set<int> owners;
     size_t calls = 0;
-    for (size_t i = 0; i < lines.size(); ++i) {
-        const std::string& line = lines[i];
+    bool separatorNext = false;
+    for (const std::string& line : lines) {
         for (int thread = 0; thread < threadCount; ++thread)
             if (line.find(tagOf(thread)) != std::string::npos)
                 owners.insert(thread);
+        EXPECT_TRUE((line == "<separator>") == separatorNext || (&line == &lines.front() && !complete)) << line;
+        separatorNext = line.rfind("Exiting... ", 0) == 0;
         if (line.rfind("Entering... ", 0) == 0) {
-            EXPECT_TRUE(endsWith(line, "()\n")) << line;
+            EXPECT_THAT(line, EndsWith("()\n"));
             calls += open.empty();
-            open.push_back(line.substr(12, line.size() - 15));
-        } else if (line.rfind("Exiting... ", 0) == 0) {
-            EXPECT_TRUE(endsWith(line, "()")) << line;
-            EXPECT_TRUE(!whole || !open.empty());
-            if (!open.empty()) {
-                EXPECT_EQ(line, "Exiting... " + open.back() + "()");
-                open.pop_back();
-            }
-            EXPECT_TRUE(i + 1 == lines.size() ? !whole : lines[i + 1] == "<separator>") << line;
-        } else if (line == "<separator>") {
-            EXPECT_TRUE(i == 0 ? !whole : lines[i - 1].rfind("Exiting... ", 0) == 0);
+            open.push_back("Exiting" + line.substr(8, line.size() - 9));
+        } else if (separatorNext && !open.empty()) {
+            EXPECT_EQ(line, open.back());
+            open.pop_back();
+        } else {
+            EXPECT_FALSE(separatorNext && complete) << line;
         }
     }
-    EXPECT_TRUE(!whole || open.empty());
+    EXPECT_TRUE(!complete || (open.empty() && !separatorNext));
     EXPECT_LE(owners.size(), 1u);
     return calls;
 }
+
+// What each thread calls, "@" being a name of its own. A failure first: it looks for the messages.
+struct Row
+{
+    const char* call;
+    DWORD status;
+    const char* says; // message or output
+};
+constexpr Row rows[] = {
+    {"SetKestelHomeType khometype=1 khomekey=@", 6,
+     "WSE-000010: Unable to open registry key Software\\Kestel\\@ under HKLM."},
+    {"CheckUserInGroup username=Guest groupname=g@", 3, "WSE-000014: "},
+    {"CreateOSGroup groupdesc=@ groupname=g@", 2, ""},
+    {"AddUserToGroup username=Guest groupname=g@", 2, ""},
+    {"CheckUserInGroup username=Guest groupname=g@", 1, ""},
+    {"GetServiceSidName svcname=@", 2, "NT SERVICE\\@"},
+    {"CreateService servicename=@ binpath=@\\norow.exe", 2, ""},
+    {"DeleteService servicename=@", 2, ""},
+    {"DeleteOSGroup groupname=g@", 2, ""},
+};
 
 class Threads : public testing::Test
 {
@@ -75,37 +90,19 @@ protected:
     }
     ~Threads() override { std::filesystem::current_path(support::programDirectory()); }
 
-    // A failure first: it looks for the messages.
     void work(const std::string& tag)
     {
-        for (int round = 0; round < rounds; ++round) {
-            const std::string name = tag + std::to_string(round);
-            const std::string group = "groupname=g" + name;
-            const struct
-            {
-                std::vector<std::string> words;
-                DWORD status;
-                std::string says; // message or output
-            } rows[] = {
-                {{"SetKestelHomeType", "khometype=1", "khomekey=" + name},
-                 6,
-                 "WSE-000010: Unable to open registry key Software\\Kestel\\" + name + " under HKLM."},
-                {{"CheckUserInGroup", "username=Guest", group}, 3, "WSE-000014: "},
-                {{"CreateOSGroup", group, "groupdesc=" + tag}, 2, ""},
-                {{"AddUserToGroup", "username=Guest", group}, 2, ""},
-                {{"CheckUserInGroup", "username=Guest", group}, 1, ""},
-                {{"GetServiceSidName", "svcname=" + name}, 2, "NT SERVICE\\" + name},
-                {{"CreateService", "servicename=" + name, "binpath=" + tag + "\\norow.exe"}, 2, ""},
-                {{"DeleteService", "servicename=" + name}, 2, ""},
-                {{"DeleteOSGroup", group}, 2, ""},
-            };
-            for (const auto& row : rows) {
-                const cli::Outcome outcome = cli::invoke(host, cli::parseCall(row.words));
+        for (int round = 0; round < rounds; ++round)
+            for (const Row& row : rows) {
+                const std::regex place("@");
+                const std::string name = tag + std::to_string(round);
+                const auto words = cli::splitWords(std::regex_replace(row.call, place, name));
+                const cli::Outcome outcome = cli::invoke(host, cli::parseCall(words));
                 ++calls;
                 EXPECT_EQ(outcome.status, row.status) << outcome.message;
-                EXPECT_THAT(outcome.message + outcome.outputs.value("out", ""), StartsWith(row.says));
+                EXPECT_THAT(outcome.message + outcome.outputs.value("out", ""),
+                            StartsWith(std::regex_replace(row.says, place, name)));
             }
-        }
     }
 
     void runThreads()

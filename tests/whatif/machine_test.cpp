@@ -1,55 +1,85 @@
 // What a node that reads this machine sees of it, and that nothing it writes gets there.
-#include "keswsec.h"
-#include "tests/support/home.h"
+#include "frame/owned.h"
 #include "tests/whatif/replaced.h"
 #include "whatif/descriptors.h"
 #include "whatif/names.h"
 #include "whatif/registry.h"
 
-#include <accctrl.h>
 #include <aclapi.h>
 
 namespace {
 
 using namespace whatif;
+using replaced::errorOf;
+using support::RegistryHome;
 
-struct WhatIfMachine : replaced::WhatIf
+struct WhatIfMachine : testing::Test
 {
-    WhatIfMachine() : replaced::WhatIf(Base::thisMachine) {}
+    support::TemporaryHome library;
+    World world{Base::thisMachine};
+    Redirection redirection{library.module(), world};
+    Node& node = world.local();
 };
 
 TEST_F(WhatIfMachine, NamesAreReadAndGroupsStayInTheNode)
 {
-    ASSERT_TRUE(resolve(node, L"Everyone"));
-    EXPECT_EQ(resolve(node, L"Everyone")->sid, L"S-1-1-0");
+    EXPECT_EQ(resolve(node, L"Everyone").value_or(Name()).sid, L"S-1-1-0");
     EXPECT_FALSE(resolve(node, L"no such account"));
-    node.groups.push_back({L"KES_DBA", L"", newSid(node), {}});
+    EXPECT_EQ(EXPORT(sswseCreateOSGroup)(nullptr, "KES_DBA", nullptr, nullptr), DWORD{SSWSE_SUCCESS});
     EXPECT_EQ(printableName(node, resolve(node, L"KES_DBA")->sid), node.name + L"\\KES_DBA");
 }
 
-TEST_F(WhatIfMachine, TheLibraryWritesToTheNode)
+TEST_F(WhatIfMachine, RegistryIsReadAndStaysAsItIs)
 {
-    sswseErrRec rec = {};
-    EXPECT_EQ(EXPORT(sswseCreateSVCEventRegEntry)(&rec, "keswsec-test", "m.dll", 1, nullptr), 2u) << rec.message;
-    const wchar_t* const path = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\keswsec-test";
-    EXPECT_EQ(world.registry().value(node, path, L"TypesSupported"), registryNumber(1));
-    HKEY key = nullptr;
-    EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
+    const RegistryHome real;
+    real.set("value", "real");
+    Registry& registry = world.registry();
+    const std::wstring parent = L"SOFTWARE\\Kestel";
+    const std::wstring path = parent + L"\\KEY_keswsec_test";
+    EXPECT_TRUE(registry.value(node, path, L"VALUE"));
+    EXPECT_EQ(EXPORT(sswseSetKestelHomeType)(nullptr, "KEY_keswsec_test", "1", nullptr), DWORD{SSWSE_SUCCESS});
+    EXPECT_EQ(registry.value(node, path, L"KESTEL_HOME_TYPE"), registryText(L"1"));
+    EXPECT_EQ(registry.remove({&node, parent}), ERROR_ACCESS_DENIED); // it has a subkey
+    EXPECT_EQ(registry.remove({&node, path}), ERROR_SUCCESS);
+    EXPECT_EQ(registry.remove({&node, path}), ERROR_FILE_NOT_FOUND);
+    registry.createKey(node, path);
+    EXPECT_FALSE(registry.value(node, path, L"value")); // new, not the old one
+    EXPECT_EQ(registry.remove({&node, path}), ERROR_SUCCESS);
+    EXPECT_EQ(registry.remove({&node, parent}), ERROR_SUCCESS); // its subkey is gone
+    EXPECT_EQ(real.get("value"), "real");
+    EXPECT_EQ(real.get("KESTEL_HOME_TYPE"), "no value");
 }
 
-struct RealService
+std::wstring realSecurity(const std::wstring& object, SE_OBJECT_TYPE type)
 {
-    SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
-    SC_HANDLE service = CreateServiceW(manager, L"keswsec-test-service", L"Real display", SERVICE_ALL_ACCESS,
-                                       SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
-                                       L"C:\\real.exe", nullptr, nullptr, nullptr, nullptr, nullptr);
-    ~RealService()
-    {
-        DeleteService(service);
-        CloseServiceHandle(service);
-        CloseServiceHandle(manager);
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    GetNamedSecurityInfoW(object.c_str(), type, DACL_SECURITY_INFORMATION, nullptr, nullptr, nullptr, nullptr,
+                          &descriptor);
+    const owned::Local<void> owner(descriptor);
+    return descriptor ? textOf(securityOf(descriptor)) : L"none";
+}
+
+TEST_F(WhatIfMachine, SecurityIsReadAndStaysAsItIs)
+{
+    const RegistryHome home;
+    const support::ScratchDirectory scratch;
+    const std::string key = "MACHINE\\Software\\Kestel\\KEY_keswsec_test";
+    char user[] = "SYSTEM";
+    char* users[] = {user};
+    for (const auto& [path, wtype, ptype, type] :
+         {std::tuple(scratch.path().string(), 1u, 6, SE_FILE_OBJECT), {key, 2u, 9, SE_REGISTRY_KEY}}) {
+        const std::wstring object(path.begin(), path.end());
+        const std::wstring before = realSecurity(object, type);
+        sswseErrRec rec;
+        world.clearPlan();
+        EXPECT_EQ(EXPORT(sswseAddACLOnObjectForUser)(&rec, wtype, path.c_str(), users, 1, ptype, 0),
+                  DWORD{SSWSE_SUCCESS})
+            << rec.message;
+        ASSERT_EQ(world.plan().size(), 1u);
+        EXPECT_NE(world.plan()[0].before.find(before), std::wstring::npos);
+        EXPECT_EQ(realSecurity(object, type), before);
     }
-};
+}
 
 template <class Query>
 std::wstring binaryPath(Query query, SC_HANDLE service)
@@ -62,16 +92,17 @@ std::wstring binaryPath(Query query, SC_HANDLE service)
 
 TEST_F(WhatIfMachine, ServicesAreReadAndStayAsTheyAre)
 {
-    const RealService real;
-    const SC_HANDLE manager = CALL(OpenSCManagerW)(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
-    const auto create = [&](const wchar_t* name, const wchar_t* displayName) {
-        return errorOf(CALL(CreateServiceW)(manager, name, displayName, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
-                                            SERVICE_AUTO_START, SERVICE_ERROR_NORMAL, L"C:\\x.exe", nullptr, nullptr,
-                                            nullptr, nullptr, nullptr));
+    const auto create = [](auto* function, SC_HANDLE manager, const wchar_t* name, const wchar_t* displayName) {
+        return function(manager, name, displayName, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
+                        SERVICE_ERROR_NORMAL, L"C:\\real.exe", nullptr, nullptr, nullptr, nullptr, nullptr);
     };
     const wchar_t* const name = L"keswsec-test-service";
-    EXPECT_EQ(create(name, nullptr), ERROR_SERVICE_EXISTS);
-    EXPECT_EQ(create(L"keswsec-test-other", L"real DISPLAY"), ERROR_DUPLICATE_SERVICE_NAME);
+    const owned::ServiceHandle realManager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    const owned::ServiceHandle real(create(&CreateServiceW, realManager.get(), name, L"Real display"));
+    const SC_HANDLE manager = CALL(OpenSCManagerW)(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+    EXPECT_EQ(errorOf(create(CALL(CreateServiceW), manager, name, nullptr)), ERROR_SERVICE_EXISTS);
+    EXPECT_EQ(errorOf(create(CALL(CreateServiceW), manager, L"keswsec-test-other", L"real DISPLAY")),
+              ERROR_DUPLICATE_SERVICE_NAME);
     const SC_HANDLE service = CALL(OpenServiceW)(manager, name, SERVICE_ALL_ACCESS);
     EXPECT_EQ(binaryPath(CALL(QueryServiceConfigW), service), L"C:\\real.exe");
     EXPECT_TRUE(CALL(ChangeServiceConfigW)(service, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE,
@@ -79,39 +110,9 @@ TEST_F(WhatIfMachine, ServicesAreReadAndStayAsTheyAre)
     EXPECT_EQ(binaryPath(CALL(QueryServiceConfigW), service), L"C:\\node.exe");
     EXPECT_TRUE(CALL(DeleteService)(service) && CALL(CloseServiceHandle)(service));
     EXPECT_EQ(errorOf(CALL(OpenServiceW)(manager, name, SERVICE_QUERY_CONFIG)), ERROR_SERVICE_DOES_NOT_EXIST);
-    EXPECT_EQ(create(name, nullptr), ERROR_SUCCESS);
-    EXPECT_EQ(binaryPath(&QueryServiceConfigW, real.service), L"C:\\real.exe");
-}
-
-std::wstring realSecurity(const wchar_t* object, SE_OBJECT_TYPE type)
-{
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    GetNamedSecurityInfoW(object, type, DACL_SECURITY_INFORMATION, nullptr, nullptr, nullptr, nullptr, &descriptor);
-    const std::wstring text = descriptor ? textOf(securityOf(descriptor)) : L"none";
-    LocalFree(descriptor);
-    return text;
-}
-
-TEST_F(WhatIfMachine, SecurityIsReadAndStaysAsItIs)
-{
-    const support::ScratchDirectory scratch;
-    const std::wstring file = scratch.path().wstring();
-    const support::RegistryHome home;
-    std::wstring key = L"MACHINE\\Software\\Kestel\\KEY_keswsec_test";
-    const std::wstring fileBefore = realSecurity(file.c_str(), SE_FILE_OBJECT);
-    const std::wstring keyBefore = realSecurity(key.c_str(), SE_REGISTRY_KEY);
-    Security security = securityOf(std::wstring(L"D:(A;;FR;;;WD)"));
-    EXPECT_TRUE(CALL(SetFileSecurityW)(file.c_str(), DACL_SECURITY_INFORMATION,
-                                       selfRelative(security, DACL_SECURITY_INFORMATION).data()));
-    EXPECT_EQ(CALL(SetNamedSecurityInfoW)(key.data(), SE_REGISTRY_KEY,
-                                          DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr,
-                                          nullptr, reinterpret_cast<PACL>(security.dacl.data()), nullptr),
-              DWORD{ERROR_SUCCESS});
-    ASSERT_EQ(world.plan().size(), 2u);
-    EXPECT_NE(world.plan()[0].before.find(fileBefore), std::wstring::npos);
-    EXPECT_NE(world.plan()[1].before.find(keyBefore), std::wstring::npos);
-    EXPECT_EQ(realSecurity(file.c_str(), SE_FILE_OBJECT), fileBefore);
-    EXPECT_EQ(realSecurity(key.c_str(), SE_REGISTRY_KEY), keyBefore);
+    EXPECT_TRUE(create(CALL(CreateServiceW), manager, name, nullptr));
+    EXPECT_EQ(binaryPath(&QueryServiceConfigW, real.get()), L"C:\\real.exe");
+    EXPECT_TRUE(DeleteService(real.get()));
 }
 
 } // namespace

@@ -1,86 +1,66 @@
+#include "tests/whatif/replaced.h"
 #include "whatif/names.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
 using namespace whatif;
+using replaced::WhatIf;
 
 constexpr wchar_t trustedInstaller[] = L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464";
 
-Node memberServer()
+TEST_F(WhatIf, ResolvesNamesAsWindows)
 {
-    Node node = standardNode(L"SERVER1");
-    node.domain = L"CORP";
-    node.sid = L"S-1-5-21-1-2-3";
-    const wchar_t* const accounts[][3] = {{L"", L"svc", L"S-1-5-21-1-2-3-1001"},
-                                          {L"CORP", L"svc", L"S-1-5-21-7-8-9-1104"},
-                                          {L"CORP", L"gmsa$", L"S-1-5-21-7-8-9-1105"}};
-    for (const auto& [domain, name, sid] : accounts) {
-        Account& account = node.accounts.emplace_back();
-        account.domain = domain;
-        account.name = name;
-        account.sid = sid;
-    }
-    node.groups.push_back({L"KES_DBA", L"", L"S-1-5-21-1-2-3-1002", {}});
-    node.services.emplace_back().name = L"TrustedInstaller";
-    return node;
-}
-
-TEST(Names, ResolveAsOnWindows)
-{
-    struct
+    Account& other = local.accounts.emplace_back();
+    other.domain = L"CORP";
+    other.name = L"svc";
+    other.sid = L"S-1-5-21-7-7-7-1299";
+    const std::wstring dba = addGroup(local, L"KES_DBA").sid;
+    local.services.emplace_back().name = L"TrustedInstaller";
+    const struct
     {
         const wchar_t* name;
-        const wchar_t* sid;
+        std::wstring sid;
         const wchar_t* printed;
         SID_NAME_USE use;
-    } const cases[] = {
+    } cases[] = {
         {L"everyone", L"S-1-1-0", L"Everyone", SidTypeWellKnownGroup},
         {L"NT AUTHORITY\\System", L"S-1-5-18", L"NT AUTHORITY\\SYSTEM", SidTypeWellKnownGroup},
         {L"LocalService", L"S-1-5-19", L"NT AUTHORITY\\LOCAL SERVICE", SidTypeWellKnownGroup},
-        {L"svc", L"S-1-5-21-1-2-3-1001", L"SERVER1\\svc", SidTypeUser},
-        {L"server1\\SVC", L"S-1-5-21-1-2-3-1001", L"SERVER1\\svc", SidTypeUser},
-        {L"CORP\\svc", L"S-1-5-21-7-8-9-1104", L"CORP\\svc", SidTypeUser},
-        {L"svc@corp.example", L"S-1-5-21-7-8-9-1104", L"CORP\\svc", SidTypeUser},
-        {L"gmsa$", L"S-1-5-21-7-8-9-1105", L"CORP\\gmsa$", SidTypeUser},
-        {L"KES_DBA", L"S-1-5-21-1-2-3-1002", L"SERVER1\\KES_DBA", SidTypeAlias},
+        {L"svc", svc, L"NODE\\svc", SidTypeUser},
+        {L"node\\SVC", svc, L"NODE\\svc", SidTypeUser},
+        {L"CORP\\svc", other.sid, L"CORP\\svc", SidTypeUser},
+        {L"svc@corp.example", other.sid, L"CORP\\svc", SidTypeUser},
+        {L"dbuser", dbuser, L"CORP\\dbuser", SidTypeUser},
+        {L"KES_DBA", dba, L"NODE\\KES_DBA", SidTypeAlias},
         {L"administrators", L"S-1-5-32-544", L"BUILTIN\\Administrators", SidTypeAlias},
         {L"nt service\\trustedinstaller", trustedInstaller, L"NT SERVICE\\TrustedInstaller", SidTypeWellKnownGroup},
         {L"NT SERVICE\\ALL SERVICES", L"S-1-5-80-0", L"NT SERVICE\\ALL SERVICES", SidTypeWellKnownGroup},
         {L"NT SERVICE", L"S-1-5-80", L"NT SERVICE", SidTypeDomain},
-        {L"SERVER1", L"S-1-5-21-1-2-3", L"SERVER1", SidTypeDomain},
+        {L"NODE", local.sid, L"NODE", SidTypeDomain},
         {L"", L"S-1-5-32", L"BUILTIN", SidTypeDomain},
     };
-    const Node node = memberServer();
     for (const auto& row : cases) {
-        SCOPED_TRACE(testing::PrintToString(std::wstring(row.name)));
-        const auto found = resolve(node, row.name);
+        SCOPED_TRACE(&row - cases);
+        const auto found = resolve(local, row.name);
         ASSERT_TRUE(found);
-        EXPECT_EQ(found->sid, row.sid);
-        EXPECT_EQ(found->use, row.use);
-        EXPECT_EQ(printableName(node, found->sid), row.printed);
+        EXPECT_EQ(std::tuple(found->sid, found->use), std::tuple(row.sid, row.use));
+        EXPECT_EQ(printableName(local, found->sid), row.printed);
     }
-    for (const wchar_t* const unknown : {L"LocalSystem", L".\\svc", L"BUILTIN\\KES_DBA", L"SERVER1\\Administrators",
+    for (const wchar_t* const unknown : {L"LocalSystem", L".\\svc", L"BUILTIN\\KES_DBA", L"NODE\\Administrators",
                                          L"TrustedInstaller", L"NT SERVICE\\NoSuchService", L"OTHER\\svc"})
-        EXPECT_FALSE(resolve(node, unknown)) << testing::PrintToString(std::wstring(unknown));
-}
+        EXPECT_FALSE(resolve(local, unknown)) << testing::PrintToString(std::wstring(unknown));
 
-TEST(Names, FollowTheNode)
-{
-    Node node = memberServer();
-    EXPECT_EQ(newSid(node), L"S-1-5-21-1-2-3-1003"); // the first that is unused
-    EXPECT_EQ(newSid(node), L"S-1-5-21-1-2-3-1004");
-    node.major = 5; // before services had SIDs
+    local.nextRid = 1101;
+    EXPECT_EQ(newSid(local), local.sid + L"-1102"); // the first that is unused
+    local.major = 5;                                // before services had SIDs
     for (const wchar_t* const name : {L"NT SERVICE\\TrustedInstaller", L"NT SERVICE\\ALL SERVICES", L"NT SERVICE"})
-        EXPECT_FALSE(resolve(node, name));
-    EXPECT_EQ(printableName(node, trustedInstaller), trustedInstaller);
-    node.major = 10;
-    node.services.clear(); // a service's SID outlives its name
-    EXPECT_EQ(printableName(node, trustedInstaller), trustedInstaller);
-    node.productType = VER_NT_DOMAIN_CONTROLLER; // whose accounts are the domain's
-    EXPECT_EQ(printableName(node, L"S-1-5-21-1-2-3-1002"), L"CORP\\KES_DBA");
-    EXPECT_FALSE(resolve(node, L"SERVER1\\KES_DBA"));
+        EXPECT_FALSE(resolve(local, name));
+    local.major = 10;
+    local.services.clear(); // a service's SID outlives its name
+    EXPECT_EQ(printableName(local, trustedInstaller), trustedInstaller);
+    local.productType = VER_NT_DOMAIN_CONTROLLER; // whose accounts are the domain's
+    EXPECT_EQ(printableName(local, dba), L"CORP\\KES_DBA");
+    EXPECT_FALSE(resolve(local, L"NODE\\KES_DBA"));
 }
 
 } // namespace

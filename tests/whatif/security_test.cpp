@@ -1,9 +1,9 @@
-#include "tests/support/scratch_directory.h"
 #include "tests/whatif/replaced.h"
 #include "whatif/descriptors.h"
+#include "whatif/ini.h"
 #include "whatif/registry.h"
+#include "whatif/sids.h"
 
-#include <accctrl.h>
 #include <aclapi.h>
 
 #include <fstream>
@@ -11,6 +11,9 @@
 namespace {
 
 using namespace whatif;
+
+using replaced::errorOf;
+using support::Lines;
 
 constexpr wchar_t readers[] = L"D:(A;OICI;0x1200a9;;;AU)";
 
@@ -31,8 +34,13 @@ protected:
             std::ofstream(each).put('x');
     }
 
+    void describe(const std::filesystem::path& path, const std::wstring& sddl)
+    {
+        local.security[L"file " + path.wstring()] = sddl;
+    }
+
     // The object's security as text, or the number of the error.
-    std::wstring read(const std::wstring& path)
+    std::wstring read(const std::filesystem::path& path)
     {
         BYTE bytes[1024];
         DWORD needed = 0;
@@ -41,18 +49,17 @@ protected:
         return error ? std::to_wstring(error) : textOf(securityOf(static_cast<PSECURITY_DESCRIPTOR>(bytes)));
     }
 
-    long write(const std::wstring& path, const std::wstring& sddl)
+    long write(const std::filesystem::path& path, const std::wstring& sddl)
     {
         std::vector<BYTE> bytes = selfRelative(securityOf(sddl), DACL_SECURITY_INFORMATION);
         return errorOf(CALL(SetFileSecurityW)(path.c_str(), DACL_SECURITY_INFORMATION, bytes.data()));
     }
 
-    long writeKey(const wchar_t* name, const std::wstring& sddl, SECURITY_INFORMATION more = 0)
+    DWORD writeKey(std::wstring name, const std::wstring& sddl, SECURITY_INFORMATION more = 0)
     {
         Security security = securityOf(sddl);
-        return static_cast<long>(CALL(SetNamedSecurityInfoW)(const_cast<LPWSTR>(name), SE_REGISTRY_KEY,
-                                                             DACL_SECURITY_INFORMATION | more, nullptr, nullptr,
-                                                             reinterpret_cast<PACL>(security.dacl.data()), nullptr));
+        return CALL(SetNamedSecurityInfoW)(name.data(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION | more, nullptr,
+                                           nullptr, reinterpret_cast<PACL>(security.dacl.data()), nullptr);
     }
 
     const support::ScratchDirectory scratch;
@@ -60,9 +67,9 @@ protected:
     const std::filesystem::path file = dir / "file";
 };
 
-TEST_F(WhatIfSecurity, UntouchedObjectsHaveWhatTheyInheritedWhenTheyWereMade)
+TEST_F(WhatIfSecurity, UntouchedFilesHaveWhatTheyInheritedWhenTheyWereMade)
 {
-    node.security[L"file " + dir.wstring()] = L"D:PAI(A;OICI;FA;;;BA)(A;CIIO;GA;;;CO)(A;OINP;FR;;;BU)";
+    describe(dir, L"D:PAI(A;OICI;FA;;;BA)(A;CIIO;GA;;;CO)(A;OINP;FR;;;BU)");
     for (const bool changed : {false, true}) {
         EXPECT_EQ(read(dir / "sub"), normal(L"D:AI(A;OICIID;FA;;;BA)(A;ID;FA;;;BA)(A;CIIOID;GA;;;CO)"));
         EXPECT_EQ(read(dir / "sub" / "file"), normal(L"D:AI(A;ID;FA;;;BA)"));
@@ -89,14 +96,10 @@ TEST_F(WhatIfSecurity, AccessIsDeniedToAdministratorsWhereTheListAndTheOwnerSayS
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(testing::PrintToString(std::wstring(row.security)));
-        node.security[L"file " + file.wstring()] = row.security;
+        describe(file, row.security);
         EXPECT_EQ(read(file) != std::to_wstring(ERROR_ACCESS_DENIED), row.read);
         EXPECT_EQ(write(file, readers), row.write ? ERROR_SUCCESS : ERROR_ACCESS_DENIED);
     }
-}
-
-TEST_F(WhatIfSecurity, ListingAndAttributesAreDeniedWhereTheListSaysSo)
-{
     const auto attributes = [](const std::filesystem::path& path) {
         return errorOf(CALL(GetFileAttributesW)(path.c_str()) != INVALID_FILE_ATTRIBUTES);
     };
@@ -105,9 +108,9 @@ TEST_F(WhatIfSecurity, ListingAndAttributesAreDeniedWhereTheListSaysSo)
         const HANDLE search = CALL(FindFirstFileW)((path / "*").c_str(), &entry);
         return errorOf(search != INVALID_HANDLE_VALUE && FindClose(search));
     };
-    node.security[L"file " + file.wstring()] = L"D:P(D;;0x80;;;WD)(A;;FA;;;BA)";
+    describe(file, L"D:P(D;;0x80;;;WD)(A;;FA;;;BA)");
     EXPECT_EQ(attributes(file), ERROR_SUCCESS); // who may list the directory sees them
-    node.security[L"file " + dir.wstring()] = L"D:P(D;;0x1;;;WD)(A;;FA;;;BA)";
+    describe(dir, L"D:P(D;;0x1;;;WD)(A;;FA;;;BA)");
     EXPECT_EQ(attributes(file), ERROR_ACCESS_DENIED);
     EXPECT_EQ(attributes(dir / "sub"), ERROR_SUCCESS);
     EXPECT_EQ(list(dir), ERROR_ACCESS_DENIED);
@@ -118,39 +121,75 @@ TEST_F(WhatIfSecurity, ListingAndAttributesAreDeniedWhereTheListSaysSo)
 TEST_F(WhatIfSecurity, WhatTextCannotSayIsKeptByteForByte)
 {
     Security odd = securityOf(std::wstring(readers));
-    const BYTE unknown[] = {0x7F, 0, 8, 0, 1, 2, 3, 4};
-    odd.dacl.insert(odd.dacl.end(), unknown, unknown + sizeof unknown);
-    reinterpret_cast<ACL*>(odd.dacl.data())->AclSize = static_cast<WORD>(odd.dacl.size());
-    reinterpret_cast<ACL*>(odd.dacl.data())->AceCount = 2;
-    const std::wstring text = textOf(odd);
-    EXPECT_EQ(securityOf(text).dacl, odd.dacl);
-    node.security[L"file " + file.wstring()] = text;
-    EXPECT_EQ(read(file), text);
+    odd.dacl[sizeof(ACL)] = 0x7F; // an entry of no known type
+    EXPECT_EQ(securityOf(textOf(odd)).dacl, odd.dacl);
+    describe(file, textOf(odd));
+    EXPECT_EQ(read(file), textOf(odd));
 }
 
 TEST_F(WhatIfSecurity, NamedKeysInheritAndPassOn)
 {
-    for (const wchar_t* const key : {L"SOFTWARE\\Kestel\\KEY_h1", L"SOFTWARE\\Kestel\\KEY_h2"})
-        world.registry().createKey(node, key);
-    node.security[L"registry HKLM\\SOFTWARE"] = L"D:PAI(A;CI;KA;;;SY)";
-    node.security[L"registry HKLM\\SOFTWARE\\Kestel\\KEY_h2"] = L"D:P(A;;KA;;;BA)"; // protected
-    const std::wstring object = L"NODE: registry HKLM\\software\\kestel";
-    const std::wstring change = L": security: " + normal(L"D:AI(A;CIID;KA;;;SY)") + L" -> ";
+    const std::wstring kestel = L"SOFTWARE\\Kestel";
+    const std::wstring described = L"registry HKLM\\" + kestel;
+    for (const wchar_t* const key : {L"\\KEY_h1", L"\\KEY_h2"})
+        world.registry().createKey(local, kestel + key);
+    local.security[L"registry HKLM\\SOFTWARE"] = L"D:PAI(A;CI;KA;;;SY)";
+    local.security[described + L"\\KEY_h2"] = L"D:P(A;;KA;;;BA)"; // protected
+    const auto changed = [](const std::wstring& key, const std::wstring& after) {
+        return narrow(L"NODE: registry HKLM\\software\\kestel" + key + L": security: " +
+                      normal(L"D:AI(A;CIID;KA;;;SY)") + L" -> " + normal(after));
+    };
     for (int i = 0; i < 2; ++i)
-        EXPECT_EQ(writeKey(L"machine\\software\\kestel", L"D:(A;OICI;GA;;;BA)(A;OICI;GR;;;WD)"), ERROR_SUCCESS);
-    EXPECT_EQ(plan(), (std::vector<std::wstring>{
-                          object + change + normal(L"D:AI(A;OICI;KA;;;BA)(A;OICI;KR;;;WD)(A;CIID;KA;;;SY)"),
-                          object + L"\\KEY_h1" + change +
-                              normal(L"D:AI(A;OICIID;KA;;;BA)(A;OICIID;KR;;;WD)(A;CIID;KA;;;SY)")}));
-    // A key that is made now has what is passed on now.
-    world.registry().createKey(node, L"SOFTWARE\\Kestel\\KEY_h3");
-    EXPECT_EQ(writeKey(L"machine\\software\\kestel\\key_h3", L"D:"), ERROR_SUCCESS);
-    EXPECT_TRUE(plan().empty());
-    const wchar_t* const key = L"\\\\NODE\\MACHINE\\SOFTWARE\\Kestel\\KEY_h1";
-    EXPECT_EQ(writeKey(key, L"D:(A;;KA;;;BA)", PROTECTED_DACL_SECURITY_INFORMATION), ERROR_SUCCESS);
-    EXPECT_EQ(node.security[L"registry HKLM\\SOFTWARE\\Kestel\\KEY_h1"], normal(L"D:PAI(A;;KA;;;BA)"));
-    EXPECT_EQ(writeKey(L"HKLM\\SOFTWARE", readers), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(writeKey(L"\\\\none\\MACHINE\\x", readers), ERROR_BAD_NETPATH);
+        EXPECT_EQ(writeKey(L"machine\\software\\kestel", L"D:(A;OICI;GA;;;BA)(A;OICI;GR;;;WD)"), 0u);
+    EXPECT_EQ(plan(), (Lines{changed(L"", L"D:AI(A;OICI;KA;;;BA)(A;OICI;KR;;;WD)(A;CIID;KA;;;SY)"),
+                             changed(L"\\KEY_h1", L"D:AI(A;OICIID;KA;;;BA)(A;OICIID;KR;;;WD)(A;CIID;KA;;;SY)")}));
+    world.registry().createKey(local, kestel + L"\\KEY_h3"); // has what is passed on now
+    EXPECT_EQ(writeKey(L"machine\\software\\kestel\\key_h3", L"D:"), 0u);
+    EXPECT_EQ(plan(), Lines());
+    EXPECT_EQ(writeKey(L"\\\\NODE\\MACHINE\\SOFTWARE\\Kestel\\KEY_h1", L"D:(A;;KA;;;BA)",
+                       PROTECTED_DACL_SECURITY_INFORMATION),
+              0u);
+    EXPECT_EQ(local.security[described + L"\\KEY_h1"], normal(L"D:PAI(A;;KA;;;BA)"));
+    EXPECT_EQ(writeKey(L"HKLM\\SOFTWARE", readers), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(writeKey(L"\\\\none\\MACHINE\\x", readers), DWORD{ERROR_BAD_NETPATH});
+}
+
+TEST(WhatIfEntries, AreMergedAsOnWindows)
+{
+    constexpr DWORD rp = 0x10;
+    constexpr DWORD below = SUB_CONTAINERS_AND_OBJECTS_INHERIT;
+    const struct
+    {
+        const wchar_t* before;
+        ACCESS_MODE mode; // of an entry for BU
+        DWORD rights;
+        DWORD inheritance;
+        const wchar_t* after;
+    } cases[] = {
+        {L"(D;;CC;;;AN)(A;;LC;;;BA)", GRANT_ACCESS, rp, 0, L"(D;;CC;;;AN)(A;;RP;;;BU)(A;;LC;;;BA)"},
+        {L"(A;;LC;;;BA)(A;;WP;;;BU)", GRANT_ACCESS, rp, 0, L"(A;;RPWP;;;BU)(A;;LC;;;BA)"},
+        {L"(D;;RPWP;;;BU)(D;;RP;;;BG)", GRANT_ACCESS, rp, 0, L"(D;;WP;;;BU)(D;;RP;;;BG)(A;;RP;;;BU)"},
+        {L"(A;;LC;;;BU)(A;OICI;WP;;;BU)(D;ID;CC;;;BU)(A;ID;CC;;;BU)", GRANT_ACCESS, rp, below,
+         L"(A;OICI;RPWP;;;BU)(A;;LC;;;BU)(D;ID;CC;;;BU)(A;ID;CC;;;BU)"},
+        {L"(D;;CC;;;AN)(A;;RPWP;;;BU)(A;;LC;;;BA)", DENY_ACCESS, rp, 0,
+         L"(D;;RP;;;BU)(D;;CC;;;AN)(A;;WP;;;BU)(A;;LC;;;BA)"},
+        {L"(D;;CC;;;BU)(A;OICI;WP;;;BU)(A;;LC;;;BA)", SET_ACCESS, rp, 0, L"(A;;RP;;;BU)(A;;LC;;;BA)"},
+        {L"(D;;CC;;;BU)(A;OICI;WP;;;BU)(A;;LC;;;BA)", REVOKE_ACCESS, 0, 0, L"(D;;CC;;;BU)(A;;LC;;;BA)"},
+    };
+    std::vector<BYTE> users = sidBytes(L"S-1-5-32-545");
+    for (const auto& row : cases) {
+        const EXPLICIT_ACCESS_A entry = {
+            row.rights,
+            row.mode,
+            row.inheritance,
+            {nullptr, NO_MULTIPLE_TRUSTEE, TRUSTEE_IS_SID, TRUSTEE_IS_UNKNOWN, reinterpret_cast<LPSTR>(users.data())}};
+        Security security = securityOf(std::wstring(L"D:") + row.before);
+        PACL after = nullptr;
+        ASSERT_EQ(mergeEntries({entry}, reinterpret_cast<PACL>(security.dacl.data()), &after), DWORD{ERROR_SUCCESS});
+        security.dacl.assign(reinterpret_cast<BYTE*>(after), reinterpret_cast<BYTE*>(after) + after->AclSize);
+        EXPECT_EQ(textOf(security), normal(std::wstring(L"D:") + row.after)) << "case " << &row - cases;
+        LocalFree(after);
+    }
 }
 
 } // namespace
