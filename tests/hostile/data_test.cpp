@@ -95,7 +95,7 @@ TEST_F(HostileData, RegistryValues)
         for (DWORD type = REG_NONE; type <= REG_QWORD + 1; ++type)
             for (const auto& [length, letter] : texts)
                 for (size_t odd = 0; odd < 2; ++odd) {
-                    if (type != REG_SZ && (length > 1 || odd))
+                    if (type != REG_SZ && (length != 1 || odd))
                         continue;                                // the type is not looked at
                     const std::wstring text(length + 1, letter); // unterminated
                     whatif::RegistryValue value = {type, std::vector<BYTE>(length * sizeof(wchar_t) + odd)};
@@ -168,9 +168,11 @@ TEST_F(HostileData, AccessControlLists)
         subject.runAll(readers, std::to_string(count) + " entries");
     }
     const std::string small = descriptorOf(L"D:(A;;0x1;;;LS)(D;ID;FA;;;BA)");
+    const Functions oneOfEachKind = {cli::findFunction("UpdateService"), cli::findFunction("AddACLOnObjectForUser"),
+                                     cli::findFunction("setPermissions")};
     withEachByteChanged(small, [&](const std::string& changed) {
         heldDescriptor = changed;
-        subject.runAll(readers, "changed bytes of a descriptor");
+        subject.runAll(oneOfEachKind, "changed bytes of a descriptor");
     });
     for (size_t size = 0; size < small.size(); size += sizeof(DWORD)) {
         heldDescriptor = small.substr(0, size);
