@@ -55,7 +55,8 @@ TEST_F(WhatIf, GroupsAndUsersAreRefusedWithTheCodesOfWindows)
         {addUser(L"new"), NERR_Success},
         {addUser(L"NEW"), NERR_UserExists},
         {members(add, L"KES_NONE", {L"svc"}), ERROR_NO_SUCH_ALIAS},
-        {members(add, dba, {L"new", L"nobody"}), ERROR_NO_SUCH_MEMBER}, // and nobody is added
+        {members(add, dba, {L"new", L"nobody"}), ERROR_NO_SUCH_MEMBER},
+        {members(add, dba, {L"new", L"Administrators"}), ERROR_INVALID_MEMBER}, // and nobody is added
         {members(add, dba, {L"new", L"NT SERVICE\\KestelDB"}), NERR_Success},
         {members(add, dba, {L"NODE\\new"}), ERROR_MEMBER_IN_ALIAS},
         {members(remove, dba, {L"Guest"}), ERROR_MEMBER_NOT_IN_ALIAS},

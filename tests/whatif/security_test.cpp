@@ -90,8 +90,8 @@ TEST_F(WhatIfSecurity, AccessIsDeniedToAdministratorsWhereTheListAndTheOwnerSayS
         {L"O:SYD:P(A;;FA;;;SY)", false, false},
         {L"O:SYD:P(A;;FR;;;BU)", true, false},
         {L"O:SYD:P(D;;WD;;;WD)(A;;FA;;;BA)", true, false},
-        {L"O:SYD:P(A;;FA;;;BA)", true, true},
-        {L"D:P(A;;FA;;;SY)", true, true}, // the owner gets to the list anyhow
+        {L"O:SYD:P(A;;FA;;;BA)(D;;WD;;;WD)", true, true}, // in their order
+        {L"D:P(A;;FA;;;SY)", true, true},                 // the owner gets to the list anyhow
         {L"O:SYD:P", false, false},
     };
     for (const auto& row : cases) {
