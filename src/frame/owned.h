@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace owned {
@@ -73,11 +74,21 @@ inline HANDLE orNull(HANDLE handle)
     return handle == INVALID_HANDLE_VALUE ? nullptr : handle;
 }
 
+// A size that is a multiple of T's alignment. The guarded heap of the tests aligns a block as its size allows.
+template <class T>
+constexpr size_t roundedFor(size_t bytes)
+{
+    if constexpr (std::is_void_v<T>)
+        return bytes;
+    else
+        return (bytes + alignof(T) - 1) / alignof(T) * alignof(T);
+}
+
 // An uninitialised block of the one heap that callers also release from; NULL when memory is exhausted.
 template <class T>
 Heap<T> allocate(size_t bytes)
 {
-    return Heap<T>(static_cast<T*>(malloc(bytes)));
+    return Heap<T>(static_cast<T*>(malloc(roundedFor<T>(bytes))));
 }
 
 template <class T>
