@@ -20,14 +20,14 @@ add_test(NAME tests COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=-FaultR
 add_test(NAME fault-runs COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=FaultRuns*)
 set_tests_properties(tests fault-runs PROPERTIES TIMEOUT 280)
 
-# The library once more, with traps for undefined behaviour, for the runs in which everything is made to fail. Not for
-# alignment: the blocks of the guarded heap end, not begin, where they must.
+# The library once more, with traps for undefined behaviour, for the runs in which everything is made to fail. Variables
+# that nobody has set hold a pattern instead of what happens to be there.
 add_library(keswsec_checked_objects OBJECT ${LIBRARY_SOURCES})
 add_dependencies(keswsec_checked_objects keswsec_messages)
 target_include_directories(keswsec_checked_objects PRIVATE src ${KESWSEC_MESSAGES_DIR})
 target_compile_options(keswsec_checked_objects PRIVATE ${KESWSEC_WARNINGS}
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-builtin-malloc>
-  -O1 -fsanitize=undefined -fno-sanitize=alignment -fsanitize-undefined-trap-on-error)
+  -O1 -fsanitize=undefined -fsanitize-undefined-trap-on-error -ftrivial-auto-var-init=pattern)
 add_library(keswsec_checked SHARED
   $<TARGET_OBJECTS:keswsec_checked_objects> src/resources/exports.def src/resources/library.rc)
 add_dependencies(keswsec_checked keswsec_messages)

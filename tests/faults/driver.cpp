@@ -1,4 +1,7 @@
+// The runs: what is made to fail in each, and what must hold afterwards.
 #include "tests/faults/driver.h"
+#include "cli/descriptors.h"
+#include "tests/support/node_test.h"
 
 #include <ntsecapi.h>
 
@@ -15,7 +18,7 @@ using intercept::Fault;
 using intercept::Says;
 using intercept::Trail;
 
-using Plan = std::vector<std::string>;
+using Calls = std::vector<Trail::Call>;
 
 // What one run left.
 struct Outcome
@@ -26,14 +29,6 @@ struct Outcome
     std::vector<std::string> outputs;
     Plan plan;
     Trail trail;
-};
-
-// A call of the clean run, and how it is made to fail.
-struct Failing
-{
-    const Trail::Call& call;
-    DWORD code;
-    std::string afterOther; // "before>one"
 };
 
 std::string underWay; // for the last words of a run that ends the program
@@ -47,6 +42,11 @@ LONG WINAPI lastWords(EXCEPTION_POINTERS* exception)
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
+// ---- one run -----------------------------------------------------------------------------------------------------
+
+// The first message of a run, which is all that a function without a record says.
+std::string told;
+
 void __cdecl receiveTrace(void*, const char* format, ...)
 {
     char line[1024] = "";
@@ -56,88 +56,73 @@ void __cdecl receiveTrace(void*, const char* format, ...)
         vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
     intercept::Interception::traced(line);
+    if (told.empty() && (*line == '\n' || strstr(line, "alloc")))
+        told = *line == '\n' ? line + 1 : line;
 }
 
-Outcome runOnce(Stage& stage, const Scenario& scenario, const Fault& fault, bool traced)
+// The number in "... (OS 5) ...".
+std::string errorIn(const std::string& message)
 {
+    constexpr char before[] = "(OS ";
+    const size_t at = message.find(before);
+    return at == std::string::npos ? "" : std::to_string(strtoul(message.c_str() + at + strlen(before), nullptr, 10));
+}
+
+Outcome runOnce(Stage& stage, const Scenario& scenario, const Fault& fault, bool isCold, bool isTraced)
+{
+    const bool hasRecord = cli::takesRecord(*cli::findFunction(scenario.function));
     Outcome outcome;
-    stage.reset(scenario.cold);
-    if (traced)
+    stage.reset(isCold);
+    told.clear();
+    if (isTraced || !hasRecord)
         EXPORT_OF(stage.library(), sswseTraceOn)(nullptr, receiveTrace, &outcome, 0);
     stage.interception().start(fault);
     outcome.status = scenario.call(stage);
     outcome.outputs = stage.takeOutputs();
     outcome.trail = stage.interception().finish();
     EXPORT_OF(stage.library(), sswseTraceOff)(nullptr);
-    outcome.message = stage.rec()->message;
-    outcome.osError = stage.rec()->oserror;
-    outcome.plan = stage.plan();
+    outcome.message = hasRecord ? stage.rec()->message : told;
+    outcome.osError = hasRecord ? stage.rec()->oserror : errorIn(told);
+    outcome.plan = support::planOf(stage.world());
     return outcome;
+}
+
+std::string describe(const Outcome& outcome)
+{
+    std::string words = "status " + std::to_string(outcome.status) + ", " + std::to_string(outcome.plan.size()) +
+                        " changes, " + outcome.message.substr(0, outcome.message.find('\r'));
+    for (const std::string& output : outcome.outputs)
+        words += ", " + output;
+    return words;
+}
+
+std::string whatIsLost(const Trail& trail)
+{
+    std::string words;
+    for (const auto& [kind, count] : trail.balance)
+        words += std::to_string(count) + ' ' + kind + " not released ";
+    for (const std::string& offence : trail.offences)
+        words += offence + ' ';
+    return words;
+}
+
+// The places, counted from 1, of the calls that `known` does not have.
+std::vector<size_t> newCalls(const Calls& calls, const Calls& known)
+{
+    std::vector<size_t> places;
+    size_t next = 0;
+    for (size_t i = 0; i < calls.size(); ++i)
+        if (next < known.size() && known[next].row == calls[i].row)
+            ++next;
+        else
+            places.push_back(i + 1);
+    return places;
 }
 
 std::string errorOf(const Failing& failing)
 {
     const bool isStatus = failing.call.row->says == Says::ntStatus;
     return std::to_string(isStatus ? LsaNtStatusToWinError(static_cast<NTSTATUS>(failing.code)) : failing.code);
-}
-
-bool isListed(const std::string& words, const std::string& word)
-{
-    return ('|' + words + '|').find('|' + word + '|') != std::string::npos;
-}
-
-bool isMeant(const Exception& exception, const char* function, const Failing* failing)
-{
-    if (exception.routine && !isListed(function + (failing ? failing->call.routines : ""), exception.routine))
-        return false;
-    if (!failing)
-        return exception.functions && !*exception.functions;
-    const bool isFunction = !exception.functions || isListed(exception.functions, failing->call.row->name) ||
-                            isListed(exception.functions, failing->afterOther);
-    return isFunction && (exception.code == 0 || exception.code == failing->code);
-}
-
-// ---- plans -------------------------------------------------------------------------------------------------------
-
-// `words` is "|word|word", or nothing.
-Plan without(Plan plan, const std::string& words)
-{
-    for (size_t word = 0, end = 0; word < words.size(); word = end) {
-        end = std::min(words.size(), words.find('|', word + 1));
-        const std::string text = words.substr(word + 1, end - word - 1);
-        const auto has = [&](const std::string& line) { return line.find(text) != std::string::npos; };
-        plan.erase(std::remove_if(plan.begin(), plan.end(), has), plan.end());
-    }
-    return plan;
-}
-
-// Whether `plan` is `whole` with some of its lines missing, none of them among the first ones.
-bool isPart(const Plan& plan, const Plan& whole, size_t first)
-{
-    size_t next = 0;
-    for (const std::string& line : whole)
-        if (next < plan.size() && plan[next] == line)
-            ++next;
-        else if (next < first)
-            return false;
-    return next == plan.size();
-}
-
-bool isPlanAsExpected(const Plan& plan, const Plan& whole, size_t before, bool goesOn, const std::string& mode)
-{
-    const std::string kind = mode.substr(0, mode.find('|'));
-    const std::string words = mode.substr(kind.size());
-    const auto at = whole.begin() + static_cast<ptrdiff_t>(before);
-    const Plan common(whole.begin(), at);
-    if (kind == "some" || kind == "later")
-        return (kind == "some" || before > 0) &&
-               isPart(without(plan, words), without(whole, words), without(common, words).size());
-    if (!goesOn)
-        return without(plan, words) == without(common, words);
-    Plan expected = whole;
-    if (kind == "next" && plan.size() < whole.size()) // else there was nothing to do
-        expected.erase(expected.begin() + static_cast<ptrdiff_t>(before));
-    return without(plan, words) == without(expected, words);
 }
 
 // ---- a scenario --------------------------------------------------------------------------------------------------
@@ -154,30 +139,48 @@ public:
     {
         ++counts_.scenarios;
         stage_.set(scenario_.prepare);
-        underWay = nameOf("as it is");
-        clean_ = runOnce(stage_, scenario_, {}, false);
-        counts_.reached.insert(clean_.trail.reached.begin(), clean_.trail.reached.end());
-        if (clean_.status != scenario_.status)
-            return complain("as it is", "status " + std::to_string(clean_.status) + ": " + clean_.message);
-        if (const std::string wrong = judge(clean_, nullptr); !wrong.empty())
-            return complain("as it is", wrong);
-        if (runTraced("traced", {}) && runTraced("traced without argument lines", {0, 0, nullptr, true}))
-            for (size_t number = 1; number <= clean_.trail.calls.size(); ++number)
+        if (!runAsItIs("as it is"))
+            return;
+        for (size_t number = 1; number <= clean_.trail.calls.size(); ++number)
+            failCall(number);
+        // The calls that only a library makes that has just been loaded.
+        const Calls known = std::move(clean_.trail.calls);
+        isCold_ = true;
+        if (runAsItIs("just loaded"))
+            for (const size_t number : newCalls(clean_.trail.calls, known))
                 failCall(number);
     }
 
 private:
-    // Tracing changes nothing, and neither does a trace line that cannot be had. Tells the routines of each call.
-    bool runTraced(const char* what, const Fault& fault)
+    Outcome runOnce(const Fault& fault, bool traced = false)
+    {
+        return faults::runOnce(stage_, scenario_, fault, isCold_, traced);
+    }
+
+    // Nothing fails. Tells what is called, and the routines that are under way then.
+    bool runAsItIs(const std::string& what)
     {
         underWay = nameOf(what);
-        Outcome traced = runOnce(stage_, scenario_, fault, true);
+        clean_ = runOnce({});
+        counts_.reached.insert(clean_.trail.reached.begin(), clean_.trail.reached.end());
+        const bool isExpected = clean_.status == scenario_.status;
+        complain(what, isExpected ? judge(clean_, nullptr) : "not as expected: " + describe(clean_));
+        return isExpected && runTraced(what + ", traced", {}) &&
+               runTraced(what + ", traced without argument lines", {0, 0, nullptr, true});
+    }
+
+    // Tracing changes nothing, a trace line that cannot be had does not, and neither does what fresh blocks hold.
+    bool runTraced(const std::string& what, const Fault& fault)
+    {
+        underWay = nameOf(what);
+        guarded::fillFreshWith(0x3C);
+        Outcome traced = runOnce(fault, true);
+        guarded::fillFreshWith(guarded::usualFill);
         complain(what, judge(traced, nullptr));
-        const std::vector<Trail::Call>& calls = traced.trail.calls;
-        const bool same = std::equal(calls.begin(), calls.end(), clean_.trail.calls.begin(), clean_.trail.calls.end(),
-                                     [](const Trail::Call& a, const Trail::Call& b) { return a.row == b.row; }) &&
-                          traced.status == clean_.status && traced.message == clean_.message &&
-                          traced.plan == clean_.plan && traced.outputs == clean_.outputs;
+        const Calls& calls = traced.trail.calls;
+        const bool same = isSame(traced, clean_) && traced.message == clean_.message &&
+                          std::equal(calls.begin(), calls.end(), clean_.trail.calls.begin(), clean_.trail.calls.end(),
+                                     [](const Trail::Call& a, const Trail::Call& b) { return a.row == b.row; });
         complain(what, same ? "" : "not as it is untraced");
         clean_.trail = std::move(traced.trail);
         return same;
@@ -185,89 +188,111 @@ private:
 
     void failCall(size_t number)
     {
-        const Trail::Call& call = clean_.trail.calls[number - 1];
-        const char* const before = number > 1 ? clean_.trail.calls[number - 2].row->name : "";
+        const Calls& calls = clean_.trail.calls;
+        const Trail::Call& call = calls[number - 1];
+        const std::string before = number > 1 ? calls[number - 2].row->name : "";
         ++counts_.calls;
-        // What becomes of a message without a text is the business of one function.
-        if (strcmp(call.row->name, "FormatMessageA") == 0 && strcmp(scenario_.function, "sswseFillErrMsg") != 0)
-            return;
         for (const DWORD code : call.row->codes) {
             const std::string what = std::to_string(number) + ". " + call.row->name + " = " + std::to_string(code);
             underWay = nameOf(what);
             ++(call.row->says == Says::memoryNull ? counts_.allocations : counts_.faults);
-            const Failing failing = {call, code, std::string(before) + '>' + call.row->name};
-            const Outcome outcome = runOnce(stage_, scenario_, {number, code}, false);
-            const std::vector<Trail::Call>& calls = outcome.trail.calls;
-            const bool isReached = calls.size() >= number && calls[number - 1].row == call.row;
+            const Failing failing = {call, code, before + '>' + call.row->name};
+            // A version that has not been told is asked for again by the next routine: then it is not told either.
+            const bool isVersion = strcmp(call.row->name, "GetVersionExA") == 0;
+            const Fault fault = {isVersion ? 0 : number, code, isVersion ? call.row->name : nullptr};
+            const Outcome outcome = runOnce(fault);
+            const bool isReached =
+                outcome.trail.calls.size() >= number && outcome.trail.calls[number - 1].row == call.row;
             complain(what, isReached ? judge(outcome, &failing) : "other calls than before", call.routines);
+            if (number == 1 || number == calls.size())
+                failTextsToo(what, fault, outcome, failing);
         }
+    }
+
+    // Without its texts a message is blank, and all else as it is with them.
+    void failTextsToo(const std::string& what, Fault fault, const Outcome& outcome, const Failing& failing)
+    {
+        fault.texts = true;
+        const Outcome blank = runOnce(fault);
+        complain(what + " and no texts", judge(blank, &failing), failing.call.routines);
+        if (!isSame(blank, outcome) || blank.message.empty() != outcome.message.empty())
+            complain(what, "not the same without texts: " + describe(blank), failing.call.routines);
+    }
+
+    static bool isSame(const Outcome& one, const Outcome& other)
+    {
+        return one.status == other.status && one.osError == other.osError && one.plan == other.plan &&
+               one.outputs == other.outputs;
     }
 
     // What is wrong, or nothing.
     std::string judge(const Outcome& outcome, const Failing* failing)
     {
-        std::string words;
-        for (const auto& [kind, count] : outcome.trail.balance)
-            words += std::to_string(count) + ' ' + kind + " not released ";
-        for (const std::string& offence : outcome.trail.offences)
-            words += offence + ' ';
-        if (!words.empty())
-            return words;
+        if (const std::string lost = whatIsLost(outcome.trail); !lost.empty())
+            return lost;
+        if (failing && isExcused(Exception::noFailure, outcome, failing))
+            return "";
         if (std::count(scenario_.failures.begin(), scenario_.failures.end(), outcome.status))
             return judgeFailure(outcome, failing);
-        const bool same = outcome.status == clean_.status;
-        return !failing || isExcused(same ? Exception::tolerated : Exception::answers, outcome, failing)
-                   ? ""
-                   : describe(outcome);
+        return failing ? describe(outcome) : "";
     }
 
     // An allocation need not be named by an error of the operating system.
     std::string judgeFailure(const Outcome& outcome, const Failing* failing)
     {
-        if (outcome.message.empty() && !isExcused(Exception::silent, outcome, failing))
+        const bool saysNothing = outcome.message.empty() || outcome.message == recordBefore;
+        if (saysNothing && !isExcused(Exception::saysNothing, outcome, failing))
             return "no message: " + describe(outcome);
         if (!failing)
             return "";
         const bool isMemory = failing->call.row->says == Says::memoryNull;
-        if (!outcome.message.empty() && !(outcome.osError.empty() && isMemory) && outcome.osError != recordBefore &&
-            outcome.osError != errorOf(*failing) && !isExcused(Exception::otherError, outcome, failing))
+        if (!saysNothing && outcome.osError != errorOf(*failing) && !(isMemory && outcome.osError.empty()) &&
+            !isExcused(Exception::otherError, outcome, failing))
             return "error " + outcome.osError + ": " + describe(outcome);
+        const bool asExpected = areOutputsValid(outcome) &&
+                                isPlanAsExpected(outcome.plan, clean_.plan, failing->call.planLength, false, "");
+        return asExpected || isExcused(Exception::goesOn, outcome, failing) ? "" : "left: " + describe(outcome);
+    }
+
+    bool areOutputsValid(const Outcome& outcome) const
+    {
         for (size_t i = 0; i < outcome.outputs.size(); ++i) {
             const std::string& output = outcome.outputs[i];
-            if (output != untouched && output != none && !output.empty() && output != clean_.outputs[i] &&
-                !isExcused(Exception::otherOutputs, outcome, failing))
-                return "outputs: " + describe(outcome);
+            if (output != untouched && output != none && !output.empty() && output != clean_.outputs[i])
+                return false;
         }
-        return isPlanAsExpected(outcome.plan, clean_.plan, failing->call.planLength, false, "") ||
-                       isExcused(Exception::goesOn, outcome, failing)
-                   ? ""
-                   : "plan: " + describe(outcome);
+        return true;
     }
 
-    static std::string describe(const Outcome& outcome)
-    {
-        std::string words = "status " + std::to_string(outcome.status) + ", " + std::to_string(outcome.plan.size()) +
-                            " changes, " + outcome.message.substr(0, outcome.message.find('\r'));
-        for (const std::string& output : outcome.outputs)
-            words += ", " + output;
-        return words;
-    }
-
-    bool isExcused(Exception::Kind kind, const Outcome& outcome, const Failing* failing)
+    bool isExcused(Exception::Effect effect, const Outcome& outcome, const Failing* failing)
     {
         const auto excuses = [&](const Exception& each) {
-            if (each.kind != kind || !isMeant(each, scenario_.function, failing) ||
-                (kind == Exception::answers && each.status != outcome.status))
-                return false;
-            if (kind == Exception::tolerated && !each.outputsDiffer && outcome.outputs != clean_.outputs)
-                return false;
-            return kind < Exception::goesOn || isPlanAsExpected(outcome.plan, clean_.plan, failing->call.planLength,
-                                                                kind != Exception::answers, each.plan);
+            return each.effect == effect && isMeant(each, scenario_.function, failing) &&
+                   (effect < Exception::goesOn || isLeft(each, outcome, *failing));
         };
         const auto found = std::find_if(exceptions().begin(), exceptions().end(), excuses);
         if (found != exceptions().end())
             counts_.exceptions.insert(static_cast<size_t>(found - exceptions().begin()));
         return found != exceptions().end();
+    }
+
+    // Whether status, outputs and plan are what the exception lets a run leave that goes on after the call.
+    bool isLeft(const Exception& exception, const Outcome& outcome, const Failing& failing) const
+    {
+        const bool isDone = exception.effect == Exception::noFailure && outcome.status == clean_.status;
+        if (exception.effect == Exception::noFailure && !isDone && outcome.status != exception.answer)
+            return false;
+        const bool goesOn = isDone || exception.effect == Exception::goesOn;
+        if (!isPlanAsExpected(outcome.plan, clean_.plan, failing.call.planLength, goesOn, exception.plan))
+            return false;
+        switch (exception.outputs) {
+        case Exception::own:
+            return true;
+        case Exception::listed:
+            return std::count(outcome.outputs.begin(), outcome.outputs.end(), failing.call.object + '|') == 1;
+        default:
+            return isDone ? outcome.outputs == clean_.outputs : areOutputsValid(outcome);
+        }
     }
 
     std::string nameOf(const std::string& what) const
@@ -285,6 +310,7 @@ private:
     const Scenario& scenario_;
     Report& report_;
     FunctionReport& counts_;
+    bool isCold_ = false; // each run with a library that has just been loaded
     Outcome clean_;
 };
 

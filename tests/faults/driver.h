@@ -1,6 +1,12 @@
 // Fault runs: each scenario once as it is, to count the platform calls that can fail, then once for each of them and
 // each documented way to fail, allocations included. After each run status, record, outputs, plan and what is still
 // held are looked at.
+//
+//     stage        the machine, the loaded library, the inputs and outputs of a call
+//     scenarios_*  the calls, by area
+//     driver       the runs, and what must hold after each
+//     exceptions   what need not, and why
+//     report       docs/reliability.md
 #pragma once
 
 #include "tests/faults/stage.h"
@@ -17,12 +23,11 @@ struct Scenario
     const char* name;
     DWORD status; // of the run in which nothing is made to fail
     std::vector<DWORD> failures = {SSWSE_FAILURE};
-    void (*prepare)(Stage&) = nullptr;
-    bool cold = false; // each run with a library that has been loaded for it
+    std::function<void(Stage&)> prepare = {};
 };
 
 // CALL(sswseCheckOSGroup, "KES_DBA", nullptr): the first two members of a scenario. The stage is `s`.
-#define CALL(name, ...) #name, [](Stage & s) -> DWORD { return EXPORT_OF(s.library(), name)(s.rec(), ##__VA_ARGS__); }
+#define CALL(name, ...) #name, [](Stage & s) -> DWORD { return s.call(EXPORT_OF(s.library(), name), ##__VA_ARGS__); }
 
 // The arguments for a text: buffer, size, length.
 #define BUFFER(size) s.text(size), size, s.value<size_t>()
@@ -39,32 +44,52 @@ std::vector<Scenario> accessScenarios();
 // what was changed is what came before the call.
 struct Exception
 {
-    enum Kind
+    enum Effect
     {
-        silent,       // no message
-        otherError,   // an error that is not the call's
-        otherOutputs, // outputs that are those of neither run
-        goesOn,       // a failure, but what comes behind it is done all the same
-        tolerated,    // the status of the run in which nothing fails
-        answers       // `status`, which is no failure
+        saysNothing, // no message
+        otherError,  // an error that is not the call's
+        goesOn,      // a failure, but what comes behind it is done all the same
+        noFailure    // the status of the run in which nothing fails, or `answer`
     };
-    Kind kind;
-    const char* routine; // that is under way, of the library's own, or several, "outer|inner"; NULL: any
-    const char*
-        functions; // that fail, "one|other"; "before>one": called next after `before`; NULL: any of the routine;
-                   // "": none, the scenario itself is meant
-    DWORD code;    // 0: any
+    enum Outputs
+    {
+        usual, // as they were, emptied, or those of the run in which nothing fails
+        own,   // those of neither run
+        listed // the first one names the object that the call was about
+    };
+    Effect effect;
+    const char* routines;     // that are under way, of the library's own: "one, other"; "outer|inner"; NULL: any
+    const char* functions;    // that fail: "one, other"; "before>one": called next after `before`; NULL: any of the
+                              // routines; "": none, the scenario itself is meant
+    std::vector<DWORD> codes; // none: any
     const char* reason;
-    DWORD status = 0;
-    // The plan, where it is not the whole one although the failure is tolerated, or not what came before the call
-    // although it is not: "next": without the change that the call was to lead to; "some": some changes from there on
-    // are missing; "later": the same, and the call is not before the first change. Then, "|word|word": apart from
-    // changes with these words.
+    DWORD answer = asWhenNothingFails;
+    // The plan, where it is not the whole one although there is no failure, or not what came before the call although
+    // there is one: "next": without the change that the call was to lead to; "some": some changes from there on are
+    // missing; "later": the same, and the call is not before the first change. Then, "|word|word*": apart from changes
+    // with the one, and from what comes behind the other.
     const char* plan = "";
-    bool outputsDiffer = false;
+    Outputs outputs = usual;
+
+    static constexpr DWORD asWhenNothingFails = MAXDWORD;
 };
 
 const std::vector<Exception>& exceptions();
+
+// A call of the clean run, and how it is made to fail.
+struct Failing
+{
+    const intercept::Trail::Call& call;
+    DWORD code;
+    std::string afterOther; // "before>one"
+};
+
+// Whether the exception is for this failure; `failing` is NULL where nothing is made to fail.
+bool isMeant(const Exception& exception, const char* function, const Failing* failing);
+
+// `mode` as in Exception::plan; `before`: how many changes were made before the call.
+using Plan = std::vector<std::string>;
+bool isPlanAsExpected(const Plan& plan, const Plan& whole, size_t before, bool goesOn, const std::string& mode);
 
 struct FunctionReport
 {

@@ -1,119 +1,222 @@
+// What need not be as it is otherwise when a platform call fails, and why. A row that no run needs fails the test.
 #include "tests/faults/driver.h"
 
 #include <lm.h>
 #include <ntstatus.h>
 
+#include <algorithm>
+
 namespace faults {
+
+namespace {
+
+template <class... Codes>
+std::vector<DWORD> only(Codes... codes)
+{
+    return {static_cast<DWORD>(codes)...};
+}
+
+const std::vector<DWORD> any;
+
+} // namespace
 
 const std::vector<Exception>& exceptions()
 {
     using E = Exception;
+    constexpr DWORD same = E::asWhenNothingFails;
     static const std::vector<Exception> table = {
-        // frame
-        {E::tolerated, "sswseFillErrMsg", nullptr, 0,
-         "A text that cannot be had is a blank, a module that cannot be had the library itself."},
         // accounts
-        {E::tolerated, "sswseConvertUnameToSID", "malloc>LookupAccountNameW", 0,
-         "An account that vanishes between size query and look-up: the message, and a SID that is not valid.", 0, "",
-         true},
-        {E::otherError, "sswseIsPasswordValid", "NetValidatePasswordPolicy", 0,
+        {E::otherError, "sswseIsPasswordValid, sswseAddAceToACL", "NetValidatePasswordPolicy, SetEntriesInAclA", any,
          "The thread's last error is reported, not the result."},
-        {E::answers, "sswseCreateKestelSVCUser", "NetUserAdd", NERR_UserExists, "The account exists.",
+        {E::noFailure, "sswseConvertUnameToSID", "malloc>LookupAccountNameW", any,
+         "An account that vanishes between size query and look-up: the message, and a SID that is not valid.", same, "",
+         E::own},
+        {E::noFailure, "sswseCreateKestelSVCUser", "NetUserAdd", only(NERR_UserExists), "The account exists.",
          SSWSE_ACCOUNT_EXISTS},
-        {E::tolerated, "sswseIsAdministrator", "NetUserGetLocalGroups", ERROR_ACCESS_DENIED,
+        {E::noFailure, "sswseIsAdministrator", "NetUserGetLocalGroups", only(ERROR_ACCESS_DENIED),
          "The direct groups are read instead of the nested ones; a no is no answer then."},
-        {E::silent, "sswseIsManagedSVCAccount", "LoadLibraryA", 0,
+        {E::saysNothing, "sswseIsManagedSVCAccount", "LoadLibraryA", any,
          "A system without the library that knows managed accounts."},
-        {E::tolerated, "sswseIsManagedSVCAccount", nullptr, 0, "What cannot be asked is taken for no managed account."},
-        {E::answers, "sswseIsManagedSVCAccount", "GetProcAddress|MultiByteToWideChar|malloc|NetIsServiceAccount", 0,
+        {E::noFailure, "sswseIsManagedSVCAccount", nullptr, any,
          "What cannot be asked is taken for no managed account.", SSWSE_NO},
-        {E::answers, "sswseIsGroupManagedSVCAccount", "GetVersionExA|LoadLibraryA|GetProcAddress", 0,
+        {E::noFailure, "sswseIsGroupManagedSVCAccount", "GetVersionExA, LoadLibraryA, GetProcAddress", any,
          "A system that does not know managed accounts has none.", SSWSE_NO},
-        {E::tolerated, "sswseIsGroupManagedSVCAccount", "NetQueryServiceAccount", 0,
+        {E::noFailure, "sswseIsGroupManagedSVCAccount", "NetQueryServiceAccount", any,
          "A managed account whose state is not told counts as installed."},
-        {E::answers, "sswseCheckUserExists", "LookupAccountNameW", ERROR_NONE_MAPPED, "There is no such account.",
-         SSWSE_NO},
-        {E::tolerated, "sswseRevokePrivilegesFromUser", "LsaRemoveAccountRights",
-         static_cast<DWORD>(STATUS_OBJECT_NAME_NOT_FOUND), "An account without any right has this one neither.", 0,
-         "next"},
-        {E::tolerated, "sswseCheckUserPrivileges", "LsaEnumerateAccountsWithUserRight",
-         static_cast<DWORD>(STATUS_NO_MORE_ENTRIES), "Nobody holds the right.", 0, "", true},
-        {E::answers, "sswseCheckUserPrivileges", "LsaEnumerateAccountsWithUserRight",
-         static_cast<DWORD>(STATUS_NO_MORE_ENTRIES), "Nobody holds the right.", SSWSE_NO},
-        {E::silent, "sswseGetBuiltinAccName", "", 0, "Another text than a keyword is told by the empty record."},
-        {E::silent, "sswseIsNameBuiltinAcc", "", 0, "No is 3 with an empty record."},
+        {E::noFailure, "sswseCheckUserExists", "LookupAccountNameW", only(ERROR_NONE_MAPPED),
+         "There is no such account.", SSWSE_NO},
+        {E::noFailure, "sswseRevokePrivilegesFromUser", "LsaRemoveAccountRights", only(STATUS_OBJECT_NAME_NOT_FOUND),
+         "An account without any right has this one neither.", same, "next"},
+        {E::noFailure, "sswseCheckUserPrivileges", "LsaEnumerateAccountsWithUserRight", only(STATUS_NO_MORE_ENTRIES),
+         "Nobody holds the right.", SSWSE_NO, "", E::own},
+        {E::saysNothing, "sswseGetBuiltinAccName, sswseIsNameBuiltinAcc", "", any,
+         "Another text than a built-in name is told by the empty record."},
         // groups
-        {E::tolerated, "sswseCreateOSGroup", "NetLocalGroupAdd", ERROR_ALIAS_EXISTS,
-         "A group that exists counts as created.", 0, "next"},
-        {E::tolerated, "sswseDeleteOSGroup", "NetLocalGroupDel", 0, "A group that does not exist counts as deleted.", 0,
-         "next"},
-        {E::answers, "sswseCheckOSGroup", "NetLocalGroupGetInfo", NERR_GroupNotFound, "There is no such group.", 0},
-        {E::answers, "sswseCheckOSGroup", "NetLocalGroupGetInfo", ERROR_NO_SUCH_ALIAS, "There is no such group.", 0},
-        {E::tolerated, "sswseAddUserToGroup", "NetLocalGroupAddMembers", ERROR_MEMBER_IN_ALIAS,
-         "A member counts as added.", 0, "next"},
-        {E::tolerated, "sswseRemoveUserFromGroup", "NetLocalGroupDelMembers", 0, "What is no member counts as removed.",
-         0, "next"},
-        {E::tolerated, "sswseAddUserToGroup|sswseCheckOSGroup", nullptr, 0,
+        {E::noFailure, nullptr, "NetLocalGroupAdd, NetLocalGroupAddMembers",
+         only(ERROR_ALIAS_EXISTS, ERROR_MEMBER_IN_ALIAS), "What is there counts as made.", same, "next"},
+        {E::noFailure, "sswseDeleteOSGroup, sswseRemoveUserFromGroup", nullptr,
+         only(NERR_GroupNotFound, ERROR_NO_SUCH_ALIAS, ERROR_MEMBER_NOT_IN_ALIAS, ERROR_NO_SUCH_MEMBER),
+         "What is not there counts as removed.", same, "next"},
+        {E::noFailure, "sswseCheckOSGroup", "NetLocalGroupGetInfo", only(NERR_GroupNotFound, ERROR_NO_SUCH_ALIAS),
+         "There is no such group.", SSWSE_NO},
+        {E::noFailure, "sswseAddUserToGroup|sswseCheckOSGroup", nullptr, any,
          "A failed check leads to the attempt to create the group as well."},
-        {E::otherError, "sswseAddUserToGroup|sswseCreateOSGroup", "NetLocalGroupAdd", ERROR_ALIAS_EXISTS,
+        {E::otherError, "sswseAddUserToGroup|sswseCreateOSGroup", "NetLocalGroupAdd", only(ERROR_ALIAS_EXISTS),
          "The group that counts as created is not there: the next step's error."},
-        {E::tolerated, "sswseCheckUserInGroup", "NetLocalGroupGetMembers", ERROR_ACCESS_DENIED,
+        {E::noFailure, "sswseCheckUserInGroup", "NetLocalGroupGetMembers", only(ERROR_ACCESS_DENIED),
          "The user's groups are asked when the members are not told."},
-        {E::tolerated, "sswseCheckUserInGroup|sswseIsNameBuiltinAcc", nullptr, 0,
+        {E::noFailure, "sswseCheckUserInGroup|sswseIsNameBuiltinAcc", nullptr, any,
          "A name that is not recognised is no built-in account: the user's groups are asked."},
-        {E::answers, "sswseCheckUserInGroup", "NetUserGetLocalGroups", NERR_UserNotFound,
+        {E::noFailure, "sswseCheckUserInGroup", "NetUserGetLocalGroups", only(NERR_UserNotFound),
          "Who has no account on the node has no groups there.", SSWSE_NO},
-        {E::tolerated, "sswseAddSvcToVAGroups|sswseAddUserToGroup", "NetLocalGroupAddMembers", ERROR_MEMBER_IN_ALIAS,
-         "A member counts as added; the home's group is met again in the row.", 0, "|KES_h1_SVCACCTS: member"},
-        {E::otherError, "sswseCheckUserPrivileges|sswseConvertUnameToSID", "LookupAccountNameW", 0,
+        {E::noFailure, "sswseAddSvcToVAGroups|sswseAddUserToGroup", "NetLocalGroupAddMembers",
+         only(ERROR_MEMBER_IN_ALIAS), "A member counts as added; the home's group is met again in the row.", same,
+         "|KES_h1_SVCACCTS: member"},
+        {E::otherError, "sswseCheckUserPrivileges|sswseConvertUnameToSID", "malloc>LookupAccountNameW", any,
          "An account that vanishes between size query and look-up: the SID that is not valid is reported."},
         // home
-        {E::otherError, nullptr, "CreateFileA|ReadFile|GetEnvironmentVariableA", 0, "WSE-000052 names no error."},
-        {E::silent, "sswseGetKestelHomeKey", "ReadFile", 0, "A key file that cannot be read says nothing."},
-        {E::tolerated, "sswseGetKestelHomeKey", "CreateFileA", 0, "Without a key file the environment tells."},
-        {E::tolerated, "sswseGetKestelHomeName|sswseGetKestelHomeKey", nullptr, 0,
+        {E::otherError, nullptr, "CreateFileA, ReadFile, GetEnvironmentVariableA", {}, "WSE-000052 names no error."},
+        {E::saysNothing, "sswseGetKestelHomeKey", "ReadFile", {}, "A key file that cannot be read says nothing."},
+        {E::noFailure, "sswseGetKestelHomeKey", "CreateFileA", {}, "Without a key file the environment tells."},
+        {E::noFailure, "sswseGetKestelHomeName|sswseGetKestelHomeKey", nullptr, any,
          "Without a home key the environment tells the name; the message stays."},
-        {E::tolerated, "sswseSetUnameForKhome|sswseCheckOSGroup", nullptr, 0,
-         "A name that may be a group is taken for none; the message tells.", 0, "|KESTEL_SVCUSER_"},
-        {E::answers, "sswseIsSvcUserVirtualAccount", "RegQueryValueExW", ERROR_FILE_NOT_FOUND,
+        {E::noFailure, "sswseSetUnameForKhome|sswseCheckOSGroup", nullptr, any,
+         "A name that may be a group is taken for none; the message tells.", same, "|KESTEL_SVCUSER_"},
+        {E::noFailure, "sswseIsSvcUserVirtualAccount", "RegQueryValueExW", only(ERROR_FILE_NOT_FOUND),
          "What is not recorded is no virtual account.", SSWSE_NO},
         // services
-        {E::tolerated, "sswseDecideSvcUser", nullptr, 0, "The decision's status does not count: another account.", 0,
-         "some|, manual|: account|password set|member added|KESTEL Group"},
-        {E::tolerated, "sswseSetSvcTypeUnrestricted", nullptr, 0,
-         "The status does not count: the account joins the groups, not the SID.", 0, "|SID type|member added"},
-        {E::tolerated, "sswseSetACLOnService", nullptr, 0, "The status does not count.", 0, "|: security"},
-        {E::tolerated, "sswseAddSvcToSVCSIDSGrp", nullptr, 0, "The status does not count.", 0, "|KES_h1_SVCSIDS"},
-        {E::tolerated, "sswseDeleteService", "NetUserGetLocalGroups", 0, "What cannot be read stays.", 0,
+        {E::noFailure, "sswseDecideSvcUser", nullptr, any, "The decision's status does not count: another account.",
+         same, "some|, manual|: account|password set|member added|KESTEL Group"},
+        {E::noFailure, "sswseSetSvcTypeUnrestricted", nullptr, any,
+         "The status does not count: the account joins the groups, not the SID.", same, "|SID type|member added"},
+        {E::noFailure, "sswseSetACLOnService, sswseAddSvcToSVCSIDSGrp", nullptr, any, "The status does not count.",
+         same, "|: security|KES_h1_SVCSIDS"},
+        {E::noFailure, "sswseDeleteService", "NetUserGetLocalGroups", any, "What cannot be read stays.", same,
          "|member removed"},
-        {E::tolerated, "sswseDeleteService", "NetLocalGroupDelMembers", 0, "What cannot be removed stays.", 0, "next"},
+        {E::noFailure, "sswseDeleteService", "NetLocalGroupDelMembers", any, "What cannot be removed stays.", same,
+         "next"},
         // access
-        {E::tolerated, "sswseCheckIfVlfsAndMountPoint", "malloc|GetVolumePathNameW|GetVolumeInformationW", 0,
-         "A volume that cannot be asked is none of the cluster's.", 0, "some"},
-        {E::tolerated, "sswseUpdateAclOnFile", "IsValidSid", 0, "An entry whose SID is not valid is nobody's.", 0,
-         "|: security"},
-        {E::tolerated, "sswseUpdateAclOnTree", "FindFirstFileW|FindNextFileW|GetFileAttributesW", 0,
-         "What cannot be listed is left alone.", 0, "some"},
-        {E::tolerated, "sswseUpdateAclOnTree|sswseUpdateAclOnFile", nullptr, 0,
-         "A file that fails ends the listing, its directory counts as done.", 0, "later"},
-        {E::otherError, "sswseAddAceToACL", "SetEntriesInAclA", 0,
-         "The thread's last error is reported, not the result."},
-        {E::answers, "sswseCheckAccessMask", "IsValidSid", 0, "An entry whose SID is not valid is passed over.",
-         SSWSE_NO},
-        {E::tolerated, "updateAclOnDirectory", "FindFirstFileW|FindNextFileW", 0, "The listing ends.", 0, "some"},
-        {E::goesOn, "updateAclOnDirectory", nullptr, 0, "What fails is listed, the walk goes on.", 0, "some"},
-        {E::otherOutputs, "updateAclOnDirectory", nullptr, 0, "What fails is listed."},
-        {E::otherOutputs, "updateAclOnFile", nullptr, 0, "What fails is listed."},
-        {E::tolerated, "updateAclOnFile", "IsValidSid", 0, "An entry whose SID is not valid is nobody's.", 0,
-         "|: security"},
-        {E::tolerated, "isOnNTFSVolume", nullptr, 0, "The volume is asked and the answer not looked at."},
-        {E::goesOn, nullptr, "AllocateAndInitializeSid", 0, "Objects without that entry may be out of reach.", 0,
-         "some|: security"},
-        {E::otherOutputs, nullptr, "AllocateAndInitializeSid", 0, "Objects without that entry may be out of reach."},
-        {E::tolerated, nullptr, "AllocateAndInitializeSid", 0, "An entry that cannot be made is left out.", 0,
-         "|: security"},
+        {E::noFailure, "sswseUpdateAclOnFile, updateAclOnFile, sswseCheckAccessMask", "IsValidSid", any,
+         "An entry whose SID is not valid is nobody's.", SSWSE_NO, "|: security"},
+        {E::noFailure, "sswseCheckIfVlfsAndMountPoint", "malloc, GetVolumePathNameW, GetVolumeInformationW", any,
+         "A volume that cannot be asked is none of the cluster's.", same, "some"},
+        {E::noFailure, "sswseUpdateAclOnTree", "FindFirstFileW, FindNextFileW, GetFileAttributesW", any,
+         "What cannot be listed is left alone.", same, "some"},
+        {E::noFailure, "sswseUpdateAclOnTree|sswseUpdateAclOnFile", nullptr, any,
+         "A file that fails ends the listing, its directory counts as done.", same, "later"},
+        {E::saysNothing, "updateAclOnDirectory", "FindFirstFileW, FindNextFileW, GetFileAttributesW", any,
+         "What cannot be listed is in the fail list, and not in the trace."},
+        {E::noFailure, "updateAclOnDirectory", "FindFirstFileW, FindNextFileW",
+         only(ERROR_FILE_NOT_FOUND, ERROR_NO_MORE_FILES), "There is nothing more to list.", same, "some"},
+        {E::goesOn, "updateAclOnFile, updateAclOnDirectory", nullptr, any,
+         "What fails is listed, and nothing else; the walk goes on.", same, "some", E::listed},
+        {E::noFailure, "isOnNTFSVolume", nullptr, {}, "The volume is asked and the answer not looked at."},
+        {E::noFailure, "createAuthenticatedUsersAce, createLocalAdministratorsAce, createLocalSystemAce", nullptr, any,
+         "An entry that cannot be made is left out.", same, "|: security"},
+        {E::goesOn, "createLocalAdministratorsAce", nullptr, any,
+         "Objects without that entry may be out of reach: they are listed.", same, "some|: security", E::own},
+        // frame
+        {E::noFailure, "sswseIsOSWinPDC", nullptr, any,
+         "A system that does not tell its version is taken for no domain controller, and an old one: the account gets "
+         "the rights, not the service's SID.",
+         same, "|member added|granted*"},
+        {E::noFailure,
+         "sswseAddSvcToVAGroups|sswseIsOSVistaOrAbove, sswseAddSvcToSVCSIDSGrp|sswseIsOSVistaOrAbove, "
+         "sswseDeleteService|sswseIsOSVistaOrAbove",
+         nullptr, any, "For an old one here too: the account joins the groups, and none are left.", same,
+         "|member added*|member removed|granted*"},
+        {E::noFailure, nullptr,
+         "FormatMessageA, LoadLibraryExA, GetModuleHandleA, GetModuleHandleA>GetModuleFileNameA, "
+         "GetModuleFileNameA>CreateFileA, CreateFileA>CreateFileA",
+         any, "A text that cannot be had is a blank, a module that cannot be had the library itself."},
     };
     return table;
+}
+
+namespace {
+
+std::vector<std::string> split(const std::string& words, const std::string& separator)
+{
+    std::vector<std::string> parts;
+    for (size_t begin = 0, end = 0; begin < words.size(); begin = end + separator.size()) {
+        end = std::min(words.size(), words.find(separator, begin));
+        parts.push_back(words.substr(begin, end - begin));
+    }
+    return parts;
+}
+
+bool isAmong(const std::vector<std::string>& words, const std::string& word)
+{
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+// The lines without those with one of the words; of lines with a "word*" what comes behind it is left out.
+Plan without(const Plan& plan, const std::vector<std::string>& words)
+{
+    Plan left;
+    for (const std::string& line : plan) {
+        size_t end = line.size();
+        for (const std::string& word : words) {
+            const bool isPrefix = word.back() == '*';
+            const size_t at = line.find(isPrefix ? word.substr(0, word.size() - 1) : word);
+            if (at != std::string::npos)
+                end = isPrefix ? std::min(end, at) : 0;
+        }
+        if (end > 0)
+            left.push_back(line.substr(0, end));
+    }
+    return left;
+}
+
+// Whether `plan` is `whole` with some of its lines missing, none of them among the first ones.
+bool isPart(const Plan& plan, const Plan& whole, size_t first)
+{
+    size_t next = 0;
+    for (const std::string& line : whole)
+        if (next < plan.size() && plan[next] == line)
+            ++next;
+        else if (next < first)
+            return false;
+    return next == plan.size();
+}
+
+} // namespace
+
+bool isMeant(const Exception& exception, const char* function, const Failing* failing)
+{
+    const std::string path = '|' + std::string(function) + (failing ? failing->call.routines : "") + '|';
+    const auto isUnderWay = [&path](const std::string& each) {
+        return path.find('|' + each + '|') != std::string::npos;
+    };
+    const std::vector<std::string> routines = split(exception.routines ? exception.routines : "", ", ");
+    if (!routines.empty() && std::none_of(routines.begin(), routines.end(), isUnderWay))
+        return false;
+    const bool isOfScenario = exception.functions && !*exception.functions;
+    if (isOfScenario || !failing)
+        return isOfScenario && !failing;
+    if (!exception.codes.empty() && !std::count(exception.codes.begin(), exception.codes.end(), failing->code))
+        return false;
+    const std::vector<std::string> functions = split(exception.functions ? exception.functions : "", ", ");
+    return functions.empty() || isAmong(functions, failing->call.row->name) || isAmong(functions, failing->afterOther);
+}
+
+bool isPlanAsExpected(const Plan& plan, const Plan& whole, size_t before, bool goesOn, const std::string& mode)
+{
+    std::vector<std::string> words = split(mode, "|");
+    const std::string kind = words.empty() ? "" : words.front();
+    if (!words.empty())
+        words.erase(words.begin());
+    const auto at = whole.begin() + static_cast<ptrdiff_t>(before);
+    const Plan common(whole.begin(), at);
+    if (kind == "some" || kind == "later")
+        return (kind == "some" || before > 0) &&
+               isPart(without(plan, words), without(whole, words), without(common, words).size());
+    if (!goesOn)
+        return without(plan, words) == without(common, words);
+    Plan expected = whole;
+    if (kind == "next" && plan.size() < whole.size()) // else there was nothing to do
+        expected.erase(expected.begin() + static_cast<ptrdiff_t>(before));
+    return without(plan, words) == without(expected, words);
 }
 
 } // namespace faults

@@ -44,14 +44,6 @@ std::map<std::string, FunctionReport> allFunctions()
     return functions;
 }
 
-std::string contentOf(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
-}
-
 class FaultRuns : public testing::TestWithParam<Area>
 {
 };
@@ -70,8 +62,7 @@ TEST(FaultRunsTogether, ReachEveryExportRowAndException)
     const std::map<std::string, FunctionReport> functions = allFunctions();
     Stage stage;
     stage.set(nullptr);
-    EXPECT_THAT(stage.interception().importsWithoutRow(), IsEmpty());
-    EXPECT_THAT(stage.interception().rowsWithoutImport(), IsEmpty());
+    EXPECT_THAT(stage.interception().unmatched(), IsEmpty());
 
     std::set<const intercept::Row*> reached;
     std::set<size_t> used;
@@ -84,7 +75,7 @@ TEST(FaultRunsTogether, ReachEveryExportRowAndException)
     for (size_t i = 0; i < exceptions().size(); ++i)
         EXPECT_TRUE(used.count(i)) << "nobody needs the exception: " << exceptions()[i].reason;
 
-    std::istringstream words(contentOf(KESWSEC_SOURCE_DIR "/src/resources/exports.def"));
+    std::istringstream words(support::contentsOf(KESWSEC_SOURCE_DIR "/src/resources/exports.def"));
     for (std::string word; words >> word;)
         if (word.rfind("sswse", 0) == 0 || word.rfind("set", 0) == 0) {
             EXPECT_TRUE(functions.count(word)) << word << " has no scenario";
@@ -95,7 +86,7 @@ TEST(FaultRunsTogether, AreWhatTheDocumentSays)
 {
     const std::string path = KESWSEC_SOURCE_DIR "/docs/reliability.md";
     const std::string begin = "<!-- written by the fault runs -->\n";
-    std::string document = contentOf(path);
+    std::string document = support::contentsOf(path);
     document.erase(std::remove(document.begin(), document.end(), '\r'), document.end());
     const size_t table = document.find(begin);
     ASSERT_NE(table, std::string::npos);

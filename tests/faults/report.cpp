@@ -8,8 +8,13 @@ namespace faults {
 
 namespace {
 
-constexpr const char* effects[] = {"says nothing",      "another error",  "outputs of its own",
-                                   "fails and goes on", "counts as done", "is an answer"};
+const char* effectOf(const Exception& exception)
+{
+    if (exception.effect == Exception::noFailure && exception.answer != Exception::asWhenNothingFails)
+        return "is an answer";
+    constexpr const char* effects[] = {"says nothing", "another error", "fails and goes on", "counts as done"};
+    return effects[exception.effect];
+}
 
 constexpr char total[] = "all";
 
@@ -21,21 +26,30 @@ std::string listOf(const std::set<size_t>& exceptionsUsed)
     return text;
 }
 
-std::string codeText(DWORD code)
+// " (1, 0xC0000034)", or nothing.
+std::string textOf(const std::vector<DWORD>& codes)
 {
-    char text[16];
-    snprintf(text, sizeof text, code & 0x80000000 ? "0x%08lX" : "%lu", code);
-    return text;
+    std::string all;
+    for (const DWORD code : codes) {
+        char text[16];
+        snprintf(text, sizeof text, code & 0x80000000 ? "0x%08lX" : "%lu", code);
+        all += (all.empty() ? " (" : ", ") + std::string(text);
+    }
+    return all.empty() ? "" : all + ')';
 }
 
-// "a|b" as `a`, `b`.
+// "a, b" as `a`, `b`.
 std::string quoted(const char* names, const char* none)
 {
     if (!names || !*names)
         return none;
     std::string text = "`";
     for (; *names; ++names)
-        text += *names == '|' ? "`, `" : *names == '>' ? "` then `" : std::string(1, *names);
+        text += *names == ','   ? "`,"
+                : *names == ' ' ? " `"
+                : *names == '|' ? "` in it `"
+                : *names == '>' ? "` then `"
+                                : std::string(1, *names);
     return text + '`';
 }
 
@@ -65,11 +79,9 @@ std::string tableOf(const std::map<std::string, FunctionReport>& functions)
     text << "\n| | in | what fails | effect | why |\n|---|---|---|---|---|\n";
     for (size_t i = 0; i < exceptions().size(); ++i) {
         const Exception& each = exceptions()[i];
-        text << "| " << i + 1 << " | " << quoted(each.routine, "any") << " | "
-             << quoted(each.functions, each.functions ? "nothing" : "anything");
-        if (each.code)
-            text << " (" << codeText(each.code) << ')';
-        text << " | " << effects[each.kind] << " | " << each.reason << " |\n";
+        text << "| " << i + 1 << " | " << quoted(each.routines, "any") << " | "
+             << quoted(each.functions, each.functions ? "nothing" : "anything") << textOf(each.codes) << " | "
+             << effectOf(each) << " | " << each.reason << " |\n";
     }
     return text.str();
 }

@@ -26,7 +26,7 @@ DWORD checkMask(Stage& s)
 template <DWORD isAdmin>
 DWORD setFile(Stage& s)
 {
-    return EXPORT_OF(s.library(), setPermissions)(s.file("file"), isAdmin, s.strings(), s.count<DWORD>());
+    return EXPORT_OF(s.library(), setPermissions)(s.file("\\file"), isAdmin, s.strings(), s.count<DWORD>());
 }
 
 DWORD setTree(Stage& s)
@@ -39,21 +39,20 @@ DWORD setTree2(Stage& s)
     return EXPORT_OF(s.library(), setPermissions2)(s.file(), 1, s.strings(), s.count<DWORD>());
 }
 
-void onVlfs(Stage& s)
-{
-    s.putOnVlfs();
-}
-
 } // namespace
 
 std::vector<Scenario> accessScenarios()
 {
     const std::vector<DWORD> legacy = {1, 2, 3};
     return {
-        {CALL(sswseAddACLOnObjectForUser, 0, s.file("file"), users, 1, 6, 0), "a file", 2},
+        {CALL(sswseAddACLOnObjectForUser, 0, s.file("\\file"), users, 1, 6, 0), "a file", 2},
         {CALL(sswseAddACLOnObjectForUser, 1, s.file(), users, 1, 1, 1), "a tree", 2},
         {CALL(sswseAddACLOnObjectForUser, 1, remoteDirectory, users, 1, 0, 0), "a directory of a node", 2},
-        {CALL(sswseAddACLOnObjectForUser, 1, s.file("sub"), users, 1, 6, 0), "a mount point", 2, {3}, onVlfs},
+        {CALL(sswseAddACLOnObjectForUser, 1, s.file("\\sub"), users, 1, 6, 0),
+         "a mount point",
+         2,
+         {3},
+         &Stage::putOnVlfs},
         {CALL(sswseAddACLOnObjectForUser, 2, homeKey, users, 1, 9, 0), "a key", 2},
         {CALL(sswseAddACLOnObjectForUser, 2, remoteHomeKey, users, 1, 9, 0), "a key of a node", 2},
         {CALL(sswseAddACLOnObjectForUser, 3, s.file(), nullptr, 0, 7, 0), "for groups", 2},

@@ -31,27 +31,23 @@ DWORD freeStrings(Stage& s)
 
 void __cdecl receive(void*, const char*, ...) {}
 
-void withMessageModule(Stage& s)
-{
-    s.putMessageModule();
-}
-
 } // namespace
 
 std::vector<Scenario> frameScenarios()
 {
     return {
-        {"sswseFillErrMsg", fillMessage, "own messages", 0, {}, nullptr, true},
-        {"sswseFillErrMsg", fillMessage, "a message module", 0, {}, withMessageModule, true},
+        {"sswseFillErrMsg", fillMessage, "own messages", 0, {}},
+        {"sswseFillErrMsg", fillMessage, "a message module", 0, {}, &Stage::putMessageModule},
         {CALL(sswseTraceOn, receive, s.rec(), 0), "on", 1, {0}},
         {CALL(sswseTraceOn, nullptr, s.rec(), 0), "no callback", 0, {0}},
         {CALL(sswseTraceOff), "off", 1},
         {"sswseFreeMemory", freeMemory, "a SID", 2},
         {"sswseFreeArrayofStrings", freeStrings, "two strings", 0},
-        {CALL(sswseIsOSVistaOrAbove), "first call", 1, {3}, nullptr, true},
-        {CALL(sswseIsOSWin7OrAbove), "first call", 1, {3}, nullptr, true},
-        {CALL(sswseIsOSWin8OrAbove), "first call", 1, {3}, nullptr, true},
-        {CALL(sswseIsOSWinDC), "first call", 0, {3}, nullptr, true},
+        {CALL(sswseIsOSVistaOrAbove), "yes", 1},
+        {CALL(sswseIsOSWin7OrAbove), "yes", 1},
+        {CALL(sswseIsOSWin8OrAbove), "yes", 1},
+        {CALL(sswseIsOSWinDC), "no", 0},
+        {CALL(sswseIsOSWinDC), "yes", 1, {3}, &Stage::makeDomainController},
     };
 }
 

@@ -17,13 +17,6 @@ using intercept::Kind;
 
 constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_h1";
 
-Stage* stage;
-
-size_t changes()
-{
-    return stage->planLength();
-}
-
 // ---- the cluster file system -------------------------------------------------------------------------------------
 
 bool onVlfs;
@@ -74,13 +67,12 @@ std::string sidWords(PSID sid)
 
 Stage::Stage() : usual_(usualNode())
 {
-    stage = this;
     std::filesystem::create_directory(files_.path() / "sub");
     std::ofstream(files_.path() / "file");
     std::ofstream(files_.path() / "sub" / "file");
 }
 
-void Stage::set(void (*prepare)(Stage&))
+void Stage::set(const std::function<void(Stage&)>& prepare)
 {
     prepare_ = prepare;
     reloadLibrary();
@@ -129,7 +121,7 @@ void Stage::redirect()
         beneath_->redirect("GetVolumeInformationW", reinterpret_cast<void*>(&getVolumeInformation)));
     beneath_->redirect("FindFirstFileA", reinterpret_cast<void*>(&findFirstFile));
     beneath_->redirect("LoadLibraryExA", reinterpret_cast<void*>(&loadLibrary));
-    interception_.emplace(library_.module(), changes);
+    interception_.emplace(library_.module(), *world_);
 }
 
 void Stage::unredirect()
@@ -139,7 +131,7 @@ void Stage::unredirect()
     redirection_.reset();
 }
 
-void Stage::reset(bool cold)
+void Stage::reset(bool isCold)
 {
     const std::vector<whatif::Change>& plan = world_->plan();
     const bool isRegistryChanged = std::any_of(plan.begin(), plan.end(), [](const whatif::Change& change) {
@@ -152,7 +144,7 @@ void Stage::reset(bool cold)
         remote() = nodes_[1];
         world_->clearPlan();
     }
-    if (cold) {
+    if (isCold) {
         reloadLibrary();
         redirect();
     } else { // once is enough, and costs nothing later
@@ -161,7 +153,6 @@ void Stage::reset(bool cold)
     }
     outputs_.clear();
     blocks_.clear();
-    texts_.clear();
     guarded::sweep();
     memset(rec_.data(), 'x', rec_.size());
     strcpy(rec()->message, recordBefore);
@@ -172,6 +163,12 @@ void Stage::setHome(const wchar_t* value, const wchar_t* text)
 {
     for (const whatif::Node* const node : {&local(), &remote()})
         world_->registry().setValue(*node, homeKey, value, whatif::registryText(text));
+}
+
+void Stage::makeDomainController()
+{
+    for (whatif::Node* const node : {&local(), &remote()})
+        node->productType = VER_NT_DOMAIN_CONTROLLER;
 }
 
 void Stage::putMessageModule()
@@ -186,15 +183,10 @@ void Stage::putOnVlfs()
     onVlfs = true;
 }
 
-char* Stage::writable(const std::string& text)
-{
-    return blocks_.emplace_back(text.c_str(), text.size() + 1).data();
-}
-
 PSID Stage::sid(const wchar_t* text)
 {
     const std::vector<BYTE> bytes = whatif::sidBytes(text);
-    return blocks_.emplace_back(bytes.data(), bytes.size()).data();
+    return block(bytes.data(), bytes.size());
 }
 
 void* Stage::output(size_t size, std::function<std::string(void*)> words, std::function<void(void*)> release)
@@ -279,16 +271,6 @@ std::vector<std::string> Stage::takeOutputs()
             words.back() = untouched;
     }
     return words;
-}
-
-std::vector<std::string> Stage::plan() const
-{
-    std::vector<std::string> lines;
-    for (const whatif::Change& change : world_->plan()) {
-        const std::wstring line = whatif::textOf(change);
-        lines.emplace_back(line.begin(), line.end());
-    }
-    return lines;
 }
 
 } // namespace faults

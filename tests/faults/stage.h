@@ -34,8 +34,8 @@ public:
     intercept::Interception& interception() { return *interception_; }
     sswseErrRec* rec() { return reinterpret_cast<sswseErrRec*>(rec_.data()); }
 
-    void set(void (*prepare)(Stage&)); // the usual machine, changed as the scenario wants it
-    void reset(bool cold);             // back to that; `cold`: the library has not read the version nor found messages
+    void set(const std::function<void(Stage&)>& prepare); // the usual machine, changed as the scenario wants it
+    void reset(bool isCold); // back to that; cold: the library has neither asked the version nor found messages
 
     // ---- for scenarios that want another machine than the usual one
     whatif::Node& local() { return world_->local(); } // "NODE"
@@ -43,14 +43,36 @@ public:
     whatif::Registry& registry() { return world_->registry(); }
     void setHome(const wchar_t* value, const wchar_t* text); // of the home KEY_h1, on both nodes
     void setEnvironment(const char* name, const char* value) { environment_.emplace_back(name, value); }
+    void makeDomainController();
     void putMessageModule();
     void putOnVlfs(); // every file becomes a mount point of the cluster file system
 
-    // ---- inputs of a call, kept until the next reset
-    const char* keep(const std::string& text) { return texts_.emplace_back(text).c_str(); }
-    const char* home() { return keep(library_.path()); }
-    const char* file(const char* below = "") { return keep((files_.path() / below).string()); } // "file", "sub\\file"
-    char* writable(const std::string& text);
+    // The exported function with the stage's record.
+    template <class... Parameters, class... Arguments>
+    DWORD call(DWORD(WINAPI* function)(sswseErrRec*, Parameters...), Arguments&&... arguments)
+    {
+        return function(rec(), static_cast<Parameters>(input(arguments))...);
+    }
+
+    // ---- inputs of a call, until the next reset; texts end at an inaccessible page
+    template <class T>
+    T input(T other)
+    {
+        return other;
+    }
+    template <size_t size>
+    const char* input(const char (&text)[size])
+    {
+        return static_cast<const char*>(block(text, sizeof text));
+    }
+    template <size_t size>
+    const wchar_t* input(const wchar_t (&text)[size])
+    {
+        return static_cast<const wchar_t*>(block(text, sizeof text));
+    }
+    char* writable(const std::string& text) { return static_cast<char*>(block(text.c_str(), text.size() + 1)); }
+    char* home() { return writable(library_.path()); }
+    char* file(const char* below = "") { return writable(files_.path().string() + below); } // "\\file", "\\sub\\file"
     PSID sid(const wchar_t* text);
 
     // ---- outputs of a call, in blocks that end at an inaccessible page
@@ -86,8 +108,7 @@ public:
 
     // ---- what the run has left
     std::vector<std::string> takeOutputs(); // in words; what the library handed out is released
-    std::vector<std::string> plan() const;
-    size_t planLength() const { return world_->plan().size(); }
+    const whatif::World& world() const { return *world_; }
 
 private:
     struct Output
@@ -104,6 +125,7 @@ private:
     };
 
     static std::string describe(const void* bytes, size_t size);
+    void* block(const void* bytes, size_t size) { return blocks_.emplace_back(bytes, size).data(); }
     void* output(size_t size, std::function<std::string(void*)> words, std::function<void(void*)> release = {});
     void* pointer(const std::function<std::string(void*)>& words, std::function<void(void*)> release);
     void furnish();
@@ -117,12 +139,11 @@ private:
     std::optional<whatif::Redirection> redirection_;
     std::optional<whatif::Imports> beneath_; // what the world has no replacement for
     std::optional<intercept::Interception> interception_;
-    void (*prepare_)(Stage&) = nullptr;
+    std::function<void(Stage&)> prepare_;
     const whatif::Node usual_;
     std::vector<whatif::Node> nodes_; // as they were set
     guarded::Buffer rec_{sizeof(sswseErrRec)};
     std::deque<support::EnvironmentVariable> environment_;
-    std::deque<std::string> texts_;
     std::deque<guarded::Buffer> blocks_;
     std::deque<Output> outputs_;
     const int* count_ = nullptr; // of strings

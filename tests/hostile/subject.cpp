@@ -17,15 +17,9 @@ namespace {
 constexpr char usualKeyFile[] = "SOFTWARE\\KESTEL\\KEY_keswsec_test\r\n";
 constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_keswsec_test";
 
-whatif::World* planned;
 UINT machineCodePage;
 std::wstring listedTree; // no test walks the whole machine
 std::string running;     // the call under way
-
-size_t planLength()
-{
-    return planned->plan().size();
-}
 
 LONG WINAPI nameTheCall(EXCEPTION_POINTERS* exception)
 {
@@ -111,9 +105,8 @@ bool isText(const cli::Parameter& parameter)
 
 Subject::Subject()
     : home(usualKeyFile, "checked"), local(world.local()), remote(world.add(L"DB2")),
-      redirection_(home.module(), world), guard_(home.module(), &planLength), stands_(home.module())
+      redirection_(home.module(), world), guard_(home.module(), world), stands_(home.module())
 {
-    planned = &world;
     std::filesystem::current_path(files_.path()); // relative paths lead to where the test is at home
     std::ofstream("file") << "content";
     listedTree = files_.path().wstring();

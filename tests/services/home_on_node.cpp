@@ -42,7 +42,7 @@ void HomeOnNode::recordHome(const char* khtype, const char* user, const char* us
 
 void HomeOnNode::fail(intercept::Fault fault)
 {
-    interception_.emplace(library.module(), [] { return size_t{}; }).start(fault);
+    interception_.emplace(library.module(), world).start(fault);
 }
 
 DWORD HomeOnNode::create(const Wanted& wanted)

@@ -14,12 +14,12 @@ namespace guarded {
 namespace {
 
 constexpr size_t page = 4096;
-constexpr unsigned char freshFill = 0xA5;
+constexpr char restFill = 0x5D;
 
 struct Block
 {
     char* region;
-    size_t regionSize; // the pages of the block, without the guard
+    size_t regionSize; // its pages, without the inaccessible one behind them
     size_t size;
     bool live;
 };
@@ -29,28 +29,13 @@ std::map<const void*, Block> blocks;
 std::vector<std::string> watched; // both forms
 std::vector<std::string> found;
 size_t live = 0;
+unsigned char freshFill = usualFill;
 
-// What may hold pointers is aligned for them: then up to half a pointer lies between the block and the page.
-size_t slackOf(size_t bytes)
+// What lies before a block in its first page.
+bool isRestUntouched(const char* data, const char* region)
 {
-    const bool mayHoldPointers = bytes % sizeof(DWORD) == 0 && bytes >= 2 * sizeof(void*);
-    return mayHoldPointers ? bytes % sizeof(void*) : 0;
-}
-
-void requireUntouchedSlack(const char* data, size_t size)
-{
-    for (size_t i = 0; i < slackOf(size); ++i)
-        if (static_cast<unsigned char>(data[size + i]) != freshFill)
-            RaiseException(static_cast<DWORD>(STATUS_ACCESS_VIOLATION), EXCEPTION_NONCONTINUABLE, 0, nullptr);
-}
-
-Block makeRegion(size_t bytes)
-{
-    const size_t pages = (std::max<size_t>(bytes, 1) + page - 1) / page * page;
-    auto* const region = static_cast<char*>(VirtualAlloc(nullptr, pages + page, MEM_RESERVE, PAGE_NOACCESS));
-    if (!region || !VirtualAlloc(region, pages, MEM_COMMIT, PAGE_READWRITE))
-        return {nullptr, 0, 0, false};
-    return {region, pages, bytes, true};
+    static const std::string rest(page, restFill);
+    return memcmp(region, rest.data(), static_cast<size_t>(data - region)) == 0;
 }
 
 void look(const char* data, size_t size)
@@ -62,15 +47,22 @@ void look(const char* data, size_t size)
 
 } // namespace
 
+void fillFreshWith(unsigned char fill)
+{
+    freshFill = fill;
+}
+
 void* allocate(size_t bytes)
 {
     const std::lock_guard lock(mutex);
-    const Block block = makeRegion(bytes);
-    if (!block.region)
+    const size_t pages = (std::max<size_t>(bytes, 1) + page - 1) / page * page;
+    auto* const region = static_cast<char*>(VirtualAlloc(nullptr, pages + page, MEM_RESERVE, PAGE_NOACCESS));
+    if (!region || !VirtualAlloc(region, pages, MEM_COMMIT, PAGE_READWRITE))
         return nullptr;
-    char* const data = block.region + block.regionSize - bytes - slackOf(bytes);
-    memset(block.region, freshFill, block.regionSize);
-    blocks[data] = block;
+    char* const data = region + pages - bytes;
+    memset(region, restFill, pages - bytes);
+    memset(data, freshFill, bytes);
+    blocks[data] = {region, pages, bytes, true};
     ++live;
     return data;
 }
@@ -83,24 +75,6 @@ void* allocateZeroed(size_t n, size_t bytes)
     return block;
 }
 
-bool owns(const void* block)
-{
-    const std::lock_guard lock(mutex);
-    const auto known = blocks.find(block);
-    return known != blocks.end() && known->second.live;
-}
-
-void* reallocate(void* block, size_t bytes)
-{
-    const std::lock_guard lock(mutex);
-    void* const moved = allocate(bytes);
-    if (moved && block) {
-        memcpy(moved, block, std::min(bytes, blocks.at(block).size));
-        release(block);
-    }
-    return moved;
-}
-
 bool release(void* block)
 {
     const std::lock_guard lock(mutex);
@@ -108,7 +82,8 @@ bool release(void* block)
     if (known == blocks.end() || !known->second.live)
         return false;
     look(static_cast<char*>(block), known->second.size);
-    requireUntouchedSlack(static_cast<char*>(block), known->second.size);
+    if (!isRestUntouched(static_cast<char*>(block), known->second.region))
+        RaiseException(static_cast<DWORD>(STATUS_ACCESS_VIOLATION), EXCEPTION_NONCONTINUABLE, 0, nullptr);
     DWORD protection = 0;
     VirtualProtect(known->second.region, known->second.regionSize, PAGE_NOACCESS, &protection);
     known->second.live = false;

@@ -1,6 +1,6 @@
-// A heap whose blocks end at an inaccessible page. Fresh blocks are filled, freed ones become inaccessible until
-// `sweep`, so an overrun by one byte or a use after free stops the program on the spot. Where the alignment of pointers
-// leaves a gap before the page, a write into it does so at the release.
+// A heap whose blocks end exactly at an inaccessible page, so an overrun by one byte stops the program on the spot; an
+// underrun does so at the release. Freed blocks become inaccessible until `sweep`. A block is as aligned as its size
+// allows: for what it holds, if its size is a multiple of that, which `owned::allocate` sees to.
 #pragma once
 
 #include <cstddef>
@@ -11,9 +11,9 @@ namespace guarded {
 
 void* allocate(size_t bytes); // NULL only when the process is out of address space
 void* allocateZeroed(size_t n, size_t bytes);
-void* reallocate(void* block, size_t bytes);
-bool release(void* block); // false: no live block of this heap
-bool owns(const void* block);
+bool release(void* block);                // false: no live block of this heap
+constexpr unsigned char usualFill = 0xA5; // of fresh blocks
+void fillFreshWith(unsigned char fill);   // another fill: what is read before it is written shows as a difference
 
 size_t liveBlocks();
 void sweep(); // gives the freed blocks' address space back

@@ -19,7 +19,8 @@ struct Run
     size_t counted = 0; // calls that the fault looks at
     Trail trail;
     std::map<uintptr_t, Kind> held;
-    size_t (*planLength)() = nullptr;
+    std::string object;
+    std::map<uintptr_t, std::string> searches; // and what is searched
 
     // From the trace: what comes between a routine's entry and its next line, beginning with the buffer, is made for
     // its argument line.
@@ -31,6 +32,7 @@ struct Run
 
 std::recursive_mutex mutex;
 Run run;
+const whatif::World* world;
 
 constexpr size_t argumentBufferSize = 512;
 
@@ -44,10 +46,25 @@ bool isForArgumentLine(const Row& row, const Raw& arguments)
 
 std::string joined(const std::vector<std::string>& routines)
 {
-    std::string text = "|";
+    std::string text;
     for (const std::string& routine : routines)
-        text += routine + '|';
+        text += '|' + routine;
     return text;
+}
+
+// A call without a path is about what the one before it was about.
+void followObject(const Row& row, const Raw& arguments)
+{
+    const std::set<std::string> withPath = {"GetFileAttributesW", "GetFileSecurityW", "SetFileSecurityW",
+                                            "FindFirstFileW"};
+    if (withPath.count(row.name)) {
+        const std::wstring path = reinterpret_cast<const wchar_t*>(arguments[0]);
+        run.object.assign(path.begin(), std::find(path.begin(), path.end(), L'*'));
+        if (!run.object.empty() && run.object.back() == '\\')
+            run.object.pop_back();
+    } else if (strcmp(row.name, "FindNextFileW") == 0) {
+        run.object = run.searches[arguments[0]];
+    }
 }
 
 // What is found at run time is stood before as the imports are.
@@ -89,27 +106,6 @@ const char* nameOf(Kind kind)
     return names[static_cast<size_t>(kind)];
 }
 
-Row Row::throughAddress() const
-{
-    Row row = *this;
-    row.releasesThroughAddress = true;
-    return row;
-}
-
-Row Row::standingIn(void* function) const
-{
-    Row row = *this;
-    row.standIn = function;
-    return row;
-}
-
-Row Row::atRunTime() const
-{
-    Row row = *this;
-    row.isFoundAtRunTime = true;
-    return row;
-}
-
 const Row& rowOf(void** original)
 {
     return *std::find_if(rows().begin(), rows().end(), [original](const Row& row) { return row.original == original; });
@@ -128,8 +124,11 @@ std::optional<DWORD> enter(const Row& row, const Raw& arguments)
         run.inArgumentLine = row.says != Says::memoryNull; // without a buffer there is no line
         return row.codes.front();
     }
-    run.trail.calls.push_back({&row, run.planLength(), run.routines.empty() ? "" : joined(run.routines)});
+    followObject(row, arguments);
+    run.trail.calls.push_back({&row, world->plan().size(), joined(run.routines), run.object});
     const Fault& fault = run.fault;
+    if (fault.texts && strcmp(row.name, "FormatMessageA") == 0)
+        return row.codes.front();
     if (fault.function && strcmp(fault.function, row.name) != 0)
         return std::nullopt;
     const bool isEveryOne = fault.function && fault.call == 0;
@@ -170,13 +169,15 @@ uintptr_t finished(const Row& row, uintptr_t result, const Raw& arguments)
         run.argumentBuffers.push_back(resource);
     else if (run.on && resource)
         run.held[resource] = row.acquires;
+    if (row.acquires == Kind::search)
+        run.searches[resource] = run.object;
     return result;
 }
 
-Interception::Interception(HMODULE library, size_t (*planLength)()) : imports_(library)
+Interception::Interception(HMODULE library, const whatif::World& acted) : imports_(library)
 {
     run = {};
-    run.planLength = planLength;
+    world = &acted;
     for (const Row& row : rows())
         if (void* const before = imports_.redirect(row.name, row.wrapper))
             *row.original = row.standIn ? row.standIn : before;
@@ -190,9 +191,7 @@ Interception::~Interception()
 void Interception::start(Fault fault)
 {
     const std::lock_guard lock(mutex);
-    const auto planLength = run.planLength;
     run = {};
-    run.planLength = planLength;
     run.fault = fault;
     run.on = true;
 }
@@ -234,26 +233,19 @@ void Interception::traced(const char* line)
         run.routines.pop_back();
 }
 
-std::vector<std::string> Interception::importsWithoutRow() const
+std::vector<std::string> Interception::unmatched() const
 {
-    std::set<std::string> known(plain().begin(), plain().end());
-    for (const Row& row : rows())
+    const std::vector<std::string> imports = imports_.names();
+    std::set<std::string> known = plain();
+    std::vector<std::string> names;
+    for (const Row& row : rows()) {
         known.insert(row.name);
-    std::vector<std::string> missing;
-    for (const std::string& name : imports_.names())
-        if (!known.count(name))
-            missing.push_back(name);
-    return missing;
-}
-
-std::vector<std::string> Interception::rowsWithoutImport() const
-{
-    const std::vector<std::string> names = imports_.names();
-    std::vector<std::string> extra;
-    for (const Row& row : rows())
-        if (!row.isFoundAtRunTime && !std::count(names.begin(), names.end(), row.name))
-            extra.push_back(row.name);
-    return extra;
+        if (!row.isFoundAtRunTime && !std::count(imports.begin(), imports.end(), row.name))
+            names.emplace_back(row.name);
+    }
+    std::copy_if(imports.begin(), imports.end(), std::back_inserter(names),
+                 [&known](const std::string& name) { return !known.count(name); });
+    return names;
 }
 
 } // namespace intercept

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "whatif/imports.h"
+#include "whatif/whatif.h"
 
 #include <windows.h>
 
@@ -59,14 +60,10 @@ struct Row
     bool releasesThroughAddress = false; // the first argument is the address of it
     void* standIn = nullptr;             // called instead of the platform's function
     bool isFoundAtRunTime = false;       // not imported: GetProcAddress finds it
-
-    Row throughAddress() const;
-    Row standingIn(void* function) const;
-    Row atRunTime() const;
 };
 
-const std::vector<Row>& rows();          // functions that are stood before
-const std::vector<const char*>& plain(); // functions that are left alone: they cannot fail and own nothing
+const std::vector<Row>& rows();       // functions that are stood before
+const std::set<std::string>& plain(); // functions that are left alone: they cannot fail and own nothing
 
 struct Fault
 {
@@ -74,6 +71,7 @@ struct Fault
     DWORD code = 0;
     const char* function = nullptr; // only the calls of this one count; `call` 0 is then every one
     bool argumentLines = false;     // or every call that is made to trace an argument line
+    bool texts = false;             // and every call for a message's text
 };
 
 // What one run of a library function did.
@@ -82,8 +80,9 @@ struct Trail
     struct Call
     {
         const Row* row;
-        size_t planLength;    // of the node, before the call
-        std::string routines; // that are under way, "|outer|inner|"; known when the run is traced
+        size_t planLength;    // of the world, before the call
+        std::string routines; // that are under way, "|outer|inner"; known when the run is traced
+        std::string object;   // the file or directory that the call is about
     };
     std::vector<Call> calls;             // those that can fail, in order, without those for argument lines
     std::set<const Row*> reached;        // whether they can fail or not
@@ -94,8 +93,7 @@ struct Trail
 class Interception
 {
 public:
-    // `planLength` says how many changes the node has recorded.
-    Interception(HMODULE library, size_t (*planLength)());
+    Interception(HMODULE library, const whatif::World& world); // that the library's calls act on
     ~Interception();
     Interception(const Interception&) = delete;
     Interception& operator=(const Interception&) = delete;
@@ -110,8 +108,7 @@ public:
     // A trace line of the run under way.
     static void traced(const char* line);
 
-    std::vector<std::string> importsWithoutRow() const;
-    std::vector<std::string> rowsWithoutImport() const;
+    std::vector<std::string> unmatched() const; // imports without a row, and rows of what is not imported
 
 private:
     whatif::Imports imports_;

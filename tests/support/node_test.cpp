@@ -8,13 +8,6 @@ namespace support {
 
 namespace {
 
-const whatif::World* current;
-
-size_t planLength()
-{
-    return current->plan().size();
-}
-
 void addAccount(whatif::Node& node, const wchar_t* name, const std::wstring& sid, const wchar_t* domain = L"",
                 SID_NAME_USE use = SidTypeUser, const std::vector<std::wstring>& memberOf = {})
 {
@@ -28,6 +21,16 @@ void addAccount(whatif::Node& node, const wchar_t* name, const std::wstring& sid
 }
 
 } // namespace
+
+Lines planOf(const whatif::World& world)
+{
+    Lines lines;
+    for (const whatif::Change& change : world.plan()) {
+        const std::wstring line = whatif::textOf(change);
+        lines.emplace_back(line.begin(), line.end());
+    }
+    return lines;
+}
 
 Nodes::Nodes(const LibraryCopy& library) : redirection_(library.module(), world)
 {
@@ -56,19 +59,12 @@ void Nodes::record(const whatif::Node& node, const char* value, const char* text
 
 Lines Nodes::plan()
 {
-    Lines lines;
-    for (const whatif::Change& change : world.plan()) {
-        const std::wstring line = textOf(change);
-        lines.emplace_back(line.begin(), line.end());
-    }
+    Lines lines = planOf(world);
     world.clearPlan();
     return lines;
 }
 
-NodeTest::NodeTest() : Nodes(library), interception(library.module(), planLength)
-{
-    current = &world;
-}
+NodeTest::NodeTest() : Nodes(library), interception(library.module(), world) {}
 
 void NodeTest::expectNodeCases(const std::vector<NodeCase>& cases)
 {

@@ -15,7 +15,8 @@
 
 namespace support {
 
-using Lines = std::vector<std::string>; // of the plan
+using Lines = std::vector<std::string>;
+Lines planOf(const whatif::World& world);
 
 // The call of that number fails, or every one.
 inline intercept::Fault failing(const char* function, DWORD code, size_t call = 0)

@@ -9,6 +9,8 @@
 #include <sddl.h>
 
 #include <cstdlib>
+#include <iterator>
+#include <sstream>
 #include <utility>
 
 // Not imported, and not declared by the platform's headers; only their types count.
@@ -58,10 +60,24 @@ std::vector<DWORD> withStatus(NTSTATUS more)
     return {static_cast<DWORD>(STATUS_ACCESS_DENIED), static_cast<DWORD>(more)};
 }
 
-Row releases(const char* name, void* wrapper, void** original, Kind released) // its first argument
+// Its first argument, or what is at the address in it.
+Row releases(const char* name, void* wrapper, void** original, Kind released, bool throughAddress = false)
 {
     Row row = {name, wrapper, original};
     row.releases = released;
+    row.releasesThroughAddress = throughAddress;
+    return row;
+}
+
+Row standingIn(void* function, Row row)
+{
+    row.standIn = function;
+    return row;
+}
+
+Row atRunTime(Row row)
+{
+    row.isFoundAtRunTime = true;
     return row;
 }
 
@@ -82,9 +98,9 @@ const std::vector<Row>& rows()
     static const Codes conversion = {ERROR_NO_UNICODE_TRANSLATION};
     static const std::vector<Row> table = {
         // heap and text
-        calls(FUNCTION(malloc), Says::memoryNull, memory, Kind::heap).standingIn(bits(heapAllocate)),
-        calls(FUNCTION(calloc), Says::memoryNull, memory, Kind::heap).standingIn(bits(heapAllocateZeroed)),
-        releases(FUNCTION(free), Kind::heap).standingIn(bits(heapRelease)),
+        standingIn(bits(heapAllocate), calls(FUNCTION(malloc), Says::memoryNull, memory, Kind::heap)),
+        standingIn(bits(heapAllocateZeroed), calls(FUNCTION(calloc), Says::memoryNull, memory, Kind::heap)),
+        standingIn(bits(heapRelease), releases(FUNCTION(free), Kind::heap)),
         releases(FUNCTION(LocalFree), Kind::localBlock),
         calls(FUNCTION(MultiByteToWideChar), Says::zero, conversion),
         calls(FUNCTION(WideCharToMultiByte), Says::zero, conversion),
@@ -136,9 +152,9 @@ const std::vector<Row>& rows()
         calls(FUNCTION(NetUserDel), Says::result, {ERROR_ACCESS_DENIED, NERR_UserNotFound}),
         releases(FUNCTION(NetApiBufferFree), Kind::netBuffer),
         calls(FUNCTION(NetValidatePasswordPolicy), Says::result, denied, Kind::passwordOutput, 4),
-        releases(FUNCTION(NetValidatePasswordPolicyFree), Kind::passwordOutput).throughAddress(),
-        calls(FUNCTION(NetIsServiceAccount), Says::ntStatus, ntDenied).atRunTime(),
-        calls(FUNCTION(NetQueryServiceAccount), Says::ntStatus, ntDenied, Kind::netBuffer, 3).atRunTime(),
+        releases(FUNCTION(NetValidatePasswordPolicyFree), Kind::passwordOutput, true),
+        atRunTime(calls(FUNCTION(NetIsServiceAccount), Says::ntStatus, ntDenied)),
+        atRunTime(calls(FUNCTION(NetQueryServiceAccount), Says::ntStatus, ntDenied, Kind::netBuffer, 3)),
         // registry
         calls(FUNCTION(RegConnectRegistryA), Says::result, {ERROR_BAD_NETPATH}, Kind::registryKey, 2),
         calls(FUNCTION(RegConnectRegistryW), Says::result, {ERROR_BAD_NETPATH}, Kind::registryKey, 2),
@@ -196,86 +212,24 @@ const std::vector<Row>& rows()
 
 #undef FUNCTION
 
-const std::vector<const char*>& plain()
+const std::set<std::string>& plain()
 {
-    static const std::vector<const char*> names = {
+    std::istringstream words(
         // pure, or without a way to fail
-        "EqualSid",
-        "GetLengthSid",
-        "LsaNtStatusToWinError",
-        "CompareStringOrdinal",
-        "GetACP",
-        "GetCurrentProcess",
-        "GetCurrentProcessId",
-        "GetCurrentThreadId",
-        "GetLastError",
-        "SetLastError",
-        "GetUserDefaultLangID",
-        "IsDBCSLeadByte",
-        "IsDBCSLeadByteEx",
-        "IsWellKnownSid",
-        "GetOEMCP",
-        "GetSidLengthRequired",
-        "BuildExplicitAccessWithNameA",
+        "BuildExplicitAccessWithNameA CompareStringOrdinal EqualSid GetACP GetCurrentProcess "
+        "GetCurrentProcessId GetCurrentThreadId GetLastError GetLengthSid GetOEMCP GetSidLengthRequired "
+        "GetUserDefaultLangID IsDBCSLeadByte IsDBCSLeadByteEx IsWellKnownSid LsaNtStatusToWinError SetLastError "
         // locks, and the start-up code of the toolchain
-        "DeleteCriticalSection",
-        "EnterCriticalSection",
-        "InitializeCriticalSection",
-        "LeaveCriticalSection",
-        "Sleep",
-        "TlsGetValue",
-        "VirtualProtect",
-        "VirtualQuery",
-        "___lc_codepage_func",
-        "___mb_cur_max_func",
-        "__iob_func",
-        "_amsg_exit",
-        "_errno",
-        "_initterm",
-        "_lock",
-        "_unlock",
-        "abort",
-        "realloc",
-        "strerror",
-        "localeconv",
+        "___lc_codepage_func ___mb_cur_max_func __iob_func _amsg_exit _errno _initterm _lock _unlock abort "
+        "DeleteCriticalSection EnterCriticalSection InitializeCriticalSection LeaveCriticalSection localeconv "
+        "realloc Sleep strerror TlsGetValue VirtualProtect VirtualQuery "
         // text of the runtime
-        "_strdate",
-        "_stricmp",
-        "_strnicmp",
-        "_strtime",
-        "_vsnprintf",
-        "_vsnwprintf",
-        "_wcsicmp",
-        "_wsplitpath",
-        "memchr",
-        "memcpy",
-        "memmove",
-        "memset",
-        "strchr",
-        "strcmp",
-        "strcpy",
-        "strcspn",
-        "strlen",
-        "strncat",
-        "strncmp",
-        "strrchr",
-        "strstr",
-        "strtol",
-        "towupper",
-        "wcscat",
-        "wcschr",
-        "wcscmp",
-        "wcscpy",
-        "wcslen",
-        "wcsncmp",
-        "wcsrchr",
+        "_strdate _stricmp _strnicmp _strtime _vsnprintf _vsnwprintf _wcsicmp _wsplitpath memchr memcpy memmove "
+        "memset strchr strcmp strcpy strcspn strlen strncat strncmp strrchr strstr strtol towupper wcscat "
+        "wcschr wcscmp wcscpy wcslen wcsncmp wcsrchr "
         // the trace file: what cannot be written is dropped
-        "fflush",
-        "fopen",
-        "fputc",
-        "fwrite",
-        "vfprintf",
-    };
+        "fflush fopen fputc fwrite vfprintf ");
+    static const std::set<std::string> names(std::istream_iterator<std::string>(words), {});
     return names;
 }
 
