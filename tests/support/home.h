@@ -19,26 +19,20 @@ public:
     void removeKeyFile() const;
 };
 
-// The registry key of a home, HKEY_LOCAL_MACHINE\Software\Kestel\<home key>; an older one of that name is removed.
+// The registry key of the home, HKEY_LOCAL_MACHINE\Software\Kestel\KEY_keswsec_test; an older one is removed.
 class RegistryHome
 {
 public:
-    explicit RegistryHome(const std::string& homeKey = "KEY_keswsec_test");
+    RegistryHome();
     ~RegistryHome();
     RegistryHome(const RegistryHome&) = delete;
     RegistryHome& operator=(const RegistryHome&) = delete;
 
-    const std::string& homeKey() const { return homeKey_; }
-    std::string subkey() const { return "Software\\Kestel\\" + homeKey_; }
-
-    // The text as it is given, with or without a terminator.
-    void set(const char* value, const std::string& bytes, DWORD type = REG_SZ) const;
-    void setWide(const char* value, const std::wstring& text, DWORD type = REG_SZ, DWORD extraBytes = 0) const;
-    void remove(const char* value) const;
-    std::string get(const char* value, DWORD* type = nullptr) const;
+    void set(const char* value, const std::string& bytes) const; // a text as it is given, terminated or not
+    void remove(const char* value) const { RegDeleteValueA(key_, value); }
+    std::string get(const char* value) const;
 
 private:
-    std::string homeKey_;
     HKEY key_ = nullptr;
 };
 
