@@ -80,18 +80,16 @@ bool isPrincipalName(const Account& account, const std::wstring& name)
 // `domain` NULL: the bare name, to be found in any domain. The node's own accounts come before those of domains.
 std::optional<Name> resolveAccount(const Node& node, const std::wstring* domain, const std::wstring& name)
 {
-    const auto matches = [&](const Name& candidate) {
-        return sameName(candidate.name, name) && (!domain || sameName(candidate.domain, *domain));
-    };
+    const auto isWithin = [&](const Name& candidate) { return !domain || sameName(candidate.domain, *domain); };
     for (const Group& group : node.groups)
-        if (const Name candidate = nameOfGroup(node, group); matches(candidate))
-            return candidate;
+        if (sameName(group.name, name) && isWithin(nameOfGroup(node, group)))
+            return nameOfGroup(node, group);
     for (const bool ofDomain : {false, true})
         for (const Account& account : node.accounts)
-            if (const Name candidate = nameOfAccount(node, account);
-                account.domain.empty() != ofDomain &&
-                (matches(candidate) || (!domain && isPrincipalName(account, name))))
-                return candidate;
+            if (account.domain.empty() != ofDomain &&
+                ((sameName(account.name, name) && isWithin(nameOfAccount(node, account))) ||
+                 (!domain && isPrincipalName(account, name))))
+                return nameOfAccount(node, account);
     return std::nullopt;
 }
 

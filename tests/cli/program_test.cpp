@@ -11,6 +11,7 @@
 using namespace cli;
 using support::Finished;
 using support::runProgram;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -20,6 +21,8 @@ std::string inQuotes(const std::filesystem::path& file)
 {
     return "\"" + utf8FromWide(file.wstring()) + "\"";
 }
+
+const std::string server = KESWSEC_SOURCE_DIR "/examples/server.ini";
 
 class Program : public testing::Test
 {
@@ -90,10 +93,23 @@ TEST_F(Program, PasswordsAreNeverShown)
     std::string password;
     for (int i = 0; password.size() < 600; ++i) // longer than an argument line
         password += "p" + std::to_string(i) + "-";
-    const Finished result = runProgram("--trace CheckValidUser username=nobody passwd=-", password + "\r\nIsOSWinDC");
-    EXPECT_THAT(result.output, HasSubstr("passwd  = ****\n"));
+    const Finished cut = runProgram("--trace CheckValidUser username=nobody passwd=-", password + "\r\nIsOSWinDC");
+    EXPECT_THAT(cut.output, HasSubstr("passwd  = ****\n"));
     for (size_t at = 0; at + 8 <= password.size(); ++at)
-        EXPECT_THAT(result.output, Not(HasSubstr(password.substr(at, 8))));
+        EXPECT_THAT(cut.output, Not(HasSubstr(password.substr(at, 8))));
+
+    std::string calls;
+    for (const char* const call :
+         {"CheckValidUser username=Administrator passwd=", "CreateKestelSVCUser username=kestelsvc password=",
+          "CreateKestelSVCUser username=Guest password=", "IsPasswordValid password=",
+          "CreateService servicename=s binpath=C:\\h\\kestel.exe password=",
+          "UpdateService servicename=s binpath=C:\\h\\kestel.exe password=",
+          "UpdateService servicename=none binpath=b password="})
+        calls += std::string("- ") + call + "Never-to-be-seen\n";
+    for (const char* const options : {"--trace", "--json --trace", ""}) {
+        const Finished shown = runProgram(options + (" --node " + server) + script(calls));
+        EXPECT_THAT(shown.output, AllOf(HasSubstr("UpdateService"), HasSubstr("****"), Not(HasSubstr("to-be-seen"))));
+    }
 }
 
 TEST_F(Program, ScriptStopsAtAFailureThatIsNotTolerated)
@@ -118,8 +134,8 @@ TEST_F(Program, CreatingAHomeAgainChangesNothing)
     const support::EnvironmentVariable name("KESTEL_HOME_NAME", "home1");
     const std::filesystem::path saved = scratch.path() / "node.ini";
     const std::string example = KESWSEC_SOURCE_DIR "/examples/create-home.txt";
-    const Finished first = runProgram("--json --node " KESWSEC_SOURCE_DIR "/examples/server.ini --save " +
-                                      inQuotes(saved) + " --script " + example);
+    const Finished first =
+        runProgram("--json --node " + server + " --save " + inQuotes(saved) + " --script " + example);
     EXPECT_EQ(first.status, 0U) << first.output;
     EXPECT_THAT(first.output, Not(HasSubstr("\"plan\":[]")));
     EXPECT_THAT(first.output, HasSubstr(R"("outputs":{"phService":"open"})"));

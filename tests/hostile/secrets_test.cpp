@@ -1,12 +1,9 @@
 // Where the passwords that the library is given must not be found: whatever the outcome of the call.
 #include "tests/hostile/subject.h"
 #include "tests/support/guarded_heap.h"
-#include "tests/support/program.h"
 #include "whatif/ini.h"
 
 #include <gmock/gmock.h>
-
-#include <fstream>
 
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -67,29 +64,6 @@ TEST_F(Secrets, StayOutOfRecordPlanTraceAndReleasedMemory)
         EXPECT_EQ(seen != 0, clear.count(function->name) != 0) << function->name;
     }
     EXPECT_EQ(functions, 5u);
-}
-
-TEST_F(Secrets, StayOutOfWhatTheProgramPrints)
-{
-    const support::ScratchDirectory directory;
-    const std::filesystem::path script = directory.path() / "script.txt";
-    std::ofstream file(script);
-    for (const char* const call :
-         {"CheckValidUser username=Administrator passwd=", "CreateKestelSVCUser username=kestelsvc password=",
-          "CreateKestelSVCUser username=Guest password=", "IsPasswordValid password=",
-          "CreateService servicename=s binpath=C:\\h\\kestel.exe password=",
-          "UpdateService servicename=s binpath=C:\\h\\kestel.exe password=",
-          "UpdateService servicename=none binpath=b password="})
-        file << "- " << call << secret << "\n";
-    file.close();
-    for (const char* const options : {"--trace ", "--json --trace ", ""}) {
-        const support::Finished finished =
-            support::runProgram(std::string(options) + "--node " KESWSEC_SOURCE_DIR "/examples/server.ini --script \"" +
-                                script.string() + "\"");
-        EXPECT_THAT(finished.output, HasSubstr("UpdateService"));
-        EXPECT_THAT(finished.output, HasSubstr("****"));
-        EXPECT_THAT(finished.output, Not(HasSubstr(secret)));
-    }
 }
 
 } // namespace
