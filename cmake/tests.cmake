@@ -15,10 +15,13 @@ target_compile_definitions(keswsec_tests PRIVATE KESWSEC_SOURCE_DIR="${CMAKE_SOU
 target_link_options(keswsec_tests PRIVATE -static)
 add_dependencies(keswsec_tests keswsec keswsec_cli keswsec_messages)
 set_target_properties(keswsec_tests PROPERTIES CROSSCOMPILING_EMULATOR /usr/bin/wine)
-# Two processes, not one for each test: a cold one costs Wine a second or two.
-add_test(NAME tests COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=-FaultRuns*)
-add_test(NAME fault-runs COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=FaultRuns*)
-set_tests_properties(tests fault-runs PROPERTIES TIMEOUT 280)
+# Three processes, which run side by side; not one for each test: a cold one costs Wine a second or two.
+set(FAULTS FaultRuns*)
+set(HOSTILE Hostile*:Secrets*:Threads*)
+add_test(NAME tests COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=-${FAULTS}:${HOSTILE})
+add_test(NAME fault-runs COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=${FAULTS})
+add_test(NAME hostile-input COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=${HOSTILE})
+set_tests_properties(tests fault-runs hostile-input PROPERTIES TIMEOUT 280)
 
 # The library once more, with traps for undefined behaviour, for the runs in which everything is made to fail. Variables
 # that nobody has set hold a pattern instead of what happens to be there.
