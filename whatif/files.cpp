@@ -10,6 +10,8 @@ namespace whatif {
 
 namespace {
 
+constexpr wchar_t longName[] = L"\\\\?\\";
+
 bool startsWith(const std::wstring& text, const wchar_t* prefix)
 {
     return text.compare(0, wcslen(prefix), prefix) == 0;
@@ -24,7 +26,6 @@ bool namesServer(const std::wstring& name)
 // Absolute, without "." and "..", doubled and trailing backslashes.
 std::wstring absolute(const std::wstring& name)
 {
-    constexpr wchar_t longName[] = L"\\\\?\\";
     std::wstring path = startsWith(name, longName) ? name.substr(wcslen(longName)) : name;
     if (startsWith(path, L"UNC\\"))
         path = L'\\' + path.substr(3);
@@ -34,6 +35,13 @@ std::wstring absolute(const std::wstring& name)
     while (full.size() > 3 && full.back() == L'\\')
         full.pop_back();
     return full;
+}
+
+// A path that takes more than 259 characters in full is not found, unless it says that it is a long one. That a process
+// opts in to long paths is not played; the real platform may take them all the same.
+bool isTooLong(const std::wstring& name)
+{
+    return !startsWith(name, longName) && GetFullPathNameW(name.c_str(), 0, nullptr, nullptr) > MAX_PATH;
 }
 
 bool isShareOfDrive(const std::wstring& share)
@@ -71,7 +79,7 @@ DWORD locateOnServer(World& world, const std::wstring& name, File& file)
 bool realName(const std::wstring& name, std::wstring& real)
 {
     real = name;
-    if (!namesServer(name))
+    if (!namesServer(name) && !isTooLong(name))
         return true;
     Locked world;
     File file;
@@ -204,6 +212,8 @@ BOOL WINAPI getVolumePathName(LPCWSTR name, LPWSTR volume, DWORD size)
 
 DWORD locate(World& world, const std::wstring& name, File& file)
 {
+    if (isTooLong(name))
+        return ERROR_PATH_NOT_FOUND;
     if (namesServer(name))
         return locateOnServer(world, name, file);
     file = {&world.local(), absolute(name), name};

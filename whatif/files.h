@@ -14,7 +14,8 @@ struct File
     std::wstring real; // where it lies: the name to give to the real platform
 };
 
-// Win32 error codes: ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME for what cannot be reached.
+// Win32 error codes: ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME for what cannot be reached,
+// ERROR_PATH_NOT_FOUND for a path that is too long.
 DWORD locate(World& world, const std::wstring& name, File& file);
 
 // The path on the node of an existing directory, or of one that has been asked for before and is the same one.

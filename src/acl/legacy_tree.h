@@ -5,7 +5,8 @@
 #include "acl/legacy_fail_list.h"
 
 // The directory and everything below it, links followed: a link that leads back up ends where the platform takes no
-// longer path. Statuses as for one object; objects that fail never stop the walk.
+// longer path (259 characters, unless the path begins with "\\?\" or the process has long paths enabled). Statuses as
+// for one object; objects that fail never stop the walk.
 DWORD sswseUpdateLegacyTree(const wchar_t* directory, const sswseLegacyEntries& entries, sswseFailList& failed);
 
 // The name under which it traces each directory.

@@ -83,6 +83,7 @@ TEST_F(OnNode, LegacyTreesMayHavePathsOfAnyLength)
     const auto objects = written();
     EXPECT_THAT(objects, SizeIs(6));
     EXPECT_THAT(objects, Contains(Pair(deep + L"\x0416", sddl(users))));
+    EXPECT_THAT(applyLegacy(root + L"\\deep", 0).failed, SizeIs(1)) << "without a prefix the platform has one";
 }
 
 // Where a directory cannot be listed to its end, it is in the list, once; an empty volume need not even have itself.
