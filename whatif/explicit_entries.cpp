@@ -19,10 +19,21 @@ ACCESS_ALLOWED_ACE* viewOf(Ace& ace) // of an entry that denies as well
     return reinterpret_cast<ACCESS_ALLOWED_ACE*>(ace.data());
 }
 
+// That the SID of a plain entry lies inside it, and is one.
+bool holdsItsSid(Ace& ace)
+{
+    constexpr size_t fixed = offsetof(ACCESS_ALLOWED_ACE, SidStart);
+    if (ace.size() < sizeof(ACE_HEADER))
+        return false;
+    if (viewOf(ace)->Header.AceType > ACCESS_DENIED_ACE_TYPE)
+        return true;
+    PSID sid = &viewOf(ace)->SidStart;
+    return ace.size() >= fixed + GetSidLengthRequired(0) &&
+           ace.size() >= fixed + GetSidLengthRequired(*GetSidSubAuthorityCount(sid)) && IsValidSid(sid);
+}
+
 bool isOwn(Ace& ace, PSID sid)
 {
-    if (ace.size() < sizeof(ACCESS_ALLOWED_ACE))
-        return false;
     const ACE_HEADER& header = viewOf(ace)->Header;
     return header.AceType <= ACCESS_DENIED_ACE_TYPE && !(header.AceFlags & INHERITED_ACE) &&
            EqualSid(&viewOf(ace)->SidStart, sid);
@@ -50,6 +61,8 @@ public:
         }
         revision_ = before ? before->AclRevision : BYTE{ACL_REVISION};
     }
+
+    bool isWhole() { return std::all_of(old_.begin(), old_.end(), holdsItsSid); }
 
     void apply(const EXPLICIT_ACCESS_A& entry)
     {
@@ -130,7 +143,11 @@ DWORD mergeEntries(std::vector<EXPLICIT_ACCESS_A> entries, PACL before, PACL* af
     if (entries.empty() || !after || !std::all_of(entries.begin(), entries.end(), isKnown))
         return SetEntriesInAclA(static_cast<ULONG>(entries.size()), entries.empty() ? nullptr : entries.data(), before,
                                 after);
+    if (before && !IsValidAcl(before))
+        return ERROR_INVALID_ACL;
     Merge merge(before);
+    if (!merge.isWhole())
+        return ERROR_INVALID_ACL;
     for (const EXPLICIT_ACCESS_A& entry : entries)
         merge.apply(entry);
     return merge.finish(after);

@@ -177,12 +177,13 @@ TEST(WhatIfEntries, AreMergedAsOnWindows)
         {L"(D;;CC;;;BU)(A;OICI;WP;;;BU)(A;;LC;;;BA)", REVOKE_ACCESS, 0, 0, L"(D;;CC;;;BU)(A;;LC;;;BA)"},
     };
     std::vector<BYTE> users = sidBytes(L"S-1-5-32-545");
+    EXPLICIT_ACCESS_A entry = {};
+    entry.Trustee = {nullptr, NO_MULTIPLE_TRUSTEE, TRUSTEE_IS_SID, TRUSTEE_IS_UNKNOWN,
+                     reinterpret_cast<LPSTR>(users.data())};
     for (const auto& row : cases) {
-        const EXPLICIT_ACCESS_A entry = {
-            row.rights,
-            row.mode,
-            row.inheritance,
-            {nullptr, NO_MULTIPLE_TRUSTEE, TRUSTEE_IS_SID, TRUSTEE_IS_UNKNOWN, reinterpret_cast<LPSTR>(users.data())}};
+        entry.grfAccessPermissions = row.rights;
+        entry.grfAccessMode = row.mode;
+        entry.grfInheritance = row.inheritance;
         Security security = securityOf(std::wstring(L"D:") + row.before);
         PACL after = nullptr;
         ASSERT_EQ(mergeEntries({entry}, reinterpret_cast<PACL>(security.dacl.data()), &after), DWORD{ERROR_SUCCESS});
@@ -190,6 +191,10 @@ TEST(WhatIfEntries, AreMergedAsOnWindows)
         EXPECT_EQ(textOf(security), normal(std::wstring(L"D:") + row.after)) << "case " << &row - cases;
         LocalFree(after);
     }
+    Security odd = securityOf(std::wstring(L"D:(A;;LC;;;BA)")); // with a SID of more parts than its entry holds
+    odd.dacl[sizeof(ACL) + offsetof(ACCESS_ALLOWED_ACE, SidStart) + offsetof(SID, SubAuthorityCount)] = 15;
+    PACL after = nullptr;
+    EXPECT_EQ(mergeEntries({entry}, reinterpret_cast<PACL>(odd.dacl.data()), &after), DWORD{ERROR_INVALID_ACL});
 }
 
 } // namespace
