@@ -33,6 +33,9 @@ Packed configurationOf(const Service& service)
     return block;
 }
 
+// What the protocol lets pass, as the size of a buffer and as the size that is needed.
+constexpr DWORD largestConfiguration = 8 * 1024;
+
 BOOL WINAPI queryConfig(SC_HANDLE handle, LPQUERY_SERVICE_CONFIGW buffer, DWORD size, LPDWORD needed)
 {
     Locked world;
@@ -43,6 +46,8 @@ BOOL WINAPI queryConfig(SC_HANDLE handle, LPQUERY_SERVICE_CONFIGW buffer, DWORD 
     if (!needed)
         return failWith(ERROR_INVALID_ADDRESS);
     const Packed block = configurationOf(*service);
+    if (size > largestConfiguration || block.size() > largestConfiguration)
+        return failWith(RPC_X_BAD_STUB_DATA);
     *needed = static_cast<DWORD>(block.size());
     if (!buffer || size < block.size())
         return failWith(ERROR_INSUFFICIENT_BUFFER);
@@ -109,6 +114,8 @@ BOOL WINAPI changeConfig(SC_HANDLE handle, DWORD type, DWORD start, DWORD errorC
     Service* const service = serviceOf(handle, SERVICE_CHANGE_CONFIG, node);
     if (!service)
         return FALSE;
+    if (!passes({binaryPath, loadOrderGroup, dependencies, account, password}))
+        return failWith(RPC_X_BAD_STUB_DATA);
     if (service->deleted)
         return failWith(ERROR_SERVICE_MARKED_FOR_DELETE);
     Service wanted = *service;
@@ -121,8 +128,9 @@ BOOL WINAPI changeConfig(SC_HANDLE handle, DWORD type, DWORD start, DWORD errorC
         wanted.dependencies = listOf(dependencies);
     const bool newAccount = account && *account;
     if (newAccount) {
+        if (!sameName(wanted.account, account)) // whose password nobody has changed, with NULL
+            wanted.password.clear();
         wanted.account = account;
-        wanted.password.clear();
     }
     if (!ignoresPassword(*node, wanted))
         change(wanted.password, password);

@@ -37,6 +37,18 @@ Security serviceSecurity(const Service& service);
 std::wstring startText(DWORD start);
 std::wstring sidTypeText(DWORD sidType);
 
+// What a caller gives for a service, NULL for nothing. False when a part of it is too long for the protocol between the
+// caller and the service control manager; the call then fails with RPC_X_BAD_STUB_DATA.
+struct GivenTexts
+{
+    LPCWSTR binaryPath;
+    LPCWSTR loadOrderGroup;
+    LPCWSTR dependencies;
+    LPCWSTR account;
+    LPCWSTR password;
+};
+bool passes(const GivenTexts& given);
+
 // The account of a service that is given none.
 std::wstring defaultAccount(DWORD type);
 

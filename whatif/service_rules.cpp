@@ -92,6 +92,17 @@ std::wstring sidTypeText(DWORD sidType)
     return sidType <= SERVICE_SID_TYPE_RESTRICTED ? sidTypes[sidType] : std::to_wstring(sidType);
 }
 
+bool passes(const GivenTexts& given)
+{
+    constexpr size_t mostDependencies = 4096 / sizeof(wchar_t);
+    size_t dependencies = 1; // with all terminators, like the other lengths
+    for (const std::wstring& name : listOf(given.dependencies))
+        dependencies += name.size() + 1;
+    const auto fits = [](LPCWSTR text, size_t most) { return !text || wcslen(text) + 1 <= most; };
+    return dependencies <= mostDependencies && fits(given.binaryPath, 32768) && fits(given.loadOrderGroup, 257) &&
+           fits(given.account, 2048) && fits(given.password, 514 / sizeof(wchar_t));
+}
+
 DWORD checkService(const Node& node, const Service& service)
 {
     const bool early = service.start < SERVICE_AUTO_START; // at boot, for drivers only

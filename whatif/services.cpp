@@ -92,6 +92,8 @@ SC_HANDLE WINAPI createService(SC_HANDLE manager, LPCWSTR name, LPCWSTR displayN
     if (!opened)
         return nullptr;
     Node& node = *opened->node;
+    if (!passes({binaryPath, loadOrderGroup, dependencies, account, password}))
+        return failWith<SC_HANDLE>(RPC_X_BAD_STUB_DATA);
     if (const DWORD wrong = checkName(name))
         return failWith<SC_HANDLE>(wrong);
     if (!binaryPath)

@@ -36,6 +36,12 @@ protected:
         return service ? remove(service) + close(service) : errorOf(false);
     }
 
+    static long changeAccount(SC_HANDLE service, const wchar_t* account)
+    {
+        return errorOf(CALL(ChangeServiceConfigW)(service, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE,
+                                                  nullptr, nullptr, nullptr, nullptr, account, nullptr, nullptr));
+    }
+
     SC_HANDLE manager = CALL(OpenSCManagerW)(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
 };
 
@@ -44,6 +50,9 @@ TEST_F(WhatIfServices, CreationIsRefusedAsOnWindows)
     create({L"Other", L"Other service"});
     const wchar_t* const db = L"KestelDB";
     const wchar_t* const none = nullptr;
+    const std::wstring texts(4096, L't'); // their ends are texts of any length
+    const auto text = [&](size_t length) { return texts.c_str() + texts.size() - length; };
+    const std::wstring list = texts.substr(0, 2047) + L'\0';
     const std::pair<Wanted, long> cases[] = {
         {{}, ERROR_SUCCESS},
         {{L"OTHER"}, ERROR_SERVICE_EXISTS},
@@ -65,6 +74,14 @@ TEST_F(WhatIfServices, CreationIsRefusedAsOnWindows)
         {{db, none, none, none, 2, 16, true}, ERROR_INVALID_PARAMETER},
         {{db, none, none, none, 2, 16, true, L"Base"}, ERROR_SUCCESS},
         {{db, none, none, none, 2, 16, false, none, L"Other\0kesteldb\0"}, ERROR_CIRCULAR_DEPENDENCY},
+        {{db, none, none, none, 2, 16, false, none, list.c_str() + 1}, ERROR_SUCCESS},
+        {{db, none, none, none, 2, 16, false, none, list.c_str()}, RPC_X_BAD_STUB_DATA},
+        {{db, none, none, none, 2, 16, false, text(256)}, ERROR_SUCCESS},
+        {{db, none, none, none, 2, 16, false, text(257)}, RPC_X_BAD_STUB_DATA},
+        {{db, none, none, text(256)}, ERROR_SUCCESS},
+        {{db, none, none, text(257)}, RPC_X_BAD_STUB_DATA},
+        {{db, none, text(2047)}, ERROR_INVALID_SERVICE_ACCOUNT},
+        {{db, none, text(2048)}, RPC_X_BAD_STUB_DATA},
     };
     for (const auto& row : cases)
         EXPECT_EQ(createAndRemove(row.first), row.second) << "case " << &row - cases;
@@ -80,12 +97,7 @@ TEST_F(WhatIfServices, LastAsLongAsTheirHandlesWhichAreForWhatTheyWereOpenedFor)
     const SC_HANDLE first = create();
     const SC_HANDLE second = open(SERVICE_ALL_ACCESS);
     const SC_HANDLE reader = open(SERVICE_QUERY_CONFIG);
-    const auto change = [](SC_HANDLE service) {
-        return errorOf(CALL(ChangeServiceConfigW)(service, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE,
-                                                  nullptr, nullptr, nullptr, nullptr, L"LocalSystem", nullptr,
-                                                  nullptr));
-    };
-    EXPECT_EQ(change(reader), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(changeAccount(reader, L"LocalSystem"), ERROR_ACCESS_DENIED);
     EXPECT_EQ(remove(reader), ERROR_ACCESS_DENIED);
     EXPECT_EQ(errorOf(CALL(OpenServiceW)(reader, L"KestelDB", SERVICE_QUERY_CONFIG)), ERROR_INVALID_HANDLE);
     // The service's own list decides for administrators too.
@@ -94,13 +106,28 @@ TEST_F(WhatIfServices, LastAsLongAsTheirHandlesWhichAreForWhatTheyWereOpenedFor)
     EXPECT_EQ(close(open(SERVICE_QUERY_CONFIG | READ_CONTROL)) + close(reader), ERROR_SUCCESS);
     EXPECT_EQ(remove(first), ERROR_SUCCESS);
     EXPECT_EQ(remove(second), ERROR_SERVICE_MARKED_FOR_DELETE);
-    EXPECT_EQ(change(second), ERROR_SERVICE_MARKED_FOR_DELETE);
+    EXPECT_EQ(changeAccount(second, L"LocalSystem"), ERROR_SERVICE_MARKED_FOR_DELETE);
     EXPECT_EQ(close(first), ERROR_SUCCESS);
     EXPECT_EQ(createAndRemove(), ERROR_SERVICE_MARKED_FOR_DELETE);
     EXPECT_EQ(close(second), ERROR_SUCCESS);
     EXPECT_EQ(close(second), ERROR_INVALID_HANDLE);
     EXPECT_EQ(errorOf(open(SERVICE_QUERY_CONFIG)), ERROR_SERVICE_DOES_NOT_EXIST);
     EXPECT_EQ(createAndRemove(), ERROR_SUCCESS);
+}
+
+TEST_F(WhatIfServices, HaveSmallConfigurationsAndThePasswordOfTheirAccount)
+{
+    const SC_HANDLE service = create({L"KestelDB", nullptr, L".\\svc", L"secret"});
+    std::vector<BYTE> block(8193);
+    DWORD needed = 0;
+    for (const auto& [size, error] : {std::pair<DWORD, long>(8192, ERROR_SUCCESS), {8193, RPC_X_BAD_STUB_DATA}})
+        EXPECT_EQ(errorOf(CALL(QueryServiceConfigW)(service, reinterpret_cast<QUERY_SERVICE_CONFIGW*>(block.data()),
+                                                    size, &needed)),
+                  error);
+    EXPECT_EQ(changeAccount(service, L".\\SVC"), ERROR_SUCCESS);
+    EXPECT_EQ(local.services.back().password, L"secret");
+    EXPECT_EQ(changeAccount(service, L"LocalSystem"), ERROR_SUCCESS);
+    EXPECT_EQ(local.services.back().password, L"");
 }
 
 } // namespace
