@@ -4,7 +4,8 @@
 // - "NT SERVICE\name" resolves for every service that exists, whatever its SID type, and for no other; a SID of a
 //   deleted service has no name any more. A service's bare name does not resolve.
 // - ".\name" is no documented form (only LogonUser and the service control manager know it) and does not resolve.
-// - A domain resolves by its name; it has a domain name only.
+// - A domain of accounts has a name and DNS names, which are taken to be those that begin with that name and a dot. It
+//   resolves by either, alone and before an account; it has a domain name only.
 #include "whatif/names.h"
 
 #include "whatif/active.h"
@@ -55,6 +56,12 @@ std::optional<Name> resolveService(const Node& node, const std::wstring& name)
     return std::nullopt;
 }
 
+// A domain of accounts other than the node's own.
+bool isOfDomainNamed(const Account& account, const std::wstring& domain)
+{
+    return !account.domain.empty() && namesDomain(domain, account.domain);
+}
+
 std::optional<Name> resolveDomain(const Node& node, const std::wstring& name)
 {
     if (sameName(name, builtin))
@@ -64,17 +71,17 @@ std::optional<Name> resolveDomain(const Node& node, const std::wstring& name)
     if (sameName(name, accountDomain(node)))
         return domainName(accountDomainSid(node), accountDomain(node));
     for (const Account& account : node.accounts)
-        if (!account.domain.empty() && sameName(account.domain, name))
+        if (isOfDomainNamed(account, name))
             return domainName(account.sid.substr(0, account.sid.rfind(L'-')), account.domain);
     return std::nullopt;
 }
 
-// "user@domain": the domain by its name, or by a DNS name that begins with it.
+// "user@domain"
 bool isPrincipalName(const Account& account, const std::wstring& name)
 {
-    const std::wstring start = account.name + L'@' + account.domain;
-    return !account.domain.empty() && name.size() >= start.size() && sameName(name.substr(0, start.size()), start) &&
-           (name.size() == start.size() || name[start.size()] == L'.');
+    const std::wstring start = account.name + L'@';
+    return name.size() > start.size() && sameName(name.substr(0, start.size()), start) &&
+           isOfDomainNamed(account, name.substr(start.size()));
 }
 
 // `domain` NULL: the bare name, to be found in any domain. The node's own accounts come before those of domains.
@@ -87,7 +94,8 @@ std::optional<Name> resolveAccount(const Node& node, const std::wstring* domain,
     for (const bool ofDomain : {false, true})
         for (const Account& account : node.accounts)
             if (account.domain.empty() != ofDomain &&
-                ((sameName(account.name, name) && isWithin(nameOfAccount(node, account))) ||
+                ((sameName(account.name, name) &&
+                  (isWithin(nameOfAccount(node, account)) || isOfDomainNamed(account, *domain))) ||
                  (!domain && isPrincipalName(account, name))))
                 return nameOfAccount(node, account);
     return std::nullopt;
@@ -174,6 +182,12 @@ std::wstring printableName(const Node& node, const std::wstring& sid)
     if (found->name.empty())
         return found->domain;
     return found->domain.empty() ? found->name : found->domain + L'\\' + found->name;
+}
+
+bool namesDomain(const std::wstring& text, const std::wstring& domain)
+{
+    return sameName(text.substr(0, domain.size()), domain) &&
+           (text.size() == domain.size() || text[domain.size()] == L'.');
 }
 
 std::wstring accountDomain(const Node& node)

@@ -18,7 +18,7 @@ struct Name
 };
 
 // What LookupAccountName finds for a name; nothing is ERROR_NONE_MAPPED. Spellings: "name", "DOMAIN\name",
-// "name@domain".
+// "domain.example\name", "name@domain".
 std::optional<Name> resolve(const Node& node, const std::wstring& name);
 
 // What LookupAccountSid finds for a SID in string form; nothing is ERROR_NONE_MAPPED.
@@ -26,6 +26,9 @@ std::optional<Name> nameOf(const Node& node, const std::wstring& sid);
 
 // "DOMAIN\name" for plan lines and descriptions, or the SID itself when it has no name on the node.
 std::wstring printableName(const Node& node, const std::wstring& sid);
+
+// Whether a text is a domain's name, or a DNS name that begins with it.
+bool namesDomain(const std::wstring& text, const std::wstring& domain);
 
 // The domain of the node's own users and groups: the computer's name, or on a domain controller the domain's.
 std::wstring accountDomain(const Node& node);

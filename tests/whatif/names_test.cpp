@@ -30,6 +30,8 @@ TEST_F(WhatIf, ResolvesNamesAsWindows)
         {L"node\\SVC", svc, L"NODE\\svc", SidTypeUser},
         {L"CORP\\svc", other.sid, L"CORP\\svc", SidTypeUser},
         {L"svc@corp.example", other.sid, L"CORP\\svc", SidTypeUser},
+        {L"corp.example\\SVC", other.sid, L"CORP\\svc", SidTypeUser},
+        {L"corp.example", L"S-1-5-21-7-7-7", L"S-1-5-21-7-7-7", SidTypeDomain},
         {L"dbuser", dbuser, L"CORP\\dbuser", SidTypeUser},
         {L"KES_DBA", dba, L"NODE\\KES_DBA", SidTypeAlias},
         {L"administrators", L"S-1-5-32-544", L"BUILTIN\\Administrators", SidTypeAlias},
@@ -46,8 +48,9 @@ TEST_F(WhatIf, ResolvesNamesAsWindows)
         EXPECT_EQ(std::tuple(found->sid, found->use), std::tuple(row.sid, row.use));
         EXPECT_EQ(printableName(local, found->sid), row.printed);
     }
-    for (const wchar_t* const unknown : {L"LocalSystem", L".\\svc", L"BUILTIN\\KES_DBA", L"NODE\\Administrators",
-                                         L"TrustedInstaller", L"NT SERVICE\\NoSuchService", L"OTHER\\svc"})
+    for (const wchar_t* const unknown :
+         {L"LocalSystem", L".\\svc", L"BUILTIN\\KES_DBA", L"NODE\\Administrators", L"TrustedInstaller",
+          L"NT SERVICE\\NoSuchService", L"OTHER\\svc", L"CORPORATION\\svc"})
         EXPECT_FALSE(resolve(local, unknown)) << testing::PrintToString(std::wstring(unknown));
 
     local.nextRid = 1101;
