@@ -146,6 +146,13 @@ NET_API_STATUS WINAPI localGroupGetMembers(LPCWSTR server, LPCWSTR name, DWORD l
     return status;
 }
 
+// Whether there is somebody who can be asked about the accounts of a domain.
+bool knowsDomain(const Node& node, const std::wstring& domain)
+{
+    const auto found = resolve(node, domain);
+    return namesDomain(domain, node.domain) || (found && found->use == SidTypeDomain);
+}
+
 NET_API_STATUS WINAPI userGetLocalGroups(LPCWSTR server, LPCWSTR name, DWORD level, DWORD flags, LPBYTE* buffer, DWORD,
                                          LPDWORD read, LPDWORD total)
 {
@@ -158,11 +165,13 @@ NET_API_STATUS WINAPI userGetLocalGroups(LPCWSTR server, LPCWSTR name, DWORD lev
     *read = *total = 0;
     Node* const node = world->find(server);
     if (!node)
-        return ERROR_BAD_NETPATH;
-    // A bare name is looked for on the server alone, not in its domain. That services and other well-known identities
-    // are found like users is an assumption, groups are not.
-    const bool bare = !wcspbrk(name, L"\\@");
-    const auto account = resolve(*node, bare ? accountDomain(*node) + L"\\" + name : std::wstring(name));
+        return RPC_S_SERVER_UNAVAILABLE;
+    // A name without domain, "name@domain" included, is looked for on the server alone, not in its domain. That
+    // services and other well-known identities are found like users is an assumption, groups are not.
+    const wchar_t* const separator = wcschr(name, L'\\');
+    const auto account = resolve(*node, separator ? std::wstring(name) : accountDomain(*node) + L"\\" + name);
+    if (!account && separator && !knowsDomain(*node, {name, separator}))
+        return NERR_DCNotFound;
     if (!account || (account->use != SidTypeUser && account->use != SidTypeWellKnownGroup))
         return NERR_UserNotFound;
     const std::vector<std::wstring> groups = groupsOf(*node, account->sid, (flags & LG_INCLUDE_INDIRECT) != 0);

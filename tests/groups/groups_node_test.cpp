@@ -160,7 +160,8 @@ TEST_F(Membership, IsDecidedBySidDirectlyOrThroughNesting)
         {"node\\SVC", "kes_dba", 1, 1},
         {"svc", "KES_NESTED", 0, 0},
         {"CORP\\dbuser", "KES_NESTED", 1, 0},
-        {"dbuser@corp.example", "KES_NESTED", 1, 0},
+        {"corp.example\\dbuser", "KES_NESTED", 1, 0},
+        {"dbuser@corp.example", "KES_NESTED", 0, 0}, // a spelling in which the user's groups cannot be asked
         {"CORP\\dbuser", "KES_DBA", 0, 0},
         {"CORP\\Operators", "KES_NESTED", 1, 1},
         {"CORP\\Operators", "KES_DBA", 0, 0}, // no user whose groups could be asked

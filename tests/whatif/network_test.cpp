@@ -27,6 +27,12 @@ TEST_F(WhatIf, GroupsAndUsersAreRefusedWithTheCodesOfWindows)
     const auto members = [](auto* function, const wchar_t* group, std::vector<const wchar_t*> names) {
         return function(nullptr, group, 3, reinterpret_cast<LPBYTE>(names.data()), static_cast<DWORD>(names.size()));
     };
+    const auto groupsOf = [](const wchar_t* server, const wchar_t* name) {
+        LPBYTE buffer = nullptr;
+        DWORD read = 0;
+        DWORD total = 0;
+        return CALL(NetUserGetLocalGroups)(server, name, 0, 0, &buffer, MAX_PREFERRED_LENGTH, &read, &total);
+    };
     const auto logon = [&](const wchar_t* domain, const wchar_t* password) {
         HANDLE token = nullptr;
         const BOOL done = CALL(LogonUserW)(L"svc", domain, password, LOGON32_LOGON_NETWORK, 0, &token);
@@ -61,6 +67,9 @@ TEST_F(WhatIf, GroupsAndUsersAreRefusedWithTheCodesOfWindows)
         {members(add, dba, {L"NODE\\new"}), ERROR_MEMBER_IN_ALIAS},
         {members(remove, dba, {L"Guest"}), ERROR_MEMBER_NOT_IN_ALIAS},
         {members(remove, dba, {L"nobody"}), ERROR_NO_SUCH_MEMBER},
+        {groupsOf(L"nowhere", L"svc"), RPC_S_SERVER_UNAVAILABLE},
+        {groupsOf(nullptr, L"CORP\\nobody"), NERR_UserNotFound},
+        {groupsOf(nullptr, L"OTHER\\nobody"), NERR_DCNotFound},
         {CALL(NetUserDel)(nullptr, L"new"), NERR_Success}, // and is in no group any more
         {logon(L".", L"right"), ERROR_SUCCESS},
         {logon(nullptr, L"Right"), ERROR_LOGON_FAILURE},
