@@ -116,7 +116,8 @@ enum
 /*
  * The SID of an account of this machine, or that this machine can look up.
  *   username  account name as the machine resolves it: "name", "DOMAIN\name"; ".\name" is not one
- *   sid       receives one block of the SID's length, NULL on failure; the caller releases it
+ *   sid       receives one block of the SID's length, which the caller releases, and NULL with a 3; not touched when
+ *             `username` is NULL
  * 2; 3 with WSE-000014; 4. When the account vanishes between the size query and the look-up the answer is still 2, with
  * WSE-000014 in the record and a SID that is not valid: who must be sure looks at the record too.
  */
@@ -165,8 +166,9 @@ DWORD WINAPI sswseIsNameBuiltinAcc(sswseErrRec* err, const char* accname, DWORD*
 
 /*
  * Can this user log on over the network with this password?
- *   username  "DOMAIN\user", ".\user" for this machine's own accounts, or a name without domain; a domain of 512 bytes
- *             or more is invalid, of the user name 511 bytes count
+ *   username  "DOMAIN\user", ".\user" for this machine's own accounts, or "user@domain"; a plain name is handed on as
+ *             well, but current systems are not documented to take one. A domain of 512 bytes or more is invalid, of
+ *             the user name 511 bytes count
  *   passwd    the password; NULL is handed on as none
  * 2: yes. 3 with WSE-000018: no. 4.
  */
@@ -199,9 +201,10 @@ DWORD WINAPI sswseIsPasswordValid(sswseErrRec* err, const char* password);
 
 /*
  * Is this user a member, directly or through other groups, of the built-in Administrators group of this machine?
- *   username  account name; one of a domain needs its domain
+ *   username  account name; one of a domain as "DOMAIN\user"
  * 1; 0; 3 with WSE-000013, WSE-000014, or WSE-000015, also when only the direct groups may be read and Administrators
- * is not among them; 4. A 1 or 0 may come with WSE-000014 when the account vanished during the call.
+ * is not among them, and perhaps for built-in and virtual accounts, whose groups not every system lists; 4. A 1 or 0
+ * may come with WSE-000014 when the account vanished during the call.
  */
 DWORD WINAPI sswseIsAdministrator(sswseErrRec* err, const char* username);
 
@@ -256,13 +259,13 @@ DWORD WINAPI sswseRevokePrivilegesFromUser(sswseErrRec* err, const char* usernam
 
 /*
  * Does the user hold these rights on this machine, itself or through its local groups, nested ones included?
- *   username  account name; one of a domain needs its domain
+ *   username  account name; one of a domain as "DOMAIN\user"
  *   khtype    home type "0", "1" or "2"
  *   missing   receives an array of the names of the rights that are not held, NULL when there are none; the caller
  *             releases it with sswseFreeArrayofStrings
  *   count     receives their number, 0 on failure
- * 1: all are held. 0: some are missing. 3 with WSE-000014, WSE-000015, WSE-000025, WSE-000039, WSE-000043. 4. 5 with
- * WSE-00008 for another home type.
+ * 1: all are held. 0: some are missing. 3 with WSE-000014, WSE-000015 (perhaps for built-in and virtual accounts, whose
+ * groups not every system lists), WSE-000025, WSE-000039, WSE-000043. 4. 5 with WSE-00008 for another home type.
  */
 DWORD WINAPI sswseCheckUserPrivileges(sswseErrRec* err, const char* username, const char* khtype, char*** missing,
                                       int* count);
@@ -315,7 +318,8 @@ DWORD WINAPI sswseRemoveUserFromGroup(sswseErrRec* err, const char* username, co
 
 /*
  * Is a user a member of a local group of the node? Decided by SID.
- *   username   account name in any spelling that the node resolves; one of a domain needs its domain
+ *   username   account name in any spelling that the node resolves; one of a domain needs its domain, as "DOMAIN\user"
+ *              for membership through other groups
  *   groupname  plain name of the group
  *   directflg  0: membership through other groups counts; else only direct membership
  *   nodename   node that is asked
@@ -530,8 +534,8 @@ DWORD WINAPI sswseDeleteSVCEventRegEntry(sswseErrRec* err, const char* SVCAppKey
  *                     argument, up to a blank, with its quotes; ".exe" is added to a text without a dot
  *   loadordergroup    NULL for none
  *   tagid             receives the tag within that group; NULL for none
- *   dependencies      names of services, each with its NUL, an empty one at the end, 5120 characters in all; NULL for
- *                     none
+ *   dependencies      names of services, each with its NUL, an empty one at the end, 5120 characters in all, of which
+ *                     Windows itself takes 2048; NULL for none
  *   servicestartname  only for a driver service: the name it starts under, NULL for the default one
  *   password          of the account, used only when it is a user account and not a managed one; NULL for none
  *   nodename          node to create it on
@@ -582,8 +586,9 @@ DWORD WINAPI sswseGetSvcUserForService(sswseErrRec* err, const char* servicename
  * passed over. Its rights stay in the security policy.
  *   nodename     node of the service
  *   servicename  name of the service
- * 2; 3 with WSE-000033, WSE-000034, WSE-000038, WSE-000039 when the name of its SID cannot be had, which leaves the
- * service as it was; 3 with WSE-000011, WSE-000054, WSE-000056; 4.
+ * 2, with WSE-000045 in the record when the system's version could not be read, which leaves the groups alone; 3 with
+ * WSE-000033, WSE-000034, WSE-000038, WSE-000039 when the name of its SID cannot be had, which leaves the service as it
+ * was; 3 with WSE-000011, WSE-000054, WSE-000056; 4.
  */
 DWORD WINAPI sswseDeleteService(sswseErrRec* err, const char* nodename, const char* servicename);
 
@@ -633,8 +638,9 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
  *                  for keys        8     administrators, everyone (read and create links)
  *                                  9     the same and users
  *   inheritable  not 0: everything below a directory as well (not for permission type 7); links are followed. Skipped
- *                are children without access, what is in a directory whose path is longer than 257 characters, and
- *                children whose path is longer than 519
+ *                are children without access, and what is in a directory whose path is longer than 257 characters. A
+ *                child whose path is longer than 259 ends the walk with 3, unless the process has long paths enabled:
+ *                then one of more than 519 is skipped
  * 2: done. The record may hold the message of a skipped child (operating system's error 206 for one whose path is too
  *    long), or of a file that ended the walk early.
  * 3: WSE-000014, WSE-000038, WSE-000039 (an account); WSE-000012 or a message of one blank (a mount point that cannot
@@ -704,7 +710,8 @@ DWORD WINAPI sswseCheckAccessMask(sswseErrRec* err, void* reserved, AceListNode*
  * 1: the file or directory does not exist in a directory that does; 2: memory is exhausted, the work stopped half way
  * or only the list could not be made, there is none; 3: the objects in the list were not changed, or, without a list,
  * `wFilename` is NULL, cannot be converted or its attributes cannot be read, as when a directory on the way is missing;
- * 4: `failList` is NULL.
+ * 4: `failList` is NULL. In the list is also what has a path of more than 259 characters, and a directory of more than
+ * 257, unless `wFilename` begins with "\\?\" or the process has long paths enabled.
  */
 DWORD WINAPI setPermissions(const char* wFilename, DWORD isAdmin, char*** failList, DWORD* failCount);
 DWORD WINAPI setPermissions2(const char* wFilename, DWORD isAdmin, char*** failList, DWORD* failCount);

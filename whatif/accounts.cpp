@@ -90,7 +90,8 @@ const Account* accountBySid(const Node& node, const std::wstring& sid)
     return nullptr;
 }
 
-// Without a domain, or with ".", the account database of the node comes first.
+// With "." it is the account database of the node. Without a domain that one comes first: the rule of older
+// documentation, unproven for current systems, whose documentation wants "user@domain" then.
 const Account* accountToLogOn(const Node& node, const std::wstring& user, const std::wstring& domain)
 {
     const std::wstring local = accountDomain(node) + L'\\' + user;
