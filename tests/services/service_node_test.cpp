@@ -230,6 +230,7 @@ TEST_F(ExistingService, TellsItsAccountAndTheNameOfItsSid)
     };
     expectTexts({{"LocalSystem", account, 12, 2, "LocalSystem", 12}});
     remote.services.back().account = L"";
+    remote.services.back().binaryPath.assign(2500, L'b'); // more than half of the 8 KB that may be asked for
     expectTexts({
         {"none", account, 1, 2, "", 1},
         {"none", account, 0, 3, "", untouched, "WSE-000033: Insufficient output buffer for username."},
