@@ -2,6 +2,7 @@
 #include "tests/faults/driver.h"
 #include "cli/descriptors.h"
 #include "tests/support/node_test.h"
+#include "tests/support/statuses.h"
 
 #include <ntsecapi.h>
 
@@ -125,6 +126,20 @@ std::string errorOf(const Failing& failing)
     return std::to_string(isStatus ? LsaNtStatusToWinError(static_cast<NTSTATUS>(failing.code)) : failing.code);
 }
 
+bool isFailure(const cli::Function& function, DWORD status)
+{
+    if (!support::mayAnswer(function, status))
+        return false;
+    switch (function.result) {
+    case cli::Result::switching:
+        return status == SSWSE_NO;
+    case cli::Result::legacy:
+        return status != 0;
+    default:
+        return status == SSWSE_FAILURE || status == SSWSE_UNSUPPORTED_HOME_TYPE || status == SSWSE_HOME_NOT_FOUND;
+    }
+}
+
 // ---- a scenario --------------------------------------------------------------------------------------------------
 
 class Runs
@@ -232,7 +247,7 @@ private:
             return lost;
         if (failing && isExcused(Exception::noFailure, outcome, failing))
             return "";
-        if (std::count(scenario_.failures.begin(), scenario_.failures.end(), outcome.status))
+        if (isFailure(*cli::findFunction(scenario_.function), outcome.status))
             return judgeFailure(outcome, failing);
         return failing ? describe(outcome) : "";
     }

@@ -22,7 +22,6 @@ struct Scenario
     DWORD (*call)(Stage&);
     const char* name;
     DWORD status; // of the run in which nothing is made to fail
-    std::vector<DWORD> failures = {SSWSE_FAILURE};
     std::function<void(Stage&)> prepare = {};
 };
 
@@ -34,12 +33,11 @@ struct Scenario
 
 std::vector<Scenario> frameScenarios();
 std::vector<Scenario> accountScenarios();
-std::vector<Scenario> groupScenarios();
 std::vector<Scenario> homeScenarios();
 std::vector<Scenario> serviceScenarios();
 std::vector<Scenario> accessScenarios();
 
-// What is not as it is otherwise when a platform call fails: otherwise the status is one of the scenario's failures,
+// What is not as it is otherwise when a platform call fails: otherwise the status is a failure that the function may answer,
 // there is a message, the operating system's error in it is the one of the call, outputs are as they were or valid, and
 // what was changed is what came before the call.
 struct Exception

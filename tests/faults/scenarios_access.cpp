@@ -23,36 +23,15 @@ DWORD checkMask(Stage& s)
     return EXPORT_OF(s.library(), sswseCheckAccessMask)(s.rec(), nullptr, &list, sid, FILE_GENERIC_READ);
 }
 
-template <DWORD isAdmin>
-DWORD setFile(Stage& s)
-{
-    return EXPORT_OF(s.library(), setPermissions)(s.file("\\file"), isAdmin, s.strings(), s.count<DWORD>());
-}
-
-DWORD setTree(Stage& s)
-{
-    return EXPORT_OF(s.library(), setPermissions)(s.file(), 0, s.strings(), s.count<DWORD>());
-}
-
-DWORD setTree2(Stage& s)
-{
-    return EXPORT_OF(s.library(), setPermissions2)(s.file(), 1, s.strings(), s.count<DWORD>());
-}
-
 } // namespace
 
 std::vector<Scenario> accessScenarios()
 {
-    const std::vector<DWORD> legacy = {1, 2, 3};
     return {
         {CALL(sswseAddACLOnObjectForUser, 0, s.file("\\file"), users, 1, 6, 0), "a file", 2},
         {CALL(sswseAddACLOnObjectForUser, 1, s.file(), users, 1, 1, 1), "a tree", 2},
         {CALL(sswseAddACLOnObjectForUser, 1, remoteDirectory, users, 1, 0, 0), "a directory of a node", 2},
-        {CALL(sswseAddACLOnObjectForUser, 1, s.file("\\sub"), users, 1, 6, 0),
-         "a mount point",
-         2,
-         {3},
-         &Stage::putOnVlfs},
+        {CALL(sswseAddACLOnObjectForUser, 1, s.file("\\sub"), users, 1, 6, 0), "a mount point", 2, &Stage::putOnVlfs},
         {CALL(sswseAddACLOnObjectForUser, 2, homeKey, users, 1, 9, 0), "a key", 2},
         {CALL(sswseAddACLOnObjectForUser, 2, remoteHomeKey, users, 1, 9, 0), "a key of a node", 2},
         {CALL(sswseAddACLOnObjectForUser, 3, s.file(), nullptr, 0, 7, 0), "for groups", 2},
@@ -62,9 +41,9 @@ std::vector<Scenario> accessScenarios()
               s.text<wchar_t>(6)),
          "of a node", 2},
         {"sswseCheckAccessMask", checkMask, "yes", 1},
-        {"setPermissions", setFile<0>, "a file", 0, legacy},
-        {"setPermissions", setTree, "a tree", 0, legacy},
-        {"setPermissions2", setTree2, "a tree for administrators", 0, legacy},
+        {CALL(setPermissions, s.file("\\file"), 0, s.strings(), s.count<DWORD>()), "a file", 0},
+        {CALL(setPermissions, s.file(), 0, s.strings(), s.count<DWORD>()), "a tree", 0},
+        {CALL(setPermissions2, s.file(), 1, s.strings(), s.count<DWORD>()), "a tree for administrators", 0},
     };
 }
 

@@ -1,4 +1,4 @@
-// Names and SIDs, users, credentials, managed accounts, rights.
+// Names and SIDs, users, credentials, managed accounts, rights, local groups.
 #include "tests/faults/driver.h"
 
 namespace faults {
@@ -35,7 +35,7 @@ std::vector<Scenario> accountScenarios()
         {CALL(sswseCreateKestelSVCUser, "newsvc", "secret"), "a new user", 2},
         {CALL(sswseDeleteKestelSVCUser, "svc"), "a user", 2},
         {CALL(sswseIsPasswordValid, "secret"), "good", 1},
-        {CALL(sswseIsPasswordValid, "secret"), "too short", 0, {3}, withPasswordPolicy},
+        {CALL(sswseIsPasswordValid, "secret"), "too short", 0, withPasswordPolicy},
         {CALL(sswseIsAdministrator, "svc"), "yes", 1},
         {CALL(sswseIsAdministrator, "CORP\\svc"), "no", 0},
         {CALL(sswseIsManagedSVCAccount, managed, nullptr), "yes", 1},
@@ -44,9 +44,19 @@ std::vector<Scenario> accountScenarios()
         {CALL(sswseCheckUserExists, "svc"), "yes", 1},
         {CALL(sswseGrantPrivilegesToUser, "svc", nullptr, "1"), "on this machine", 2},
         {CALL(sswseGrantPrivilegesToUser, "svc", "DB2", "1"), "on a node", 2},
-        {CALL(sswseRevokePrivilegesFromUser, "svc", "DB2", "1"), "on a node", 2, {3}, withRights},
+        {CALL(sswseRevokePrivilegesFromUser, "svc", "DB2", "1"), "on a node", 2, withRights},
         {CALL(sswseCheckUserPrivileges, "CORP\\svc", "1", s.strings(), s.count<int>()), "missing", 0},
-        {CALL(sswseCheckUserPrivileges, "svc", "1", s.strings(), s.count<int>()), "held", 1, {3}, withRights},
+        {CALL(sswseCheckUserPrivileges, "svc", "1", s.strings(), s.count<int>()), "held", 1, withRights},
+        {CALL(sswseCreateOSGroup, "KES_NEW", "comment", nullptr), "on this machine", 2},
+        {CALL(sswseCreateOSGroup, "KES_NEW", nullptr, "DB2"), "on a node", 2},
+        {CALL(sswseCheckOSGroup, "KES_DBA", "DB2"), "yes", 1},
+        {CALL(sswseDeleteOSGroup, "KES_DBA", "DB2"), "on a node", 2},
+        {CALL(sswseAddUserToGroup, "nobody", "KES_DBA", nullptr), "a group", 2},
+        {CALL(sswseAddUserToGroup, "nobody", "KES_NEW", "DB2"), "a new group on a node", 2},
+        {CALL(sswseRemoveUserFromGroup, "svc", "KES_DBA", "DB2"), "on a node", 2},
+        {CALL(sswseCheckUserInGroup, "svc", "KES_DBA", 1, "DB2"), "a direct member", 1},
+        {CALL(sswseCheckUserInGroup, "CORP\\svc", "KES_h1_DBA", 0, nullptr), "through another group", 1},
+        {CALL(sswseCheckUserInGroup, "NT AUTHORITY\\SYSTEM", "KES_DBA", 0, nullptr), "a built-in account", 0},
     };
 }
 

@@ -36,10 +36,10 @@ void __cdecl receive(void*, const char*, ...) {}
 std::vector<Scenario> frameScenarios()
 {
     return {
-        {"sswseFillErrMsg", fillMessage, "own messages", 0, {}},
-        {"sswseFillErrMsg", fillMessage, "a message module", 0, {}, &Stage::putMessageModule},
-        {CALL(sswseTraceOn, receive, s.rec(), 0), "on", 1, {0}},
-        {CALL(sswseTraceOn, nullptr, s.rec(), 0), "no callback", 0, {0}},
+        {"sswseFillErrMsg", fillMessage, "own messages", 0},
+        {"sswseFillErrMsg", fillMessage, "a message module", 0, &Stage::putMessageModule},
+        {CALL(sswseTraceOn, receive, s.rec(), 0), "on", 1},
+        {CALL(sswseTraceOn, nullptr, s.rec(), 0), "no callback", 0},
         {CALL(sswseTraceOff), "off", 1},
         {"sswseFreeMemory", freeMemory, "a SID", 2},
         {"sswseFreeArrayofStrings", freeStrings, "two strings", 0},
@@ -47,7 +47,7 @@ std::vector<Scenario> frameScenarios()
         {CALL(sswseIsOSWin7OrAbove), "yes", 1},
         {CALL(sswseIsOSWin8OrAbove), "yes", 1},
         {CALL(sswseIsOSWinDC), "no", 0},
-        {CALL(sswseIsOSWinDC), "yes", 1, {3}, &Stage::makeDomainController},
+        {CALL(sswseIsOSWinDC), "yes", 1, &Stage::makeDomainController},
     };
 }
 

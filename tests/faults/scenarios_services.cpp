@@ -30,16 +30,15 @@ void withVirtualAccounts(Stage& s)
 
 std::vector<Scenario> serviceScenarios()
 {
-    const std::vector<DWORD> failures = {SSWSE_FAILURE, SSWSE_UNSUPPORTED_HOME_TYPE, SSWSE_HOME_NOT_FOUND};
     return {
-        {CREATE(database, nullptr), "database under the service user", 2, failures},
-        {CREATE(database, nullptr), "database under a virtual account", 2, failures, withVirtualAccounts},
-        {CREATE(listener, nullptr), "listener of home type 0", 2, failures, ofType<L'0'>},
-        {CREATE(listener, "DB2"), "listener of home type 2, on a node", 2, failures, ofType<L'2'>},
-        {CREATE(database, nullptr), "database on a domain controller", 2, failures, &Stage::makeDomainController},
-        {CREATE("C:\\h1\\bin\\other.exe", nullptr), "without a row", 2, failures},
-        {UPDATE(database, nullptr), "database under the service user", 2, failures},
-        {UPDATE(listener, "DB2"), "listener of home type 0, on a node", 2, failures, ofType<L'0'>},
+        {CREATE(database, nullptr), "database under the service user", 2},
+        {CREATE(database, nullptr), "database under a virtual account", 2, withVirtualAccounts},
+        {CREATE(listener, nullptr), "listener of home type 0", 2, ofType<L'0'>},
+        {CREATE(listener, "DB2"), "listener of home type 2, on a node", 2, ofType<L'2'>},
+        {CREATE(database, nullptr), "database on a domain controller", 2, &Stage::makeDomainController},
+        {CREATE("C:\\h1\\bin\\other.exe", nullptr), "without a row", 2},
+        {UPDATE(database, nullptr), "database under the service user", 2},
+        {UPDATE(listener, "DB2"), "listener of home type 0, on a node", 2, ofType<L'0'>},
         {CALL(sswseGetSvcUserForService, "KesOld", BUFFER(6), "DB2"), "on a node", 2},
         {CALL(sswseDeleteService, "DB2", "KesOld"), "in two groups", 2},
         {CALL(sswseGetServiceSidName, "KesDB", BUFFER(17)), "a service", 2},

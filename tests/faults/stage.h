@@ -54,6 +54,13 @@ public:
         return function(rec(), static_cast<Parameters>(input(arguments))...);
     }
 
+    // One without a record.
+    template <class... Parameters, class... Arguments>
+    DWORD call(DWORD(WINAPI* function)(const char*, Parameters...), const char* first, Arguments&&... arguments)
+    {
+        return function(first, static_cast<Parameters>(input(arguments))...);
+    }
+
     // ---- inputs of a call, until the next reset; texts end at an inaccessible page
     template <class T>
     T input(T other)

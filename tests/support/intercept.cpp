@@ -55,8 +55,8 @@ std::string joined(const std::vector<std::string>& routines)
 // A call without a path is about what the one before it was about.
 void followObject(const Row& row, const Raw& arguments)
 {
-    const std::set<std::string> withPath = {"GetFileAttributesW", "GetFileSecurityW", "SetFileSecurityW",
-                                            "FindFirstFileW"};
+    static const std::set<std::string> withPath = {"GetFileAttributesW", "GetFileSecurityW", "SetFileSecurityW",
+                                                   "FindFirstFileW"};
     if (withPath.count(row.name)) {
         const std::wstring path = reinterpret_cast<const wchar_t*>(arguments[0]);
         run.object.assign(path.begin(), std::find(path.begin(), path.end(), L'*'));
@@ -127,12 +127,13 @@ std::optional<DWORD> enter(const Row& row, const Raw& arguments)
     followObject(row, arguments);
     run.trail.calls.push_back({&row, world->plan().size(), joined(run.routines), run.object});
     const Fault& fault = run.fault;
+    const bool isCounted = !fault.function || strcmp(fault.function, row.name) == 0;
+    const bool isEveryOne = fault.function && fault.call == 0;
+    if (isCounted && (++run.counted == fault.call || isEveryOne))
+        return fault.code;
     if (fault.texts && strcmp(row.name, "FormatMessageA") == 0)
         return row.codes.front();
-    if (fault.function && strcmp(fault.function, row.name) != 0)
-        return std::nullopt;
-    const bool isEveryOne = fault.function && fault.call == 0;
-    return ++run.counted == fault.call || isEveryOne ? std::optional(fault.code) : std::nullopt;
+    return std::nullopt;
 }
 
 bool releasing(const Row& row, const Raw& arguments)
