@@ -49,7 +49,7 @@ DWORD HomeOnNode::create(const Wanted& wanted)
 {
     SC_HANDLE handle = reinterpret_cast<SC_HANDLE>(1);
     const DWORD status =
-        EXPORT(sswseCreateService)(&rec, wanted.service, nullptr, wanted.access, wanted.type, wanted.start,
+        EXPORT(sswseCreateService)(&rec, wanted.service, "Display", wanted.access, wanted.type, wanted.start,
                                    SERVICE_ERROR_IGNORE, pathOf(wanted.executable).c_str(), wanted.loadOrderGroup,
                                    wanted.tag, wanted.dependencies, wanted.startName, "secret", nodename, &handle);
     created = handle != nullptr;

@@ -94,11 +94,15 @@ TEST_F(ServiceOnNode, HasTheCallersConfiguration)
         EXPECT_EQ(service.account, each.account);
         EXPECT_EQ(service.password, each.isDriver ? L"" : L"secret");
         EXPECT_EQ(service.dependencies, (std::vector<std::wstring>{L"Tcpip", L"+Group"}));
+        EXPECT_EQ(service.displayName, L"Display");
         EXPECT_EQ(service.loadOrderGroup, L"Base");
         EXPECT_EQ(service.type, each.type);
         EXPECT_EQ(service.start, each.start);
         EXPECT_EQ(service.errorControl, DWORD{SERVICE_ERROR_IGNORE});
         EXPECT_EQ(tag, wantsTag ? 1u : 99u);
+        EXPECT_EQ(home.create({"other.exe"}), SSWSE_FAILURE) << "it exists";
+        EXPECT_EQ(messageOf(home.rec), "WSE-000057: Unable to create service.");
+        EXPECT_FALSE(home.created);
     }
 }
 
