@@ -1,7 +1,7 @@
 // From words on a command line or in a script to a call: which function, and a value for each of its parameters.
 #pragma once
 
-#include "cli/descriptors.h"
+#include "cli/functions.h"
 
 #include <cstdint>
 #include <stdexcept>

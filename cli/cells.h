@@ -1,7 +1,7 @@
 // What lies in memory for each parameter during a call.
 #pragma once
 
-#include "cli/call.h"
+#include "cli/invoke.h"
 
 #include "keswsec.h"
 

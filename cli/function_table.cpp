@@ -1,5 +1,5 @@
 // The exported functions in the order of keswsec.h.
-#include "cli/descriptors.h"
+#include "cli/functions.h"
 
 #include <accctrl.h>
 #include <winsvc.h>
@@ -83,7 +83,7 @@ const std::vector<Function>& functions()
          {required("OSSid", Kind::sid), buffer("uname"), size("unamel"), outlen}},
         {"sswseGetOwnerSIDForCurrentProcess", Result::status, {result("sid", Kind::sidOut)}},
         {"sswseGetBuiltinAccName", Result::status, {text("accname"), buffer("buf"), size("ilen"), outlen}},
-        {"sswseIsNameBuiltinAcc", Result::membership, {text("accname"), result("kind", Kind::numberOut)}},
+        {"sswseIsNameBuiltinAcc", Result::silentNo, {text("accname"), result("kind", Kind::numberOut)}},
 
         {"sswseCheckValidUser", Result::status, {text("username"), secret("passwd")}},
         {"sswseCreateKestelSVCUser", Result::status, {text("username"), secret("password")}},

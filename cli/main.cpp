@@ -1,5 +1,5 @@
 // keswsec.exe: calls the library's exported functions, on this machine or on a what-if node.
-#include "cli/call.h"
+#include "cli/invoke.h"
 #include "cli/options.h"
 #include "cli/print.h"
 #include "cli/script.h"

@@ -1,7 +1,7 @@
 // What a call did, for people and as JSON.
 #pragma once
 
-#include "cli/call.h"
+#include "cli/invoke.h"
 
 #include "whatif/whatif.h"
 

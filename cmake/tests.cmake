@@ -28,9 +28,8 @@ set_tests_properties(tests fault-runs hostile-input PROPERTIES TIMEOUT 280)
 add_library(keswsec_checked_objects OBJECT ${LIBRARY_SOURCES})
 add_dependencies(keswsec_checked_objects keswsec_messages)
 target_include_directories(keswsec_checked_objects PRIVATE src ${KESWSEC_MESSAGES_DIR})
-target_compile_options(keswsec_checked_objects PRIVATE ${KESWSEC_WARNINGS}
-  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-builtin-malloc>
-  -O1 -fsanitize=undefined -fsanitize-undefined-trap-on-error -ftrivial-auto-var-init=pattern)
+target_compile_options(keswsec_checked_objects PRIVATE
+  ${KESWSEC_LIBRARY_OPTIONS} -O1 -fsanitize=undefined -fsanitize-undefined-trap-on-error -ftrivial-auto-var-init=pattern)
 add_library(keswsec_checked SHARED
   $<TARGET_OBJECTS:keswsec_checked_objects> src/resources/exports.def src/resources/library.rc)
 add_dependencies(keswsec_checked keswsec_messages)

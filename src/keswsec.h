@@ -3,9 +3,9 @@
  *
  * The functions take the caller's error record first and clear it; on the first failure the record gets a numbered
  * message and the operating system's error, and the function returns a status. Only sswseFreeMemory,
- * sswseFreeArrayofStrings and setPermissions take none; sswseFillErrMsg and sswseCheckAccessMask do not clear it. Text
- * arguments and results are multibyte text in the ANSI code page, NUL-terminated. A node name is a machine name; NULL
- * or "" is the local machine.
+ * sswseFreeArrayofStrings, setPermissions and setPermissions2 take none; sswseFillErrMsg and sswseCheckAccessMask do
+ * not clear it. Text arguments and results are multibyte text in the ANSI code page, NUL-terminated. A node name is a
+ * machine name; NULL or "" is the local machine.
  *
  * Common to all functions, and not repeated below:
  *  - `err` may be NULL; the message is lost then.
@@ -13,6 +13,7 @@
  *    gives it as well.
  *  - WSE-00002 (memory), WSE-00006 and WSE-00007 (text conversion) can come with any status 3.
  *  - Memory given to the caller is released with sswseFreeMemory or sswseFreeArrayofStrings.
+ *  - Each contract ends with its statuses, by their numbers in the enumeration below.
  *  - The functions may be called from several threads, each call with a record of its own.
  */
 #ifndef KESWSEC_H
@@ -66,9 +67,10 @@ void WINAPIV sswseFillErrMsg(sswseErrRec* err, DWORD messageId, DWORD osError, c
 
 /*
  * Receives each trace line as a format and its arguments, printf style, on the thread that runs the traced function:
- * the entry line, the arguments in pieces of up to 127 characters, findings, the message that is left, the exit line,
- * and the separator "%*******************************\n" with the one argument 0. The separator is no format that every
- * printf accepts: a callback that formats with one of its own compares for it first.
+ * the entry line, the arguments in pieces of up to 128 characters (those that were cut, at 511, in one), findings, the
+ * message that is left, the exit line, and the separator "%*******************************\n" with the one argument 0.
+ * The separator is no format that every printf accepts: a callback that formats with one of its own compares for it
+ * first.
  */
 typedef void(__cdecl* sswseTraceCallback)(void* context, const char* format, ...);
 

@@ -14,7 +14,7 @@ DWORD convertName(const sswseCall& call, const char* username, PSID* sid, const 
     if (sswseToWide(call, username, name) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     owned::Heap<void> found;
-    const DWORD status = sswseLookupAccountSid(call, machine, name.get(), apiName, found);
+    const DWORD status = sswseLookupSidOfName(call, machine, name.get(), apiName, found);
     *sid = found.release();
     // Deliberate: once there is a block the answer is success, even when the look-up into it failed. The message then
     // stays in the record, and the SID is not a valid one.
@@ -69,8 +69,8 @@ DWORD sswseLookupAccount(const sswseCall& call, const wchar_t* machine, const wc
     return SSWSE_SUCCESS;
 }
 
-DWORD sswseLookupAccountSid(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
-                            owned::Heap<void>& sid)
+DWORD sswseLookupSidOfName(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
+                           owned::Heap<void>& sid)
 {
     sswseAccount account;
     const DWORD status = sswseLookupAccount(call, machine, name, apiName, account);

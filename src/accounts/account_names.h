@@ -20,8 +20,8 @@ DWORD sswseLookupAccount(const sswseCall& call, const wchar_t* machine, const wc
                          sswseAccount& account);
 
 // The same for callers that only want the SID.
-DWORD sswseLookupAccountSid(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
-                            owned::Heap<void>& sid);
+DWORD sswseLookupSidOfName(const sswseCall& call, const wchar_t* machine, const wchar_t* name, const char* apiName,
+                           owned::Heap<void>& sid);
 
 inline constexpr DWORD sswseNameCapacity = 512;
 
@@ -40,8 +40,8 @@ DWORD sswseComputerName(const sswseCall& call, wchar_t (&computer)[MAX_COMPUTERN
 // sswseConvertUnameToSID with the look-up made on `machinename` (NULL: local); checks `username` before `sid`.
 DWORD sswseConvertUnameToSIDOnNode(sswseErrRec* err, const char* username, PSID* sid, const wchar_t* machinename);
 
-// The two conversions for callers that use the SID: 2, or 3 with the message. An account that vanished while its SID was
-// fetched is a failure here, where the conversions answer 2 with a SID that is not valid.
+// The two conversions for callers that use the SID: 2, or 3 with the message. An account that vanished while its SID
+// was fetched is a failure here, where the conversions answer 2 with a SID that is not valid.
 DWORD sswseSidOfName(const sswseCall& call, const char* username, owned::Heap<void>& sid);
 DWORD sswseSidOfNameOnNode(const sswseCall& call, const char* username, const wchar_t* machinename,
                            owned::Heap<void>& sid);

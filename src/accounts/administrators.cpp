@@ -55,7 +55,7 @@ DWORD WINAPI sswseIsAdministrator(sswseErrRec* err, const char* username)
             return SSWSE_FAILURE;
         for (const LOCALGROUP_USERS_INFO_0& group : groups) {
             owned::Heap<void> sid;
-            if (sswseLookupAccountSid(call, nullptr, group.lgrui0_name, "LookUpAccountNameW", sid) != SSWSE_SUCCESS)
+            if (sswseLookupSidOfName(call, nullptr, group.lgrui0_name, "LookUpAccountNameW", sid) != SSWSE_SUCCESS)
                 return SSWSE_FAILURE;
             if (EqualSid(sid.get(), administrators.bytes))
                 return SSWSE_YES;

@@ -33,7 +33,7 @@ DWORD changeSet(const sswseCall& call, const sswseRightsChange& change, const ch
     owned::Heap<void> sid;
     owned::PolicyHandle policy;
     if (sswseToWide(call, username, name) != SSWSE_SUCCESS || sswseNodeToWide(call, nodename, node) != SSWSE_SUCCESS ||
-        sswseLookupAccountSid(call, node.get(), name.get(), "LookUpAccountNameW", sid) != SSWSE_SUCCESS ||
+        sswseLookupSidOfName(call, node.get(), name.get(), "LookUpAccountNameW", sid) != SSWSE_SUCCESS ||
         sswseRequireValidSid(call, sid.get()) != SSWSE_SUCCESS ||
         sswseOpenPolicy(call, node.get(), policy) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;

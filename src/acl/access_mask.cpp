@@ -1,8 +1,7 @@
 // The question whether a list of entries grants a SID a mask.
 #include "accounts/account_names.h"
-#include "frame/call.h"
-
 #include "acl/ace_list.h"
+#include "frame/call.h"
 
 namespace {
 

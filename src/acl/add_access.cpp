@@ -132,14 +132,17 @@ DWORD buildEntries(const sswseCall& call, const Request& request, const wchar_t*
 // A key's own entries become exactly these: what it had is not merged. What it inherits stays behind them.
 DWORD applyToKey(const sswseCall& call, const Request& request, const sswseAceArray& aces)
 {
-    const DWORD status = sswseSetFileSecurity(call.rec, aces.entries, aces.count, request.widePath, true, true, true);
+    const DWORD status =
+        sswseSetFileSecurity(call.rec, aces.entries, aces.count, request.widePath,
+                             /*useNamedInfo=*/true, /*inheritFromParent=*/true, /*failOnAccessDenied=*/true);
     return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 
 DWORD applyToFile(const sswseCall& call, const Request& request, const sswseAceArray& aces, const char* mountedVolume)
 {
     const auto apply = request.wholeTree ? sswseUpdateAclOnTree : sswseUpdateAclOnFile;
-    DWORD status = apply(call.rec, request.widePath, aces.entries, aces.count, true, true);
+    DWORD status =
+        apply(call.rec, request.widePath, aces.entries, aces.count, /*keepExisting=*/true, /*failOnAccessDenied=*/true);
     if (status != SSWSE_SUCCESS || !mountedVolume)
         return status;
     owned::Heap<wchar_t> volume;
@@ -147,7 +150,8 @@ DWORD applyToFile(const sswseCall& call, const Request& request, const sswseAceA
     if (status != SSWSE_SUCCESS)
         return status;
     const sswseErrRec walk = *call.rec;
-    status = sswseUpdateAclOnFile(call.rec, volume.get(), aces.entries, aces.count, true, true);
+    status = sswseUpdateAclOnFile(call.rec, volume.get(), aces.entries, aces.count, /*keepExisting=*/true,
+                                  /*failOnAccessDenied=*/true);
     if (!call.rec->message[0]) // the message of a skipped child outlives a volume without one
         *call.rec = walk;
     return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;

@@ -88,7 +88,7 @@ DWORD sswseCreateFinalAceList(sswseErrRec* err, const sswseAceList& existing, co
 {
     return sswseRunFramed(err, __func__, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {
         if ((newCount && !newAces) || !finalAces)
-            return sswseBadArgument(call, "ppNewAceList"); // the same name for both
+            return sswseBadArgument(call, "ppNewAceList"); // the same name for both: deliberate
         Composition made;
         DWORD status = SSWSE_SUCCESS;
         for (DWORD i = 0; i < newCount && status == SSWSE_SUCCESS; ++i)

@@ -100,11 +100,11 @@ void mergeAgain(sswseLegacyGrant& grant, BYTE type, ACCESS_MASK mask)
 
 } // namespace
 
-void sswseMakeLegacyEntries(bool isAdmin, bool isNT4, sswseLegacyEntries& entries)
+void sswseMakeLegacyEntries(bool adminOnly, bool isNT4, sswseLegacyEntries& entries)
 {
     entries.count = 0;
     for (const Constructor& row : constructors) {
-        if (isAdmin && &row == &constructors[0])
+        if (adminOnly && &row == &constructors[0])
             continue;
         if (makeEntry(row, isNT4, entries.entry[entries.count]) != SSWSE_SUCCESS)
             continue;

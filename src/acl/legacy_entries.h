@@ -20,7 +20,7 @@ struct sswseLegacyEntries
 // The new entries in the order in which they are written: Authenticated Users (left out for administrators only),
 // Administrators, LocalSystem. One that cannot be made is left out. `isNT4` adds the generic rights for Authenticated
 // Users.
-void sswseMakeLegacyEntries(bool isAdmin, bool isNT4, sswseLegacyEntries& entries);
+void sswseMakeLegacyEntries(bool adminOnly, bool isNT4, sswseLegacyEntries& entries);
 
 // What the old DACL says of one SID.
 struct sswseLegacyGrant

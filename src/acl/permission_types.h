@@ -12,7 +12,7 @@ enum class sswseObjectType : uint8_t
     file,
     directory,
     registryKey,
-    groupsOnly // takes the permission type that needs no users
+    groupsOnly // for permission type 7
 };
 
 // In the order in which they are looked up.
@@ -33,8 +33,8 @@ inline constexpr DWORD sswseReadAndExecute = 0x1200A9; // FILE_GENERIC_READ and 
 
 struct sswsePrincipalRow
 {
-    const wchar_t* sid; // in its string form; NULL for
-    const char* group;  // one that is looked up by name on the machine that owns the object
+    const wchar_t* sid; // string form; NULL: looked up by name
+    const char* group;  // local group, on the machine that owns the object; NULL with a SID
     DWORD mask;
 };
 

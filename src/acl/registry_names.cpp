@@ -64,6 +64,6 @@ DWORD WINAPI sswseGetPredefKey(sswseErrRec* err, const wchar_t* path, HKEY* root
                 *root = row.key;
                 break;
             }
-        return SSWSE_SUCCESS; // an unknown name too, with `root` as it was
+        return SSWSE_SUCCESS; // an unknown name too, with `root` as it was: deliberate
     });
 }

@@ -11,8 +11,8 @@ constexpr const wchar_t* reservedNames[] = {L".VLFS", L".fileid", L".Security"};
 
 DWORD askVolume(const sswseCall& call, const wchar_t* path, bool* isVlfs)
 {
-    // The volume's path is no longer than the full path. For a path that does not begin with a drive the platform answers
-    // the volume that the system was started from.
+    // The volume's path is no longer than the full path. For a path that does not begin with a drive the platform
+    // answers the volume that the system was started from.
     const size_t size = wcslen(path) + MAX_PATH + 1;
     const owned::Heap<wchar_t> volume = owned::allocate<wchar_t>(size * sizeof(wchar_t));
     if (!volume)
@@ -63,7 +63,7 @@ DWORD sswseCheckIfVlfsAndMountPoint(sswseErrRec* err, const char* path, char (&v
         if (!isLink(entry))
             return SSWSE_SUCCESS;
         if (!GetVolumePathNameA(path, volumePath, sswseVolumePathSize))
-            return sswseFail(call, 0, GetLastError(), "GetVolumePathName"); // message 0: there is no text for this
+            return sswseFail(call, 0, GetLastError(), "GetVolumePathName"); // message 0, which has no text: deliberate
         volumePath[sswseVolumePathSize - 1] = '\0';
         *isMountPoint = true;
         sswseTrace("%s\n", "Checking completed for the input variable path fed to Set/Add ACl api's is an vlfs mount "

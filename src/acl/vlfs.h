@@ -8,8 +8,8 @@ bool sswseIsReservedName(const wchar_t* name);
 
 inline constexpr DWORD sswseVolumePathSize = 150;
 
-// Is `path` a mount point on a volume of this file system? Then `isMountPoint` becomes true and `volumePath` the volume's path. A
-// volume that cannot be asked for its file system is not one. 2, or 3 with WSE-00002, WSE-00006, WSE-000012, or a
-// message of one blank when the volume's path cannot be had.
+// Is `path` a mount point on a volume of this file system? Then `isMountPoint` becomes true and `volumePath` the
+// volume's path. A volume that cannot be asked for its file system is not one. 2, or 3 with WSE-00002, WSE-00006,
+// WSE-000012, or a message of one blank when the volume's path cannot be had.
 DWORD sswseCheckIfVlfsAndMountPoint(sswseErrRec* err, const char* path, char (&volumePath)[sswseVolumePathSize],
                                     bool* isMountPoint);

@@ -3,8 +3,8 @@
 
 #include "frame/owned.h"
 
-// Does the ACL lie inside the block of `size` bytes, and each of its entries inside the ACL, all of them aligned as they
-// must be? What the entries hold is not looked at.
+// Does the ACL lie inside the block of `size` bytes, and each of its entries inside the ACL, all of them aligned as
+// they must be? What the entries hold is not looked at.
 bool sswseIsAclWhole(const ACL* acl, const void* block, size_t size);
 
 // A block for the self-relative descriptor of `needed` bytes that the platform announces: zeroed and never smaller than

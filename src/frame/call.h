@@ -1,4 +1,5 @@
-// The frame that every exported function and most internal routines run in, written once around a body:
+// The frame that exported functions and most internal routines run in, written once around a body (those of the error
+// record, the trace and the heap do without):
 //
 //     return sswseRunFramed(err, __func__, sswseArgs("groupname=%s", groupname), [&](const sswseCall& call) -> DWORD {
 //         ...

@@ -1,7 +1,7 @@
 #include "frame/message_module.h"
 
+#include "frame/files.h"
 #include "frame/format.h"
-#include "frame/library_file.h"
 #include "frame/owned.h"
 #include "keswsec.h"
 
@@ -39,13 +39,12 @@ const char* codeIn(const LanguageRow (&rows)[N], LANGID language)
 }
 
 // Names the module of a language beside the library and opens it, which tells whether it is there.
-owned::Handle probe(char (&path)[MAX_PATH], char* fileName, const char* languageCode)
+owned::Handle probe(char (&path)[MAX_PATH], char* directoryEnd, const char* languageCode)
 {
-    const size_t room = static_cast<size_t>(path + sizeof path - fileName);
-    sswseFormat(fileName, room - 1, "\\%s%s%s", "KESWSECMSG", languageCode, ".DLL");
-    path[sizeof path - 1] = '\0';
-    return owned::Handle(owned::orNull(
-        CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
+    char fileName[32];
+    sswseFormatText(fileName, "%s%s%s", "KESWSECMSG", languageCode, ".DLL");
+    sswseNameBeside(path, directoryEnd, fileName);
+    return sswseOpenToRead(path);
 }
 
 } // namespace
@@ -70,13 +69,14 @@ DWORD sswseLoadMessageModule()
     const HMODULE self = sswseOwnModule();
     if (!self)
         return SSWSE_FAILURE;
-    char* const fileName = sswseOwnDirectoryEnd(self, path);
-    if (!fileName && GetLastError() != ERROR_INSUFFICIENT_BUFFER) // a path too long for the others still has its own
+    char* const directoryEnd = sswseOwnDirectoryEnd(self, path);
+    if (!directoryEnd &&
+        GetLastError() != ERROR_INSUFFICIENT_BUFFER) // a path too long for the others still has its own
         return SSWSE_FAILURE;
 
-    owned::Handle file = fileName ? probe(path, fileName, sswseGetLanguageCode()) : nullptr;
-    if (fileName && !file)
-        file = probe(path, fileName, "US");
+    owned::Handle file = directoryEnd ? probe(path, directoryEnd, sswseGetLanguageCode()) : nullptr;
+    if (directoryEnd && !file)
+        file = probe(path, directoryEnd, "US");
     HMODULE found = file ? LoadLibraryExA(path, nullptr, LOAD_LIBRARY_AS_DATAFILE) : nullptr;
     messageModule.store(found ? found : self);
     return SSWSE_SUCCESS;

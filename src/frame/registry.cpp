@@ -12,7 +12,8 @@ const char* machineOf(const char* nodename)
     return sswseIsLocalNode(nodename) ? nullptr : nodename;
 }
 
-// One dialect of the registry: multibyte or wide. The functions are passed when they are called, never kept.
+// One dialect of the registry: multibyte or wide. Made for each call: a table would keep addresses from
+// before the imports were redirected.
 template <class Char>
 struct Dialect
 {

@@ -5,15 +5,15 @@
 #include "frame/record.h"
 
 // Converted text in a block of its own. `length` counts the terminating NUL: wide characters, respectively bytes. A
-// NULL source gives NULL, length 0 and 2. Status 2 or 3; the record is not touched. After a 3 a NULL block with a length
-// other than 0 means that memory for it was exhausted.
+// NULL source gives NULL, length 0 and 2. Status 2 or 3; the record is not touched. After a 3 a NULL block with a
+// length other than 0 means that memory for it was exhausted.
 DWORD sswseMbToWide(const char* source, owned::Heap<wchar_t>& wide, size_t* length);
 DWORD sswseWideToMb(const wchar_t* source, owned::Heap<char>& multibyte, size_t* length);
 
 // To the OEM code page, characters that merely look alike included; `source` is not NULL.
 DWORD sswseWideToOem(const wchar_t* source, owned::Heap<char>& oem, size_t* length);
 
-// The same as the first two with an owner and the message: 2, or 3 with WSE-00006 respectively WSE-00007. `length` may
+// The same as the first two with the message: 2, or 3 with WSE-00006 respectively WSE-00007. `length` may
 // be NULL.
 DWORD sswseToWide(const sswseCall& call, const char* source, owned::Heap<wchar_t>& wide, size_t* length = nullptr);
 DWORD sswseToMultibyte(const sswseCall& call, const wchar_t* source, owned::Heap<char>& multibyte,

@@ -1,7 +1,7 @@
 // One member of a local group: add, remove. A member that is in already, or not in at all, is success.
 #include "frame/call.h"
 #include "frame/node.h"
-#include "groups/group_names.h"
+#include "groups/local_groups.h"
 
 namespace {
 

@@ -1,7 +1,8 @@
 // Local groups of a machine: create, look for, delete. Creating what is there and deleting what is gone is success.
+#include "groups/local_groups.h"
+
 #include "frame/call.h"
 #include "frame/node.h"
-#include "groups/group_names.h"
 
 DWORD sswseNameGroup(const sswseCall& call, const char* groupname, const char* nodename, sswseGroupNames& names)
 {

@@ -1,8 +1,7 @@
 // The key of the home that this library is installed in: from the key file beside the library, or the environment.
-#include "home/home_key.h"
-
 #include "frame/call.h"
-#include "frame/library_file.h"
+#include "frame/files.h"
+#include "home/home_environment.h"
 #include "home/key_file.h"
 
 #include <cstring>
@@ -15,11 +14,10 @@ DWORD ownKeyFile(const sswseCall& call, char (&path)[MAX_PATH])
     const HMODULE self = sswseOwnModule();
     if (!self)
         return sswseFail(call, WSE_MODULE_HANDLE, GetLastError(), "GetModuleHandle");
-    char* const fileName = sswseOwnDirectoryEnd(self, path);
-    if (!fileName)
+    char* const directoryEnd = sswseOwnDirectoryEnd(self, path);
+    if (!directoryEnd)
         return sswseFail(call, WSE_MODULE_PATH, GetLastError(), "GetModuleFileName");
-    sswseFormat(fileName, static_cast<size_t>(path + sizeof path - fileName) - 1, "%s", "\\KESTEL.KEY");
-    path[sizeof path - 1] = '\0';
+    sswseNameBeside(path, directoryEnd, "KESTEL.KEY");
     return SSWSE_SUCCESS;
 }
 
@@ -38,22 +36,6 @@ void copyCut(const char* homeKey, char* khkey, size_t khkeyl, size_t* outlen)
 
 } // namespace
 
-DWORD sswseHomeFromEnvironment(const sswseCall& call, const char* variable, const char* label, char* text, size_t size,
-                               size_t* outlen)
-{
-    char value[259];
-    const DWORD length = GetEnvironmentVariableA(variable, value, sizeof value);
-    if (length == 0)
-        return sswseFail(call, WSE_FIND_HOME, 0, "");
-    if (length >= sizeof value || length >= size)
-        return sswseBufferTooSmall(call, label);
-    memcpy(text, value, length);
-    text[length] = '\0';
-    if (outlen)
-        *outlen = length;
-    return SSWSE_SUCCESS;
-}
-
 DWORD WINAPI sswseGetKestelHomeKey(sswseErrRec* err, char* khkey, size_t khkeyl, size_t* outlen)
 {
     return sswseRunFramed(err, __func__, sswseArgs("khkeyl=%Iu", khkeyl), [&](const sswseCall& call) -> DWORD {
@@ -62,9 +44,9 @@ DWORD WINAPI sswseGetKestelHomeKey(sswseErrRec* err, char* khkey, size_t khkeyl,
         char path[MAX_PATH];
         if (const DWORD status = ownKeyFile(call, path); status != SSWSE_SUCCESS)
             return status;
-        const owned::Handle file = sswseOpenKeyFile(path);
+        const owned::Handle file = sswseOpenToRead(path);
         if (!file)
-            return sswseHomeFromEnvironment(call, "KESTEL_HOME_KEY", "Kestelhomekey", khkey, khkeyl, outlen);
+            return sswseHomeTextFromEnvironment(call, "KESTEL_HOME_KEY", "Kestelhomekey", khkey, khkeyl, outlen);
         sswseKeyLine line;
         if (!sswseReadKeyLine(file.get(), line))
             return SSWSE_FAILURE; // without a message: deliberate, the only failure here that says nothing

@@ -1,7 +1,8 @@
 // The name of a home: of the library's own, and of the home at a path.
 #include "home/home_name.h"
+
 #include "frame/call.h"
-#include "home/home_key.h"
+#include "home/home_environment.h"
 #include "home/home_registry.h"
 #include "home/home_values.h"
 
@@ -33,7 +34,7 @@ DWORD WINAPI sswseGetKestelHomeName(sswseErrRec* err, char* khname, size_t khnam
         if (sswseGetKestelHomeKey(call.rec, homeKey, sizeof homeKey, nullptr) == SSWSE_SUCCESS)
             return nameOfHome(call, homeKey, khname, khnamel, outlen);
         // The record is not cleared first: a name from the environment leaves the home key's failure in it. Deliberate.
-        return sswseHomeFromEnvironment(call, nameNames.value, nameNames.shortBuffer, khname, khnamel, outlen);
+        return sswseHomeTextFromEnvironment(call, nameNames.value, nameNames.shortBuffer, khname, khnamel, outlen);
     });
 }
 

@@ -7,21 +7,22 @@
 
 namespace {
 
-DWORD readWideValue(const sswseCall& call, HKEY key, const wchar_t* value, const char* valueName,
-                    owned::Heap<char>& text, size_t* length, bool* absent)
+DWORD readWideValue(const sswseCall& call, HKEY key, const sswseValueName& value, owned::Heap<char>& text,
+                    size_t* length, bool* absent)
 {
     constexpr DWORD bufferSize = 32766;
     const owned::Heap<wchar_t> wide = owned::allocate<wchar_t>(bufferSize);
     if (!wide)
         return sswseOutOfMemory(call);
     DWORD stored = bufferSize - sizeof(wchar_t);
-    const LSTATUS result = RegQueryValueExW(key, value, nullptr, nullptr, reinterpret_cast<BYTE*>(wide.get()), &stored);
+    const LSTATUS result =
+        RegQueryValueExW(key, value.wide, nullptr, nullptr, reinterpret_cast<BYTE*>(wide.get()), &stored);
     if (absent)
         *absent = result == ERROR_FILE_NOT_FOUND;
     if (absent && *absent)
         return SSWSE_SUCCESS;
     if (result != ERROR_SUCCESS)
-        return sswseFail(call, WSE_QUERY_REGISTRY_VALUE, static_cast<DWORD>(result), "RegQueryValueExW", valueName);
+        return sswseFail(call, WSE_QUERY_REGISTRY_VALUE, static_cast<DWORD>(result), "RegQueryValueExW", value.text);
     wide.get()[stored / sizeof(wchar_t)] = L'\0';
     return sswseToMultibyte(call, wide.get(), text, length);
 }
@@ -54,8 +55,8 @@ DWORD sswseReadHomeValueA(const sswseCall& call, HKEY key, const char* value, ss
     return SSWSE_SUCCESS;
 }
 
-DWORD sswseReadValueOfHomeW(const sswseCall& call, const char* homeKey, const char* nodename, const wchar_t* value,
-                            const char* valueName, owned::Heap<char>& text, size_t* length, bool* absent)
+DWORD sswseReadValueOfHomeW(const sswseCall& call, const char* homeKey, const char* nodename,
+                            const sswseValueName& value, owned::Heap<char>& text, size_t* length, bool* absent)
 {
     sswseSubkey subkey;
     sswseMachineKey home;
@@ -64,5 +65,5 @@ DWORD sswseReadValueOfHomeW(const sswseCall& call, const char* homeKey, const ch
         status = sswseOpenMachineKeyW(call, nodename, subkey, KEY_QUERY_VALUE, home);
     if (status != SSWSE_SUCCESS)
         return status;
-    return readWideValue(call, home.key.get(), value, valueName, text, length, absent);
+    return readWideValue(call, home.key.get(), value, text, length, absent);
 }

@@ -20,8 +20,16 @@ struct sswseHomeValue
 // 2, or 3 with WSE-000048 "RegQueryValueEx" naming the value, also when it is longer than the buffer less one byte.
 DWORD sswseReadHomeValueA(const sswseCall& call, HKEY key, const char* value, sswseHomeValue& read);
 
+// The name of a value in both dialects: messages name the multibyte text.
+struct sswseValueName
+{
+    const wchar_t* wide;
+    const char* text;
+};
+
 // The same for a home's wide text, whose key is opened here, converted to multibyte, with the length counting its
 // terminator: 3 also with what opening in the wide dialect leaves, WSE-00002 and WSE-00007. With `absent`, a value that
 // is not there is no failure: *absent becomes true and the status is 2.
-DWORD sswseReadValueOfHomeW(const sswseCall& call, const char* homeKey, const char* nodename, const wchar_t* value,
-                            const char* valueName, owned::Heap<char>& text, size_t* length, bool* absent = nullptr);
+DWORD sswseReadValueOfHomeW(const sswseCall& call, const char* homeKey, const char* nodename,
+                            const sswseValueName& value, owned::Heap<char>& text, size_t* length,
+                            bool* absent = nullptr);

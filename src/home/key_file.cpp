@@ -1,5 +1,6 @@
 #include "home/key_file.h"
 
+#include "frame/files.h"
 #include "frame/format.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -20,7 +21,7 @@ DWORD cannotTell(const sswseCall& call, const sswseKeyFileAnswers& answers, DWOR
 
 DWORD readLine(const sswseCall& call, const char* path, const sswseKeyFileAnswers& answers, sswseKeyLine& line)
 {
-    const owned::Handle file = sswseOpenKeyFile(path);
+    const owned::Handle file = sswseOpenToRead(path);
     if (!file)
         return cannotTell(call, answers, answers.notOpened, GetLastError(), "CreateFile");
     if (!sswseReadKeyLine(file.get(), line))
@@ -37,12 +38,6 @@ DWORD readKeyFile(const sswseCall& call, const char* khomepath, const sswseKeyFi
 }
 
 } // namespace
-
-owned::Handle sswseOpenKeyFile(const char* path)
-{
-    return owned::Handle(owned::orNull(
-        CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
-}
 
 bool sswseReadKeyLine(HANDLE file, sswseKeyLine& line)
 {

@@ -8,8 +8,6 @@
 // The first line of a key file, up to its first NUL, carriage return or line feed; 511 bytes are read at most.
 using sswseKeyLine = char[512];
 
-// NULL with the last error set when there is no such file.
-owned::Handle sswseOpenKeyFile(const char* path);
 // False with the last error set when the file cannot be read.
 bool sswseReadKeyLine(HANDLE file, sswseKeyLine& line);
 // The text behind the last backslash; NULL when there is no backslash, which names no home.

@@ -66,10 +66,12 @@ DWORD recordUser(const sswseCall& call, HKEY key, const char* user)
     size_t characters = 0;
     if (const DWORD status = sswseToWide(call, user, wide, &characters); status != SSWSE_SUCCESS)
         return status;
-    const LSTATUS result = RegSetValueExW(key, L"KESTEL_SVCUSER", 0, REG_SZ, reinterpret_cast<const BYTE*>(wide.get()),
-                                          static_cast<DWORD>(characters * sizeof(wchar_t)));
+    const LSTATUS result =
+        RegSetValueExW(key, sswseUserValue.wide, 0, REG_SZ, reinterpret_cast<const BYTE*>(wide.get()),
+                       static_cast<DWORD>(characters * sizeof(wchar_t)));
     if (result != ERROR_SUCCESS)
-        return sswseFail(call, WSE_SET_REGISTRY_VALUE, static_cast<DWORD>(result), "RegSetValueExW", "KESTEL_SVCUSER");
+        return sswseFail(call, WSE_SET_REGISTRY_VALUE, static_cast<DWORD>(result), "RegSetValueExW",
+                         sswseUserValue.text);
     return SSWSE_SUCCESS;
 }
 
@@ -81,9 +83,9 @@ DWORD recordUserAndFacts(const sswseCall& call, HKEY key, const char* recorded, 
     if (status == SSWSE_SUCCESS)
         status = classify(call, uname, nodename, facts);
     if (status == SSWSE_SUCCESS)
-        status = sswseSetRegistryTextA(call, key, "KESTEL_SVCUSER_TYPE", REG_SZ, facts.type);
+        status = sswseSetRegistryTextA(call, key, sswseUserTypeValue.text, REG_SZ, facts.type);
     if (status == SSWSE_SUCCESS)
-        status = sswseSetRegistryTextA(call, key, "KESTEL_SVCUSER_PWDREQ", REG_SZ, facts.passwordRequired);
+        status = sswseSetRegistryTextA(call, key, sswsePasswordRequiredValue, REG_SZ, facts.passwordRequired);
     return status;
 }
 
@@ -92,8 +94,7 @@ DWORD readUser(const sswseCall& call, const char* homeKey, char* uname, size_t u
 {
     owned::Heap<char> text;
     size_t length = 0;
-    const DWORD status =
-        sswseReadValueOfHomeW(call, homeKey, nodename, L"KESTEL_SVCUSER", "KESTEL_SVCUSER", text, &length);
+    const DWORD status = sswseReadValueOfHomeW(call, homeKey, nodename, sswseUserValue, text, &length);
     if (status != SSWSE_SUCCESS)
         return status;
     if (length > unamel)

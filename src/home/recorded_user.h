@@ -1,5 +1,12 @@
 // The service user recorded for a home.
 #pragma once
 
-// What KESTEL_SVCUSER_TYPE holds for a virtual account; compared without regard to case.
+#include "home/home_registry.h"
+
+// The values below the home's key.
+inline constexpr sswseValueName sswseUserValue = {L"KESTEL_SVCUSER", "KESTEL_SVCUSER"};
+inline constexpr sswseValueName sswseUserTypeValue = {L"KESTEL_SVCUSER_TYPE", "KESTEL_SVCUSER_TYPE"};
+inline constexpr char sswsePasswordRequiredValue[] = "KESTEL_SVCUSER_PWDREQ";
+
+// What the type holds for a virtual account; compared without regard to case.
 inline constexpr char sswseVirtualAccountType[] = "V";

@@ -11,7 +11,7 @@
 
 namespace {
 
-struct PathLabel
+struct UserAnswers
 {
     const char* label; // what the message about a missing path calls it
     DWORD userNotRead; // the answer when the recorded user cannot be read
@@ -19,7 +19,7 @@ struct PathLabel
 
 // `test(user)` answers for the user recorded for the home at `path`.
 template <class Test>
-DWORD askOfUser(const sswseCall& call, const char* path, const char* nodename, const PathLabel& answers, Test test)
+DWORD askOfUser(const sswseCall& call, const char* path, const char* nodename, const UserAnswers& answers, Test test)
 {
     if (!path)
         return sswseBadArgument(call, answers.label);
@@ -90,7 +90,7 @@ DWORD WINAPI sswseIsSVCUserPasswordRequired(sswseErrRec* err, const char* khomep
         if (status == SSWSE_SUCCESS)
             status = sswseOpenHomeA(call, homeKey, nodename, KEY_QUERY_VALUE, home);
         if (status == SSWSE_SUCCESS)
-            status = sswseReadHomeValueA(call, home.key.get(), "KESTEL_SVCUSER_PWDREQ", required);
+            status = sswseReadHomeValueA(call, home.key.get(), sswsePasswordRequiredValue, required);
         if (status != SSWSE_SUCCESS)
             return status;
         return strtol(required.text, nullptr, 10) > 0 ? SSWSE_YES : SSWSE_NO;
@@ -110,8 +110,7 @@ DWORD WINAPI sswseIsSvcUserVirtualAccount(sswseErrRec* err, const char* khomepat
         bool absent = false;
         DWORD status = sswseFindHomeKey(call, khomepath, answers, line, &homeKey);
         if (status == SSWSE_SUCCESS)
-            status = sswseReadValueOfHomeW(call, homeKey, nodename, L"KESTEL_SVCUSER_TYPE", "KESTEL_SVCUSER_TYPE", type,
-                                           nullptr, &absent);
+            status = sswseReadValueOfHomeW(call, homeKey, nodename, sswseUserTypeValue, type, nullptr, &absent);
         if (status != SSWSE_SUCCESS)
             return status;
         return !absent && _stricmp(type.get(), sswseVirtualAccountType) == 0 ? SSWSE_YES : SSWSE_NO;

@@ -7,8 +7,7 @@
 
 namespace {
 
-constexpr char suffix[] = "_SVCACCTS";
-constexpr size_t fixedLength = sizeof sswseHomeGroupPrefix - 1 + sizeof suffix - 1;
+constexpr size_t fixedLength = sizeof sswseHomeGroupPrefix - 1 + sizeof sswseServiceAccountsSuffix - 1;
 
 } // namespace
 
@@ -24,7 +23,7 @@ DWORD WINAPI sswseGetVAGroupnameForKHomename(sswseErrRec* err, const char* homen
         if (gamel < strlen(homename) + fixedLength + 1)
             return sswseBufferTooSmall(call, "groupname");
         char work[512];
-        sswseHomeGroup(work, homename, suffix);
+        sswseHomeGroup(work, homename, sswseServiceAccountsSuffix);
         const size_t length = strlen(work);
         if (gamel < length) // though the first guard is the stricter one: deliberate
             return sswseBufferTooSmall(call, "groupname");
@@ -54,7 +53,7 @@ DWORD WINAPI sswseGetKHomeNameFromVAGroupName(sswseErrRec* err, const char* grou
         // Both are looked for from the start and may stand anywhere; the message's name is not an argument's:
         // deliberate.
         const char* const begin = strstr(work, sswseHomeGroupPrefix);
-        char* const end = strstr(work, suffix);
+        char* const end = strstr(work, sswseServiceAccountsSuffix);
         if (!begin || !end)
             return sswseBadArgument(call, "tempstr");
         const char* const name = begin + sizeof sswseHomeGroupPrefix - 1;

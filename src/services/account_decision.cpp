@@ -48,10 +48,10 @@ DWORD sswseDecideSvcUser(sswseErrRec* err, const char* svckey, const char* khtyp
                          const char* servicename, sswseServiceAccount& account)
 {
     const bool found = index != sswseNoRole;
-    const auto arguments = sswseArgs("svckey = %s\nkhtype = %s\nindex = %d   \nsvcIndexFound = %d\nilen = %Iu\n"
-                                     "nodename = %s\n servicename = %s",
-                                     svckey, khtype, index, found, announcedSize, nodename, servicename);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    const auto args = sswseArgs("svckey = %s\nkhtype = %s\nindex = %d   \nsvcIndexFound = %d\nilen = %Iu\n"
+                                "nodename = %s\n servicename = %s",
+                                svckey, khtype, index, found, announcedSize, nodename, servicename);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         account = {};
         if (!svckey || !khtype)
             return SSWSE_FAILURE;

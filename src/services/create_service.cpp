@@ -86,11 +86,11 @@ DWORD WINAPI sswseCreateService(sswseErrRec* err, const char* servicename, const
     const NewService wanted = {servicename, displayname,    desiredaccess, servicetype,  starttype,        errorcontrol,
                                binpath,     loadordergroup, tagid,         dependencies, servicestartname, password};
     // The precision keeps the trace from running through a list without an end; no more than that would be shown.
-    const auto arguments =
+    const auto args =
         sswseArgs("Service Name = %s\nDisplay Name = %s\nService Type = %u   \nBinpath = %s\nDependencies = %.511s\n"
                   "ServiceStartName = %s\nPassword = %s   \nnodename = %s",
                   servicename, displayname, servicetype, binpath, dependencies, servicestartname, "****", nodename);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!servicename)
             return sswseBadArgument(call, "Service Name");
         if (!binpath)
@@ -109,6 +109,6 @@ DWORD WINAPI sswseCreateService(sswseErrRec* err, const char* servicename, const
         if (status != SSWSE_SUCCESS)
             return status;
         // A failure from here on leaves the service in place, its handle with the caller.
-        return sswseFollowUpService(call, servicename, nodename, plan, *phService);
+        return sswseEquipService(call, servicename, nodename, plan, *phService);
     });
 }

@@ -33,8 +33,8 @@ DWORD leaveGroupsOfNode(const sswseCall& call, const char* servicename, const ch
 
 DWORD WINAPI sswseDeleteService(sswseErrRec* err, const char* nodename, const char* servicename)
 {
-    const auto arguments = sswseArgs("nodename = %s\nService Name = %s", nodename, servicename);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    const auto args = sswseArgs("nodename = %s\nService Name = %s", nodename, servicename);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!servicename)
             return sswseBadArgument(call, "Service Name");
         if (sswseIsOSVistaOrAbove(call.rec) == SSWSE_YES &&

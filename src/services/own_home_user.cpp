@@ -27,8 +27,7 @@ DWORD sswseIsCurKHSvcUserVA(sswseErrRec* err, const char* nodename)
         if (sswseGetKestelHomeKey(call.rec, homeKey, sizeof homeKey, nullptr) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         owned::Heap<char> type;
-        if (sswseReadValueOfHomeW(call, homeKey, nodename, L"KESTEL_SVCUSER_TYPE", "KESTEL_SVCUSER_TYPE", type,
-                                  nullptr) != SSWSE_SUCCESS)
+        if (sswseReadValueOfHomeW(call, homeKey, nodename, sswseUserTypeValue, type, nullptr) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         return _stricmp(type.get(), sswseVirtualAccountType) == 0 ? SSWSE_SUCCESS : SSWSE_NO;
     });

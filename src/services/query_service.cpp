@@ -31,11 +31,11 @@ DWORD WINAPI sswseGetSvcUserForService(sswseErrRec* err, const char* servicename
                                        size_t* written, const char* nodename)
 {
     // Looks into the buffer only while tracing is on.
-    const auto arguments = [=](char* line, size_t capacity) {
+    const auto args = [=](char* line, size_t capacity) {
         return sswseFormat(line, capacity, "nodename = %s\nusername = %s          \nServicename = %s", nodename,
                            textIn(username, usernamel), servicename);
     };
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!servicename)
             return sswseBadArgument(call, "Service Name");
         if (!username)

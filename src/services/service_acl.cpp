@@ -69,8 +69,8 @@ DWORD writeDacl(const sswseCall& call, SC_HANDLE service, ACL* dacl)
 
 DWORD sswseSetACLOnService(sswseErrRec* err, SC_HANDLE svchdl)
 {
-    const auto arguments = sswseArgs("svchdl = %Iu", reinterpret_cast<uintptr_t>(svchdl));
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    const auto args = sswseArgs("svchdl = %Iu", reinterpret_cast<uintptr_t>(svchdl));
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!svchdl)
             return sswseBadArgument(call, "Service Handle");
         char homename[512];

@@ -40,8 +40,8 @@ void executableName(const char* commandLine, char (&name)[workSize])
 DWORD sswseGetServiceKeyFromBinPath(sswseErrRec* err, const char* lpBinPath, const char* svcname, char* svckey,
                                     size_t svckeyl)
 {
-    const auto arguments = sswseArgs("lpBinPath = %s\nsvcname = %s\nsvckeyl = %Iu", lpBinPath, svcname, svckeyl);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    const auto args = sswseArgs("lpBinPath = %s\nsvcname = %s\nsvckeyl = %Iu", lpBinPath, svcname, svckeyl);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         // 3 for a missing argument, not 4: deliberate.
         if (!lpBinPath)
             return sswseBadArgument(call, "Service Binary Path", SSWSE_FAILURE);
@@ -62,8 +62,8 @@ DWORD sswseGetServiceKeyFromBinPath(sswseErrRec* err, const char* lpBinPath, con
 
 DWORD sswseGetServiceIndex(sswseErrRec* err, const char* svckey, const char* khtype, int* index)
 {
-    const auto arguments = sswseArgs("svckey = %s\nkhtype = %s", svckey, khtype);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall&) -> DWORD {
+    const auto args = sswseArgs("svckey = %s\nkhtype = %s", svckey, khtype);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall&) -> DWORD {
         const sswseRoleTable* const table = svckey && khtype ? sswseRoleTableOf(khtype) : nullptr;
         if (!table)
             return SSWSE_FAILURE;

@@ -59,8 +59,8 @@ DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseServicePlan& plan,
     return SSWSE_SUCCESS;
 }
 
-DWORD sswseFollowUpService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan,
-                           SC_HANDLE service)
+DWORD sswseEquipService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan,
+                        SC_HANDLE service)
 {
     char(&account)[512] = plan.account.name;
     DWORD sidtypeUR = 0;

@@ -41,5 +41,5 @@ DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseServicePlan& plan,
                             const char* password, sswseServiceLogon& logon);
 
 // Gives the service its SID type, its security, its groups and its rights. 2, or 3 with the message of the failed step.
-DWORD sswseFollowUpService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan,
-                           SC_HANDLE service);
+DWORD sswseEquipService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan,
+                        SC_HANDLE service);

@@ -58,10 +58,9 @@ DWORD joinHomeGroup(const sswseCall& call, const HomeMember& who, const char* su
 DWORD sswseAddSvcToGroups(sswseErrRec* err, const char* svcname, const char* khtype, int index, const char* svcuser,
                           const char* nodename, DWORD sidtypeUR)
 {
-    const auto arguments =
-        sswseArgs("svcname = %s\nkhtype = %s\nindex = %d\nsvcuser = %s\nnodename = %s\nsidtypeUR = %d", svcname, khtype,
-                  index, svcuser, nodename, sidtypeUR);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    const auto args = sswseArgs("svcname = %s\nkhtype = %s\nindex = %d\nsvcuser = %s\nnodename = %s\nsidtypeUR = %d",
+                                svcname, khtype, index, svcuser, nodename, sidtypeUR);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!svcname)
             return sswseBadArgument(call, "Service Name", SSWSE_FAILURE);
         const sswseRoleTable* const table = sswseRoleTableOf(khtype);
@@ -83,9 +82,9 @@ DWORD sswseAddSvcToGroups(sswseErrRec* err, const char* svcname, const char* kht
 DWORD sswseGrantPrivsToSvc(sswseErrRec* err, const char* svcname, const char* khtype, int index, const char* svcuser,
                            const char* nodename)
 {
-    const auto arguments = sswseArgs("svcname = %s\nkhtype = %s\nindex = %d   \nsvcuser = %s\nnodename = %s", svcname,
-                                     khtype, index, svcuser, nodename);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    const auto args = sswseArgs("svcname = %s\nkhtype = %s\nindex = %d   \nsvcuser = %s\nnodename = %s", svcname,
+                                khtype, index, svcuser, nodename);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!khtype)
             return sswseBadArgument(call, "KestelHome Type", SSWSE_FAILURE);
         const sswseRoleTable* const table = sswseRoleTableOf(khtype);
@@ -108,9 +107,9 @@ DWORD sswseAddSvcToVAGroups(sswseErrRec* err, const char* svcname, const char* k
                             const char* nodename)
 {
     // "\nodename" for the node's name: deliberate.
-    const auto arguments =
+    const auto args =
         sswseArgs("svcname = %s\nkhtype = %s\nsvcuser = %s\nodename = %s", svcname, khtype, svcuser, nodename);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!svcname)
             return sswseBadArgument(call, "Service Name", SSWSE_FAILURE);
         if (!khtype)
@@ -118,7 +117,7 @@ DWORD sswseAddSvcToVAGroups(sswseErrRec* err, const char* svcname, const char* k
         HomeMember who;
         // "kestel.exe" meets this group again in its row: deliberate, joining twice is no error.
         if (findHomeMember(call, svcname, svcuser, who) != SSWSE_SUCCESS ||
-            joinHomeGroup(call, who, "_SVCACCTS", nodename) != SSWSE_SUCCESS)
+            joinHomeGroup(call, who, sswseServiceAccountsSuffix, nodename) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         const sswseRoleTable* const table = sswseRoleTableOf(khtype);
         if (!table)
@@ -134,9 +133,9 @@ DWORD sswseAddSvcToSVCSIDSGrp(sswseErrRec* err, const char* svcname, const char*
                               const char* nodename)
 {
     // "\nodename" for the node's name: deliberate.
-    const auto arguments =
+    const auto args =
         sswseArgs("svcname = %s\nkhtype = %s\nsvcuser = %s\nodename = %s", svcname, khtype, svcuser, nodename);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!svcname || !khtype) // one label for both: deliberate
             return sswseBadArgument(call, "Service Name", SSWSE_FAILURE);
         if (strcmp(khtype, "2") != 0)

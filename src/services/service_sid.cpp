@@ -1,6 +1,4 @@
 // A service's own SID and its name, the account name of the service in the domain of all services.
-#include "keswsec.h"
-
 #include "accounts/account_names.h"
 #include "frame/call.h"
 #include "frame/node.h"
@@ -34,7 +32,7 @@ DWORD lookupServiceSid(const sswseCall& call, const char* sidName, const char* n
     const bool local = sswseIsLocalNode(nodename);
     if ((local ? sswseComputerName(call, computer) : sswseNodeToWide(call, nodename, node)) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
-    return sswseLookupAccountSid(call, local ? computer : node.get(), name.get(), "LookupAccountNameW", sid);
+    return sswseLookupSidOfName(call, local ? computer : node.get(), name.get(), "LookupAccountNameW", sid);
 }
 
 } // namespace
@@ -68,8 +66,8 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
 {
     if (psid)
         *psid = nullptr;
-    const auto arguments = sswseArgs("ServiceName = %s\nNodename = %s", svcname, nodename);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    const auto args = sswseArgs("ServiceName = %s\nNodename = %s", svcname, nodename);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!svcname)
             return sswseBadArgument(call, "Service Name");
         if (!psid)

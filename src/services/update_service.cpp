@@ -26,9 +26,9 @@ DWORD WINAPI sswseUpdateService(sswseErrRec* err, const char* nodename, const ch
                                 const char* password, const char* binpath)
 {
     // `username` is only traced: the home decides.
-    const auto arguments = sswseArgs("nodename = %s\nService Name = %s\nUsername = %s   \nPassword = %s\nBinpath = %s",
-                                     nodename, servicename, username, "****", binpath);
-    return sswseRunFramed(err, __func__, arguments, [&](const sswseCall& call) -> DWORD {
+    const auto args = sswseArgs("nodename = %s\nService Name = %s\nUsername = %s   \nPassword = %s\nBinpath = %s",
+                                nodename, servicename, username, "****", binpath);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!servicename)
             return sswseBadArgument(call, "Service Name");
         sswseServicePlan plan;
@@ -46,6 +46,6 @@ DWORD WINAPI sswseUpdateService(sswseErrRec* err, const char* nodename, const ch
             sswseOpenNodeService(call, nodename, servicename, SERVICE_ALL_ACCESS, opened) != SSWSE_SUCCESS ||
             changeConfiguration(call, logon, binpath, opened.service.get()) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
-        return sswseFollowUpService(call, servicename, nodename, plan, opened.service.get());
+        return sswseEquipService(call, servicename, nodename, plan, opened.service.get());
     });
 }

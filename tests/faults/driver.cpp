@@ -1,6 +1,6 @@
 // The runs: what is made to fail in each, and what must hold afterwards.
 #include "tests/faults/driver.h"
-#include "cli/descriptors.h"
+#include "cli/functions.h"
 #include "tests/support/node_test.h"
 #include "tests/support/statuses.h"
 

@@ -2,7 +2,7 @@
 // inaccessible page, as do the blocks of its own heap, and what it leaves is checked after each call.
 #pragma once
 
-#include "cli/call.h"
+#include "cli/invoke.h"
 #include "tests/support/home.h"
 #include "tests/support/intercept.h"
 #include "tests/support/trace_log.h"

@@ -1,5 +1,5 @@
 // Many threads in one library: on one node, while tracing is switched and the first messages are looked up.
-#include "cli/call.h"
+#include "cli/invoke.h"
 #include "cli/script.h"
 #include "tests/support/home.h"
 #include "tests/support/trace_log.h"

@@ -29,7 +29,7 @@ std::string statusesOf(const cli::Function& function)
         return "234";
     case cli::Result::predicate:
         return "0134";
-    case cli::Result::membership:
+    case cli::Result::silentNo:
         return "134";
     case cli::Result::switching:
         return "01";

@@ -1,7 +1,7 @@
 // The statuses that an exported function may answer.
 #pragma once
 
-#include "cli/descriptors.h"
+#include "cli/functions.h"
 
 #include <string>
 

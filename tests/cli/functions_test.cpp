@@ -1,4 +1,4 @@
-#include "cli/descriptors.h"
+#include "cli/functions.h"
 #include "tests/support/scratch_directory.h"
 
 #include <gtest/gtest.h>

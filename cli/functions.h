@@ -52,13 +52,13 @@ struct Parameter
 
 enum class Result
 {
-    status,     // 2: success
-    predicate,  // 1: yes, 0: no
-    membership, // 1: yes, 3 without a message: no
-    switching,  // 1: success, 0: failure
-    legacy,     // 0: done; without a record
-    nothing,    // void; fills the record and nothing else
-    memory      // void, without a record; called by the host for what functions return
+    status,    // 2: success
+    predicate, // 1: yes, 0: no
+    silentNo,  // 1: yes, 3 with an empty record: no
+    switching, // 1: success, 0: failure
+    legacy,    // 0: done; without a record
+    nothing,   // void; fills the record and nothing else
+    memory     // void, without a record; called by the host for what functions return
 };
 
 constexpr DWORD defaultBufferSize = 1024;

@@ -1,4 +1,4 @@
-#include "cli/call.h"
+#include "cli/invoke.h"
 
 #include "cli/cells.h"
 #include "cli/text.h"

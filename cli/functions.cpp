@@ -1,4 +1,4 @@
-#include "cli/descriptors.h"
+#include "cli/functions.h"
 
 #include "keswsec.h"
 
@@ -115,13 +115,13 @@ Verdict verdictOf(const Function& function, DWORD status, bool messageLeft)
 {
     if (function.result == Result::nothing)
         return {"done", true};
-    if (function.result == Result::membership && status == SSWSE_FAILURE && !messageLeft)
+    if (function.result == Result::silentNo && status == SSWSE_FAILURE && !messageLeft)
         return {"no", false};
     static const Status special[] = {
         {Result::status, SSWSE_SUCCESS, {"success", true}},
         {Result::predicate, SSWSE_YES, {"yes", true}},
         {Result::predicate, SSWSE_NO, {"no", false}},
-        {Result::membership, SSWSE_YES, {"yes", true}},
+        {Result::silentNo, SSWSE_YES, {"yes", true}},
         {Result::switching, SSWSE_YES, {"success", true}},
         {Result::switching, SSWSE_NO, {"failure", false}},
         {Result::legacy, 0, {"success", true}},
