@@ -1,4 +1,5 @@
-// What access-control entries mean: generic rights, inheritance, the access of an administrator.
+// What access-control entries mean: generic rights, inheritance, the access of an administrator. Declared in
+// descriptors.h.
 #include "whatif/descriptors.h"
 
 #include "whatif/sids.h"

@@ -1,3 +1,4 @@
+// Names to SIDs and back, and logging on.
 #include "whatif/active.h"
 #include "whatif/guarded.h"
 #include "whatif/names.h"
@@ -37,7 +38,7 @@ BOOL WINAPI lookupAccountName(LPCWSTR system, LPCWSTR account, PSID sid, LPDWORD
     const Node* const node = world->find(system);
     if (!node)
         return failWith(RPC_S_SERVER_UNAVAILABLE);
-    const std::optional<Name> found = resolve(*node, account ? account : L"");
+    const std::optional<Name> found = resolve(*node, textOrEmpty(account));
     if (!found)
         return failWith(ERROR_NONE_MAPPED);
     const std::vector<BYTE> bytes = sidBytes(found->sid);
@@ -118,7 +119,7 @@ bool mayNotLogOn(const Node& node, const Account& account)
 // In the order in which the platform finds out: the credentials, then what restricts the account.
 DWORD logonError(const Node& node, const Account* account, LPCWSTR password, DWORD logonType)
 {
-    if (!account || account->use != SidTypeUser || account->password != (password ? password : L""))
+    if (!account || account->use != SidTypeUser || account->password != textOrEmpty(password))
         return ERROR_LOGON_FAILURE;
     if (account->flags & UF_ACCOUNTDISABLE)
         return ERROR_ACCOUNT_DISABLED;
@@ -136,9 +137,9 @@ BOOL WINAPI logonUser(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD type
 {
     Locked world;
     const Node& node = world->local();
-    const Account* const account = accountToLogOn(node, user ? user : L"", domain ? domain : L"");
+    const Account* const account = accountToLogOn(node, textOrEmpty(user), textOrEmpty(domain));
     const bool ofDomain = domain && *domain && wcscmp(domain, L".") != 0 && !sameName(domain, accountDomain(node));
-    const bool deleted = !ofDomain && node.gone.count(std::wstring(L"user ") + (user ? user : L""));
+    const bool deleted = !ofDomain && node.gone.count(std::wstring(L"user ") + textOrEmpty(user));
     if (!account && node.readsMachine && !deleted)
         return LogonUserW(user, domain, password, type, provider, token);
     if (const DWORD error = logonError(node, account, password, type))

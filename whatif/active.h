@@ -49,6 +49,11 @@ Result failWith(DWORD error)
 // Text of the ANSI code page; NULL is empty.
 std::wstring wide(const char* text);
 
+inline std::wstring textOrEmpty(const wchar_t* text)
+{
+    return text ? text : L"";
+}
+
 // Names compared as Windows compares them.
 inline bool sameName(const std::wstring& a, const std::wstring& b)
 {

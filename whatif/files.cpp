@@ -193,7 +193,7 @@ BOOL WINAPI getVolumeInformation(LPCWSTR root, LPWSTR name, DWORD nameSize, LPDW
 
 BOOL WINAPI getVolumePathName(LPCWSTR name, LPWSTR volume, DWORD size)
 {
-    std::wstring root = name ? name : L"";
+    std::wstring root = textOrEmpty(name);
     std::wstring real;
     if (!realName(root, real))
         return FALSE;

@@ -66,7 +66,7 @@ NTSTATUS WINAPI isServiceAccount(LPWSTR server, LPWSTR name, BOOL* answer)
 {
     Locked world;
     const Node& node = world->local();
-    const Account* const account = accountOf(node, name ? name : L"");
+    const Account* const account = accountOf(node, textOrEmpty(name));
     // A state of its own other than that of an installed account means that it is not in this computer's store.
     *answer = account && account->managed && (account->managedState == 0 || account->managedState == installed);
     if (account || !node.readsMachine)
@@ -80,7 +80,7 @@ NTSTATUS WINAPI queryServiceAccount(LPWSTR server, LPWSTR name, DWORD level, PBY
     Locked world;
     *info = nullptr;
     const Node& node = world->local();
-    const Account* const account = accountOf(node, name ? name : L"");
+    const Account* const account = accountOf(node, textOrEmpty(name));
     if (!account && node.readsMachine) {
         auto* const real = machineFunction<decltype(queryServiceAccount)>("Netapi32.dll", "NetQueryServiceAccount");
         return real ? real(server, name, level, info) : notSupported;

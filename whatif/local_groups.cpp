@@ -169,11 +169,6 @@ bool isAccountName(const wchar_t* name, size_t longest)
            std::none_of(text.begin(), text.end(), [](wchar_t c) { return c < L' '; });
 }
 
-bool isOfDomain(const std::wstring& domainSid, const std::wstring& sid)
-{
-    return sid.substr(0, sid.rfind(L'-')) == domainSid;
-}
-
 bool isBuiltIn(const std::wstring& sid)
 {
     constexpr unsigned firstOwnRid = 1000;

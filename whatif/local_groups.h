@@ -18,8 +18,7 @@ Group* findGroup(Node& node, const std::wstring& name);
 // What every function on an existing group begins with: 0, or the error that it answers.
 NET_API_STATUS openGroup(World& world, LPCWSTR server, LPCWSTR name, Node*& node, Group*& group);
 
-// The node's groups that have one of `holders` as a member; with `indirect` also through the groups of a domain
-// that the account belongs to.
+// The node's groups that have the account as a member; with `indirect` also through the groups of its domain.
 std::vector<std::wstring> groupsOf(Node& node, const std::wstring& sid, bool indirect);
 
 // Takes an account that is gone out of every group.
@@ -28,16 +27,8 @@ void leaveGroups(World& world, Node& node, const std::wstring& sid);
 // What current Windows accepts as the name of an account.
 bool isAccountName(const wchar_t* name, size_t longest);
 
-// Whether a SID is that of an account of the domain.
-bool isOfDomain(const std::wstring& domainSid, const std::wstring& sid);
-
 // For an account that came with the system, which cannot be deleted.
 bool isBuiltIn(const std::wstring& sid);
-
-inline std::wstring textOrEmpty(const wchar_t* text)
-{
-    return text ? text : L"";
-}
 
 // A block that NetApiBufferFree releases; NULL for one without records.
 NET_API_STATUS handOut(const Packed& block, LPBYTE* buffer);

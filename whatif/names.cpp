@@ -36,7 +36,7 @@ Name nameOfAccount(const Node& node, const Account& account)
 
 Name nameOfGroup(const Node& node, const Group& group)
 {
-    return {group.sid, isPrefixOf(builtinSid, group.sid) ? builtin : accountDomain(node), group.name, SidTypeAlias};
+    return {group.sid, isOfDomain(builtinSid, group.sid) ? builtin : accountDomain(node), group.name, SidTypeAlias};
 }
 
 // The localized name of the domain of service SIDs.

@@ -1,3 +1,4 @@
+// The one redirection of the process, and the tables of replacements together.
 #include "whatif/active.h"
 #include "whatif/imports.h"
 

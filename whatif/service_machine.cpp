@@ -1,4 +1,5 @@
 // Services of the real machine, as a node that reads it takes them over.
+#include "whatif/active.h"
 #include "whatif/descriptors.h"
 #include "whatif/service_handles.h"
 
@@ -29,17 +30,12 @@ std::vector<BYTE> queried(Query query)
     return buffer;
 }
 
-std::wstring text(const wchar_t* given)
-{
-    return given ? given : L"";
-}
-
 void readConfiguration(const QUERY_SERVICE_CONFIGW& configuration, Service& service)
 {
-    service.displayName = text(configuration.lpDisplayName);
-    service.binaryPath = text(configuration.lpBinaryPathName);
-    service.account = text(configuration.lpServiceStartName);
-    service.loadOrderGroup = text(configuration.lpLoadOrderGroup);
+    service.displayName = textOrEmpty(configuration.lpDisplayName);
+    service.binaryPath = textOrEmpty(configuration.lpBinaryPathName);
+    service.account = textOrEmpty(configuration.lpServiceStartName);
+    service.loadOrderGroup = textOrEmpty(configuration.lpLoadOrderGroup);
     service.dependencies = listOf(configuration.lpDependencies);
     service.type = configuration.dwServiceType;
     service.start = configuration.dwStartType;

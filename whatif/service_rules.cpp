@@ -44,7 +44,7 @@ bool isCircular(const Node& node, const Service& start, const Service& at, size_
     return false;
 }
 
-bool isBuiltIn(const std::wstring& sid)
+bool isServiceBuiltin(const std::wstring& sid)
 {
     return sid == L"S-1-5-18" || sid == L"S-1-5-19" || sid == L"S-1-5-20";
 }
@@ -54,7 +54,7 @@ bool isBuiltIn(const std::wstring& sid)
 // library passes, is not evidenced.
 bool canRunServices(const std::optional<Name>& account)
 {
-    return account && (account->use == SidTypeUser || isBuiltIn(account->sid));
+    return account && (account->use == SidTypeUser || isServiceBuiltin(account->sid));
 }
 
 // ".\name" is an account of the node itself, a name alone is none but LocalSystem.
@@ -136,7 +136,7 @@ DWORD checkServiceAccount(const Node& node, const Service& service, bool hasPass
 bool ignoresPassword(const Node& node, const Service& service)
 {
     const auto name = accountOf(node, service.account);
-    return isDriver(service.type) || isLocalSystem(node, service.account) || (name && isBuiltIn(name->sid));
+    return isDriver(service.type) || isLocalSystem(node, service.account) || (name && isServiceBuiltin(name->sid));
 }
 
 DWORD assignTag(const Node& node, Service& service)

@@ -3,7 +3,6 @@
 #include "whatif/active.h"
 #include "whatif/descriptors.h"
 #include "whatif/guarded.h"
-#include "whatif/local_groups.h"
 #include "whatif/service_handles.h"
 
 namespace whatif {

@@ -74,7 +74,7 @@ std::vector<BYTE> sidBytes(const std::wstring& text)
     return bytes;
 }
 
-bool isPrefixOf(const std::wstring& domainSid, const std::wstring& sid)
+bool isOfDomain(const std::wstring& domainSid, const std::wstring& sid)
 {
     return sid.rfind(L'-') == domainSid.size() && sid.compare(0, domainSid.size(), domainSid) == 0;
 }

@@ -11,8 +11,8 @@ namespace whatif {
 std::wstring sidText(PSID sid);                       // empty for NULL or an invalid one
 std::vector<BYTE> sidBytes(const std::wstring& text); // empty when it is none
 
-// Whether `sid` is `domainSid` with exactly one sub-authority more.
-bool isPrefixOf(const std::wstring& domainSid, const std::wstring& sid);
+// Whether `sid` is that of an account of the domain: `domainSid` with exactly one sub-authority more.
+bool isOfDomain(const std::wstring& domainSid, const std::wstring& sid);
 
 // "S-1-5-80-..." of a service: five words of the SHA-1 of its upper-cased name.
 std::wstring serviceSid(const std::wstring& serviceName);

@@ -17,7 +17,7 @@ namespace whatif {
 
 enum class Base
 {
-    described, // the local node is what its description says and nothing else
+    described, // the local node is what its description says and nothing else; without one, a fresh machine "NODE"
     // What the local node does not hold is read from the real machine. What the caller may write there, to registry and
     // groups, is not asked: it is judged as an administrator's.
     thisMachine
@@ -42,7 +42,7 @@ public:
     void save(const std::filesystem::path& description) const;
 
     Node& local();
-    Node& add(const std::wstring& name); // a further, empty node; returns the existing one of that name
+    Node& add(const std::wstring& name); // a further node, as a fresh machine is; or the existing one of that name
     // NULL or "" is the local one; leading backslashes are ignored, and so is a DNS domain: "db2.example.com" is DB2.
     Node* find(const wchar_t* name);
     Registry& registry() const;
