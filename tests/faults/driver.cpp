@@ -30,6 +30,7 @@ struct Outcome
     std::vector<std::string> outputs;
     Plan plan;
     Trail trail;
+    std::string leaked; // where the password is found
 };
 
 std::string underWay; // for the last words of a run that ends the program
@@ -48,7 +49,22 @@ LONG WINAPI lastWords(EXCEPTION_POINTERS* exception)
 // The first message of a run, which is all that a function without a record says.
 std::string told;
 
-void __cdecl receiveTrace(void*, const char* format, ...)
+// In halves, so that no half of it is left either.
+const std::vector<std::string> passwordHalves = {std::string(password, 10), password + 10};
+
+bool tells(const std::string& text)
+{
+    return std::any_of(passwordHalves.begin(), passwordHalves.end(),
+                       [&](const std::string& half) { return text.find(half) != std::string::npos; });
+}
+
+// These three trace it in their argument line; the services' functions trace "****".
+bool isPasswordDue(const std::string& line)
+{
+    return line.rfind("Username = ", 0) == 0 || line.rfind("username = ", 0) == 0 || line.rfind("password = ", 0) == 0;
+}
+
+void __cdecl receiveTrace(void* outcome, const char* format, ...)
 {
     char line[1024] = "";
     va_list arguments;
@@ -57,6 +73,8 @@ void __cdecl receiveTrace(void*, const char* format, ...)
         vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
     intercept::Interception::traced(line);
+    if (tells(line) && !isPasswordDue(line))
+        static_cast<Outcome*>(outcome)->leaked += std::string("trace ") + line;
     if (told.empty() && (*line == '\n' || strstr(line, "alloc")))
         told = *line == '\n' ? line + 1 : line;
 }
@@ -75,16 +93,23 @@ Outcome runOnce(Stage& stage, const Scenario& scenario, const Fault& fault, bool
     Outcome outcome;
     stage.reset(isCold);
     told.clear();
+    guarded::leakedSecrets(); // the caller's own, of the run before
     if (isTraced || !hasRecord)
         EXPORT_OF(stage.library(), sswseTraceOn)(nullptr, receiveTrace, &outcome, 0);
     stage.interception().start(fault);
     outcome.status = scenario.call(stage);
     outcome.outputs = stage.takeOutputs();
+    if (!guarded::leakedSecrets().empty()) // before the argument lines are released
+        outcome.leaked += "released memory ";
     outcome.trail = stage.interception().finish();
     EXPORT_OF(stage.library(), sswseTraceOff)(nullptr);
     outcome.message = hasRecord ? stage.rec()->message : told;
     outcome.osError = hasRecord ? stage.rec()->oserror : errorIn(told);
     outcome.plan = support::planOf(stage.world());
+    if (tells(std::string(reinterpret_cast<const char*>(stage.rec()), sizeof(sswseErrRec))))
+        outcome.leaked += "record ";
+    if (std::any_of(outcome.plan.begin(), outcome.plan.end(), tells))
+        outcome.leaked += "plan ";
     return outcome;
 }
 
@@ -140,6 +165,12 @@ bool isFailure(const cli::Function& function, DWORD status)
     }
 }
 
+bool hasSecret(const cli::Function& function)
+{
+    const auto isSecret = [](const cli::Parameter& parameter) { return parameter.kind == cli::Kind::secret; };
+    return std::any_of(function.parameters.begin(), function.parameters.end(), isSecret);
+}
+
 // ---- a scenario --------------------------------------------------------------------------------------------------
 
 class Runs
@@ -153,6 +184,7 @@ public:
     void run()
     {
         ++counts_.scenarios;
+        guarded::watchFor(takesPassword_ ? passwordHalves : std::vector<std::string>());
         stage_.set(scenario_.prepare);
         if (!runAsItIs("as it is"))
             return;
@@ -169,7 +201,7 @@ public:
 private:
     Outcome runOnce(const Fault& fault, bool traced = false)
     {
-        return faults::runOnce(stage_, scenario_, fault, isCold_, traced);
+        return faults::runOnce(stage_, scenario_, fault, isCold_, traced || takesPassword_);
     }
 
     // Nothing fails. Tells what is called, and the routines that are under way then.
@@ -243,6 +275,8 @@ private:
     // What is wrong, or nothing.
     std::string judge(const Outcome& outcome, const Failing* failing)
     {
+        if (!outcome.leaked.empty())
+            return "the password is in " + outcome.leaked;
         if (const std::string lost = whatIsLost(outcome.trail); !lost.empty())
             return lost;
         if (failing && isExcused(Exception::noFailure, outcome, failing))
@@ -325,6 +359,7 @@ private:
     const Scenario& scenario_;
     Report& report_;
     FunctionReport& counts_;
+    const bool takesPassword_ = hasSecret(*cli::findFunction(scenario_.function));
     bool isCold_ = false; // each run with a library that has just been loaded
     Outcome clean_;
 };
@@ -338,6 +373,7 @@ Report run(const std::vector<Scenario>& scenarios)
     Stage stage;
     for (const Scenario& scenario : scenarios)
         Runs(stage, scenario, report).run();
+    guarded::watchFor({});
     SetUnhandledExceptionFilter(previous);
     return report;
 }

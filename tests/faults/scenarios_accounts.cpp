@@ -9,7 +9,7 @@ constexpr char managed[] = "CORP\\gmsa$";
 
 void withPasswordPolicy(Stage& s)
 {
-    s.local().minimumPasswordLength = 20;
+    s.local().minimumPasswordLength = 30;
 }
 
 void withRights(Stage& s)
@@ -31,11 +31,11 @@ std::vector<Scenario> accountScenarios()
         {CALL(sswseGetBuiltinAccName, "svc", BUFFER(28)), "no keyword", 3},
         {CALL(sswseIsNameBuiltinAcc, "NT AUTHORITY\\NETWORK SERVICE", s.value<DWORD>()), "the third one", 1},
         {CALL(sswseIsNameBuiltinAcc, "svc", s.value<DWORD>()), "none", 3},
-        {CALL(sswseCheckValidUser, "CORP\\svc", "right"), "a domain user", 2},
-        {CALL(sswseCreateKestelSVCUser, "newsvc", "secret"), "a new user", 2},
+        {CALL(sswseCheckValidUser, "CORP\\svc", password), "a domain user", 2},
+        {CALL(sswseCreateKestelSVCUser, "newsvc", password), "a new user", 2},
         {CALL(sswseDeleteKestelSVCUser, "svc"), "a user", 2},
-        {CALL(sswseIsPasswordValid, "secret"), "good", 1},
-        {CALL(sswseIsPasswordValid, "secret"), "too short", 0, withPasswordPolicy},
+        {CALL(sswseIsPasswordValid, password), "good", 1},
+        {CALL(sswseIsPasswordValid, password), "too short", 0, withPasswordPolicy},
         {CALL(sswseIsAdministrator, "svc"), "yes", 1},
         {CALL(sswseIsAdministrator, "CORP\\svc"), "no", 0},
         {CALL(sswseIsManagedSVCAccount, managed, nullptr), "yes", 1},

@@ -7,9 +7,9 @@ namespace {
 
 #define CREATE(binpath, nodename)                                                                                      \
     CALL(sswseCreateService, "KesDB", "Kestel database", SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,                \
-         SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, binpath, "group", nullptr, "Tcpip\0", nullptr, "right", nodename, \
-         s.service())
-#define UPDATE(binpath, nodename) CALL(sswseUpdateService, nodename, "KesOld", nullptr, "right", binpath)
+         SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, binpath, "group", nullptr, "Tcpip\0", nullptr, password,          \
+         nodename, s.service())
+#define UPDATE(binpath, nodename) CALL(sswseUpdateService, nodename, "KesOld", nullptr, password, binpath)
 
 constexpr char database[] = "C:\\h1\\bin\\kestel.exe h1";
 constexpr char listener[] = "C:\\h1\\bin\\keslsnr.exe";

@@ -19,6 +19,9 @@ namespace faults {
 inline constexpr char untouched[] = "untouched";
 inline constexpr char none[] = "0";
 
+// Nobody may find it where it is not due.
+inline constexpr char password[] = "Never-to-be-seen-4711";
+
 // Both texts of the record before the call.
 inline constexpr char recordBefore[] = "before";
 
