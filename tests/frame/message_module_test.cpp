@@ -1,5 +1,5 @@
-// Where the texts come from. The build makes small message modules: their one message, number 12, begins with their
-// language code.
+// Where the texts come from. The build makes small message modules: their two messages, numbers 10 and 12, begin with
+// their language code.
 #include "frame/message_module.h"
 #include "tests/support/library_copy.h"
 

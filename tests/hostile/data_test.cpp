@@ -2,6 +2,7 @@
 // thousands, and in sizes that are wrong; and the lists and SIDs of the caller.
 #include "tests/hostile/subject.h"
 #include "tests/support/guarded_heap.h"
+#include "tests/support/statuses.h"
 #include "whatif/descriptors.h"
 #include "whatif/sids.h"
 
@@ -12,6 +13,7 @@ namespace hostile {
 namespace {
 
 constexpr size_t thousands = 2000;
+constexpr size_t sidOffset = offsetof(ACCESS_ALLOWED_ACE, SidStart);
 constexpr size_t mostEntries = (0xFFFF - sizeof(ACL)) / 20; // of the shortest SIDs in one list
 
 std::string heldDescriptor; // what every file and service has
@@ -47,6 +49,26 @@ std::wstring sid(size_t i)
     return L"S-1-5-21-1-2-3-" + std::to_wstring(10000 + i);
 }
 
+// A block of the caller's own, of the size that it gives itself in its bytes.
+guarded::Buffer sized(const std::string& bytes, size_t size, size_t least)
+{
+    const size_t whole = (std::max(size, least) + sizeof(DWORD) - 1) / sizeof(DWORD) * sizeof(DWORD);
+    return {(bytes + std::string(whole, '\0')).data(), whole};
+}
+
+const void* lent; // a list that is not from the heap
+
+HLOCAL WINAPI freeUnlessLent(HLOCAL block)
+{
+    return block == lent ? nullptr : LocalFree(block);
+}
+
+void expectStatus(const char* name, DWORD status)
+{
+    running = std::string("after ") + name;
+    EXPECT_TRUE(support::mayAnswer(*cli::findFunction(name), status)) << name << " " << status;
+}
+
 struct HostileData : testing::Test
 {
     Subject subject;
@@ -54,27 +76,25 @@ struct HostileData : testing::Test
 
 TEST_F(HostileData, KeyFiles)
 {
-    std::string binary;
-    for (int i = 0; i < 4 * 256; ++i)
-        binary += static_cast<char>(i * 7);
     const std::string usual = "SOFTWARE\\KESTEL\\KEY_keswsec_test"; // without a line end
     const std::string section = "SOFTWARE\\";                       // 9 characters
+    std::string binary = section;
+    for (int i = 0; i < 4 * 256; ++i)
+        binary += static_cast<char>(0x80 | i * 7);
     const std::string files[] = {"",
                                  "\r\n",
                                  usual,
-                                 usual + "\x81",
-                                 std::string(1, '\0') + usual,
-                                 usual + std::string(600, '\0'),
+                                 usual + "\xE2",
                                  section + "KESTEL\\",
+                                 section + "KESTEL\\" + std::string(1, '\0') + "KEY_keswsec_test",
                                  std::string(511, 'x'),
                                  section + std::string(502, 'x'),
                                  section + std::string(503, 'x'),
-                                 section + std::string(501, 'x') + "\x81",
+                                 section + std::string(501, 'x') + "\xE2",
                                  std::string(512, '\\'),
                                  std::string(70000, '\\'),
                                  binary};
-    const Functions readers = subject.functionsThatCall({"ReadFile"});
-    EXPECT_GE(readers.size(), 12u);
+    const Functions readers = subject.readers({"ReadFile"}, 12);
     for (const UINT codePage : {0, 932})
         for (size_t row = 0; row < std::size(files); ++row) {
             subject.setCodePage(codePage);
@@ -85,18 +105,16 @@ TEST_F(HostileData, KeyFiles)
 
 TEST_F(HostileData, RegistryValues)
 {
-    const std::pair<size_t, wchar_t> texts[] = {{0, L'x'},          {1, L'1'},     {2, L'\0'},     {254, L'x'},
-                                                {255, L'x'},        {510, L'x'},   {511, L'\xE9'}, {512, L'\xD800'},
-                                                {16381, L'\x4E2D'}, {16383, L'x'}, {32500, L'x'},  {40, L'%'}};
-    const Functions readers = subject.functionsThatCall({"RegQueryValueExA", "RegQueryValueExW"});
-    EXPECT_GE(readers.size(), 12u);
-    for (const wchar_t* const name : {L"KESTEL_HOME_NAME", L"KESTEL_HOME_TYPE", L"KESTEL_SVCUSER",
-                                      L"KESTEL_SVCUSER_TYPE", L"KESTEL_SVCUSER_PWDREQ"}) {
+    const std::pair<size_t, wchar_t> texts[] = {
+        {0, L'x'},        {1, L'1'},          {2, L'\0'},    {254, L'x'},   {255, L'x'},   {510, L'x'}, {511, L'\xE9'},
+        {512, L'\xD800'}, {16381, L'\x4E2D'}, {16382, L'x'}, {16383, L'x'}, {32500, L'x'}, {40, L'%'}};
+    const Functions readers = subject.readers({"RegQueryValueExA", "RegQueryValueExW"}, 12);
+    for (const auto& [name, usual] : usualValues) {
         for (DWORD type = REG_NONE; type <= REG_QWORD + 1; ++type)
             for (const auto& [length, letter] : texts)
                 for (size_t odd = 0; odd < 2; ++odd) {
-                    if (type != REG_SZ && (length != 1 || odd))
-                        continue;                                // the type is not looked at
+                    if (type != REG_SZ && type != REG_BINARY && (length != 1 || odd))
+                        continue; // the library does not look at the type, and the platform hands over the bytes
                     const std::wstring text(length + 1, letter); // unterminated
                     whatif::RegistryValue value = {type, std::vector<BYTE>(length * sizeof(wchar_t) + odd)};
                     memcpy(value.data.data(), text.data(), value.data.size());
@@ -110,7 +128,7 @@ TEST_F(HostileData, RegistryValues)
 
 TEST_F(HostileData, ServiceConfigurations)
 {
-    const Functions readers = subject.functionsThatCall({"OpenServiceW"});
+    const Functions readers = subject.readers({"OpenServiceW", "QueryServiceConfigW"}, 4);
     Call query = subject.ordinary(*cli::findFunction("GetSvcUserForService"));
     for (const DWORD length : {0, 1, 510, 511, 512, 70000})
         for (const size_t dependencies : {size_t{0}, thousands}) {
@@ -122,10 +140,9 @@ TEST_F(HostileData, ServiceConfigurations)
             subject.runAll(readers, what);
             query.values[1].number = length + 1;
             const bool fits = length < 1000 && dependencies == 0; // into the 8 KB that may be asked for
-            EXPECT_EQ(subject.run(query, what).status, DWORD{fits ? SSWSE_SUCCESS : SSWSE_FAILURE});
-            if (fits) {
-                EXPECT_EQ(subject.run(query, what).outputs.at("username"), std::string(length, 'a'));
-            }
+            const Answer answer = subject.run(query, what);
+            EXPECT_EQ(answer.status, DWORD{fits ? SSWSE_SUCCESS : SSWSE_FAILURE});
+            EXPECT_EQ(answer.outputs.value("username", ""), std::string(fits ? length : 0, 'a'));
             query.values[1].number = length;
             EXPECT_EQ(subject.run(query, what).status, DWORD{SSWSE_FAILURE});
         }
@@ -133,29 +150,40 @@ TEST_F(HostileData, ServiceConfigurations)
 
 TEST_F(HostileData, GroupsAndRights)
 {
-    const Functions readers = subject.functionsThatCall(
-        {"NetUserGetLocalGroups", "NetLocalGroupGetMembers", "LsaEnumerateAccountsWithUserRight"});
-    EXPECT_GE(readers.size(), 4u);
+    const Functions readers =
+        subject.readers({"NetUserGetLocalGroups", "NetLocalGroupGetMembers", "LsaEnumerateAccountsWithUserRight"}, 4);
+    const auto expect = [&](const char* what, DWORD inGroup, DWORD privileged) {
+        subject.runAll(readers, what);
+        for (const auto& [function, status] :
+             {std::pair("CheckUserInGroup", inGroup), {"CheckUserPrivileges", privileged}, {"IsAdministrator", 0u}})
+            EXPECT_EQ(subject.run(subject.ordinary(*cli::findFunction(function)), what).status, status) << what;
+    };
     whatif::Node& node = subject.local;
-    node.groups.front().members.clear();
-    node.rights.clear();
-    subject.runAll(readers, "nothing");
-    for (size_t i = 0; i < thousands; ++i) {
-        node.groups.front().members.push_back(sid(i));
-        node.rights[L"SeServiceLogonRight"].push_back(sid(i));
-    }
-    subject.runAll(readers, "thousands of members and holders");
-    node.groups.front().members.clear();
-    node.rights.clear();
+    const std::wstring user = named(node.accounts, L"svc").sid;
+    std::vector<std::wstring>& logon = node.rights[L"SeServiceLogonRight"];
+    std::vector<std::wstring>& link = node.rights[L"SeCreateSymbolicLinkPrivilege"];
+    for (whatif::Group& group : node.groups)
+        group.members.clear();
+    logon = link = {};
+    expect("nothing", SSWSE_NO, SSWSE_NO);
+
+    whatif::Group& asked = named(node.groups, L"KES_h1_DBA");
     for (size_t i = 0; i < thousands; ++i)
-        node.groups.push_back({L"G" + std::to_wstring(i), L"", sid(i), {node.accounts.back().sid}});
-    subject.runAll(readers, "a user of thousands of groups");
+        asked.members.push_back(sid(i));
+    asked.members.push_back(user);
+    logon = link = asked.members;
+    expect("last of thousands of members and holders", SSWSE_YES, SSWSE_YES);
+
+    asked.members.clear();
+    for (size_t i = 0; i < thousands; ++i)
+        node.groups.push_back({L"G" + std::to_wstring(i), L"", sid(i), {user}});
+    logon = link = {node.groups.back().sid};
+    expect("in thousands of groups, the last of which holds the rights", SSWSE_NO, SSWSE_YES);
 }
 
 TEST_F(HostileData, AccessControlLists)
 {
-    const Functions readers = subject.functionsThatCall({"GetFileSecurityW", "QueryServiceObjectSecurity"});
-    EXPECT_GE(readers.size(), 5u);
+    const Functions readers = subject.readers({"GetFileSecurityW", "QueryServiceObjectSecurity"}, 5);
     whatif::Imports imports(subject.home.module());
     imports.redirect("GetFileSecurityW", reinterpret_cast<void*>(&handOut<LPCWSTR>));
     imports.redirect("QueryServiceObjectSecurity", reinterpret_cast<void*>(&handOut<SC_HANDLE>));
@@ -183,32 +211,38 @@ TEST_F(HostileData, AccessControlLists)
 // No byte of what the caller has is to be believed, but for the size of the block that it lies in.
 TEST_F(HostileData, ListsAndSidsOfTheCaller)
 {
-    constexpr size_t largest = 0xFFFF;
     const auto add = EXPORT_OF(subject.home, sswseAddAceToACL);
     const auto check = EXPORT_OF(subject.home, sswseCheckAccessMask);
     const auto nameOf = EXPORT_OF(subject.home, sswseConvertSIDToUname);
-    const std::vector<BYTE> everyone = whatif::sidBytes(L"S-1-1-0");
-    const PSID known = const_cast<BYTE*>(everyone.data());
-    const std::vector<BYTE> acl = whatif::securityOf(L"D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD)").dacl;
+    const auto addTo = [&](PACL list, PSID trustee) {
+        lent = list;
+        PACL merged = list;
+        expectStatus("AddAceToACL", add(nullptr, trustee, 0, 1, GRANT_ACCESS, 0, &merged));
+        if (merged != list)
+            LocalFree(merged);
+    };
+    whatif::Imports imports(subject.home.module());
+    imports.redirect("LocalFree", reinterpret_cast<void*>(&freeUnlessLent));
+    std::vector<BYTE> everyone = whatif::sidBytes(L"S-1-1-0");
+    std::vector<BYTE> acl = whatif::securityOf(L"D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD)").dacl;
+    AceListNode whole = {acl.data() + sizeof(ACL), acl.data() + sizeof(ACL) + sidOffset, nullptr};
+    subject.setTracing(true);
     withEachByteChanged({acl.begin(), acl.end()}, [&](const std::string& changed) {
-        auto* list = static_cast<PACL>(LocalAlloc(LPTR, largest));
-        memcpy(list, changed.data(), changed.size());
-        EXPECT_GE(add(nullptr, known, 0, 1, GRANT_ACCESS, 0, &list), DWORD{SSWSE_SUCCESS});
-        LocalFree(list);
-        const size_t size = std::max<size_t>(static_cast<BYTE>(changed[10]) / 4 * 4, sizeof(ACE_HEADER));
-        const guarded::Buffer ace((changed.substr(sizeof(ACL)) + std::string(size, '\0')).data(), size);
-        AceListNode node = {ace.data(), ace.data() + offsetof(ACCESS_ALLOWED_ACE, SidStart), nullptr};
-        EXPECT_LE(check(nullptr, nullptr, &node, known, 1), DWORD{SSWSE_YES});
+        ACL header;
+        memcpy(&header, changed.data(), sizeof header);
+        const guarded::Buffer list = sized(changed, header.AclSize, sizeof header);
+        addTo(reinterpret_cast<PACL>(list.data()), everyone.data());
+        const guarded::Buffer ace =
+            sized(changed.substr(sizeof(ACL)), static_cast<BYTE>(changed[10]) / 4 * 4, sizeof(ACE_HEADER));
+        AceListNode node = {ace.data(), ace.data() + sidOffset, nullptr};
+        expectStatus("CheckAccessMask", check(nullptr, nullptr, &node, everyone.data(), 1));
     });
-    withEachByteChanged(std::string(everyone.begin(), everyone.end()), [&](const std::string& changed) {
-        const std::string longest = changed + std::string(255 * sizeof(DWORD), '\0');
-        const guarded::Buffer bytes(longest.data(), longest.size());
+    withEachByteChanged({everyone.begin(), everyone.end()}, [&](const std::string& changed) {
+        const guarded::Buffer bytes = sized(changed, changed.size() + 255 * sizeof(DWORD), 0);
         char text[512];
-        PACL list = nullptr;
-        nameOf(nullptr, bytes.data(), text, sizeof text, nullptr);
-        add(nullptr, bytes.data(), 0, 1, GRANT_ACCESS, 0, &list);
-        LocalFree(list);
-        check(nullptr, nullptr, nullptr, bytes.data(), 1);
+        expectStatus("ConvertSIDToUname", nameOf(nullptr, bytes.data(), text, sizeof text, nullptr));
+        expectStatus("CheckAccessMask", check(nullptr, nullptr, &whole, bytes.data(), 1));
+        addTo(nullptr, bytes.data());
     });
 }
 

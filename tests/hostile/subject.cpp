@@ -5,21 +5,26 @@
 #include "tests/support/guarded_heap.h"
 #include "tests/support/statuses.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <fstream>
 #include <memory>
 
+using testing::IsEmpty;
+
 namespace hostile {
 
+std::string running;
+
 namespace {
+
+using intercept::Interception;
 
 constexpr char usualKeyFile[] = "SOFTWARE\\KESTEL\\KEY_keswsec_test\r\n";
 constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_keswsec_test";
 
 UINT machineCodePage;
 std::wstring listedTree; // no test walks the whole machine
-std::string running;     // the call under way
 
 LONG WINAPI nameTheCall(EXCEPTION_POINTERS* exception)
 {
@@ -64,10 +69,10 @@ HANDLE WINAPI findFirstFile(LPCWSTR pattern, WIN32_FIND_DATAW* found)
 // What the ordinary calls are given, by the names of the parameters; for some functions another value.
 constexpr char ordinaryValues[] =
     R"(messageId=0xC002000A username=svc sswseCreateKestelSVCUser.username=other uname=svc usernames=svc cUser=NODE\svc)"
-    R"( accname="LOCAL SERVICE" sswseGetBuiltinAccName.accname=LOCAL_SERVICE passwd=Secret-1 password=Secret-1)"
-    R"( groupname=KES_h1_SVCACCTS homename=h1 khtype=1 khometype=1 khomekey=KEY_keswsec_test)"
-    R"( SVCAppKey=KestelSource EventMsgFile=C:\h1\bin\messages.dll servicename=KestelService svcname=KestelService)"
-    R"( sswseCreateService.servicename=KestelServiceNew binpath="C:\h1\bin\kestel.exe -x" dependencies=RpcSs)"
+    R"( accname="LOCAL SERVICE" sswseGetBuiltinAccName.accname=LOCAL_SERVICE passwd=Never-to-be-seen-4711 password=Never-to-be-seen-4711)"
+    R"( groupname=KES_h1_DBA sswseGetKHomeNameFromVAGroupName.groupname=KES_h1_SVCACCTS homename=h1 khtype=1 khometype=1 khomekey=KEY_keswsec_test)"
+    R"( SVCAppKey=KestelSource EventMsgFile=C:\h1\bin\messages.dll servicename=KesOld svcname=KesOld)"
+    R"( sswseCreateService.servicename=KesNew binpath="C:\h1\bin\kestel.exe -x" dependencies=RpcSs)"
     R"( OSSid=S-1-5-19 pszTrustee=S-1-5-19 sid=S-1-5-19 dwAccessRights=1 mask=1)"
     R"( acl=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD) list=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD))"
     R"( path=file sswseGetPredefKey.path=MACHINE\Software wFilename=file wtype=0 ptype=6)";
@@ -83,6 +88,25 @@ std::string ordinaryValue(const std::string& function, const std::string& parame
     const auto special = values.find(function + "." + parameter);
     const auto found = special == values.end() ? values.find(parameter) : special;
     return found == values.end() ? "" : found->second;
+}
+
+bool isUntouched(const guarded::Buffer& buffer)
+{
+    return std::all_of(buffer.data(), buffer.data() + buffer.size(), [](char byte) { return byte == '\xCC'; });
+}
+
+// What the library has written where a parameter lies: a text with its end in a buffer that it is given for one.
+void takeBack(cli::Kind kind, const guarded::Buffer& buffer, std::vector<char>& bytes)
+{
+    const auto* const wide = reinterpret_cast<const wchar_t*>(buffer.data());
+    if (kind == cli::Kind::textOut || kind == cli::Kind::wideOut) {
+        if (isUntouched(buffer))
+            return;
+        EXPECT_TRUE(kind == cli::Kind::wideOut
+                        ? wcsnlen(wide, buffer.size() / sizeof *wide) < buffer.size() / sizeof *wide
+                        : strnlen(buffer.data(), buffer.size()) < buffer.size());
+    }
+    memcpy(bytes.data(), buffer.data(), buffer.size());
 }
 
 } // namespace
@@ -103,32 +127,19 @@ bool isText(const cli::Parameter& parameter)
     return std::find(std::begin(texts), std::end(texts), parameter.kind) != std::end(texts);
 }
 
-Subject::Subject()
-    : home(usualKeyFile, "checked"), local(world.local()), remote(world.add(L"DB2")),
-      redirection_(home.module(), world), guard_(home.module(), world), stands_(home.module())
+Subject::Subject() : home(usualKeyFile, "checked"), redirection_(home.module(), world), beneath_(home.module())
 {
-    std::filesystem::current_path(files_.path()); // relative paths lead to where the test is at home
     std::ofstream("file") << "content";
     listedTree = files_.path().wstring();
-    stands_.redirect("FindFirstFileW", reinterpret_cast<void*>(&findFirstFile));
-    stands_.redirect("GetACP", reinterpret_cast<void*>(&ansiCodePage));
-    stands_.redirect("IsDBCSLeadByte", reinterpret_cast<void*>(&isLeadByte));
-    stands_.redirect("MultiByteToWideChar", reinterpret_cast<void*>(&toWide));
-    stands_.redirect("WideCharToMultiByte", reinterpret_cast<void*>(&toMultibyte));
-    whatif::Account user;
-    user.name = L"svc";
-    user.sid = L"S-1-5-21-9-9-9-1003";
-    user.password = L"Secret-1";
-    whatif::Service service;
-    service.name = service.displayName = L"KestelService";
-    service.account = L".\\svc";
-    for (whatif::Node* const node : {&local, &remote}) {
-        node->accounts.push_back(user);
-        node->services.push_back(service);
-        node->groups.push_back({L"KES_h1_SVCACCTS", L"", L"S-1-5-21-7-7-7-2001", {user.sid}});
-        node->groups.push_back({L"KES_h1_DBA", L"", L"S-1-5-21-7-7-7-2002", {}});
-        node->groups.push_back({L"KES_DBA", L"", L"S-1-5-21-7-7-7-2003", {}});
-    }
+    beneath_.redirect("FindFirstFileW", reinterpret_cast<void*>(&findFirstFile));
+    beneath_.redirect("GetACP", reinterpret_cast<void*>(&ansiCodePage));
+    beneath_.redirect("IsDBCSLeadByte", reinterpret_cast<void*>(&isLeadByte));
+    beneath_.redirect("MultiByteToWideChar", reinterpret_cast<void*>(&toWide));
+    beneath_.redirect("WideCharToMultiByte", reinterpret_cast<void*>(&toMultibyte));
+    guard_.emplace(home.module(), world);
+    world.load(KESWSEC_SOURCE_DIR "/tests/faults/node.ini");
+    local = remote = world.local();
+    remote.name = world.add(L"DB2").name;
     SetUnhandledExceptionFilter(&nameTheCall);
     restore();
 }
@@ -136,18 +147,14 @@ Subject::Subject()
 Subject::~Subject()
 {
     SetUnhandledExceptionFilter(nullptr);
-    std::filesystem::current_path(support::programDirectory());
     machineCodePage = 0;
 }
 
 void Subject::restore()
 {
     home.writeKeyFile(usualKeyFile);
-    setValue(L"KESTEL_HOME_NAME", whatif::registryText(L"h1"));
-    setValue(L"KESTEL_HOME_TYPE", whatif::registryText(L"1"));
-    setValue(L"KESTEL_SVCUSER", whatif::registryText(L"svc"));
-    setValue(L"KESTEL_SVCUSER_TYPE", whatif::registryText(L" "));
-    setValue(L"KESTEL_SVCUSER_PWDREQ", whatif::registryText(L"1"));
+    for (const auto& [name, text] : usualValues)
+        setValue(name, whatif::registryText(text));
 }
 
 void Subject::setValue(const wchar_t* name, const whatif::RegistryValue& value)
@@ -161,13 +168,12 @@ void Subject::setCodePage(UINT codePage)
     machineCodePage = codePage;
 }
 
-void Subject::traceTo(support::TraceLog* log)
+void Subject::setTracing(bool on)
 {
-    tracing_ = log;
-    if (log)
-        EXPORT_OF(home, sswseTraceOn)(nullptr, &support::TraceLog::receive, log, 0);
-    else
-        EXPORT_OF(home, sswseTraceOff)(nullptr);
+    EXPORT_OF(home, sswseTraceOff)(nullptr);
+    log.take();
+    if (on)
+        EXPORT_OF(home, sswseTraceOn)(nullptr, &support::TraceLog::receive, &log, 0);
 }
 
 Call Subject::ordinary(const cli::Function& function) const
@@ -186,7 +192,8 @@ Call Subject::ordinary(const cli::Function& function) const
 void Subject::callLibrary(const Call& call, Answer& answer)
 {
     const cli::Host host = {home.module(), &whatif::closeServiceHandle, nullptr};
-    const guarded::Buffer record(sizeof(sswseErrRec), '\0');
+    static const std::set<std::string> keeping = {"sswseFillErrMsg", "sswseCheckAccessMask"}; // what is in the record
+    const guarded::Buffer record(sizeof(sswseErrRec), keeping.count(call.function->name) ? 0 : 0xCC);
     auto* const rec = reinterpret_cast<sswseErrRec*>(record.data());
     cli::Slots slots = {reinterpret_cast<std::uintptr_t>(rec)};
     std::vector<cli::Cell> cells = cli::prepareCells(host, call, slots);
@@ -200,23 +207,34 @@ void Subject::callLibrary(const Call& call, Answer& answer)
             slot = 0;
         } else if (!bytes.empty() && slot == reinterpret_cast<std::uintptr_t>(bytes.data())) {
             const bool isBuffer = kind == cli::Kind::textOut || kind == cli::Kind::wideOut; // with a byte more
-            guardedBytes[i] = std::make_unique<guarded::Buffer>(bytes.data(), bytes.size() - isBuffer);
+            guardedBytes[i] = isBuffer ? std::make_unique<guarded::Buffer>(bytes.size() - 1)
+                                       : std::make_unique<guarded::Buffer>(bytes.data(), bytes.size());
             slot = reinterpret_cast<std::uintptr_t>(guardedBytes[i]->data());
         }
+        if (kind == cli::Kind::aclInOut && cells[i].word)
+            Interception::give(intercept::Kind::localBlock, cells[i].as<void*>());
     }
     answer.status = cli::callWithSlots(host, call.function->name, slots);
-    for (size_t i = 0; i < cells.size(); ++i)
+    for (size_t i = 0; i < cells.size(); ++i) {
+        const cli::Kind kind = call.function->parameters[i].kind;
         if (guardedBytes[i])
-            memcpy(cells[i].bytes.data(), guardedBytes[i]->data(), guardedBytes[i]->size());
-    EXPECT_TRUE(memchr(rec->message, '\0', sizeof rec->message) && memchr(rec->oserror, '\0', sizeof rec->oserror));
-    answer.message.assign(rec->message, strnlen(rec->message, sizeof rec->message));
+            takeBack(kind, *guardedBytes[i], cells[i].bytes);
+        if (cells[i].word && (kind == cli::Kind::aclInOut || kind == cli::Kind::serviceOut))
+            Interception::take(kind == cli::Kind::aclInOut ? intercept::Kind::localBlock
+                                                           : intercept::Kind::serviceHandle,
+                               cells[i].as<void*>());
+    }
+    if (!isUntouched(record)) {
+        EXPECT_LT(strnlen(rec->message, sizeof rec->message), sizeof rec->message);
+        EXPECT_LT(strnlen(rec->oserror, sizeof rec->oserror), sizeof rec->oserror);
+        answer.message = rec->message;
+    }
     const bool good = cli::verdictOf(*call.function, answer.status, !answer.message.empty()).good;
     answer.outputs = cli::readOutputs(call, cells, good);
     cli::releaseCells(host, call, cells);
-    answer.leaked = guarded::leakedSecrets(); // before the caller's own blocks are released
 }
 
-Answer Subject::run(const Call& call, const std::string& what, const intercept::Fault& fault)
+Answer Subject::run(const Call& call, const std::string& what)
 {
     running = std::string(call.function->name) + ": " + what;
     SCOPED_TRACE(running);
@@ -225,29 +243,39 @@ Answer Subject::run(const Call& call, const std::string& what, const intercept::
     world.clearPlan();
     const size_t blocks = guarded::liveBlocks();
     Answer answer;
-    guard_.start(fault);
+    guard_->start({});
     callLibrary(call, answer);
-    trail = guard_.finish();
+    trail = guard_->finish();
     EXPECT_TRUE(support::mayAnswer(*call.function, answer.status)) << answer.status << " " << answer.message;
-    if (answer.status == SSWSE_INVALID_ARGUMENT && cli::takesRecord(*call.function)) {
-        EXPECT_NE(answer.message, "");
+    if (answer.status >= SSWSE_INVALID_ARGUMENT && !support::statusesOf(*call.function).empty()) {
         EXPECT_TRUE(world.plan().empty());
+        EXPECT_TRUE(!answer.message.empty() || answer.status > SSWSE_INVALID_ARGUMENT ||
+                    !cli::takesRecord(*call.function));
     }
-    EXPECT_TRUE(tracing_ || guarded::liveBlocks() == blocks); // argument lines are kept
+    EXPECT_THAT(trail.offences, IsEmpty());
+    EXPECT_THAT(trail.balance, IsEmpty());
+    EXPECT_EQ(guarded::liveBlocks(), blocks);
     guarded::sweep();
-    guarded::leakedSecrets();
     return answer;
 }
 
-Functions Subject::functionsThatCall(const std::set<std::string>& imports)
+Functions Subject::readers(const std::set<std::string>& imports, size_t least)
 {
     Functions found;
+    std::set<std::string> called;
     for (const cli::Function* const function : callableFunctions()) {
-        run(ordinary(*function), "ordinary");
-        if (std::any_of(trail.calls.begin(), trail.calls.end(),
-                        [&](const intercept::Trail::Call& each) { return imports.count(each.row->name); }))
-            found.push_back(function);
+        const Answer answer = run(ordinary(*function), "ordinary");
+        const cli::Verdict verdict = cli::verdictOf(*function, answer.status, !answer.message.empty());
+        EXPECT_TRUE(verdict.good || verdict.meaning == "no") << function->name << " " << answer.message;
+        for (const intercept::Trail::Call& each : trail.calls)
+            if (imports.count(each.row->name)) {
+                called.insert(each.row->name);
+                if (found.empty() || found.back() != function)
+                    found.push_back(function);
+            }
     }
+    EXPECT_EQ(called, imports);
+    EXPECT_GE(found.size(), least);
     return found;
 }
 

@@ -9,6 +9,7 @@
 #include "whatif/registry.h"
 #include "whatif/whatif.h"
 
+#include <optional>
 #include <set>
 
 namespace hostile {
@@ -23,12 +24,26 @@ struct Answer
     DWORD status = 0;
     std::string message;
     nlohmann::ordered_json outputs;
-    std::vector<std::string> leaked; // of what guarded::watchFor names: found in released blocks
 };
 
 using Functions = std::vector<const cli::Function*>;
 Functions callableFunctions(); // all but those that switch tracing or release memory
 bool isText(const cli::Parameter& parameter);
+
+extern std::string running; // the call under way, which a crash names
+
+template <class Thing>
+Thing& named(std::vector<Thing>& things, const std::wstring& name)
+{
+    return *std::find_if(things.begin(), things.end(), [&](const Thing& each) { return each.name == name; });
+}
+
+// Of the home in the registry.
+inline constexpr std::pair<const wchar_t*, const wchar_t*> usualValues[] = {{L"KESTEL_HOME_NAME", L"h1"},
+                                                                            {L"KESTEL_HOME_TYPE", L"1"},
+                                                                            {L"KESTEL_SVCUSER", L"svc"},
+                                                                            {L"KESTEL_SVCUSER_TYPE", L" "},
+                                                                            {L"KESTEL_SVCUSER_PWDREQ", L"1"}};
 
 // The library in a home of its own on a described node, "NODE", and a second node "DB2".
 class Subject
@@ -42,30 +57,31 @@ public:
     // A call with which the function succeeds, or answers "no".
     Call ordinary(const cli::Function& function) const;
     // The nodes as they are said to be, then the call and the checks: a documented status, a record that is whole,
-    // nothing kept, nothing changed on the nodes by a call that was refused. `what` tells it from others in a failure.
-    Answer run(const Call& call, const std::string& what, const intercept::Fault& fault = {});
-    Functions functionsThatCall(const std::set<std::string>& imports);
-    void runAll(const Functions& functions, const std::string& what); // their ordinary calls
+    // texts that end, nothing kept or released twice, nothing changed on the nodes by a call that was refused. `what`
+    // tells it from others in a failure.
+    Answer run(const Call& call, const std::string& what);
+    Functions readers(const std::set<std::string>& imports, size_t least); // what comes to one of them; all are reached
+    void runAll(const Functions& functions, const std::string& what);      // their ordinary calls
 
     void restore(); // key file and registry values
     void setValue(const wchar_t* name, const whatif::RegistryValue& value);
-    void setCodePage(UINT codePage);      // that the library finds; 0: the machine's
-    void traceTo(support::TraceLog* log); // NULL: no longer
+    void setCodePage(UINT codePage); // that the library finds; 0: the machine's
+    void setTracing(bool on);        // to the log, which is empty then
 
     support::TemporaryHome home;
     whatif::World world{whatif::Base::described};
-    whatif::Node local; // the nodes as each call finds them
-    whatif::Node remote;
+    whatif::Node local;  // the nodes as each call finds them, from the file of the fault runs
+    whatif::Node remote; // the same
+    support::TraceLog log;
     intercept::Trail trail; // of the last call
 
 private:
     void callLibrary(const Call& call, Answer& answer);
 
-    support::ScratchDirectory files_;
+    support::CurrentDirectory files_;
     whatif::Redirection redirection_;
-    intercept::Interception guard_;
-    whatif::Imports stands_;
-    bool tracing_ = false;
+    whatif::Imports beneath_; // what the world has no replacement for
+    std::optional<intercept::Interception> guard_;
 };
 
 } // namespace hostile

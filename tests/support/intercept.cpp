@@ -226,6 +226,8 @@ void Interception::traced(const char* line)
 {
     constexpr char entering[] = "Entering... ";
     const std::lock_guard lock(mutex);
+    if (!run.on)
+        return;
     run.inArgumentLine = false;
     run.entered = strncmp(line, entering, strlen(entering)) == 0;
     if (run.entered)

@@ -20,6 +20,17 @@ private:
     std::filesystem::path path_;
 };
 
+// The current one while it lives, for relative paths.
+class CurrentDirectory : public ScratchDirectory
+{
+public:
+    CurrentDirectory() { std::filesystem::current_path(path()); }
+    ~CurrentDirectory() { std::filesystem::current_path(before_); }
+
+private:
+    const std::filesystem::path before_ = std::filesystem::current_path();
+};
+
 // The directory of the test program, where the build puts the library.
 std::filesystem::path programDirectory();
 

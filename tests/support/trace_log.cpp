@@ -1,5 +1,7 @@
 #include "tests/support/trace_log.h"
 
+#include "tests/support/intercept.h"
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -18,6 +20,7 @@ void TraceLog::receive(void* context, const char* format, ...)
     else
         vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
+    intercept::Interception::traced(line);
     const std::lock_guard lock(log.mutex);
     log.lines.emplace_back(line);
     log.threads.push_back(GetCurrentThreadId());
