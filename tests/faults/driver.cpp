@@ -49,12 +49,12 @@ LONG WINAPI lastWords(EXCEPTION_POINTERS* exception)
 // The first message of a run, which is all that a function without a record says.
 std::string told;
 
-// In halves, so that no half of it is left either.
-const std::vector<std::string> passwordHalves = {std::string(password, 10), password + 10};
+// Its ends, so that no half of it is left either.
+const std::vector<std::string> passwordEnds = {std::string(password, 8), password + sizeof password - 9};
 
 bool tells(const std::string& text)
 {
-    return std::any_of(passwordHalves.begin(), passwordHalves.end(),
+    return std::any_of(passwordEnds.begin(), passwordEnds.end(),
                        [&](const std::string& half) { return text.find(half) != std::string::npos; });
 }
 
@@ -184,7 +184,7 @@ public:
     void run()
     {
         ++counts_.scenarios;
-        guarded::watchFor(takesPassword_ ? passwordHalves : std::vector<std::string>());
+        guarded::watchFor(takesPassword_ ? passwordEnds : std::vector<std::string>());
         stage_.set(scenario_.prepare);
         if (!runAsItIs("as it is"))
             return;
