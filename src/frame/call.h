@@ -54,6 +54,7 @@ DWORD sswseRunFramedKeepingRecord(sswseErrRec* err, const char* function, const 
     sswseErrRec scratch;
     sswseClearRecord(&scratch);
     const sswseCall call = {err ? err : &scratch, function};
+    call.rec->message[sizeof call.rec->message - 1] = '\0'; // what a caller left in it may have no end
     if (sswseTraceEnabled()) {
         sswseTraceEntry(function);
         sswseTraceArgLine(argLine);

@@ -253,6 +253,10 @@ TEST(AccessMask, TheFirstEntryOfTheSidDecides)
         EXPECT_EQ(sswseCheckAccessMask(&rec, nullptr, nodes.data(), sidOf(everyone), mask), answer) << entries;
         EXPECT_STREQ(rec.message, "earlier");
     }
+    sswseErrRec endless;
+    memset(&endless, 'x', sizeof endless);
+    argumentLine([&](sswseErrRec*) { return sswseCheckAccessMask(&endless, nullptr, nullptr, sidOf(everyone), 1); });
+    EXPECT_EQ(endless.message, std::string(sizeof endless.message - 1, 'x'));
 }
 
 TEST(PredefinedKey, IsSplitFromItsName)
