@@ -7,6 +7,7 @@
 #include <cstring>
 #include <mutex>
 #include <set>
+#include <utility>
 
 namespace intercept {
 
@@ -26,6 +27,7 @@ struct Run
     // its argument line.
     std::vector<std::string> routines;
     bool entered = false;
+    bool isArgumentBuffer = false; // the call at hand: other blocks of the line may be of its size
     bool inArgumentLine = false;
     std::vector<uintptr_t> argumentBuffers;
 };
@@ -38,7 +40,8 @@ constexpr size_t argumentBufferSize = 512;
 
 bool isForArgumentLine(const Row& row, const Raw& arguments)
 {
-    if (run.entered && row.says == Says::memoryNull && arguments[0] == argumentBufferSize)
+    run.isArgumentBuffer = run.entered && row.says == Says::memoryNull && arguments[0] == argumentBufferSize;
+    if (run.isArgumentBuffer)
         run.inArgumentLine = true;
     run.entered = false;
     return run.inArgumentLine;
@@ -166,7 +169,7 @@ uintptr_t finished(const Row& row, uintptr_t result, const Raw& arguments)
         resource = place ? *place : 0;
     }
     const std::lock_guard lock(mutex);
-    if (run.on && resource && run.inArgumentLine && arguments[0] == argumentBufferSize)
+    if (std::exchange(run.isArgumentBuffer, false) && run.on && resource)
         run.argumentBuffers.push_back(resource);
     else if (run.on && resource)
         run.held[resource] = row.acquires;
