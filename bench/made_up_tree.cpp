@@ -1,6 +1,6 @@
 #include "bench/made_up_tree.h"
 
-#include "whatif/descriptors.h"
+#include "whatif/security/descriptors.h"
 
 #include <cstring>
 #include <utility>

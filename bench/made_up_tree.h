@@ -2,7 +2,7 @@
 // security. What is measured on it is the work of the caller and not that of a file system.
 #pragma once
 
-#include "whatif/imports.h"
+#include "whatif/redirect/imports.h"
 
 #include <string>
 

@@ -4,7 +4,7 @@
 #include "bench/bare_loop.h"
 #include "bench/made_up_tree.h"
 #include "keswsec.h"
-#include "whatif/descriptors.h"
+#include "whatif/security/descriptors.h"
 #include "whatif/whatif.h"
 
 #include <psapi.h>

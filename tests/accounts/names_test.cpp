@@ -2,7 +2,7 @@
 #include "accounts/account_names.h"
 #include "tests/support/cases.h"
 #include "tests/support/trace_log.h"
-#include "whatif/sids.h"
+#include "whatif/model/sids.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "tests/acl/held_object.h"
 
-#include "whatif/descriptors.h"
+#include "whatif/security/descriptors.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "keswsec.h"
-#include "whatif/imports.h"
+#include "whatif/redirect/imports.h"
 
 #include <string>
 #include <vector>

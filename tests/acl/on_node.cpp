@@ -1,7 +1,7 @@
 #include "tests/acl/on_node.h"
 
-#include "whatif/descriptors.h"
-#include "whatif/registry.h"
+#include "whatif/model/registry.h"
+#include "whatif/security/descriptors.h"
 
 namespace acl {
 

@@ -1,7 +1,7 @@
 // Home key, type and name, the recorded service user, event-log sources.
 #include "tests/faults/driver.h"
 
-#include "whatif/registry.h"
+#include "whatif/model/registry.h"
 
 namespace faults {
 

@@ -1,8 +1,8 @@
 #include "tests/faults/stage.h"
 
-#include "whatif/descriptors.h"
-#include "whatif/registry.h"
-#include "whatif/sids.h"
+#include "whatif/model/registry.h"
+#include "whatif/model/sids.h"
+#include "whatif/security/descriptors.h"
 
 #include <algorithm>
 #include <cstring>

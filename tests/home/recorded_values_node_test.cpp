@@ -2,8 +2,8 @@
 // remote node, given by key and by path.
 #include "home/home_name.h"
 #include "tests/support/node_test.h"
-#include "whatif/active.h"
-#include "whatif/registry.h"
+#include "whatif/model/registry.h"
+#include "whatif/redirect/active.h"
 
 #include <cerrno>
 #include <cstring>

@@ -3,8 +3,8 @@
 #include "tests/hostile/subject.h"
 #include "tests/support/guarded_heap.h"
 #include "tests/support/statuses.h"
-#include "whatif/descriptors.h"
-#include "whatif/sids.h"
+#include "whatif/model/sids.h"
+#include "whatif/security/descriptors.h"
 
 #include <gtest/gtest.h>
 

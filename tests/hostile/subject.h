@@ -6,7 +6,7 @@
 #include "tests/support/home.h"
 #include "tests/support/intercept.h"
 #include "tests/support/trace_log.h"
-#include "whatif/registry.h"
+#include "whatif/model/registry.h"
 #include "whatif/whatif.h"
 
 #include <optional>

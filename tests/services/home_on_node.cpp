@@ -1,7 +1,7 @@
 #include "tests/services/home_on_node.h"
 
 #include "tests/support/guarded_heap.h"
-#include "whatif/active.h"
+#include "whatif/redirect/active.h"
 
 #include <stdexcept>
 

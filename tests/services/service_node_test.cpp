@@ -1,7 +1,7 @@
 // Services of a home: created, updated, deleted, asked for their account and their SID.
 #include "tests/services/home_on_node.h"
 #include "tests/support/guarded_heap.h"
-#include "whatif/sids.h"
+#include "whatif/model/sids.h"
 
 using namespace std::string_literals;
 

@@ -2,7 +2,7 @@
 // keeps account of what is acquired and released. Sits on top of whatever the imports point at, a what-if node too.
 #pragma once
 
-#include "whatif/imports.h"
+#include "whatif/redirect/imports.h"
 #include "whatif/whatif.h"
 
 #include <windows.h>

@@ -4,7 +4,7 @@
 
 #include "keswsec.h"
 #include "tests/support/scratch_directory.h"
-#include "whatif/imports.h"
+#include "whatif/redirect/imports.h"
 
 #include <memory>
 

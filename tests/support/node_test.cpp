@@ -1,8 +1,8 @@
 #include "tests/support/node_test.h"
 
-#include "whatif/active.h"
-#include "whatif/names.h"
-#include "whatif/registry.h"
+#include "whatif/model/names.h"
+#include "whatif/model/registry.h"
+#include "whatif/redirect/active.h"
 
 namespace support {
 

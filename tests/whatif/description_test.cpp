@@ -1,6 +1,6 @@
 #include "tests/support/scratch_directory.h"
-#include "whatif/names.h"
-#include "whatif/registry.h"
+#include "whatif/model/names.h"
+#include "whatif/model/registry.h"
 #include "whatif/whatif.h"
 
 #include <gmock/gmock.h>

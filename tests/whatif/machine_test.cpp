@@ -1,9 +1,9 @@
 // What a node that reads this machine sees of it, and that nothing it writes gets there.
 #include "frame/owned.h"
 #include "tests/whatif/replaced.h"
-#include "whatif/descriptors.h"
-#include "whatif/names.h"
-#include "whatif/registry.h"
+#include "whatif/model/names.h"
+#include "whatif/model/registry.h"
+#include "whatif/security/descriptors.h"
 
 #include <aclapi.h>
 

@@ -1,5 +1,5 @@
 #include "tests/whatif/replaced.h"
-#include "whatif/names.h"
+#include "whatif/model/names.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 #include "tests/support/program.h"
-#include "whatif/registry.h"
+#include "whatif/model/registry.h"
 #include "whatif/whatif.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/support/node_test.h"
-#include "whatif/imports.h"
+#include "whatif/redirect/imports.h"
 
 namespace replaced {
 

@@ -1,8 +1,8 @@
 #include "tests/whatif/replaced.h"
-#include "whatif/descriptors.h"
-#include "whatif/ini.h"
-#include "whatif/registry.h"
-#include "whatif/sids.h"
+#include "whatif/description/ini.h"
+#include "whatif/model/registry.h"
+#include "whatif/model/sids.h"
+#include "whatif/security/descriptors.h"
 
 #include <aclapi.h>
 

@@ -1,0 +1,225 @@
+// Access-control lists with names in them, and the security of files, directories and registry keys.
+#include "whatif/model/names.h"
+#include "whatif/model/objects.h"
+#include "whatif/model/sids.h"
+#include "whatif/redirect/active.h"
+#include "whatif/redirect/guarded.h"
+
+#include <accctrl.h>
+#include <aclapi.h>
+
+namespace whatif {
+
+namespace {
+
+// ---- names in lists ----------------------------------------------------------------------------------------------
+
+bool isByName(const EXPLICIT_ACCESS_A& entry)
+{
+    return entry.Trustee.TrusteeForm == TRUSTEE_IS_NAME;
+}
+
+// Names are the node's.
+DWORD WINAPI setEntriesInAcl(ULONG count, PEXPLICIT_ACCESS_A entries, PACL before, PACL* after)
+{
+    Locked world;
+    std::vector<EXPLICIT_ACCESS_A> bySid(entries, entries + (entries ? count : 0));
+    std::vector<std::vector<BYTE>> sids;
+    for (EXPLICIT_ACCESS_A& entry : bySid) {
+        if (!isByName(entry))
+            continue;
+        const auto name = resolve(world->local(), wide(entry.Trustee.ptstrName));
+        if (!name)
+            return ERROR_NONE_MAPPED;
+        sids.push_back(sidBytes(name->sid));
+        entry.Trustee.TrusteeForm = TRUSTEE_IS_SID;
+        entry.Trustee.ptstrName = reinterpret_cast<LPSTR>(sids.back().data());
+    }
+    return mergeEntries(bySid, before, after);
+}
+
+// ---- files -------------------------------------------------------------------------------------------------------
+
+BOOL WINAPI getFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor, DWORD size,
+                            LPDWORD needed)
+{
+    Locked world;
+    Object object;
+    Security security;
+    if (!name || !needed)
+        return failWith(ERROR_INVALID_PARAMETER);
+    if (parts & SACL_SECURITY_INFORMATION)
+        return failWith(ERROR_PRIVILEGE_NOT_HELD);
+    DWORD error = fileObject(*world, name, object);
+    if (!error)
+        error = readSecurity(object, security);
+    if (!error && !machineDecides(object) && !allows(security, READ_CONTROL, fileRights))
+        error = ERROR_ACCESS_DENIED;
+    if (error)
+        return failWith(error);
+    return handOut(security, parts, descriptor, size, needed);
+}
+
+// The mark of an inheriting DACL is only taken over from a descriptor that asks for it.
+Security asWritten(const Security& before, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor)
+{
+    constexpr SECURITY_DESCRIPTOR_CONTROL asked = SE_DACL_AUTO_INHERIT_REQ | SE_DACL_AUTO_INHERITED;
+    SECURITY_DESCRIPTOR_CONTROL control = 0;
+    DWORD revision = 0;
+    GetSecurityDescriptorControl(descriptor, &control, &revision);
+    Security after = securityOf(descriptor);
+    if ((control & asked) != asked)
+        after.flags &= static_cast<SECURITY_DESCRIPTOR_CONTROL>(~SE_DACL_AUTO_INHERITED);
+    mapGenericRights(after, fileRights);
+    if (!(parts & OWNER_SECURITY_INFORMATION))
+        after.owner = before.owner;
+    if (parts & DACL_SECURITY_INFORMATION)
+        return after;
+    Security ownerOnly = before;
+    ownerOnly.owner = after.owner;
+    return ownerOnly;
+}
+
+// Nothing is passed on to what lies below: this function never does.
+BOOL WINAPI setFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor)
+{
+    Locked world;
+    Object object;
+    Security before;
+    if (!name)
+        return failWith(ERROR_INVALID_PARAMETER);
+    if (!descriptor || !IsValidSecurityDescriptor(descriptor))
+        return failWith(ERROR_INVALID_SECURITY_DESCR);
+    if (parts & SACL_SECURITY_INFORMATION)
+        return failWith(ERROR_PRIVILEGE_NOT_HELD);
+    DWORD error = fileObject(*world, name, object);
+    if (!error)
+        error = readSecurity(object, before);
+    if (!error && !mayChange(object, before, accessToWrite(parts)))
+        error = ERROR_ACCESS_DENIED;
+    if (error)
+        return failWith(error);
+    writeSecurity(*world, object, before, asWritten(before, parts, descriptor));
+    return TRUE;
+}
+
+// ---- objects by name ---------------------------------------------------------------------------------------------
+
+// The entries that are the object's own, and behind them those that it inherits.
+Security withInherited(const Security& own, const Object& object, const Security* parent)
+{
+    Security merged = own;
+    keepEntries(merged, false);
+    merged.flags = SE_DACL_AUTO_INHERITED;
+    if (parent) {
+        Security inherited = inheritedFrom(*parent, object.container, *object.rights);
+        keepEntries(inherited, true);
+        appendEntries(merged, inherited);
+    }
+    return merged;
+}
+
+struct Secured
+{
+    Object object;
+    Security security;
+};
+
+// What lies below and is not protected.
+std::vector<Secured> heirsOf(World& world, const Object& object)
+{
+    std::vector<Secured> heirs;
+    for (const Object& child : childrenOf(world, object)) {
+        Secured heir = {child, {}};
+        if (readSecurity(child, heir.security) == ERROR_SUCCESS && heir.security.hasDacl &&
+            !(heir.security.flags & SE_DACL_PROTECTED))
+            heirs.push_back(std::move(heir));
+    }
+    return heirs;
+}
+
+// The object's security, and below it the entries that are passed on. Those below are read first: what nobody has
+// touched follows its parent.
+void writeAndPassOn(World& world, const Secured& before, const Security& after)
+{
+    const std::vector<Secured> heirs = heirsOf(world, before.object);
+    writeSecurity(world, before.object, before.security, after);
+    for (const Secured& heir : heirs) {
+        const Security inherited = withInherited(heir.security, heir.object, &after);
+        if (textOf(heir.security) != textOf(inherited))
+            writeAndPassOn(world, heir, inherited);
+    }
+}
+
+DWORD findObject(World& world, const std::wstring& name, SE_OBJECT_TYPE type, Object& object)
+{
+    if (type == SE_FILE_OBJECT)
+        return fileObject(world, name, object);
+    return type == SE_REGISTRY_KEY ? keyObject(world, name, object) : ERROR_NOT_SUPPORTED;
+}
+
+// Neither asked to protect nor to unprotect, an object stays what it was.
+bool becomesProtected(SECURITY_INFORMATION parts, const Security& before)
+{
+    if (parts & PROTECTED_DACL_SECURITY_INFORMATION)
+        return true;
+    return !(parts & UNPROTECTED_DACL_SECURITY_INFORMATION) && (before.flags & SE_DACL_PROTECTED);
+}
+
+Security namedSecurity(const Object& object, const Security& before, SECURITY_INFORMATION parts, PACL dacl)
+{
+    SECURITY_DESCRIPTOR descriptor;
+    InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
+    SetSecurityDescriptorDacl(&descriptor, TRUE, dacl, FALSE);
+    Security after = securityOf(&descriptor);
+    after.owner = before.owner;
+    mapGenericRights(after, *object.rights);
+    if (becomesProtected(parts, before)) {
+        after.flags = SE_DACL_PROTECTED | SE_DACL_AUTO_INHERITED;
+        return after;
+    }
+    Object parent;
+    Security above;
+    const bool inherits = parentOf(object, parent) && readSecurity(parent, above) == ERROR_SUCCESS;
+    return dacl ? withInherited(after, object, inherits ? &above : nullptr) : after;
+}
+
+DWORD WINAPI setNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION parts, PSID owner, PSID,
+                                  PACL dacl, PACL)
+{
+    Locked world;
+    Object object;
+    Security before;
+    if (!name || (dacl && !IsValidAcl(dacl)))
+        return name ? ERROR_INVALID_ACL : ERROR_INVALID_PARAMETER;
+    if (parts & SACL_SECURITY_INFORMATION)
+        return ERROR_PRIVILEGE_NOT_HELD;
+    if (const DWORD error = findObject(*world, name, type, object))
+        return error;
+    if (const DWORD error = readSecurity(object, before))
+        return error;
+    if (!mayChange(object, before, READ_CONTROL | accessToWrite(parts)))
+        return ERROR_ACCESS_DENIED;
+    Security after = parts & DACL_SECURITY_INFORMATION ? namedSecurity(object, before, parts, dacl) : before;
+    if (parts & OWNER_SECURITY_INFORMATION)
+        after.owner = sidBytes(sidText(owner));
+    if (parts & DACL_SECURITY_INFORMATION)
+        writeAndPassOn(*world, {object, before}, after);
+    else
+        writeSecurity(*world, object, before, after);
+    return ERROR_SUCCESS;
+}
+
+} // namespace
+
+std::vector<Replacement> securityReplacements()
+{
+    return {
+        returningError<&setEntriesInAcl>("SetEntriesInAclA"),
+        settingLastError<&getFileSecurity>("GetFileSecurityW"),
+        settingLastError<&setFileSecurity>("SetFileSecurityW"),
+        returningError<&setNamedSecurityInfo>("SetNamedSecurityInfoW"),
+    };
+}
+
+} // namespace whatif

@@ -1,0 +1,162 @@
+// The service control manager: opening it, opening, creating and deleting services. A service marked for deletion stays
+// until its last handle is closed; until then it can still be opened, but neither be created again nor be changed.
+#include "whatif/model/service_handles.h"
+#include "whatif/redirect/active.h"
+#include "whatif/redirect/guarded.h"
+#include "whatif/security/descriptors.h"
+
+namespace whatif {
+
+namespace {
+
+constexpr size_t longestName = 256;
+const GENERIC_MAPPING managerRights = {
+    STANDARD_RIGHTS_READ | SC_MANAGER_ENUMERATE_SERVICE | SC_MANAGER_QUERY_LOCK_STATUS,
+    STANDARD_RIGHTS_WRITE | SC_MANAGER_CREATE_SERVICE | SC_MANAGER_MODIFY_BOOT_CONFIG,
+    STANDARD_RIGHTS_EXECUTE | SC_MANAGER_CONNECT | SC_MANAGER_LOCK, SC_MANAGER_ALL_ACCESS};
+
+DWORD mapped(DWORD access, const GENERIC_MAPPING& mapping)
+{
+    if (access & MAXIMUM_ALLOWED)
+        return mapping.GenericAll;
+    MapGenericMask(&access, const_cast<GENERIC_MAPPING*>(&mapping));
+    return access;
+}
+
+SC_HANDLE WINAPI openManager(LPCWSTR machine, LPCWSTR database, DWORD access)
+{
+    Locked world;
+    Node* const node = world->find(machine);
+    if (!node)
+        return failWith<SC_HANDLE>(RPC_S_SERVER_UNAVAILABLE);
+    if (database && sameName(database, SERVICES_FAILED_DATABASEW))
+        return failWith<SC_HANDLE>(ERROR_DATABASE_DOES_NOT_EXIST);
+    if (database && !sameName(database, SERVICES_ACTIVE_DATABASEW))
+        return failWith<SC_HANDLE>(ERROR_INVALID_NAME);
+    return openHandle({&*world, node, L"", mapped(access, managerRights) | SC_MANAGER_CONNECT});
+}
+
+DWORD checkName(LPCWSTR name)
+{
+    if (!name)
+        return ERROR_INVALID_ADDRESS;
+    return *name && wcslen(name) <= longestName && !wcspbrk(name, L"/\\") ? ERROR_SUCCESS : ERROR_INVALID_NAME;
+}
+
+SC_HANDLE WINAPI openService(SC_HANDLE manager, LPCWSTR name, DWORD access)
+{
+    Locked world;
+    const ServiceHandle* const opened = managerOf(manager, SC_MANAGER_CONNECT);
+    if (!opened)
+        return nullptr;
+    if (const DWORD error = checkName(name))
+        return failWith<SC_HANDLE>(error);
+    const Service* const service = findService(*opened->node, name);
+    if (!service)
+        return failWith<SC_HANDLE>(ERROR_SERVICE_DOES_NOT_EXIST);
+    if (!mayOpen(*opened->node, *service, access))
+        return failWith<SC_HANDLE>(ERROR_ACCESS_DENIED);
+    return openHandle({&*world, opened->node, service->name, mapped(access, serviceRights)});
+}
+
+// ---- creating ----------------------------------------------------------------------------------------------------
+
+DWORD checkNew(Node& node, const Service& wanted, bool hasPassword)
+{
+    const Service* const existing = findService(node, wanted.name);
+    if (existing)
+        return existing->deleted ? ERROR_SERVICE_MARKED_FOR_DELETE : ERROR_SERVICE_EXISTS;
+    if (const DWORD error = checkService(node, wanted))
+        return error;
+    if (isDisplayNameTaken(node, wanted.displayName, wanted.name))
+        return ERROR_DUPLICATE_SERVICE_NAME;
+    return checkServiceAccount(node, wanted, hasPassword);
+}
+
+void recordCreation(World& world, const Node& node, const Service& service)
+{
+    const std::wstring object = L"service " + service.name;
+    const std::wstring account = service.account.empty() ? L"" : service.account + L", ";
+    world.record({node.name, object, L"created", L"", account + startText(service.start) + L", " + service.binaryPath});
+    if (!service.password.empty())
+        world.record({node.name, object, L"password set", L"", L""});
+}
+
+SC_HANDLE WINAPI createService(SC_HANDLE manager, LPCWSTR name, LPCWSTR displayName, DWORD access, DWORD type,
+                               DWORD start, DWORD errorControl, LPCWSTR binaryPath, LPCWSTR loadOrderGroup, LPDWORD tag,
+                               LPCWSTR dependencies, LPCWSTR account, LPCWSTR password)
+{
+    Locked world;
+    const ServiceHandle* const opened = managerOf(manager, SC_MANAGER_CREATE_SERVICE);
+    if (!opened)
+        return nullptr;
+    Node& node = *opened->node;
+    if (!passes({binaryPath, loadOrderGroup, dependencies, account, password}))
+        return failWith<SC_HANDLE>(RPC_X_BAD_STUB_DATA);
+    if (const DWORD wrong = checkName(name))
+        return failWith<SC_HANDLE>(wrong);
+    if (!binaryPath)
+        return failWith<SC_HANDLE>(ERROR_INVALID_ADDRESS);
+    if (displayName && wcslen(displayName) > longestName)
+        return failWith<SC_HANDLE>(ERROR_INVALID_NAME);
+    Service wanted;
+    wanted.name = name;
+    wanted.displayName = displayName && *displayName ? displayName : name;
+    wanted.type = type;
+    wanted.start = start;
+    wanted.errorControl = errorControl;
+    wanted.binaryPath = binaryPath;
+    wanted.loadOrderGroup = textOrEmpty(loadOrderGroup);
+    wanted.dependencies = listOf(dependencies);
+    wanted.account = account && *account ? account : defaultAccount(type);
+    if (!ignoresPassword(node, wanted))
+        wanted.password = textOrEmpty(password);
+    wanted.security = defaultServiceSecurity;
+    DWORD error = tag ? assignTag(node, wanted) : ERROR_SUCCESS;
+    if (!error)
+        error = checkNew(node, wanted, password != nullptr);
+    if (error)
+        return failWith<SC_HANDLE>(error);
+    if (tag)
+        *tag = wanted.tag;
+    node.services.push_back(wanted);
+    recordCreation(*world, node, wanted);
+    return openHandle({&*world, &node, wanted.name, mapped(access, serviceRights)});
+}
+
+BOOL WINAPI deleteService(SC_HANDLE handle)
+{
+    Locked world;
+    Node* node = nullptr;
+    Service* const service = serviceOf(handle, DELETE, node);
+    if (!service)
+        return FALSE;
+    if (service->deleted)
+        return failWith(ERROR_SERVICE_MARKED_FOR_DELETE);
+    service->deleted = true;
+    if (node->readsMachine)
+        node->gone.insert(L"service " + service->name);
+    world->record({node->name, L"service " + service->name, L"deleted", L"", L""});
+    return TRUE;
+}
+
+} // namespace
+
+BOOL WINAPI closeServiceHandle(SC_HANDLE handle)
+{
+    Locked world;
+    return closeHandle(handle);
+}
+
+std::vector<Replacement> serviceReplacements()
+{
+    return {
+        settingLastError<&openManager>("OpenSCManagerW"),
+        settingLastError<&openService>("OpenServiceW"),
+        settingLastError<&createService>("CreateServiceW"),
+        settingLastError<&deleteService>("DeleteService"),
+        settingLastError<&closeServiceHandle>("CloseServiceHandle"),
+    };
+}
+
+} // namespace whatif

@@ -1,0 +1,102 @@
+// Services of the real machine, as a node that reads it takes them over.
+#include "whatif/model/service_handles.h"
+#include "whatif/redirect/active.h"
+#include "whatif/security/descriptors.h"
+
+#include <memory>
+
+namespace whatif {
+
+namespace {
+
+struct HandleRelease
+{
+    void operator()(SC_HANDLE handle) const { CloseServiceHandle(handle); }
+};
+
+using ServiceOwner = std::unique_ptr<SC_HANDLE__, HandleRelease>;
+
+// Two calls, the first for the size.
+template <class Query>
+std::vector<BYTE> queried(Query query)
+{
+    DWORD needed = 0;
+    std::vector<BYTE> buffer;
+    if (query(nullptr, 0, &needed) || GetLastError() != ERROR_INSUFFICIENT_BUFFER)
+        return buffer;
+    buffer.resize(needed);
+    if (!query(buffer.data(), needed, &needed))
+        buffer.clear();
+    return buffer;
+}
+
+void readConfiguration(const QUERY_SERVICE_CONFIGW& configuration, Service& service)
+{
+    service.displayName = textOrEmpty(configuration.lpDisplayName);
+    service.binaryPath = textOrEmpty(configuration.lpBinaryPathName);
+    service.account = textOrEmpty(configuration.lpServiceStartName);
+    service.loadOrderGroup = textOrEmpty(configuration.lpLoadOrderGroup);
+    service.dependencies = listOf(configuration.lpDependencies);
+    service.type = configuration.dwServiceType;
+    service.start = configuration.dwStartType;
+    service.errorControl = configuration.dwErrorControl;
+    service.tag = configuration.dwTagId;
+}
+
+void readSidType(SC_HANDLE handle, Service& service)
+{
+    SERVICE_SID_INFO info = {};
+    DWORD needed = 0;
+    if (QueryServiceConfig2W(handle, SERVICE_CONFIG_SERVICE_SID_INFO, reinterpret_cast<LPBYTE>(&info), sizeof info,
+                             &needed))
+        service.sidType = info.dwServiceSidType;
+}
+
+void readSecurity(SC_HANDLE handle, Service& service)
+{
+    std::vector<BYTE> descriptor = queried([&](BYTE* buffer, DWORD size, DWORD* needed) {
+        return QueryServiceObjectSecurity(handle, DACL_SECURITY_INFORMATION, buffer, size, needed);
+    });
+    service.security = descriptor.empty() ? defaultServiceSecurity : textOf(securityOf(descriptor.data()));
+}
+
+} // namespace
+
+bool machineLetsOpen(const std::wstring& name, DWORD access)
+{
+    const ServiceOwner manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    return manager && ServiceOwner(OpenServiceW(manager.get(), name.c_str(), access));
+}
+
+std::wstring machineServiceOfDisplayName(const std::wstring& displayName)
+{
+    constexpr DWORD longestName = 256;
+    const ServiceOwner manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    wchar_t name[longestName + 1];
+    DWORD size = longestName + 1;
+    return manager && GetServiceKeyNameW(manager.get(), displayName.c_str(), name, &size) ? name : L"";
+}
+
+bool readMachineService(const std::wstring& name, Service& service)
+{
+    const ServiceOwner manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    if (!manager)
+        return false;
+    ServiceOwner handle(OpenServiceW(manager.get(), name.c_str(), SERVICE_QUERY_CONFIG | READ_CONTROL));
+    if (!handle) // the configuration without the security is better than nothing
+        handle.reset(OpenServiceW(manager.get(), name.c_str(), SERVICE_QUERY_CONFIG));
+    if (!handle)
+        return false;
+    const std::vector<BYTE> configuration = queried([&](BYTE* buffer, DWORD size, DWORD* needed) {
+        return QueryServiceConfigW(handle.get(), reinterpret_cast<QUERY_SERVICE_CONFIGW*>(buffer), size, needed);
+    });
+    if (configuration.empty())
+        return false;
+    service.name = name;
+    readConfiguration(*reinterpret_cast<const QUERY_SERVICE_CONFIGW*>(configuration.data()), service);
+    readSidType(handle.get(), service);
+    readSecurity(handle.get(), service);
+    return true;
+}
+
+} // namespace whatif

@@ -1,0 +1,192 @@
+#include "whatif/model/local_groups.h"
+
+#include "whatif/functions/packed.h"
+#include "whatif/model/sids.h"
+#include "whatif/redirect/active.h"
+
+#include <algorithm>
+
+namespace whatif {
+
+namespace {
+
+struct NetRelease
+{
+    void operator()(void* block) const { NetApiBufferFree(block); }
+};
+
+template <class T>
+using NetBlock = std::unique_ptr<T, NetRelease>;
+
+std::vector<std::wstring> machineMembers(const std::wstring& name)
+{
+    LPBYTE buffer = nullptr;
+    DWORD count = 0;
+    DWORD total = 0;
+    std::vector<std::wstring> members;
+    if (NetLocalGroupGetMembers(nullptr, name.c_str(), 0, &buffer, MAX_PREFERRED_LENGTH, &count, &total, nullptr))
+        return members;
+    const NetBlock<BYTE> owner(buffer);
+    const auto* const rows = reinterpret_cast<const LOCALGROUP_MEMBERS_INFO_0*>(buffer);
+    for (DWORD i = 0; i < count; ++i)
+        members.push_back(sidText(rows[i].lgrmi0_sid));
+    return members;
+}
+
+// Copies a group of the real machine into the node, unless it was deleted there.
+Group* readMachineGroup(Node& node, const std::wstring& name)
+{
+    LPBYTE buffer = nullptr;
+    if (!node.readsMachine || node.gone.count(L"group " + name) ||
+        NetLocalGroupGetInfo(nullptr, name.c_str(), 1, &buffer))
+        return nullptr;
+    const NetBlock<BYTE> owner(buffer);
+    const auto known = resolve(node, name);
+    if (!buffer || !known || known->use != SidTypeAlias)
+        return nullptr;
+    const auto* const info = reinterpret_cast<const LOCALGROUP_INFO_1*>(buffer);
+    node.groups.push_back(
+        {info->lgrpi1_name, info->lgrpi1_comment ? info->lgrpi1_comment : L"", known->sid, machineMembers(name)});
+    return &node.groups.back();
+}
+
+std::vector<std::wstring> machineGroupNames()
+{
+    LPBYTE buffer = nullptr;
+    DWORD count = 0;
+    DWORD total = 0;
+    std::vector<std::wstring> names;
+    if (NetLocalGroupEnum(nullptr, 0, &buffer, MAX_PREFERRED_LENGTH, &count, &total, nullptr))
+        return names;
+    const NetBlock<BYTE> owner(buffer);
+    const auto* const rows = reinterpret_cast<const LOCALGROUP_INFO_0*>(buffer);
+    for (DWORD i = 0; i < count; ++i)
+        names.push_back(rows[i].lgrpi0_name);
+    return names;
+}
+
+std::vector<std::wstring> machineGroupsOf(const std::wstring& account, DWORD flags)
+{
+    LPBYTE buffer = nullptr;
+    DWORD count = 0;
+    DWORD total = 0;
+    std::vector<std::wstring> names;
+    if (NetUserGetLocalGroups(nullptr, account.c_str(), 0, flags, &buffer, MAX_PREFERRED_LENGTH, &count, &total))
+        return names;
+    const NetBlock<BYTE> owner(buffer);
+    const auto* const rows = reinterpret_cast<const LOCALGROUP_USERS_INFO_0*>(buffer);
+    for (DWORD i = 0; i < count; ++i)
+        names.push_back(rows[i].lgrui0_name);
+    return names;
+}
+
+// Which of the machine's groups an account is in through a group of its domain only the machine can tell.
+std::set<std::wstring, NoCase> throughDomainGroups(const Node& node, const std::wstring& sid)
+{
+    const std::wstring account = printableName(node, sid);
+    const auto direct = machineGroupsOf(account, 0);
+    const auto all = machineGroupsOf(account, LG_INCLUDE_INDIRECT);
+    std::set<std::wstring, NoCase> names(all.begin(), all.end());
+    for (const std::wstring& name : direct)
+        names.erase(name);
+    return names;
+}
+
+void readAllMachineGroups(Node& node)
+{
+    for (const std::wstring& name : machineGroupNames())
+        findGroup(node, name);
+}
+
+bool isMember(const Group& group, const std::set<std::wstring>& holders)
+{
+    return std::any_of(group.members.begin(), group.members.end(),
+                       [&](const std::wstring& member) { return holders.count(member) != 0; });
+}
+
+} // namespace
+
+Group* findGroup(Node& node, const std::wstring& name)
+{
+    for (Group& group : node.groups)
+        if (sameName(group.name, name))
+            return &group;
+    return readMachineGroup(node, name);
+}
+
+NET_API_STATUS openGroup(World& world, LPCWSTR server, LPCWSTR name, Node*& node, Group*& group)
+{
+    node = world.find(server);
+    if (!node)
+        return ERROR_BAD_NETPATH;
+    if (!name)
+        return ERROR_INVALID_PARAMETER;
+    group = findGroup(*node, name);
+    return group ? NERR_Success : ERROR_NO_SUCH_ALIAS;
+}
+
+std::vector<std::wstring> groupsOf(Node& node, const std::wstring& sid, bool indirect)
+{
+    std::set<std::wstring> holders = {sid};
+    std::set<std::wstring, NoCase> others; // groups that only the machine knows the way to
+    if (node.readsMachine) {
+        readAllMachineGroups(node);
+        if (indirect)
+            others = throughDomainGroups(node, sid);
+    }
+    if (indirect)
+        for (const Account& account : node.accounts)
+            if (account.sid == sid)
+                holders.insert(account.memberOf.begin(), account.memberOf.end());
+    std::vector<std::wstring> names;
+    for (const Group& group : node.groups)
+        if (isMember(group, holders) || others.count(group.name))
+            names.push_back(group.name);
+    return names;
+}
+
+void leaveGroups(World& world, Node& node, const std::wstring& sid)
+{
+    if (node.readsMachine)
+        readAllMachineGroups(node);
+    const std::wstring name = printableName(node, sid);
+    for (Group& group : node.groups) {
+        const auto found = std::find(group.members.begin(), group.members.end(), sid);
+        if (found == group.members.end())
+            continue;
+        group.members.erase(found);
+        world.record({node.name, L"group " + group.name, L"member removed", name, L""});
+    }
+}
+
+bool isAccountName(const wchar_t* name, size_t longest)
+{
+    if (!name || !*name || wcslen(name) > longest || name[wcsspn(name, L". ")] == L'\0' ||
+        name[wcslen(name) - 1] == L'.')
+        return false;
+    const std::wstring text = name;
+    return text.find_first_of(L"\"/\\[]:;|=,+*?<>") == std::wstring::npos &&
+           std::none_of(text.begin(), text.end(), [](wchar_t c) { return c < L' '; });
+}
+
+bool isBuiltIn(const std::wstring& sid)
+{
+    constexpr unsigned firstOwnRid = 1000;
+    return isOfDomain(L"S-1-5-32", sid) || std::stoul(sid.substr(sid.rfind(L'-') + 1)) < firstOwnRid;
+}
+
+NET_API_STATUS handOut(const Packed& block, LPBYTE* buffer)
+{
+    *buffer = nullptr;
+    if (block.size() == 0)
+        return NERR_Success;
+    void* memory = nullptr;
+    const NET_API_STATUS status = NetApiBufferAllocate(static_cast<DWORD>(block.size()), &memory);
+    if (status == NERR_Success) {
+        block.place(memory);
+        *buffer = static_cast<LPBYTE>(memory);
+    }
+    return status;
+}
+
+} // namespace whatif

@@ -1,0 +1,56 @@
+// The registries of the nodes. Each node's HKEY_LOCAL_MACHINE is a volatile scratch key of the real registry, below a
+// root of the world's own that is removed with it, so that the platform itself does what a registry does: types, sizes,
+// handles, text conversion. On a node that reads this machine a key is copied when it is first touched; what was
+// deleted there stays deleted.
+//
+// A node's registry goes by the node's name, and is empty but for what every Windows has. Paths are relative to
+// HKEY_LOCAL_MACHINE ("SOFTWARE\\Kestel\\KEY_h1"); neither paths nor names regard case.
+#pragma once
+
+#include "whatif/model/registry_value.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+
+namespace whatif {
+
+class Registry
+{
+public:
+    Registry();
+    ~Registry();
+    Registry(const Registry&) = delete;
+    Registry& operator=(const Registry&) = delete;
+
+    // For descriptions and tests: nothing is recorded in the plan. Missing keys are made; a failure throws.
+    void createKey(const Node& node, const std::wstring& path);
+    void setValue(const Node& node, const std::wstring& path, const std::wstring& name, const RegistryValue& value);
+
+    bool hasKey(const Node& node, const std::wstring& path);
+    std::optional<RegistryValue> value(const Node& node, const std::wstring& path, const std::wstring& name);
+
+    // What the node itself holds, in the order of the registry; nothing is read from this machine.
+    std::vector<std::wstring> subkeys(const Node& node, const std::wstring& path) const;
+    std::map<std::wstring, RegistryValue, NoCase> values(const Node& node, const std::wstring& path) const;
+
+    // For the replacement functions: a key of a node, and its path as it was opened.
+    struct Place
+    {
+        Node* node = nullptr;
+        std::wstring path;
+    };
+    // Win32 error codes. The caller closes the keys.
+    LSTATUS open(const Place& place, REGSAM access, HKEY& key);
+    LSTATUS create(const Place& place, REGSAM access, const wchar_t* className, HKEY& key,
+                   std::vector<std::wstring>& created); // paths of the keys that were not there
+    LSTATUS remove(const Place& place);
+
+private:
+    LSTATUS touch(const Node& node, const std::wstring& path);
+
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace whatif

@@ -1,0 +1,97 @@
+#include "whatif/model/sids.h"
+
+#include <bcrypt.h>
+#include <sddl.h>
+
+#include <array>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+
+namespace whatif {
+
+namespace {
+
+using Hash = std::array<DWORD, 5>;
+
+std::wstring upperCase(const std::wstring& text)
+{
+    std::wstring upper(text.size(), L'\0');
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, text.c_str(), static_cast<int>(text.size()), upper.data(),
+                  static_cast<int>(upper.size()), nullptr, nullptr, 0);
+    return upper;
+}
+
+// SHA-1 of the upper-cased UTF-16 text without its terminator.
+Hash hashOf(const std::wstring& name)
+{
+    std::wstring upper = upperCase(name);
+    Hash hash = {};
+    BCRYPT_ALG_HANDLE algorithm = nullptr;
+    if (BCryptOpenAlgorithmProvider(&algorithm, BCRYPT_SHA1_ALGORITHM, nullptr, 0) < 0)
+        throw std::runtime_error("SHA-1 is not available");
+    BCRYPT_HASH_HANDLE state = nullptr;
+    const bool done = BCryptCreateHash(algorithm, &state, nullptr, 0, nullptr, 0, 0) >= 0 &&
+                      BCryptHashData(state, reinterpret_cast<PUCHAR>(upper.data()),
+                                     static_cast<ULONG>(upper.size() * sizeof(wchar_t)), 0) >= 0 &&
+                      BCryptFinishHash(state, reinterpret_cast<PUCHAR>(hash.data()), sizeof hash, 0) >= 0;
+    if (state)
+        BCryptDestroyHash(state);
+    BCryptCloseAlgorithmProvider(algorithm, 0);
+    if (!done)
+        throw std::runtime_error("SHA-1 failed");
+    return hash;
+}
+
+std::wstring withWords(std::wstring sid, const Hash& hash, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+        sid += L'-' + std::to_wstring(hash[i]);
+    return sid;
+}
+
+} // namespace
+
+std::wstring sidText(PSID sid)
+{
+    LPWSTR text = nullptr;
+    if (!sid || !IsValidSid(sid) || !ConvertSidToStringSidW(sid, &text))
+        return {};
+    std::wstring result = text;
+    LocalFree(text);
+    return result;
+}
+
+std::vector<BYTE> sidBytes(const std::wstring& text)
+{
+    PSID sid = nullptr;
+    // The platform would also take the two-letter names of SDDL.
+    if (text.compare(0, 2, L"S-") != 0 || !ConvertStringSidToSidW(text.c_str(), &sid))
+        return {};
+    const BYTE* const first = static_cast<const BYTE*>(sid);
+    std::vector<BYTE> bytes(first, first + GetLengthSid(sid));
+    LocalFree(sid);
+    return bytes;
+}
+
+bool isOfDomain(const std::wstring& domainSid, const std::wstring& sid)
+{
+    return sid.rfind(L'-') == domainSid.size() && sid.compare(0, domainSid.size(), domainSid) == 0;
+}
+
+std::wstring serviceSid(const std::wstring& serviceName)
+{
+    return withWords(L"S-1-5-80", hashOf(serviceName), 5);
+}
+
+std::wstring domainSid(const std::wstring& name)
+{
+    return withWords(L"S-1-5-21", hashOf(name), 3);
+}
+
+DWORD domainAccountRid(const std::wstring& name)
+{
+    return 1100 + hashOf(name)[0] % 1000000;
+}
+
+} // namespace whatif
