@@ -11,7 +11,6 @@ target_link_libraries(keswsec_tests PRIVATE cli GTest::gmock_main ${KESWSEC_SYST
 target_compile_options(keswsec_tests PRIVATE ${KESWSEC_WARNINGS} -O0) # built often, run briefly
 target_precompile_headers(keswsec_tests PRIVATE # half of the time that a test takes to compile
   <windows.h> <gmock/gmock.h> <gtest/gtest.h> <filesystem> <functional> <map> <memory> <optional> <set> <string> <vector>)
-target_compile_definitions(keswsec_tests PRIVATE KESWSEC_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
 target_link_options(keswsec_tests PRIVATE -static)
 add_dependencies(keswsec_tests keswsec keswsec_cli keswsec_messages)
 set_target_properties(keswsec_tests PROPERTIES CROSSCOMPILING_EMULATOR /usr/bin/wine)

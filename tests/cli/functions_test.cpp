@@ -12,7 +12,7 @@ namespace {
 
 std::string sourceText(const std::string& file)
 {
-    return support::contentsOf(KESWSEC_SOURCE_DIR "/src/" + file);
+    return support::contentsOf(support::projectFile("src/" + file));
 }
 
 std::vector<std::string> matches(const std::string& text, const char* pattern, int group)

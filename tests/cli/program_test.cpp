@@ -2,6 +2,7 @@
 #include "cli/text.h"
 #include "tests/support/home.h"
 #include "tests/support/program.h"
+#include "tests/support/scratch_directory.h"
 
 #include <gmock/gmock.h>
 
@@ -22,7 +23,7 @@ std::string inQuotes(const std::filesystem::path& file)
     return "\"" + utf8FromWide(file.wstring()) + "\"";
 }
 
-const std::string server = KESWSEC_SOURCE_DIR "/examples/server.ini";
+const std::string server = support::projectFile("examples/server.ini");
 
 class Program : public testing::Test
 {
@@ -133,7 +134,7 @@ TEST_F(Program, CreatingAHomeAgainChangesNothing)
     const support::EnvironmentVariable key("KESTEL_HOME_KEY", "KEY_home1");
     const support::EnvironmentVariable name("KESTEL_HOME_NAME", "home1");
     const std::filesystem::path saved = scratch.path() / "node.ini";
-    const std::string example = KESWSEC_SOURCE_DIR "/examples/create-home.txt";
+    const std::string example = support::projectFile("examples/create-home.txt");
     const Finished first =
         runProgram("--json --node " + server + " --save " + inQuotes(saved) + " --script " + example);
     EXPECT_EQ(first.status, 0U) << first.output;

@@ -1,6 +1,7 @@
 // Every platform call and every allocation of every exported function fails in turn; docs/reliability.md says what came
 // of it. With KESWSEC_WRITE_DOCS set in the environment its table is written anew.
 #include "tests/faults/driver.h"
+#include "tests/support/scratch_directory.h"
 
 #include <gmock/gmock.h>
 
@@ -50,7 +51,7 @@ TEST(FaultRuns, ReachEveryExportRowAndException)
     for (size_t i = 0; i < exceptions().size(); ++i)
         EXPECT_TRUE(used.count(i)) << "nobody needs the exception: " << exceptions()[i].reason;
 
-    std::istringstream words(support::contentsOf(KESWSEC_SOURCE_DIR "/src/resources/exports.def"));
+    std::istringstream words(support::contentsOf(support::projectFile("src/resources/exports.def")));
     for (std::string word; words >> word;)
         if (word.rfind("sswse", 0) == 0 || word.rfind("set", 0) == 0) {
             EXPECT_TRUE(functions.count(word)) << word << " has no scenario";
@@ -59,7 +60,7 @@ TEST(FaultRuns, ReachEveryExportRowAndException)
 
 TEST(FaultRuns, AreWhatTheDocumentSays)
 {
-    const std::string path = KESWSEC_SOURCE_DIR "/docs/reliability.md";
+    const std::string path = support::projectFile("docs/reliability.md");
     const std::string begin = "<!-- written by the fault runs -->\n";
     std::string document = support::contentsOf(path);
     document.erase(std::remove(document.begin(), document.end(), '\r'), document.end());

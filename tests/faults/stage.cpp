@@ -1,4 +1,5 @@
 #include "tests/faults/stage.h"
+#include "tests/support/scratch_directory.h"
 
 #include "whatif/model/registry.h"
 #include "whatif/model/sids.h"
@@ -53,7 +54,7 @@ HMODULE WINAPI loadLibrary(LPCSTR path, HANDLE file, DWORD flags)
 whatif::Node usualNode()
 {
     whatif::World world(whatif::Base::described);
-    world.load(KESWSEC_SOURCE_DIR "/tests/faults/node.ini");
+    world.load(support::projectFile("tests/faults/node.ini"));
     return world.local();
 }
 

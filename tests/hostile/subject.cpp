@@ -3,6 +3,7 @@
 #include "cli/cells.h"
 #include "cli/script.h"
 #include "tests/support/guarded_heap.h"
+#include "tests/support/scratch_directory.h"
 #include "tests/support/statuses.h"
 
 #include <gmock/gmock.h>
@@ -137,7 +138,7 @@ Subject::Subject() : home(usualKeyFile, "checked"), redirection_(home.module(), 
     beneath_.redirect("MultiByteToWideChar", reinterpret_cast<void*>(&toWide));
     beneath_.redirect("WideCharToMultiByte", reinterpret_cast<void*>(&toMultibyte));
     guard_.emplace(home.module(), world);
-    world.load(KESWSEC_SOURCE_DIR "/tests/faults/node.ini");
+    world.load(support::projectFile("tests/faults/node.ini"));
     local = remote = world.local();
     remote.name = world.add(L"DB2").name;
     SetUnhandledExceptionFilter(&nameTheCall);

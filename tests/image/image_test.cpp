@@ -1,5 +1,6 @@
 // The library's file as it ships: what it exports and imports, how it is laid out and hardened, its version.
 #include "tests/support/library_copy.h"
+#include "tests/support/scratch_directory.h"
 
 #include <gmock/gmock.h>
 
@@ -32,7 +33,7 @@ protected:
 
 TEST_F(Image, ExportsWhatItSaysAndNothingElse)
 {
-    std::ifstream file(KESWSEC_SOURCE_DIR "/src/resources/exports.def");
+    std::ifstream file(support::projectFile("src/resources/exports.def"));
     std::set<std::string> listed;
     for (std::string word; file >> word;)
         listed.insert(word);

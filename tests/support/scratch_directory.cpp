@@ -30,6 +30,11 @@ fs::path programDirectory()
     return fs::path(path, path + GetModuleFileNameW(nullptr, path, MAX_PATH)).parent_path();
 }
 
+std::string projectFile(const std::string& name)
+{
+    return (programDirectory().parent_path() / name).generic_string();
+}
+
 std::string contentsOf(const fs::path& file)
 {
     std::ifstream stream(file, std::ios::binary);

@@ -34,6 +34,9 @@ private:
 // The directory of the test program, where the build puts the library.
 std::filesystem::path programDirectory();
 
+// A file of the project, "examples/server.ini": the build folder lies in the project's own.
+std::string projectFile(const std::string& name);
+
 std::string contentsOf(const std::filesystem::path& file);
 
 } // namespace support

@@ -36,7 +36,7 @@ private:
 TEST_F(Description, SaysWhatTheNodeIsAndSurvivesBeingSaved)
 {
     // As it is written: what the platform would trim or take for syntax is escaped.
-    const std::string text = support::contentsOf(KESWSEC_SOURCE_DIR "/tests/whatif/node.ini");
+    const std::string text = support::contentsOf(support::projectFile("tests/whatif/node.ini"));
     World world(Base::described);
     load(world, text);
     const Node& node = world.local();

@@ -1,4 +1,5 @@
 #include "tests/support/program.h"
+#include "tests/support/scratch_directory.h"
 #include "whatif/model/registry.h"
 #include "whatif/whatif.h"
 
@@ -37,8 +38,8 @@ TEST(Registry, NodesAndProcessesAreApartAndLeaveNothingBehind)
     EXPECT_EQ(roots().size(), before.size() + 1);
     std::atomic<int> running = 2;
     const auto runOther = [&] {
-        const support::Finished other = support::runProgram(
-            "--node " KESWSEC_SOURCE_DIR "/examples/server.ini CreateSVCEventRegEntry SVCAppKey=a EventMsgFile=b");
+        const support::Finished other = support::runProgram("--node " + support::projectFile("examples/server.ini") +
+                                                            " CreateSVCEventRegEntry SVCAppKey=a EventMsgFile=b");
         EXPECT_EQ(other.status, 0u) << other.output;
         --running;
     };
