@@ -184,6 +184,18 @@ DWORD sswseSidFromString(const sswseCall& call, const wchar_t* text, owned::Loca
     return sidFromString(call, ConvertStringSidToSidW, text, sid);
 }
 
+DWORD sswseCopySid(const sswseCall& call, PSID sid, owned::Heap<void>& copy)
+{
+    const DWORD length = GetLengthSid(sid);
+    owned::Heap<void> block = owned::allocate<void>(length);
+    if (!block)
+        return sswseOutOfMemory(call);
+    if (!CopySid(length, block.get(), sid))
+        return sswseFail(call, WSE_COPY_SID, GetLastError(), "CopySid");
+    copy = std::move(block);
+    return SSWSE_SUCCESS;
+}
+
 DWORD sswseRequireValidSid(const sswseCall& call, PSID sid)
 {
     SetLastError(ERROR_INVALID_SID); // the platform need not set one, and takes no NULL

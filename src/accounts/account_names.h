@@ -50,5 +50,8 @@ DWORD sswseSidOfNameOnNode(const sswseCall& call, const char* username, const wc
 DWORD sswseSidFromString(const sswseCall& call, const char* text, owned::Local<void>& sid);
 DWORD sswseSidFromString(const sswseCall& call, const wchar_t* text, owned::Local<void>& sid);
 
+// A copy from the one heap. 2, or 3 with WSE-000037 or WSE-00002.
+DWORD sswseCopySid(const sswseCall& call, PSID sid, owned::Heap<void>& copy);
+
 // 2, or 3 with WSE-000039 "IsValidSid".
 DWORD sswseRequireValidSid(const sswseCall& call, PSID sid);

@@ -32,17 +32,31 @@ LSA_UNICODE_STRING sswseLsaString(const wchar_t* text)
             const_cast<wchar_t*>(text)};
 }
 
-DWORD sswseOpenPolicy(const sswseCall& call, const wchar_t* node, owned::PolicyHandle& policy)
+DWORD sswseOpenPolicy(const sswseCall& call, const wchar_t* node, owned::PolicyHandle& policy, ACCESS_MASK access)
 {
     LSA_OBJECT_ATTRIBUTES attributes = {};
     LSA_UNICODE_STRING machine = {};
     if (node)
         machine = sswseLsaString(node);
     LSA_HANDLE opened = nullptr;
-    const NTSTATUS result = LsaOpenPolicy(node ? &machine : nullptr, &attributes, POLICY_ALL_ACCESS, &opened);
+    const NTSTATUS result = LsaOpenPolicy(node ? &machine : nullptr, &attributes, access, &opened);
     if (result != 0)
         return sswseFail(call, WSE_OPEN_POLICY, LsaNtStatusToWinError(result), "LsaOpenPolicy");
     policy.reset(opened);
+    return SSWSE_SUCCESS;
+}
+
+DWORD sswseReadAccountDomain(const sswseCall& call, const wchar_t* node,
+                             owned::LsaBuffer<POLICY_ACCOUNT_DOMAIN_INFO>& domain)
+{
+    owned::PolicyHandle policy;
+    if (sswseOpenPolicy(call, node, policy, POLICY_VIEW_LOCAL_INFORMATION) != SSWSE_SUCCESS)
+        return SSWSE_FAILURE;
+    void* buffer = nullptr;
+    const NTSTATUS result = LsaQueryInformationPolicy(policy.get(), PolicyAccountDomainInformation, &buffer);
+    domain.reset(static_cast<POLICY_ACCOUNT_DOMAIN_INFO*>(buffer));
+    if (result != 0)
+        return sswseFail(call, WSE_OPEN_POLICY, LsaNtStatusToWinError(result), "LsaQueryInformationPolicy");
     return SSWSE_SUCCESS;
 }
 

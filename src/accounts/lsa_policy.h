@@ -7,8 +7,14 @@
 // The text is not copied. One longer than the record can carry is cut to what it can; no machine or right is named so.
 LSA_UNICODE_STRING sswseLsaString(const wchar_t* text);
 
-// Opens the policy of `node` (NULL: local) for all access. 2, or 3 with WSE-000025.
-DWORD sswseOpenPolicy(const sswseCall& call, const wchar_t* node, owned::PolicyHandle& policy);
+// Opens the policy of `node` (NULL: local), usually for all access. 2, or 3 with WSE-000025.
+DWORD sswseOpenPolicy(const sswseCall& call, const wchar_t* node, owned::PolicyHandle& policy,
+                      ACCESS_MASK access = POLICY_ALL_ACCESS);
+
+// The domain of the node's own accounts: its own name, on a domain controller that of the domain. The name in it need
+// not be terminated. 2, or 3 with WSE-000025.
+DWORD sswseReadAccountDomain(const sswseCall& call, const wchar_t* node,
+                             owned::LsaBuffer<POLICY_ACCOUNT_DOMAIN_INFO>& domain);
 
 // One way of changing rights, and how its failure is told.
 struct sswseRightsChange

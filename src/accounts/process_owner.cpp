@@ -1,6 +1,6 @@
 // The user that runs the calling process.
+#include "accounts/account_names.h"
 #include "frame/call.h"
-#include "frame/owned.h"
 
 namespace {
 
@@ -35,12 +35,9 @@ DWORD WINAPI sswseGetOwnerSIDForCurrentProcess(sswseErrRec* err, PSID* sid)
         owned::Heap<TOKEN_USER> user;
         if (readTokenUser(call, user) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
-        const DWORD length = GetLengthSid(user->User.Sid);
-        owned::Heap<void> copy = owned::allocate<void>(length);
-        if (!copy)
-            return sswseOutOfMemory(call);
-        if (!CopySid(length, copy.get(), user->User.Sid))
-            return sswseFail(call, WSE_COPY_SID, GetLastError(), "CopySid");
+        owned::Heap<void> copy;
+        if (sswseCopySid(call, user->User.Sid, copy) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
         *sid = copy.release();
         return SSWSE_SUCCESS;
     });

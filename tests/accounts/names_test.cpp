@@ -1,5 +1,6 @@
 // Names, SIDs and built-in accounts, on the machine that the tests run on.
 #include "accounts/account_names.h"
+#include "accounts/principal_names.h"
 #include "tests/support/cases.h"
 #include "tests/support/trace_log.h"
 #include "whatif/model/sids.h"
@@ -127,4 +128,45 @@ TEST(AccountCalls, TraceTheirArgumentsAsTheyAre)
     };
     for (const auto& [call, line] : rows)
         EXPECT_EQ(argumentLine(call), line);
+}
+
+// Those that no look-up answers, and the domain of this machine's own accounts.
+TEST(PrincipalNames, HaveSpellingsOfTheirOwn)
+{
+    char computer[MAX_COMPUTERNAME_LENGTH + 1];
+    DWORD size = sizeof computer;
+    ASSERT_TRUE(GetComputerNameA(computer, &size));
+    const std::string own = computer;
+    const struct
+    {
+        std::string name;
+        const wchar_t* machine;
+        DWORD status;
+        const wchar_t* sid;
+        const char* message = "";
+    } rows[] = {
+        {"S-1-5-21-1-2-3-1104", nullptr, 2, L"S-1-5-21-1-2-3-1104"},
+        {"s-1-5-80-0", nullptr, 2, L"S-1-5-80-0"},
+        {"S-1-5-x", nullptr, 3, L"", "WSE-000038"},
+        {"S-1-", nullptr, 3, L"", "WSE-000038"},
+        {"S-2-5-18", nullptr, 3, L"", "WSE-000014"},
+        {"localsystem", nullptr, 2, L"S-1-5-18"},
+        {".\\LOCALSYSTEM", nullptr, 2, L"S-1-5-18"},
+        {own + "\\LocalSystem", nullptr, 2, L"S-1-5-18"},
+        {"DB2\\LocalSystem", nullptr, 3, L"", "WSE-000014"},
+        {"db2\\LocalSystem", L"\\\\DB2", 2, L"S-1-5-18"},
+        {"DB2\\LocalSystem", L"db2.example.com", 2, L"S-1-5-18"},
+        {"nt authority\\system", nullptr, 2, L"S-1-5-18"},
+        {"NT AUTHORITY\\LocalService", nullptr, 2, L"S-1-5-19"},
+        {"NT AUTHORITY\\networkservice", nullptr, 2, L"S-1-5-20"},
+        {".\\none", nullptr, 3, L"", "WSE-000014"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        owned::Heap<void> sid;
+        sswseErrRec rec = {};
+        EXPECT_EQ(sswseSidOfPrincipal({&rec, ""}, row.name.c_str(), row.machine, sid), row.status);
+        EXPECT_EQ(messageOf(rec).substr(0, strlen(row.message)), row.message);
+        EXPECT_EQ(row.status == 2 ? whatif::sidText(sid.get()) : L"", row.sid);
+    }
 }

@@ -1,4 +1,6 @@
+#include "frame/arguments.h"
 #include "frame/format.h"
+#include "tests/support/cases.h"
 #include "tests/support/guarded_heap.h"
 #include "tests/support/library_copy.h"
 
@@ -79,4 +81,31 @@ TEST(Format, NeverWritesBehindItsCapacity)
         sswseFormatText(array, "%s", text);
         EXPECT_EQ(std::string(array), std::string(text).substr(0, 5));
     }
+}
+
+TEST(Arguments, OfListsAreThereTogetherAndWhole)
+{
+    char name[] = "svc";
+    char* names[] = {name, name, nullptr};
+    char** list = names;
+    int count = 7;
+    const auto checking = [](char** texts, int number) {
+        return [=](sswseErrRec* rec) { return sswseCheckNameList({rec, ""}, texts, number, "usernames"); };
+    };
+    const auto handingOut = [](char*** texts, int* number) {
+        return [=](sswseErrRec* rec) {
+            sswseClearRecord(rec);
+            sswseEmptyOutputList(texts, number);
+            return sswseCheckOutputList({rec, ""}, texts, "services", number, "count");
+        };
+    };
+    support::expectRefused("usernames", {checking(names, -1), checking(nullptr, 1), checking(names, 3)});
+    support::expectRefused("services", {handingOut(nullptr, &count)});
+    support::expectRefused("count", {handingOut(&list, nullptr)});
+    EXPECT_TRUE(!list && count == 0);
+    sswseErrRec rec = {};
+    for (const support::Call& good :
+         {support::Call(checking(names, 2)), support::Call(checking(nullptr, 0)),
+          support::Call(handingOut(nullptr, nullptr)), support::Call(handingOut(&list, &count))})
+        EXPECT_EQ(good(&rec), DWORD{SSWSE_SUCCESS});
 }

@@ -219,6 +219,7 @@ const std::set<std::string>& plain()
         "BuildExplicitAccessWithNameA CompareStringOrdinal EqualSid GetACP GetCurrentProcess "
         "GetCurrentProcessId GetCurrentThreadId GetLastError GetLengthSid GetOEMCP GetSidLengthRequired "
         "GetUserDefaultLangID IsDBCSLeadByte IsDBCSLeadByteEx IsWellKnownSid LsaNtStatusToWinError SetLastError "
+        "LsaQueryInformationPolicy " // until a scenario reaches it
         // locks, and the start-up code of the toolchain
         "___lc_codepage_func ___mb_cur_max_func __iob_func _amsg_exit _errno _initterm _lock _unlock abort "
         "DeleteCriticalSection EnterCriticalSection InitializeCriticalSection LeaveCriticalSection localeconv "

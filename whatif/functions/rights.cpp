@@ -1,6 +1,7 @@
-// LSA policy: who holds an account right. A right that is already held, or not held, changes nothing.
+// LSA policy: the domain of the accounts, who holds an account right. A right that is already held, or not held, changes nothing.
 #include "whatif/functions/packed.h"
 #include "whatif/machine/accounts.h"
+#include "whatif/model/names.h"
 #include "whatif/model/sids.h"
 #include "whatif/model/well_known.h"
 #include "whatif/redirect/active.h"
@@ -59,10 +60,39 @@ NTSTATUS WINAPI closePolicy(LSA_HANDLE policy)
     return STATUS_SUCCESS;
 }
 
+void* blockOf(const Packed& packed)
+{
+    void* const memory = malloc(packed.size());
+    if (memory)
+        packed.place(memory);
+    return memory;
+}
+
 NTSTATUS WINAPI freeMemory(PVOID buffer)
 {
     free(buffer);
     return STATUS_SUCCESS;
+}
+
+// The domain's name is counted, not terminated.
+NTSTATUS WINAPI queryInformation(LSA_HANDLE policy, POLICY_INFORMATION_CLASS kind, PVOID* buffer)
+{
+    Locked world;
+    *buffer = nullptr;
+    const Node* const node = nodeOf(policy);
+    if (!node)
+        return STATUS_INVALID_HANDLE;
+    if (kind != PolicyAccountDomainInformation)
+        return STATUS_NOT_SUPPORTED; // the others are not the node's
+    const std::wstring domain = accountDomain(*node);
+    const auto* const begin = reinterpret_cast<const BYTE*>(domain.data());
+    const auto size = static_cast<USHORT>(domain.size() * sizeof(wchar_t));
+    Packed block(sizeof(POLICY_ACCOUNT_DOMAIN_INFO));
+    block.value(offsetof(POLICY_ACCOUNT_DOMAIN_INFO, DomainName), LSA_UNICODE_STRING{size, size, nullptr});
+    block.data(offsetof(POLICY_ACCOUNT_DOMAIN_INFO, DomainName.Buffer), {begin, begin + size});
+    block.data(offsetof(POLICY_ACCOUNT_DOMAIN_INFO, DomainSid), sidBytes(accountDomainSid(*node)));
+    *buffer = blockOf(block);
+    return *buffer ? STATUS_SUCCESS : STATUS_NO_MEMORY;
 }
 
 // The holders as the node keeps them; taken over from this machine when the right is first touched.
@@ -158,10 +188,7 @@ void* blockOf(const Sids& sids)
     Packed block(sids.size() * sizeof(LSA_ENUMERATION_INFORMATION));
     for (size_t i = 0; i < sids.size(); ++i)
         block.data(i * sizeof(LSA_ENUMERATION_INFORMATION), sidBytes(sids[i]));
-    void* const memory = malloc(block.size());
-    if (memory)
-        block.place(memory);
-    return memory;
+    return blockOf(block);
 }
 
 NTSTATUS WINAPI enumerateAccountsWithUserRight(LSA_HANDLE policy, PLSA_UNICODE_STRING text, PVOID* buffer, PULONG count)
@@ -194,6 +221,7 @@ std::vector<Replacement> policyReplacements()
     return {returningStatus<&openPolicy>("LsaOpenPolicy"),
             returningStatus<&closePolicy>("LsaClose"),
             returningStatus<&freeMemory>("LsaFreeMemory"),
+            returningStatus<&queryInformation>("LsaQueryInformationPolicy"),
             returningStatus<&addAccountRights>("LsaAddAccountRights"),
             returningStatus<&removeAccountRights>("LsaRemoveAccountRights"),
             returningStatus<&enumerateAccountsWithUserRight>("LsaEnumerateAccountsWithUserRight")};
