@@ -34,15 +34,15 @@ inline constexpr DWORD sswseReadAndExecute = 0x1200A9; // FILE_GENERIC_READ and 
 struct sswsePrincipalRow
 {
     const wchar_t* sid; // string form; NULL: looked up by name
-    const char* group;  // local group, on the machine that owns the object; NULL with a SID
+    const char* name;   // the same SID, or a local group of the machine that owns the object
     DWORD mask;
 };
 
 inline constexpr sswsePrincipalRow sswsePrincipals[] = {
-    {L"S-1-5-32-544", nullptr, GENERIC_ALL},
-    {L"S-1-5-18", nullptr, GENERIC_ALL},
-    {L"S-1-5-11", nullptr, sswseReadAndExecute},
-    {L"S-1-1-0", nullptr, KEY_READ | KEY_CREATE_LINK}, // Everyone, on registry keys: to read alone would be KEY_READ
+    {L"S-1-5-32-544", "S-1-5-32-544", GENERIC_ALL},
+    {L"S-1-5-18", "S-1-5-18", GENERIC_ALL},
+    {L"S-1-5-11", "S-1-5-11", sswseReadAndExecute},
+    {L"S-1-1-0", "S-1-1-0", KEY_READ | KEY_CREATE_LINK}, // on registry keys: to read alone would be KEY_READ
     {nullptr, "KES_MESH_LISTENERS", GENERIC_ALL},
     {nullptr, "KES_CLX_USERS", GENERIC_ALL},
     {nullptr, "KES_VLMADMIN", GENERIC_ALL},
