@@ -6,25 +6,13 @@
 #include "frame/call.h"
 #include "frame/text.h"
 
-#include <cwchar>
-
-namespace {
-
-const wchar_t* lastComponent(const wchar_t* path)
-{
-    const wchar_t* const backslash = wcsrchr(path, L'\\');
-    return backslash ? backslash + 1 : path;
-}
-
-} // namespace
-
 DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAce* const* newAces, DWORD newCount,
                            bool keepExisting, bool failOnAccessDenied)
 {
     return sswseRunFramed(err, __func__, sswsePathArgs{path}, [&](const sswseCall& call) -> DWORD {
         owned::Heap<char> pathText;
         DWORD status = sswseToMultibyte(call, path, pathText);
-        if (status != SSWSE_SUCCESS || sswseIsReservedName(lastComponent(path)))
+        if (status != SSWSE_SUCCESS || sswseIsReservedPath(path))
             return status;
 
         sswseExistingDacl existing;

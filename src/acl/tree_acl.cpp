@@ -51,11 +51,6 @@ DWORD updateOne(const sswseCall& call, TreeWalk& walk, const wchar_t* path, bool
     return status;
 }
 
-bool isPassedOver(const wchar_t* name)
-{
-    return wcscmp(name, L".") == 0 || wcscmp(name, L"..") == 0 || sswseIsReservedName(name);
-}
-
 // The listed entry below the directory whose path is the first `length` characters. False stops the walk; only a
 // directory changes the status.
 bool updateChild(const sswseCall& call, TreeWalk& walk, size_t length, DWORD* status)
@@ -87,7 +82,7 @@ DWORD updateChildren(const sswseCall& call, TreeWalk& walk, const wchar_t* path)
     DWORD status = SSWSE_SUCCESS;
     bool goOn = listing != nullptr;
     while (goOn) {
-        if (!isPassedOver(walk.entry.cFileName))
+        if (!sswseIsPassedOver(walk.entry.cFileName))
             goOn = updateChild(call, walk, length, &status);
         goOn = goOn && FindNextFileW(listing.get(), &walk.entry);
     }

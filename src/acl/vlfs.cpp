@@ -41,6 +41,17 @@ bool sswseIsReservedName(const wchar_t* name)
     return false;
 }
 
+bool sswseIsReservedPath(const wchar_t* path)
+{
+    const wchar_t* const backslash = wcsrchr(path, L'\\');
+    return sswseIsReservedName(backslash ? backslash + 1 : path);
+}
+
+bool sswseIsPassedOver(const wchar_t* name)
+{
+    return wcscmp(name, L".") == 0 || wcscmp(name, L"..") == 0 || sswseIsReservedName(name);
+}
+
 DWORD sswseCheckIfVlfsAndMountPoint(sswseErrRec* err, const char* path, char (&volumePath)[sswseVolumePathSize],
                                     bool* isMountPoint)
 {

@@ -6,6 +6,12 @@
 // A name that the file system keeps for itself, in any case.
 bool sswseIsReservedName(const wchar_t* name);
 
+// Is the last component of the path, behind the last backslash, such a name?
+bool sswseIsReservedPath(const wchar_t* path);
+
+// Does a listing of what is in a directory leave this entry out? Reserved names, the directory itself, the one above.
+bool sswseIsPassedOver(const wchar_t* name);
+
 inline constexpr DWORD sswseVolumePathSize = 150;
 
 // Is `path` a mount point on a volume of this file system? Then `isMountPoint` becomes true and `volumePath` the
