@@ -131,15 +131,30 @@ ordered_json argumentsOf(const Call& call)
     return arguments;
 }
 
+// null for nothing, else a text, or an object of texts.
+ordered_json jsonOf(const whatif::State& state)
+{
+    if (!state.there)
+        return nullptr;
+    if (state.parts.empty())
+        return utf8FromWide(state.text);
+    ordered_json parts = ordered_json::object();
+    for (const auto& [name, text] : state.parts)
+        parts[utf8FromWide(name)] = utf8FromWide(text);
+    return parts;
+}
+
 ordered_json planOf(const std::vector<whatif::Change>& changes)
 {
     ordered_json plan = ordered_json::array();
     for (const whatif::Change& change : changes)
-        plan.push_back({{"node", utf8FromWide(change.node)},
+        plan.push_back({{"kind", utf8FromWide(whatif::wordOf(change.kind))},
+                        {"node", utf8FromWide(change.node)},
                         {"object", utf8FromWide(change.object)},
-                        {"action", utf8FromWide(change.action)},
-                        {"before", utf8FromWide(change.before)},
-                        {"after", utf8FromWide(change.after)}});
+                        {"attribute", utf8FromWide(change.attribute)},
+                        {"action", utf8FromWide(actionOf(change))},
+                        {"before", jsonOf(change.before)},
+                        {"after", jsonOf(change.after)}});
     return plan;
 }
 

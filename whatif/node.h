@@ -2,6 +2,8 @@
 // them; names are compared without regard to case, as Windows does.
 #pragma once
 
+#include "whatif/change.h"
+
 #include <windows.h>
 
 #include <map>
@@ -94,18 +96,5 @@ struct Node
     std::set<std::wstring, NoCase> gone; // objects of the real machine that were deleted here: "group X", "service Y"
     DWORD nextRid = 1001;                // relative identifier of the next local account or group
 };
-
-// One change of a node, in the order in which they were made.
-struct Change
-{
-    std::wstring node;   // computer name
-    std::wstring object; // "group KES_DBA", "service KestelService", "registry HKLM\\Software\\Kestel\\KEY_h1"
-    std::wstring action; // "created", "member added", "KESTEL_HOME_TYPE set", "security"
-    std::wstring before; // empty when there was none
-    std::wstring after;
-};
-
-// One line of the plan as it is printed.
-std::wstring textOf(const Change& change);
 
 } // namespace whatif

@@ -45,17 +45,6 @@ bool NoCase::operator()(const std::wstring& a, const std::wstring& b) const
            CSTR_LESS_THAN;
 }
 
-std::wstring textOf(const Change& change)
-{
-    std::wstring text = change.node + L": " + change.object + L": " + change.action;
-    if (change.before.empty() && change.after.empty())
-        return text;
-    text += L": ";
-    if (!change.before.empty() && !change.after.empty())
-        return text + change.before + L" -> " + change.after;
-    return text + change.before + change.after;
-}
-
 struct World::State
 {
     Base base = Base::described;

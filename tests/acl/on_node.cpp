@@ -105,7 +105,8 @@ Objects OnNode::written()
     const size_t prefix = (L"file " + root + L'\\').size();
     Objects objects;
     for (const whatif::Change& change : world.plan())
-        EXPECT_TRUE(objects.emplace(change.object.substr(std::min(prefix, change.object.size())), change.after).second);
+        EXPECT_TRUE(
+            objects.emplace(change.object.substr(std::min(prefix, change.object.size())), change.after.text).second);
     world.clearPlan();
     return objects;
 }

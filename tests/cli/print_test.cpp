@@ -25,7 +25,8 @@ Outcome failed(const std::string& message)
 TEST(Print, JsonIsOneValidLineWhateverTheTextHolds)
 {
     const Call call = parseCall(splitWords("CheckValidUser username=\"a\\b \"\"c\"\"\" passwd=opensesame"));
-    const whatif::Change change = {L"N", L"group \"x\"\\\u6F22\n", L"created", L"", L"\x01"};
+    const whatif::Change change = {
+        whatif::ChangeKind::right, L"N", L"right \"x\"\\\u6F22\n", L"S-1-1-0", {}, {L"\x01"}};
     const std::string line = asJson(call, failed("line 1\r\n\tline \xC3\xA4 \xFF"), {change});
     EXPECT_EQ(line.find('\n'), line.size() - 1);
     EXPECT_EQ(line.find("opensesame"), std::string::npos);
@@ -35,7 +36,7 @@ TEST(Print, JsonIsOneValidLineWhateverTheTextHolds)
     EXPECT_EQ(object["arguments"]["username"], "a\\b \"c\"");
     EXPECT_EQ(object["message"], "line 1\r\n\tline \xC3\xA4 \xEF\xBF\xBD"); // what is no UTF-8 is replaced
     EXPECT_EQ(object["oserror"], "5");
-    EXPECT_EQ(object["plan"][0]["object"], "group \"x\"\\\xE6\xBC\xA2\n");
+    EXPECT_EQ(object["plan"][0]["object"], "right \"x\"\\\xE6\xBC\xA2\n");
     EXPECT_EQ(object["plan"][0]["after"], "\x01");
 }
 
@@ -46,7 +47,8 @@ TEST(Print, LongLinesAreBrokenAndNothingIsLost)
         sddl += L"(A;;CCLCSWRPWPDTLOCRRC;;;SY)";
     const Call call = parseCall(splitWords("CheckOSGroup groupname=\"a b\""));
     std::istringstream text(asText(call, failed("WSE-1: x.\r\n\nO/S-Error: y\r\n"),
-                                   {{L"N", L"s", L"security", L"", sddl}, {L"L", L"group g", L"created", L"", L""}},
+                                   {{whatif::ChangeKind::security, L"N", L"s", L"", {}, sddl},
+                                    {whatif::ChangeKind::group, L"L", L"group g", L"", {}, {L""}}},
                                    L"L"));
     std::string line;
     std::string joined;

@@ -76,7 +76,7 @@ TEST_F(WhatIfMachine, SecurityIsReadAndStaysAsItIs)
                   DWORD{SSWSE_SUCCESS})
             << rec.message;
         ASSERT_EQ(world.plan().size(), 1u);
-        EXPECT_NE(world.plan()[0].before.find(before), std::wstring::npos);
+        EXPECT_NE(world.plan()[0].before.text.find(before), std::wstring::npos);
         EXPECT_EQ(realSecurity(object, type), before);
     }
 }

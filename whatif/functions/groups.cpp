@@ -13,6 +13,14 @@ namespace {
 
 constexpr size_t longestGroupName = 256; // GNLEN
 
+State stateOf(const Group& group)
+{
+    std::wstring members;
+    for (const std::wstring& sid : group.members)
+        members += (members.empty() ? L"" : L",") + sid;
+    return State::Parts{{L"comment", group.comment}, {L"sid", group.sid}, {L"members", members}};
+}
+
 NET_API_STATUS WINAPI localGroupAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWORD wrongField)
 {
     Locked world;
@@ -41,8 +49,10 @@ NET_API_STATUS WINAPI localGroupAdd(LPCWSTR server, DWORD level, LPBYTE buffer, 
         return NERR_UserExists;
     if (other && other->use == SidTypeGroup) // of a domain controller
         return NERR_GroupExists;
-    node->groups.push_back({name, comment, newSid(*node), {}});
-    world->record({node->name, L"group " + name, L"created", L"", comment});
+    const std::wstring sid = newSid(*node);
+    node->groups.push_back({name, comment, sid, {}});
+    world->record(
+        {ChangeKind::group, node->name, L"group " + name, L"", {}, State::Parts{{L"comment", comment}, {L"sid", sid}}});
     return NERR_Success;
 }
 
@@ -77,12 +87,13 @@ NET_API_STATUS WINAPI localGroupDel(LPCWSTR server, LPCWSTR name)
         return ERROR_SPECIAL_ACCOUNT;
     const std::wstring sid = group->sid;
     const std::wstring object = L"group " + group->name;
+    const State before = stateOf(*group);
     leaveGroups(*world, *node, sid); // may read more groups: `group` is stale from here on
     node->groups.erase(std::find_if(node->groups.begin(), node->groups.end(),
                                     [&](const Group& candidate) { return candidate.sid == sid; }));
     if (node->readsMachine)
         node->gone.insert(object);
-    world->record({node->name, object, L"deleted", L"", L""});
+    world->record({ChangeKind::group, node->name, object, L"", before, {}});
     return NERR_Success;
 }
 

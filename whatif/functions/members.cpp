@@ -80,7 +80,7 @@ NET_API_STATUS WINAPI localGroupAddMembers(LPCWSTR server, LPCWSTR name, DWORD l
     }
     group->members = members;
     for (const std::wstring& sid : added)
-        world->record({node->name, L"group " + group->name, L"member added", L"", printableName(*node, sid)});
+        world->record({ChangeKind::member, node->name, L"group " + group->name, sid, {}, printableName(*node, sid)});
     return NERR_Success;
 }
 
@@ -100,7 +100,7 @@ NET_API_STATUS WINAPI localGroupDelMembers(LPCWSTR server, LPCWSTR name, DWORD l
     }
     group->members = members;
     for (const std::wstring& sid : removed)
-        world->record({node->name, L"group " + group->name, L"member removed", printableName(*node, sid), L""});
+        world->record({ChangeKind::member, node->name, L"group " + group->name, sid, printableName(*node, sid), {}});
     return NERR_Success;
 }
 

@@ -1,6 +1,7 @@
 // The registry functions of the library, led to the nodes' registries. Keys under other roots than HKEY_LOCAL_MACHINE
 // are refused, so that no write gets past the node.
 #include "whatif/model/registry.h"
+#include "whatif/model/objects.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
 
@@ -83,10 +84,26 @@ LSTATUS createNodeKey(HKEY root, const std::wstring& subkey, const std::wstring&
     std::vector<std::wstring> created;
     const LSTATUS status = world->registry().create(place, access, className.c_str(), key, created);
     for (const std::wstring& path : created)
-        world->record({place.node->name, printable(path), L"created", L"", L""});
+        world->record({ChangeKind::registryKey, place.node->name, printable(path), L"", {}, State::Parts()});
     if (disposition)
         *disposition = created.empty() ? REG_OPENED_EXISTING_KEY : REG_CREATED_NEW_KEY;
     return handOut(status, place, key, result);
+}
+
+// What goes with a key.
+State stateOf(World& world, const Registry::Place& place)
+{
+    State::Parts parts;
+    if (!world.registry().hasKey(*place.node, place.path))
+        return {};
+    for (const auto& [name, value] : world.registry().values(*place.node, place.path))
+        parts.emplace_back(L"value " + name, textOf(value));
+    Object object;
+    Security security;
+    if (keyObject(world, L"\\\\" + place.node->name + L"\\MACHINE\\" + place.path, object) == ERROR_SUCCESS &&
+        readSecurity(object, security) == ERROR_SUCCESS)
+        parts.emplace_back(L"security", textOf(security));
+    return parts;
 }
 
 LSTATUS deleteNodeKey(HKEY root, const std::wstring& subkey)
@@ -95,17 +112,16 @@ LSTATUS deleteNodeKey(HKEY root, const std::wstring& subkey)
     Registry::Place place;
     if (const LSTATUS status = placeOf(*world, root, subkey, place))
         return status;
+    const State before = stateOf(*world, place);
     const LSTATUS status = world->registry().remove(place);
     if (status == ERROR_SUCCESS)
-        world->record({place.node->name, printable(place.path), L"deleted", L"", L""});
+        world->record({ChangeKind::registryKey, place.node->name, printable(place.path), L"", before, {}});
     return status;
 }
 
-// An absent value shows as nothing, an empty text as a text.
-std::wstring shown(const std::optional<RegistryValue>& value)
+State stateOf(const std::optional<RegistryValue>& value)
 {
-    const std::wstring text = value ? textOf(*value) : L"";
-    return value && (text.empty() || text.back() == L' ') ? L'"' + text + L'"' : text;
+    return value ? State(textOf(*value)) : State();
 }
 
 // Writes through the library's own key, so that its access and the data are judged by the platform.
@@ -121,8 +137,8 @@ LSTATUS setNodeValue(HKEY key, const std::wstring& name, Write write)
     const LSTATUS status = write();
     const auto after = world->registry().value(*place.node, place.path, name);
     if (!(before == after))
-        world->record({place.node->name, printable(place.path), (name.empty() ? L"(default)" : name) + L" set",
-                       shown(before), shown(after)});
+        world->record({ChangeKind::registryValue, place.node->name, printable(place.path), name, stateOf(before),
+                       stateOf(after)});
     return status;
 }
 

@@ -144,10 +144,10 @@ NTSTATUS change(World& world, Node& node, const std::wstring& sid, const std::ws
     const std::wstring name = printableName(node, sid);
     if (grant) {
         holders->push_back(sid);
-        world.record({node.name, L"right " + right, L"granted", L"", name});
+        world.record({ChangeKind::right, node.name, L"right " + right, sid, {}, name});
     } else {
         holders->erase(std::find(holders->begin(), holders->end(), sid));
-        world.record({node.name, L"right " + right, L"revoked", name, L""});
+        world.record({ChangeKind::right, node.name, L"right " + right, sid, name, {}});
     }
     return STATUS_SUCCESS;
 }

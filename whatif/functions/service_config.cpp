@@ -1,6 +1,7 @@
 // The configuration of a service: reading it, changing it, its SID type.
 #include "whatif/functions/packed.h"
 #include "whatif/model/service_handles.h"
+#include "whatif/model/service_settings.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
 
@@ -57,40 +58,15 @@ BOOL WINAPI queryConfig(SC_HANDLE handle, LPQUERY_SERVICE_CONFIGW buffer, DWORD 
 
 // ---- changing ----------------------------------------------------------------------------------------------------
 
-struct Field
-{
-    const wchar_t* action;
-    std::wstring (*text)(const Service& service);
-};
-
-std::wstring joined(const std::vector<std::wstring>& names)
-{
-    std::wstring text;
-    for (const std::wstring& name : names)
-        text += (text.empty() ? L"" : L", ") + name;
-    return text;
-}
-
-const Field fields[] = {
-    {L"type", [](const Service& service) { return std::to_wstring(service.type); }},
-    {L"start", [](const Service& service) { return startText(service.start); }},
-    {L"error control", [](const Service& service) { return std::to_wstring(service.errorControl); }},
-    {L"binary path", [](const Service& service) { return service.binaryPath; }},
-    {L"load order group", [](const Service& service) { return service.loadOrderGroup; }},
-    {L"tag", [](const Service& service) { return std::to_wstring(service.tag); }},
-    {L"dependencies", [](const Service& service) { return joined(service.dependencies); }},
-    {L"account", [](const Service& service) { return service.account; }},
-    {L"display name", [](const Service& service) { return service.displayName; }},
-};
-
 void recordDifferences(World& world, const Node& node, const Service& before, const Service& after)
 {
     const std::wstring object = L"service " + after.name;
-    for (const Field& field : fields)
-        if (field.text(before) != field.text(after))
-            world.record({node.name, object, field.action, field.text(before), field.text(after)});
+    for (const ServiceSetting& setting : serviceSettings())
+        if (setting.text(before) != setting.text(after))
+            world.record({ChangeKind::serviceSetting, node.name, object, setting.name, setting.text(before),
+                          setting.text(after)});
     if (!after.password.empty() && before.password != after.password)
-        world.record({node.name, object, L"password set", L"", L""});
+        world.record({ChangeKind::serviceSetting, node.name, object, L"password", {}, {}});
 }
 
 void change(DWORD& field, DWORD given)
@@ -171,8 +147,8 @@ BOOL WINAPI changeConfig2(SC_HANDLE handle, DWORD level, LPVOID info)
         return failWith(ERROR_SERVICE_MARKED_FOR_DELETE);
     if (service->sidType == sidType)
         return TRUE;
-    world->record(
-        {node->name, L"service " + service->name, L"SID type", sidTypeText(service->sidType), sidTypeText(sidType)});
+    world->record({ChangeKind::serviceSetting, node->name, L"service " + service->name, sidTypeSetting,
+                   sidTypeText(service->sidType), sidTypeText(sidType)});
     service->sidType = sidType;
     return TRUE;
 }

@@ -46,7 +46,7 @@ BOOL WINAPI setSecurity(SC_HANDLE handle, SECURITY_INFORMATION parts, PSECURITY_
     if (textBefore == textAfter)
         return TRUE;
     service->security = textAfter;
-    world->record({node->name, L"service " + service->name, L"security", textBefore, textAfter});
+    world->record({ChangeKind::security, node->name, L"service " + service->name, L"", textBefore, textAfter});
     return TRUE;
 }
 

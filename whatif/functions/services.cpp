@@ -1,6 +1,7 @@
 // The service control manager: opening it, opening, creating and deleting services. A service marked for deletion stays
 // until its last handle is closed; until then it can still be opened, but neither be created again nor be changed.
 #include "whatif/model/service_handles.h"
+#include "whatif/model/service_settings.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
 #include "whatif/security/descriptors.h"
@@ -76,10 +77,9 @@ DWORD checkNew(Node& node, const Service& wanted, bool hasPassword)
 void recordCreation(World& world, const Node& node, const Service& service)
 {
     const std::wstring object = L"service " + service.name;
-    const std::wstring account = service.account.empty() ? L"" : service.account + L", ";
-    world.record({node.name, object, L"created", L"", account + startText(service.start) + L", " + service.binaryPath});
+    world.record({ChangeKind::service, node.name, object, L"", {}, createdState(service)});
     if (!service.password.empty())
-        world.record({node.name, object, L"password set", L"", L""});
+        world.record({ChangeKind::serviceSetting, node.name, object, L"password", {}, {}});
 }
 
 SC_HANDLE WINAPI createService(SC_HANDLE manager, LPCWSTR name, LPCWSTR displayName, DWORD access, DWORD type,
@@ -136,7 +136,7 @@ BOOL WINAPI deleteService(SC_HANDLE handle)
     service->deleted = true;
     if (node->readsMachine)
         node->gone.insert(L"service " + service->name);
-    world->record({node->name, L"service " + service->name, L"deleted", L"", L""});
+    world->record({ChangeKind::service, node->name, L"service " + service->name, L"", fullState(*service), {}});
     return TRUE;
 }
 

@@ -61,9 +61,9 @@ NET_API_STATUS WINAPI userAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWOR
     // evidenced.
     account.flags = info.usri1_flags;
     node->accounts.push_back(account);
-    world->record({node->name, L"user " + name, L"created", L"", L""});
+    world->record({ChangeKind::user, node->name, L"user " + name, L"", {}, State::Parts{{L"sid", account.sid}}});
     if (!password.empty())
-        world->record({node->name, L"user " + name, L"password set", L"", L""});
+        world->record({ChangeKind::user, node->name, L"user " + name, L"password", {}, {}});
     return NERR_Success;
 }
 
@@ -87,7 +87,7 @@ NET_API_STATUS WINAPI userDel(LPCWSTR server, LPCWSTR name)
                          node->accounts.end());
     if (node->readsMachine)
         node->gone.insert(L"user " + user->name);
-    world->record({node->name, L"user " + user->name, L"deleted", L"", L""});
+    world->record({ChangeKind::user, node->name, L"user " + user->name, L"", State::Parts{{L"sid", user->sid}}, {}});
     return NERR_Success;
 }
 

@@ -155,7 +155,7 @@ void leaveGroups(World& world, Node& node, const std::wstring& sid)
         if (found == group.members.end())
             continue;
         group.members.erase(found);
-        world.record({node.name, L"group " + group.name, L"member removed", name, L""});
+        world.record({ChangeKind::member, node.name, L"group " + group.name, sid, name, {}});
     }
 }
 

@@ -33,10 +33,6 @@ std::wstring machineServiceOfDisplayName(const std::wstring& displayName); // em
 // A service belongs to LocalSystem.
 Security serviceSecurity(const Service& service);
 
-// The words of the plan.
-std::wstring startText(DWORD start);
-std::wstring sidTypeText(DWORD sidType);
-
 // What a caller gives for a service, NULL for nothing. False when a part of it is too long for the protocol between the
 // caller and the service control manager; the call then fails with RPC_X_BAD_STUB_DATA.
 struct GivenTexts

@@ -10,8 +10,6 @@ namespace whatif {
 namespace {
 
 constexpr DWORD perUser = 0x40 | 0x80; // the template of a service of each user, and its instances
-constexpr const wchar_t* starts[] = {L"boot", L"system", L"automatic", L"manual", L"disabled"};
-constexpr const wchar_t* sidTypes[] = {L"NONE", L"UNRESTRICTED", L"2", L"RESTRICTED"};
 
 bool isDriver(DWORD type)
 {
@@ -81,16 +79,6 @@ bool isManaged(const Node& node, const std::optional<Name>& name)
 }
 
 } // namespace
-
-std::wstring startText(DWORD start)
-{
-    return start <= SERVICE_DISABLED ? starts[start] : std::to_wstring(start);
-}
-
-std::wstring sidTypeText(DWORD sidType)
-{
-    return sidType <= SERVICE_SID_TYPE_RESTRICTED ? sidTypes[sidType] : std::to_wstring(sidType);
-}
 
 bool passes(const GivenTexts& given)
 {

@@ -5,7 +5,7 @@
 //     if (!node)
 //         return failWith(RPC_S_SERVER_UNAVAILABLE);
 //     ...
-//     world->record({node->name, L"group " + name, L"created", L"", comment});
+//     world->record({ChangeKind::group, node->name, L"group " + name, L"", {}, stateOf(group)});
 //
 // Replacement functions call the real platform freely: only the library's imports are redirected. They must not let an
 // exception out.

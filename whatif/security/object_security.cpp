@@ -137,7 +137,7 @@ void writeSecurity(World& world, const Object& object, const Security& before, c
     if (object.container && isFile(object))
         object.node->securityBefore.emplace(object.name, textBefore);
     object.node->security[object.name] = textAfter;
-    world.record({object.node->name, object.name, L"security", textBefore, textAfter});
+    world.record({ChangeKind::security, object.node->name, object.name, L"", textBefore, textAfter});
 }
 
 } // namespace whatif

@@ -1,0 +1,24 @@
+// What is configured for a service: the one table behind the plan's words for it.
+#pragma once
+
+#include "whatif/node.h"
+
+namespace whatif {
+
+struct ServiceSetting
+{
+    const wchar_t* name;
+    std::wstring (*text)(const Service& service);
+};
+
+// What is set when a service is created, in the order in which changes are told: "type", "start", "error control",
+// "binary path", "load order group", "tag", "dependencies", "account", "display name".
+const std::vector<ServiceSetting>& serviceSettings();
+
+constexpr wchar_t sidTypeSetting[] = L"SID type";
+std::wstring sidTypeText(DWORD sidType); // "UNRESTRICTED"
+
+State createdState(const Service& service); // those of serviceSettings
+State fullState(const Service& service);    // with SID type and security
+
+} // namespace whatif
