@@ -7,13 +7,13 @@ add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM
 add_executable(keswsec_tests ${TEST_SOURCES} $<TARGET_OBJECTS:keswsec_objects>)
 target_include_directories(keswsec_tests PRIVATE
   ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src ${KESWSEC_MESSAGES_DIR})
-target_link_libraries(keswsec_tests PRIVATE cli GTest::gmock_main ${KESWSEC_SYSTEM_LIBRARIES} rpcrt4 ole32)
+target_link_libraries(keswsec_tests PRIVATE cli GTest::gmock ${KESWSEC_SYSTEM_LIBRARIES} rpcrt4 ole32)
 target_compile_options(keswsec_tests PRIVATE ${KESWSEC_WARNINGS} -O0) # built often, run briefly
 target_precompile_headers(keswsec_tests PRIVATE # half of the time that a test takes to compile
   <windows.h> <gmock/gmock.h> <gtest/gtest.h> <filesystem> <functional> <map> <memory> <optional> <set> <string> <vector>)
 target_link_options(keswsec_tests PRIVATE -static)
 add_dependencies(keswsec_tests keswsec keswsec_cli keswsec_messages)
-set_target_properties(keswsec_tests PROPERTIES CROSSCOMPILING_EMULATOR /usr/bin/wine)
+set_target_properties(keswsec_tests PROPERTIES CROSSCOMPILING_EMULATOR ${CMAKE_SOURCE_DIR}/cmake/run-tests.sh)
 # Three processes, which run side by side; not one for each test: a cold one costs Wine a second or two.
 set(FAULTS FaultRuns*)
 set(HOSTILE Hostile*:Threads*)

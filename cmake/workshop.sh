@@ -41,12 +41,19 @@ workshop_wine() {
 
 workshop_wine_environment() {
     export WINEPREFIX=${KESWSEC_WINEPREFIX:-$PWD/build/wine} WINEDEBUG=-all WINEARCH=win64
-    export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe=" DISPLAY=
+    # Without the debugger: it ends a program that crashes with the status 0.
+    export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe,winedbg.exe=" DISPLAY=
     if [ ! -f "$WINEPREFIX/system.reg" ]; then
         mkdir -p "$WINEPREFIX"
         wineboot --init >/dev/null 2>&1
         wineserver -w
     fi
+}
+
+# workshop_tests [--gtest_...]: the test program. It has passed when it says so, not when it only ended with 0.
+workshop_tests() {
+    workshop_wine_environment
+    cmake/run-tests.sh build/keswsec_tests.exe "$@"
 }
 
 workshop_check_format() {

@@ -1,6 +1,7 @@
 // The runs: what is made to fail in each, and what must hold afterwards.
 #include "tests/faults/driver.h"
 #include "cli/functions.h"
+#include "tests/support/last_words.h"
 #include "tests/support/node_test.h"
 #include "tests/support/statuses.h"
 
@@ -32,17 +33,6 @@ struct Outcome
     Trail trail;
     std::string leaked; // where the password is found
 };
-
-std::string underWay; // for the last words of a run that ends the program
-
-LONG WINAPI lastWords(EXCEPTION_POINTERS* exception)
-{
-    fprintf(stderr, "%s: ended by exception %08lx at %p\n", underWay.c_str(), exception->ExceptionRecord->ExceptionCode,
-            exception->ExceptionRecord->ExceptionAddress);
-    fflush(stderr);
-    TerminateProcess(GetCurrentProcess(), 3);
-    return EXCEPTION_CONTINUE_SEARCH;
-}
 
 // ---- one run -----------------------------------------------------------------------------------------------------
 
@@ -207,7 +197,7 @@ private:
     // Nothing fails. Tells what is called, and the routines that are under way then.
     bool runAsItIs(const std::string& what)
     {
-        underWay = nameOf(what);
+        support::underWay = nameOf(what);
         clean_ = runOnce({});
         counts_.reached.insert(clean_.trail.reached.begin(), clean_.trail.reached.end());
         const bool isExpected = clean_.status == scenario_.status;
@@ -219,7 +209,7 @@ private:
     // Tracing changes nothing, a trace line that cannot be had does not, and neither does what fresh blocks hold.
     bool runTraced(const std::string& what, const Fault& fault)
     {
-        underWay = nameOf(what);
+        support::underWay = nameOf(what);
         guarded::fillFreshWith(0x3C);
         Outcome traced = runOnce(fault, true);
         guarded::fillFreshWith(guarded::usualFill);
@@ -241,7 +231,7 @@ private:
         ++counts_.calls;
         for (const DWORD code : call.row->codes) {
             const std::string what = std::to_string(number) + ". " + call.row->name + " = " + std::to_string(code);
-            underWay = nameOf(what);
+            support::underWay = nameOf(what);
             ++(call.row->says == Says::memoryNull ? counts_.allocations : counts_.faults);
             const Failing failing = {call, code, before + '>' + call.row->name};
             // A version that has not been told is asked for again by the next routine: then it is not told either.
@@ -368,13 +358,12 @@ private:
 
 Report run(const std::vector<Scenario>& scenarios)
 {
-    const LPTOP_LEVEL_EXCEPTION_FILTER previous = SetUnhandledExceptionFilter(lastWords);
     Report report;
     Stage stage;
     for (const Scenario& scenario : scenarios)
         Runs(stage, scenario, report).run();
     guarded::watchFor({});
-    SetUnhandledExceptionFilter(previous);
+    support::underWay.clear();
     return report;
 }
 

@@ -2,6 +2,7 @@
 // thousands, and in sizes that are wrong; and the lists and SIDs of the caller.
 #include "tests/hostile/subject.h"
 #include "tests/support/guarded_heap.h"
+#include "tests/support/last_words.h"
 #include "tests/support/statuses.h"
 #include "whatif/model/sids.h"
 #include "whatif/security/descriptors.h"
@@ -65,7 +66,7 @@ HLOCAL WINAPI freeUnlessLent(HLOCAL block)
 
 void expectStatus(const char* name, DWORD status)
 {
-    running = std::string("after ") + name;
+    support::underWay = std::string("after ") + name;
     EXPECT_TRUE(support::mayAnswer(*cli::findFunction(name), status)) << name << " " << status;
 }
 

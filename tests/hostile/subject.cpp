@@ -3,6 +3,7 @@
 #include "cli/cells.h"
 #include "cli/script.h"
 #include "tests/support/guarded_heap.h"
+#include "tests/support/last_words.h"
 #include "tests/support/scratch_directory.h"
 #include "tests/support/statuses.h"
 
@@ -15,8 +16,6 @@ using testing::IsEmpty;
 
 namespace hostile {
 
-std::string running;
-
 namespace {
 
 using intercept::Interception;
@@ -26,12 +25,6 @@ constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_keswsec_test";
 
 UINT machineCodePage;
 std::wstring listedTree; // no test walks the whole machine
-
-LONG WINAPI nameTheCall(EXCEPTION_POINTERS* exception)
-{
-    fprintf(stderr, "exception %lx in %s\n", exception->ExceptionRecord->ExceptionCode, running.c_str());
-    _exit(EXIT_FAILURE);
-}
 
 UINT codePageOf(UINT asked)
 {
@@ -141,13 +134,12 @@ Subject::Subject() : home(usualKeyFile, "checked"), redirection_(home.module(), 
     world.load(support::projectFile("tests/faults/node.ini"));
     local = remote = world.local();
     remote.name = world.add(L"DB2").name;
-    SetUnhandledExceptionFilter(&nameTheCall);
     restore();
 }
 
 Subject::~Subject()
 {
-    SetUnhandledExceptionFilter(nullptr);
+    support::underWay.clear();
     machineCodePage = 0;
 }
 
@@ -237,8 +229,8 @@ void Subject::callLibrary(const Call& call, Answer& answer)
 
 Answer Subject::run(const Call& call, const std::string& what)
 {
-    running = std::string(call.function->name) + ": " + what;
-    SCOPED_TRACE(running);
+    support::underWay = std::string(call.function->name) + ": " + what;
+    SCOPED_TRACE(support::underWay);
     world.local() = local;
     *world.find(L"DB2") = remote;
     world.clearPlan();

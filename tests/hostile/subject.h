@@ -30,8 +30,6 @@ using Functions = std::vector<const cli::Function*>;
 Functions callableFunctions(); // all but those that switch tracing or release memory
 bool isText(const cli::Parameter& parameter);
 
-extern std::string running; // the call under way, which a crash names
-
 template <class Thing>
 Thing& named(std::vector<Thing>& things, const std::wstring& name)
 {

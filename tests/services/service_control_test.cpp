@@ -17,6 +17,7 @@ TEST(ServiceControl, CreatesUpdatesAndDeletesServices)
                                       {"KESTEL_SVCUSER_TYPE", " \0"s},
                                       {"KESTEL_SVCUSER", "DOMAIN\\svcuser\0"s}})
         registry.set(value, text);
+    EXPORT_OF(library, sswseDeleteService)(nullptr, nullptr, name); // what a run that crashed has left
     SC_HANDLE handle = nullptr;
     const auto create = support::calling(EXPORT_OF(library, sswseCreateService), name, "Keswsec test",
                                          SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
