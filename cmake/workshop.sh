@@ -1,8 +1,8 @@
 # Sourced by ./run and ./test: what the machine must have, the build, and Wine with a prefix of the project's own.
 
 build_packages="g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 cmake ninja-build wine wine64 llvm git
-nlohmann-json3-dev libcli11-dev"
-test_packages="$build_packages googletest clang-format clang-tidy"
+nlohmann-json3-dev libcli11-dev zip"
+test_packages="$build_packages googletest clang-format clang-tidy lld"
 
 workshop_setup() {
     local packages=$build_packages missing=() package
