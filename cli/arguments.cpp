@@ -70,7 +70,10 @@ private:
         switch (parameter.kind) {
         case Kind::number:
         case Kind::numberInOut:
-            value.number = number(name, given, UINT32_MAX);
+            if (const DWORD* named = parameter.names ? findNumber(*parameter.names, given) : nullptr)
+                value.number = *named;
+            else
+                value.number = number(name, given, UINT32_MAX, parameter.names);
             break;
         case Kind::byte:
             value.number = number(name, given, UINT8_MAX);
@@ -98,7 +101,8 @@ private:
             fail("a message has at most " + std::to_string(mostInserts) + " inserts");
     }
 
-    std::uint32_t number(const std::string& name, const std::string& given, std::uint32_t largest) const
+    std::uint32_t number(const std::string& name, const std::string& given, std::uint32_t largest,
+                         const NumberNames* names = nullptr) const
     {
         const bool hexadecimal = given.size() > 2 && given[0] == '0' && (given[1] == 'x' || given[1] == 'X');
         const char* first = given.data() + (hexadecimal ? 2 : 0);
@@ -108,7 +112,8 @@ private:
         if (error == std::errc::result_out_of_range || (error == std::errc() && end == last && result > largest))
             fail(name + "=" + given + " is too big");
         if (error != std::errc() || end != last)
-            fail(name + "=" + given + " is no number (decimal or 0x...)");
+            fail(name + "=" + given + " is no number (decimal or 0x...)" +
+                 (names ? " and none of " + listOf(*names) : ""));
         return static_cast<std::uint32_t>(result);
     }
 

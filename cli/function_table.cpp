@@ -1,6 +1,8 @@
 // The exported functions in the order of keswsec.h.
 #include "cli/functions.h"
 
+#include "keswsec.h"
+
 #include <accctrl.h>
 #include <winsvc.h>
 
@@ -37,6 +39,31 @@ constexpr Parameter required(const char* name, Kind kind)
 {
     return {name, kind, true};
 }
+
+const NumberNames objectTypes = {"SSWSE_OBJECT_",
+                                 {{"FILE", SSWSE_OBJECT_FILE},
+                                  {"DIRECTORY", SSWSE_OBJECT_DIRECTORY},
+                                  {"KEY", SSWSE_OBJECT_KEY},
+                                  {"GROUPS", SSWSE_OBJECT_GROUPS}}};
+
+const NumberNames permissionTypes = {"SSWSE_ACCESS_",
+                                     {{"READABLE", SSWSE_ACCESS_READABLE},
+                                      {"PRIVATE", SSWSE_ACCESS_PRIVATE},
+                                      {"READABLE_2", SSWSE_ACCESS_READABLE_2},
+                                      {"PRIVATE_3", SSWSE_ACCESS_PRIVATE_3},
+                                      {"MESH_READABLE", SSWSE_ACCESS_MESH_READABLE},
+                                      {"MESH_CLX", SSWSE_ACCESS_MESH_CLX},
+                                      {"FILES", SSWSE_ACCESS_FILES},
+                                      {"GROUPS", SSWSE_ACCESS_GROUPS},
+                                      {"KEY", SSWSE_ACCESS_KEY},
+                                      {"KEY_USERS", SSWSE_ACCESS_KEY_USERS},
+                                      {"READ_ONLY", SSWSE_ACCESS_READ_ONLY}}};
+
+const Parameter objectType = {"wtype", Kind::number, true, 0, &objectTypes};
+const Parameter permissionType = {"ptype", Kind::number, true, 0, &permissionTypes};
+const Parameter inheritable = {"inheritable", Kind::byte};
+const Parameter users = {"usernames", Kind::strings};
+const Parameter userCount = {"numusers", Kind::stringsCount};
 
 constexpr Parameter node = optionalText("nodename");
 constexpr Parameter outlen = result("outlen", Kind::length);
@@ -174,12 +201,7 @@ const std::vector<Function>& functions()
 
         {"sswseAddACLOnObjectForUser",
          Result::status,
-         {required("wtype", Kind::number),
-          text("path"),
-          {"usernames", Kind::strings},
-          {"numusers", Kind::stringsCount},
-          required("ptype", Kind::number),
-          {"inheritable", Kind::byte}}},
+         {objectType, text("path"), users, userCount, permissionType, inheritable}},
         {"sswseAddAceToACL",
          Result::status,
          {required("pszTrustee", Kind::sid),

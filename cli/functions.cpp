@@ -135,6 +135,23 @@ Verdict verdictOf(const Function& function, DWORD status, bool messageLeft)
     return {commonMeaning(status), false};
 }
 
+const DWORD* findNumber(const NumberNames& names, const std::string& name)
+{
+    for (const auto& [word, number] : names.names)
+        if (_stricmp(name.c_str(), word) == 0 ||
+            _stricmp(name.c_str(), (names.prefix + std::string(word)).c_str()) == 0)
+            return &number;
+    return nullptr;
+}
+
+std::string listOf(const NumberNames& names)
+{
+    std::string list;
+    for (const auto& entry : names.names)
+        list += (list.empty() ? "" : ", ") + std::string(entry.first);
+    return list;
+}
+
 std::string usageOf(const Function& function)
 {
     std::string line = shortName(function);
@@ -158,6 +175,8 @@ std::string descriptionOf(const Function& function)
         const std::string name = parameter.name;
         lines += "  " + name + std::string(name.size() < 18 ? 18 - name.size() : 1, ' ');
         lines += textOf(parameter.kind).description;
+        if (parameter.names)
+            lines += ", or " + listOf(*parameter.names);
         if (parameter.kind == Kind::number && !parameter.required)
             lines += "; " + std::to_string(parameter.preset) + " unless given";
         if (parameter.kind == Kind::textOut)

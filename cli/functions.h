@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace cli {
@@ -42,12 +43,20 @@ enum class Kind
     hosted        // handled by the host, never given
 };
 
+// Numbers that have names, which stand behind a prefix in keswsec.h.
+struct NumberNames
+{
+    const char* prefix;
+    std::vector<std::pair<const char*, DWORD>> names;
+};
+
 struct Parameter
 {
     const char* name = nullptr; // as in keswsec.h
     Kind kind = Kind::hosted;
     bool required = false;
-    DWORD preset = 0; // of a number that is left out
+    DWORD preset = 0;                   // of a number that is left out
+    const NumberNames* names = nullptr; // by which a number may be given, with or without their prefix, in any case
 };
 
 enum class Result
@@ -86,6 +95,9 @@ struct Verdict
     bool good; // success or yes
 };
 Verdict verdictOf(const Function& function, DWORD status, bool messageLeft);
+
+const DWORD* findNumber(const NumberNames& names, const std::string& name); // NULL: none of them
+std::string listOf(const NumberNames& names);                               // "FILE, DIRECTORY"
 
 std::string usageOf(const Function& function);       // one line: name and arguments
 std::string descriptionOf(const Function& function); // a line for each argument and result

@@ -617,28 +617,53 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
 /* ---- access control on objects ---------------------------------------------------------------------------------- */
 
 /*
+ * Kinds of object, `wtype`. Files and directories are named by their path, a key as "MACHINE\Software\..." or
+ * "\\node\MACHINE\...". Names of accounts are looked up on the machine of a UNC path, which "\\?\C:\..." is taken for
+ * as well, but for SSWSE_OBJECT_GROUPS on this one. What is called ".VLFS", ".fileid" or ".Security" is the cluster file
+ * system's own and left alone, which counts as done.
+ */
+enum
+{
+    SSWSE_OBJECT_FILE = 0,
+    SSWSE_OBJECT_DIRECTORY = 1,
+    SSWSE_OBJECT_KEY = 2,
+    SSWSE_OBJECT_GROUPS = 3 /* a file or directory for SSWSE_ACCESS_GROUPS */
+};
+
+/*
+ * Permission types, `ptype`: who gets access, in the order of the entries; each full control but where it says
+ * otherwise. "Readers" are the authenticated users, to read and execute.
+ */
+enum
+{
+    /* for directories */
+    SSWSE_ACCESS_READABLE = 0,      /* administrators, local system, readers, users */
+    SSWSE_ACCESS_PRIVATE = 1,       /* administrators, local system, users */
+    SSWSE_ACCESS_READABLE_2 = 2,    /* as 0 */
+    SSWSE_ACCESS_PRIVATE_3 = 3,     /* as 1 */
+    SSWSE_ACCESS_MESH_READABLE = 4, /* administrators, local system, KES_MESH_LISTENERS, readers, users */
+    SSWSE_ACCESS_MESH_CLX = 5,      /* administrators, local system, KES_MESH_LISTENERS, KES_CLX_USERS, users */
+    /* for files and directories */
+    SSWSE_ACCESS_FILES = 6, /* administrators, local system, users */
+    /* for SSWSE_OBJECT_GROUPS; users are ignored */
+    SSWSE_ACCESS_GROUPS = 7, /* administrators, local system, KES_VLMADMIN, KES_DBSVCACCTS */
+    /* for keys */
+    SSWSE_ACCESS_KEY = 8,       /* administrators, everyone to read and create links; users are ignored */
+    SSWSE_ACCESS_KEY_USERS = 9, /* the same and users */
+    /* for files and directories */
+    SSWSE_ACCESS_READ_ONLY = 10 /* users, to read and execute, and nobody else: administrators and system neither */
+};
+
+/*
  * Gives users, and the accounts that the permission type calls for, access to an object. The entries are inheritable
  * and come before the entries that a file or directory keeps; what it had for the same accounts goes, and the marks of
  * a protected or an inheriting DACL are lost. A registry key keeps none of its own entries: it gets the new ones and,
  * unless it was protected, which it stays, behind them those that it inherits. Its subkeys inherit the new ones.
- *   wtype        0 a single file, 1 a directory, 2 a registry key, 3 an object of permission type 7
- *   path         the file or directory; a key as "MACHINE\Software\..." or "\\node\MACHINE\...". Names are looked up on
- *                the machine of a UNC path, which "\\?\C:\..." is taken for as well, but for permission type 7 on this
- *                one. A file or directory called ".VLFS", ".fileid" or ".Security" is left alone, which counts as done
- *   usernames    the users; NULL when there are none or `ptype` is 7 or 8, which ignore them
+ *   wtype        SSWSE_OBJECT_...
+ *   path         the object
+ *   usernames    the users; NULL when there are none or `ptype` ignores them
  *   numusers     their number
- *   ptype        who gets access, each full control but where it says otherwise:
- *                  for directories 0, 2  administrators, local system, authenticated users (read and execute), users
- *                                  1, 3  administrators, local system, users
- *                                  4     administrators, local system, KES_MESH_LISTENERS, authenticated users (read
- *                                        and execute), users
- *                                  5     administrators, local system, KES_MESH_LISTENERS, KES_CLX_USERS, users
- *                  for files and directories
- *                                  6     administrators, local system, users
- *                                  10    users (read and execute) and nobody else
- *                  for wtype 3     7     administrators, local system, KES_VLMADMIN, KES_DBSVCACCTS
- *                  for keys        8     administrators, everyone (read and create links)
- *                                  9     the same and users
+ *   ptype        SSWSE_ACCESS_...
  *   inheritable  not 0: everything below a directory as well (not for permission type 7); links are followed. Skipped
  *                are children without access, and what is in a directory whose path is longer than 257 characters. A
  *                child whose path is longer than 259 ends the walk with 3, unless the process has long paths enabled:

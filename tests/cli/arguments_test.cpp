@@ -55,6 +55,7 @@ TEST(Arguments, WrongUsageIsRefusedWithItsReason)
         {"AddACLOnObjectForUser wtype=1 path=a ptype=0 inheritable=256", "too big"},
         {"FillErrMsg messageId=-1", "is no number"},
         {"FillErrMsg messageId=12a", "is no number"},
+        {"AddACLOnObjectForUser wtype=kex path=a ptype=0", "and none of FILE, DIRECTORY, KEY, GROUPS"},
         {"FillErrMsg messageId=1 insert=1 insert=2 insert=3 insert=4", "at most 3 inserts"},
         {"ConvertSIDToUname OSSid=S-1-", "is no SID"},
         {"CreateService servicename=a binpath=b dependencies=", "empty name"},
@@ -75,6 +76,9 @@ TEST(Arguments, ValuesAreKeptAsTheLibraryTakesThem)
     EXPECT_FALSE(valueOf(call, "nodename").given);
     EXPECT_EQ(valueOf(call, "starttype").number, 3U);
     EXPECT_EQ(valueOf(call, "desiredaccess").number, 0xF01FFU);
+    const Call named = parseCall({"AddACLOnObjectForUser", "wtype=key", "path=a", "ptype=SSWSE_ACCESS_key_users"});
+    EXPECT_EQ(valueOf(named, "wtype").number, 2U);
+    EXPECT_EQ(valueOf(named, "ptype").number, 9U);
     EXPECT_THAT(valueOf(call, "dependencies").texts, ElementsAre("RpcSs", "x y"));
     EXPECT_THAT(secretsOf(call), ElementsAre("opensesame"));
     EXPECT_THAT(valueOf(call, "password").shown, ElementsAre("****"));
