@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <typeindex>
 
 namespace whatif {
 
@@ -47,6 +48,16 @@ public:
     Node* find(const wchar_t* name);
     Registry& registry() const;
 
+    // What an area of functions keeps for this world, its open handles above all; made on first use.
+    template <class Table>
+    Table& table()
+    {
+        std::shared_ptr<void>& place = tableAt(typeid(Table));
+        if (!place)
+            place = std::make_shared<Table>();
+        return *static_cast<Table*>(place.get());
+    }
+
     const std::vector<Change>& plan() const;
     void record(Change change);
     void clearPlan();
@@ -54,6 +65,8 @@ public:
     std::recursive_mutex mutex;
 
 private:
+    std::shared_ptr<void>& tableAt(std::type_index type);
+
     struct State;
     std::unique_ptr<State> state_;
 };

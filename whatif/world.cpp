@@ -52,6 +52,7 @@ struct World::State
     bool localDescribed = false;              // by a description, not by the caller
     Registry registry;
     std::vector<Change> plan;
+    std::map<std::type_index, std::shared_ptr<void>> tables;
 };
 
 World::World(Base base) : state_(std::make_unique<State>())
@@ -110,6 +111,11 @@ Node* World::find(const wchar_t* name)
 Registry& World::registry() const
 {
     return state_->registry;
+}
+
+std::shared_ptr<void>& World::tableAt(std::type_index type)
+{
+    return state_->tables[type];
 }
 
 const std::vector<Change>& World::plan() const

@@ -7,6 +7,7 @@
 #include "whatif/model/sids.h"
 #include "whatif/security/descriptors.h"
 
+#include <accctrl.h>
 #include <gtest/gtest.h>
 
 namespace hostile {

@@ -1,8 +1,8 @@
 #include "whatif/model/files.h"
 
-#include "whatif/model/objects.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
+#include "whatif/security/object_security.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 // The registry functions of the library, led to the nodes' registries. Keys under other roots than HKEY_LOCAL_MACHINE
 // are refused, so that no write gets past the node.
 #include "whatif/model/registry.h"
-#include "whatif/model/objects.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
+#include "whatif/security/object_security.h"
 
 #include <map>
 

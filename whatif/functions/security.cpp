@@ -1,9 +1,11 @@
 // Access-control lists with names in them, and the security of files, directories and registry keys.
 #include "whatif/model/names.h"
-#include "whatif/model/objects.h"
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
+#include "whatif/security/explicit_entries.h"
+#include "whatif/security/inheritance.h"
+#include "whatif/security/object_security.h"
 
 #include <accctrl.h>
 #include <aclapi.h>

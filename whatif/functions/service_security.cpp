@@ -3,7 +3,7 @@
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
-#include "whatif/security/descriptors.h"
+#include "whatif/security/access.h"
 
 namespace whatif {
 

@@ -4,7 +4,7 @@
 #include "whatif/model/service_settings.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
-#include "whatif/security/descriptors.h"
+#include "whatif/security/access.h"
 
 namespace whatif {
 
@@ -16,12 +16,10 @@ const GENERIC_MAPPING managerRights = {
     STANDARD_RIGHTS_WRITE | SC_MANAGER_CREATE_SERVICE | SC_MANAGER_MODIFY_BOOT_CONFIG,
     STANDARD_RIGHTS_EXECUTE | SC_MANAGER_CONNECT | SC_MANAGER_LOCK, SC_MANAGER_ALL_ACCESS};
 
-DWORD mapped(DWORD access, const GENERIC_MAPPING& mapping)
+// Of a handle whose object's list lets it have everything.
+DWORD ownerAccess(DWORD access, const GENERIC_MAPPING& mapping)
 {
-    if (access & MAXIMUM_ALLOWED)
-        return mapping.GenericAll;
-    MapGenericMask(&access, const_cast<GENERIC_MAPPING*>(&mapping));
-    return access;
+    return access & MAXIMUM_ALLOWED ? mapping.GenericAll : mapped(access, mapping);
 }
 
 SC_HANDLE WINAPI openManager(LPCWSTR machine, LPCWSTR database, DWORD access)
@@ -34,7 +32,7 @@ SC_HANDLE WINAPI openManager(LPCWSTR machine, LPCWSTR database, DWORD access)
         return failWith<SC_HANDLE>(ERROR_DATABASE_DOES_NOT_EXIST);
     if (database && !sameName(database, SERVICES_ACTIVE_DATABASEW))
         return failWith<SC_HANDLE>(ERROR_INVALID_NAME);
-    return openHandle({&*world, node, L"", mapped(access, managerRights) | SC_MANAGER_CONNECT});
+    return openHandle({&*world, node, L"", ownerAccess(access, managerRights) | SC_MANAGER_CONNECT});
 }
 
 DWORD checkName(LPCWSTR name)
@@ -55,9 +53,10 @@ SC_HANDLE WINAPI openService(SC_HANDLE manager, LPCWSTR name, DWORD access)
     const Service* const service = findService(*opened->node, name);
     if (!service)
         return failWith<SC_HANDLE>(ERROR_SERVICE_DOES_NOT_EXIST);
-    if (!mayOpen(*opened->node, *service, access))
+    DWORD handle = 0;
+    if (!mayOpen(*opened->node, *service, access, handle))
         return failWith<SC_HANDLE>(ERROR_ACCESS_DENIED);
-    return openHandle({&*world, opened->node, service->name, mapped(access, serviceRights)});
+    return openHandle({&*world, opened->node, service->name, handle});
 }
 
 // ---- creating ----------------------------------------------------------------------------------------------------
@@ -121,7 +120,7 @@ SC_HANDLE WINAPI createService(SC_HANDLE manager, LPCWSTR name, LPCWSTR displayN
         *tag = wanted.tag;
     node.services.push_back(wanted);
     recordCreation(*world, node, wanted);
-    return openHandle({&*world, &node, wanted.name, mapped(access, serviceRights)});
+    return openHandle({&*world, &node, wanted.name, ownerAccess(access, serviceRights)});
 }
 
 BOOL WINAPI deleteService(SC_HANDLE handle)

@@ -145,6 +145,23 @@ std::vector<std::wstring> groupsOf(Node& node, const std::wstring& sid, bool ind
     return names;
 }
 
+std::set<std::wstring> withAllGroups(Node& node, std::set<std::wstring> sids)
+{
+    if (node.readsMachine)
+        readAllMachineGroups(node);
+    size_t before = 0;
+    while (before != sids.size()) {
+        before = sids.size();
+        for (const Account& account : node.accounts)
+            if (sids.count(account.sid))
+                sids.insert(account.memberOf.begin(), account.memberOf.end());
+        for (const Group& group : node.groups)
+            if (isMember(group, sids))
+                sids.insert(group.sid);
+    }
+    return sids;
+}
+
 void leaveGroups(World& world, Node& node, const std::wstring& sid)
 {
     if (node.readsMachine)

@@ -21,6 +21,10 @@ NET_API_STATUS openGroup(World& world, LPCWSTR server, LPCWSTR name, Node*& node
 // The node's groups that have the account as a member; with `indirect` also through the groups of its domain.
 std::vector<std::wstring> groupsOf(Node& node, const std::wstring& sid, bool indirect);
 
+// Everything that somebody with these SIDs is in, the SIDs themselves included: groups of a domain, in one another, and
+// the node's groups that list any of it, in one another.
+std::set<std::wstring> withAllGroups(Node& node, std::set<std::wstring> sids);
+
 // Takes an account that is gone out of every group.
 void leaveGroups(World& world, Node& node, const std::wstring& sid);
 

@@ -3,6 +3,7 @@
 #include "whatif/model/files.h"
 #include "whatif/model/registry.h"
 #include "whatif/redirect/active.h"
+#include "whatif/security/access.h"
 
 #include <algorithm>
 

@@ -1,9 +1,7 @@
-// Files, directories and registry keys as objects with security. The objects are real, or the node's registry's; the
-// node holds the security of those that were described or changed. An object that it does not hold has what the real
-// machine says or, on a described node, what it would have inherited when it was created.
+// Files, directories and registry keys as objects with security. The objects are real, or the node's registry's.
 #pragma once
 
-#include "whatif/security/descriptors.h"
+#include "whatif/node.h"
 
 #include <memory>
 
@@ -40,17 +38,5 @@ using RealKey = std::unique_ptr<HKEY__, KeyCloser>;
 
 // The real machine's key behind an object.
 DWORD openRealKey(const Object& object, REGSAM access, RealKey& key);
-
-// The security of the object as it is now; an error when the real machine does not show it.
-DWORD readSecurity(const Object& object, Security& security);
-
-// Whether the real machine decides about access to the object: the node has nothing to say of it.
-bool machineDecides(const Object& object);
-
-// Whether the caller gets the access; on an object that only the machine holds the machine decides.
-bool mayChange(const Object& object, const Security& before, DWORD access);
-
-// Puts the security into the node and the change into the plan, unless there is none.
-void writeSecurity(World& world, const Object& object, const Security& before, const Security& after);
 
 } // namespace whatif

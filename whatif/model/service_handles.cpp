@@ -1,7 +1,7 @@
 #include "whatif/model/service_handles.h"
 
 #include "whatif/redirect/active.h"
-#include "whatif/security/descriptors.h"
+#include "whatif/security/access.h"
 
 #include <algorithm>
 
@@ -104,13 +104,14 @@ Service* findService(Node& node, const std::wstring& name)
     return &node.services.back();
 }
 
-bool mayOpen(const Node& node, const Service& service, DWORD access)
+bool mayOpen(const Node& node, const Service& service, DWORD access, DWORD& handle)
 {
+    const bool opened = opens(serviceSecurity(service), administrator(), access, serviceRights, handle);
     Service real;
     if (node.readsMachine && !node.gone.count(L"service " + service.name) && readMachineService(service.name, real) &&
         real.security == service.security)
         return machineLetsOpen(service.name, access);
-    return allows(serviceSecurity(service), access, serviceRights);
+    return opened;
 }
 
 bool isDisplayNameTaken(const Node& node, const std::wstring& displayName, const std::wstring& service)

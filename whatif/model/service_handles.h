@@ -60,9 +60,9 @@ DWORD assignTag(const Node& node, Service& service);
 // "a\0b\0\0"; NULL is an empty list.
 std::vector<std::wstring> listOf(const wchar_t* names);
 
-// Whether the service's list lets the caller open it. As long as only the machine has set that list, the machine
-// decides.
-bool mayOpen(const Node& node, const Service& service, DWORD access);
+// Whether the service's list lets the caller open it, and what the handle can do then. As long as only the machine has
+// set that list, the machine decides.
+bool mayOpen(const Node& node, const Service& service, DWORD access, DWORD& handle);
 bool machineLetsOpen(const std::wstring& name, DWORD access);
 
 // The real machine's service; false when it has none of that name, or does not show it.

@@ -30,6 +30,8 @@ std::vector<Replacement> serviceSecurityReplacements();
 std::vector<Replacement> registryReplacements(); // the registry
 std::vector<Replacement> securityReplacements(); // access-control lists by name, object security
 
+std::vector<Replacement> authorizationReplacements(); // what others may do with an object
+
 std::vector<Replacement> allReplacements();
 
 class Imports

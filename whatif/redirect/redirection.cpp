@@ -23,7 +23,7 @@ std::vector<Replacement> allReplacements()
     for (const auto& table :
          {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(), groupReplacements(),
           memberReplacements(), userReplacements(), serviceReplacements(), serviceConfigReplacements(),
-          serviceSecurityReplacements(), registryReplacements(), securityReplacements()})
+          serviceSecurityReplacements(), registryReplacements(), securityReplacements(), authorizationReplacements()})
         all.insert(all.end(), table.begin(), table.end());
     return all;
 }

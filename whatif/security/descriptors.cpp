@@ -12,15 +12,6 @@
 
 namespace whatif {
 
-const GENERIC_MAPPING fileRights = {FILE_GENERIC_READ, FILE_GENERIC_WRITE, FILE_GENERIC_EXECUTE, FILE_ALL_ACCESS};
-const GENERIC_MAPPING keyRights = {KEY_READ, KEY_WRITE, KEY_EXECUTE, KEY_ALL_ACCESS};
-const GENERIC_MAPPING serviceRights = {STANDARD_RIGHTS_READ | SERVICE_QUERY_CONFIG | SERVICE_QUERY_STATUS |
-                                           SERVICE_INTERROGATE | SERVICE_ENUMERATE_DEPENDENTS,
-                                       STANDARD_RIGHTS_WRITE | SERVICE_CHANGE_CONFIG,
-                                       STANDARD_RIGHTS_EXECUTE | SERVICE_START | SERVICE_STOP | SERVICE_PAUSE_CONTINUE |
-                                           SERVICE_USER_DEFINED_CONTROL,
-                                       SERVICE_ALL_ACCESS};
-
 namespace {
 
 constexpr SECURITY_DESCRIPTOR_CONTROL keptFlags = SE_DACL_PROTECTED | SE_DACL_AUTO_INHERITED;

@@ -1,7 +1,7 @@
-// Explicit entries merged into an access-control list: the platform's own function cannot be relied on everywhere, some
-// of its implementations only put entries in front. Decided where the documentation says "any existing rights of the
-// trustee": those in explicit entries that are passed on in the same way, so that no object below gains or loses.
-#include "whatif/security/descriptors.h"
+// The platform's own function cannot be relied on everywhere, some of its implementations only put entries in front.
+// Decided where the documentation says "any existing rights of the trustee": those in explicit entries that are passed on
+// in the same way, so that no object below gains or loses.
+#include "whatif/security/explicit_entries.h"
 
 #include <aclapi.h>
 

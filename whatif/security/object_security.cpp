@@ -1,6 +1,7 @@
-// Where the security of an object comes from and goes to.
-#include "whatif/model/objects.h"
+#include "whatif/security/object_security.h"
+
 #include "whatif/redirect/active.h"
+#include "whatif/security/inheritance.h"
 
 namespace whatif {
 

@@ -1,0 +1,144 @@
+// Who gets what: the rules of the access check, and of the authorization interface above it.
+#include "tests/whatif/replaced.h"
+#include "whatif/model/sids.h"
+#include "whatif/security/access.h"
+
+#include <authz.h>
+
+namespace {
+
+using namespace whatif;
+using replaced::errorOf;
+
+constexpr DWORD all = STANDARD_RIGHTS_ALL | SPECIFIC_RIGHTS_ALL;
+
+// SDDL of the owner and the list; "me" is the user who asks, "out" a group that can only deny.
+std::wstring filledIn(std::wstring sddl)
+{
+    for (const auto& [name, sid] : {std::pair(L";me)", L";S-1-5-21-1-1-1-1)"), {L";out)", L";S-1-5-21-1-1-1-2)"}})
+        for (size_t at = sddl.find(name); at != std::wstring::npos; at = sddl.find(name))
+            sddl.replace(at, wcslen(name), sid);
+    return sddl;
+}
+
+TEST(WhatIfAccess, FirstEntryDecidesAboutEachBit)
+{
+    const Identities me = {{sidBytes(L"S-1-5-21-1-1-1-1"), sidBytes(L"S-1-1-0")}, {sidBytes(L"S-1-5-21-1-1-1-2")}};
+    const std::wstring mine = L"O:S-1-5-21-1-1-1-1";
+    const struct
+    {
+        std::wstring sddl;
+        DWORD granted;
+    } cases[] = {
+        {L"O:SYD:(A;;0x7;;;me)(D;;0x2;;;WD)", 0x7},
+        {L"O:SYD:(D;;0x2;;;WD)(A;;0x7;;;me)(A;;0x10;;;BU)", 0x5},
+        {L"O:SYD:(A;;0x1;;;me)(D;;0x3;;;me)(A;;0x6;;;WD)", 0x5},
+        {L"O:SYD:(A;IO;0x4;;;me)(D;OICIIO;0x1;;;me)(A;ID;0x3;;;me)", 0x3},
+        {L"O:SYD:(A;;0x4;;;out)(D;;0x1;;;out)(A;;0x3;;;me)", 0x2},
+        {L"O:SYD:", 0},
+        {L"O:SYD:NO_ACCESS_CONTROL", all},
+        {mine + L"D:(D;;0x60001;;;WD)", READ_CONTROL | WRITE_DAC}, // whatever is denied
+        {mine + L"D:(A;;0x1;;;S-1-3-4)", 0x1},                     // unless the list has an entry for OWNER RIGHTS
+        {mine + L"D:(D;;WD;;;S-1-3-4)(A;;0x60000;;;me)", READ_CONTROL},
+        {mine + L"D:(A;OICIIO;0x1;;;S-1-3-4)", READ_CONTROL | WRITE_DAC},
+        {L"O:SYD:(A;;0x1;;;S-1-3-4)", 0},
+        {L"O:SYD:(A;;GR;;;me)", FILE_GENERIC_READ},
+    };
+    for (const auto& row : cases)
+        EXPECT_EQ(granted(securityOf(filledIn(row.sddl)), me, &fileRights), row.granted) << "case " << &row - cases;
+}
+
+TEST(WhatIfAccess, ConditionsThatNobodyEvaluatesDenyAndDoNotGrant)
+{
+    Security security = securityOf(std::wstring(L"O:SYD:(A;;0x3;;;WD)(A;;0x3;;;WD)"));
+    const size_t second = sizeof(ACL) + (security.dacl.size() - sizeof(ACL)) / 2;
+    security.dacl[sizeof(ACL)] = ACCESS_ALLOWED_CALLBACK_ACE_TYPE;
+    EXPECT_EQ(granted(security, administrator(), nullptr), 0x3u);
+    security.dacl[second] = ACCESS_DENIED_CALLBACK_ACE_TYPE;
+    EXPECT_EQ(granted(security, administrator(), nullptr), 0u);
+}
+
+class WhatIfAuthorization : public replaced::WhatIf
+{
+protected:
+    WhatIfAuthorization()
+    {
+        CALL(AuthzInitializeResourceManager)
+        (AUTHZ_RM_FLAG_NO_AUDIT, nullptr, nullptr, nullptr, nullptr, &manager);
+    }
+
+    AUTHZ_CLIENT_CONTEXT_HANDLE contextOf(const std::wstring& sid, DWORD flags = 0)
+    {
+        std::vector<BYTE> bytes = sidBytes(sid);
+        AUTHZ_CLIENT_CONTEXT_HANDLE context = nullptr;
+        return CALL(AuthzInitializeContextFromSid)(flags, bytes.data(), manager, nullptr, {}, nullptr, &context)
+                   ? context
+                   : nullptr;
+    }
+
+    // The mask, or the error of the reply or of the call under the highest bit.
+    static DWORD check(AUTHZ_CLIENT_CONTEXT_HANDLE context, const std::wstring& sddl, DWORD desired = MAXIMUM_ALLOWED,
+                       SECURITY_INFORMATION parts = OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION)
+    {
+        std::vector<BYTE> descriptor = selfRelative(securityOf(sddl), parts);
+        AUTHZ_ACCESS_REQUEST request = {};
+        request.DesiredAccess = desired;
+        DWORD mask = 0;
+        DWORD error = 0;
+        AUTHZ_ACCESS_REPLY reply = {1, &mask, nullptr, &error};
+        if (!CALL(AuthzAccessCheck)(0, context, &request, nullptr, descriptor.data(), nullptr, 0, &reply, nullptr))
+            error = GetLastError();
+        return error ? error | failed : mask;
+    }
+
+    static constexpr DWORD failed = 0x80000000;
+    AUTHZ_RESOURCE_MANAGER_HANDLE manager = nullptr;
+};
+
+TEST_F(WhatIfAuthorization, UsersHaveTheirGroupsInOneAnother)
+{
+    const std::wstring everybody = L"S-1-5-21-7-7-7-1290"; // a group of CORP, with Operators in it
+    local.accounts[4].memberOf = {everybody};              // of Operators
+    const std::wstring inner = addGroup(local, L"KES_INNER", {everybody}).sid;
+    const std::wstring outer = addGroup(local, L"KES_OUTER", {inner}).sid;
+    const auto context = contextOf(dbuser);
+    for (const std::wstring& sid : {dbuser, operators, everybody, inner, outer, std::wstring(L"S-1-1-0"),
+                                    std::wstring(L"S-1-5-11"), std::wstring(L"S-1-5-32-545")})
+        EXPECT_EQ(check(context, L"O:SYD:(A;;0x6;;;" + sid + L")"), 0x6u) << testing::PrintToString(sid);
+    for (const std::wstring& sid : {svc, std::wstring(L"S-1-5-32-544"), std::wstring(L"S-1-5-4")})
+        EXPECT_EQ(check(context, L"O:SYD:(A;;0x6;;;" + sid + L")"), failed | ERROR_ACCESS_DENIED);
+    EXPECT_EQ(check(context, L"O:" + outer + L"D:(D;;0x2;;;" + inner + L")(A;;0x6;;;WD)"), 0x60004u);
+    EXPECT_EQ(check(context, L"O:SYD:(A;;GR;;;WD)"), DWORD{GENERIC_READ}); // nobody maps it
+    EXPECT_EQ(check(context, L"O:SYD:(A;;0x6;;;WD)", 0x3), failed | ERROR_ACCESS_DENIED);
+    EXPECT_EQ(check(context, L"O:SYD:(A;;0x6;;;WD)", 0x2), 0x2u);
+    for (const DWORD nothing : {DWORD{0}, DWORD{MAXIMUM_ALLOWED}})
+        EXPECT_EQ(check(context, L"O:SYD:", nothing), failed | ERROR_ACCESS_DENIED);
+    EXPECT_EQ(check(context, L"D:NO_ACCESS_CONTROL"), all);
+    for (const SECURITY_INFORMATION part : {OWNER_SECURITY_INFORMATION, DACL_SECURITY_INFORMATION})
+        EXPECT_EQ(check(context, L"O:SYD:(A;;0x6;;;WD)", MAXIMUM_ALLOWED, part), failed | ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(WhatIfAuthorization, ContextsAreMadeAndExtendedAsDocumented)
+{
+    EXPECT_EQ(errorOf(contextOf(operators)), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(errorOf(contextOf(L"S-1-5-21-7-7-7-9")), ERROR_NONE_MAPPED);
+    const auto alone = contextOf(L"S-1-5-80-1-2-3-4-5", AUTHZ_SKIP_TOKEN_GROUPS);
+    std::vector<BYTE> sids[] = {sidBytes(L"S-1-1-0"), sidBytes(L"S-1-5-32-545"), sidBytes(L"S-1-5-6")};
+    SID_AND_ATTRIBUTES added[] = {
+        {sids[0].data(), SE_GROUP_ENABLED}, {sids[1].data(), SE_GROUP_USE_FOR_DENY_ONLY}, {sids[2].data(), 0}};
+    AUTHZ_CLIENT_CONTEXT_HANDLE more = nullptr;
+    EXPECT_TRUE(CALL(AuthzAddSidsToContext)(alone, added, 3, nullptr, 0, &more));
+    const std::wstring list = L"O:SYD:(D;;0x1;;;BU)(D;;0x2;;;SU)(A;;0x7;;;WD)(A;;0x10;;;S-1-5-80-1-2-3-4-5)";
+    EXPECT_EQ(check(alone, list), 0x10u); // it is a copy
+    EXPECT_EQ(check(more, list), 0x16u);
+    for (const auto context : {alone, more})
+        EXPECT_TRUE(CALL(AuthzFreeContext)(context));
+    EXPECT_EQ(check(more, list), failed | ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(errorOf(CALL(AuthzFreeContext)(more)), ERROR_INVALID_PARAMETER);
+    EXPECT_TRUE(CALL(AuthzFreeResourceManager)(manager));
+    EXPECT_EQ(errorOf(contextOf(svc)), ERROR_INVALID_PARAMETER); // its manager is gone
+    EXPECT_EQ(errorOf(CALL(AuthzInitializeResourceManager)(0, nullptr, nullptr, nullptr, nullptr, &manager)),
+              ERROR_PRIVILEGE_NOT_HELD);
+}
+
+} // namespace
