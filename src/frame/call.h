@@ -15,7 +15,7 @@
 #include "frame/record.h"
 #include "frame/trace.h"
 
-#include <cstring>
+#include <type_traits>
 
 // The argument line of a routine, formatted only when tracing is on. Values are copied, texts are not.
 template <class... Arguments>
@@ -29,47 +29,46 @@ struct sswseNoArgs
 {
 };
 
+// The lines around a routine, for one that is not a single call: the walk that enters many directories.
 void sswseTraceEntry(const char* function);
 void sswseTraceExit(const char* function, const sswseErrRec* rec);
 
-inline void sswseTraceArgLine(const sswseNoArgs&) {}
-
-template <class ArgLine>
-void sswseTraceArgLine(const ArgLine& line)
+// What the frame runs, so that it is one function: an object of the caller's, and how to call it.
+struct sswseFramed
 {
-    constexpr size_t size = 512;
-    // Never released: a traced call costs its argument buffer for the life of the process. Deliberate.
-    char* const buffer = static_cast<char*>(malloc(size));
-    if (!buffer)
-        return;
-    memset(buffer, 0, size); // a line that cannot be formatted must not show what the block held before
-    const uint32_t length = line(buffer, size - 1);
-    sswseTraceArgs(buffer, static_cast<int>(length));
-}
+    const char* function;
+    const void* argLine;
+    uint32_t (*writeArgLine)(const void* argLine, char* buffer, size_t capacity); // NULL: there is none
+    const void* body;
+    DWORD (*run)(const void* body, const sswseCall& call);
+};
 
-// For the routine that leaves what the record held; every other one runs in sswseRunFramed below.
+DWORD sswseRunInFrame(sswseErrRec* err, const sswseFramed& framed);
+DWORD sswseRunInFrameKeepingRecord(sswseErrRec* err, const sswseFramed& framed);
+
 template <class ArgLine, class Body>
-DWORD sswseRunFramedKeepingRecord(sswseErrRec* err, const char* function, const ArgLine& argLine, Body&& body)
+sswseFramed sswseFrame(const char* function, const ArgLine& argLine, const Body& body)
 {
-    sswseErrRec scratch;
-    sswseClearRecord(&scratch);
-    const sswseCall call = {err ? err : &scratch, function};
-    call.rec->message[sizeof call.rec->message - 1] = '\0'; // what a caller left in it may have no end
-    if (sswseTraceEnabled()) {
-        sswseTraceEntry(function);
-        sswseTraceArgLine(argLine);
-    }
-    const DWORD status = body(call);
-    if (sswseTraceEnabled())
-        sswseTraceExit(function, call.rec);
-    return status;
+    sswseFramed framed = {function, &argLine, nullptr, &body, nullptr};
+    if constexpr (!std::is_same_v<ArgLine, sswseNoArgs>)
+        framed.writeArgLine = [](const void* line, char* buffer, size_t capacity) -> uint32_t {
+            return (*static_cast<const ArgLine*>(line))(buffer, capacity);
+        };
+    framed.run = [](const void* callable, const sswseCall& call) -> DWORD {
+        return (*static_cast<const Body*>(callable))(call);
+    };
+    return framed;
 }
 
 template <class ArgLine, class Body>
-DWORD sswseRunFramed(sswseErrRec* err, const char* function, const ArgLine& argLine, Body&& body)
+DWORD sswseRunFramed(sswseErrRec* err, const char* function, const ArgLine& argLine, const Body& body)
 {
-    return sswseRunFramedKeepingRecord(err, function, argLine, [&](const sswseCall& call) -> DWORD {
-        sswseClearRecord(call.rec);
-        return body(call);
-    });
+    return sswseRunInFrame(err, sswseFrame(function, argLine, body));
+}
+
+// For the routine that leaves what the record held.
+template <class ArgLine, class Body>
+DWORD sswseRunFramedKeepingRecord(sswseErrRec* err, const char* function, const ArgLine& argLine, const Body& body)
+{
+    return sswseRunInFrameKeepingRecord(err, sswseFrame(function, argLine, body));
 }

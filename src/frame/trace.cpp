@@ -100,11 +100,12 @@ void sswseTraceToFile(const char* format, ...)
     _strdate(date);
     _strtime(time);
     FILE* const file = sswseTracing.file;
-    fprintf(file, "%s %s : ", date, time);
-    fprintf(file, "(%d) : ", static_cast<int>(GetCurrentThreadId()));
+    // The platform runtime's own formatting: the compiler's would bring a second one into the library.
+    __ms_fprintf(file, "%s %s : ", date, time);
+    __ms_fprintf(file, "(%d) : ", static_cast<int>(GetCurrentThreadId()));
     va_list arguments;
     va_start(arguments, format);
-    vfprintf(file, format, arguments);
+    __ms_vfprintf(file, format, arguments);
     va_end(arguments);
     fputs("\n", file);
     fflush(file);
