@@ -24,7 +24,7 @@ public:
     {
         const size_t equals = word.find('=');
         if (equals == std::string::npos)
-            fail("\"" + word + "\" is no name=value");
+            fail(shown("\"" + word + "\"") + " is no name=value");
         const std::string name = word.substr(0, equals);
         const std::string given = word.substr(equals + 1);
         const Parameter& parameter = find(name);
@@ -34,6 +34,7 @@ public:
         value.given = true;
         store(parameter, name, given, value);
         value.shown.push_back(parameter.kind == Kind::secret ? hiddenSecret : given);
+        behindSecret_ = behindSecret_ || parameter.kind == Kind::secret;
     }
 
     Call finish()
@@ -55,6 +56,12 @@ private:
         throw UsageError(shortName(*call_.function) + ": " + what);
     }
 
+    // What follows a password may be the rest of one that has blanks and no quotes.
+    std::string shown(const std::string& word) const
+    {
+        return behindSecret_ ? "a word behind the password (in quotes if it has blanks)" : word;
+    }
+
     const Parameter& find(const std::string& name) const
     {
         for (const Parameter& parameter : call_.function->parameters) {
@@ -62,7 +69,7 @@ private:
             if (name == parameter.name + std::string(isBuffer ? ".size" : "") && (isBuffer || takesArgument(parameter)))
                 return parameter;
         }
-        fail("unknown argument " + name + "; usage: " + usageOf(*call_.function));
+        fail("unknown argument " + shown(name) + "; usage: " + usageOf(*call_.function));
     }
 
     void store(const Parameter& parameter, const std::string& name, const std::string& given, Value& value) const
@@ -126,6 +133,7 @@ private:
     }
 
     Call call_;
+    bool behindSecret_ = false;
 };
 
 } // namespace

@@ -182,7 +182,7 @@ std::string asJson(const Call& call, const Outcome& outcome, const std::vector<w
                                  {"status", outcome.status},        {"meaning", outcome.verdict.meaning},
                                  {"outputs", outcome.outputs},      {"message", outcome.message},
                                  {"oserror", outcome.osError},      {"plan", planOf(changes)}};
-    return object.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    return object.dump(-1, ' ', true, ordered_json::error_handler_t::replace) + "\n";
 }
 
 } // namespace cli

@@ -12,7 +12,7 @@ namespace cli {
 std::string asText(const Call& call, const Outcome& outcome, const std::vector<whatif::Change>& changes,
                    const std::wstring& localNode);
 
-// One object on one line.
+// One object on one line, in ASCII.
 std::string asJson(const Call& call, const Outcome& outcome, const std::vector<whatif::Change>& changes);
 
 } // namespace cli

@@ -22,7 +22,8 @@ add_test(NAME fault-runs COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=${
 add_test(NAME hostile-input COMMAND keswsec_tests --gtest_brief=1 --gtest_filter=${HOSTILE})
 set_tests_properties(tests fault-runs hostile-input PROPERTIES TIMEOUT 280)
 add_test(NAME sdk COMMAND ${CMAKE_SOURCE_DIR}/tests/sdk/check.sh)
-set_tests_properties(sdk PROPERTIES TIMEOUT 60)
+add_test(NAME ansible COMMAND ${CMAKE_SOURCE_DIR}/tests/ansible/check.sh)
+set_tests_properties(sdk ansible PROPERTIES TIMEOUT 120)
 
 # The library once more, with traps for undefined behaviour, for the runs in which everything is made to fail. Variables
 # that nobody has set hold a pattern instead of what happens to be there.

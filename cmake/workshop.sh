@@ -2,12 +2,12 @@
 
 build_packages="g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 cmake ninja-build wine wine64 llvm git
 nlohmann-json3-dev libcli11-dev zip"
-test_packages="$build_packages googletest clang-format clang-tidy lld"
+test_packages="$build_packages googletest clang-format clang-tidy lld ansible-core ansible-lint"
+fleet_packages="$build_packages ansible-core"
 
-workshop_setup() {
-    local packages=$build_packages missing=() package
-    [ "${1:-}" = tests ] && packages=$test_packages
-    for package in $packages; do
+workshop_setup() { # build, test or fleet
+    local packages=$1_packages missing=() package
+    for package in ${!packages}; do
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
     done
     [ ${#missing[@]} -eq 0 ] && return

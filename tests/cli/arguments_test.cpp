@@ -44,6 +44,8 @@ TEST(Arguments, WrongUsageIsRefusedWithItsReason)
         {"FreeMemory pointer=1", "called by keswsec itself"},
         {"CreateOSGroup", "groupname is missing"},
         {"CreateOSGroup a", "\"a\" is no name=value"},
+        {"CheckValidUser username=a passwd=x y", "a word behind the password (in quotes if it has blanks) is no name"},
+        {"CheckValidUser username=a passwd=x y=z", "unknown argument a word behind the password"},
         {"CreateOSGroup groupname=a groupname=b", "groupname is given twice"},
         {"CreateOSGroup group=a", "unknown argument group"},
         {"GetKestelHomeKey khkey=a", "unknown argument khkey;"},

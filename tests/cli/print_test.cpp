@@ -30,6 +30,7 @@ TEST(Print, JsonIsOneValidLineWhateverTheTextHolds)
     const std::string line = asJson(call, failed("line 1\r\n\tline \xC3\xA4 \xFF"), {change});
     EXPECT_EQ(line.find('\n'), line.size() - 1);
     EXPECT_EQ(line.find("opensesame"), std::string::npos);
+    EXPECT_TRUE(std::all_of(line.begin(), line.end(), [](char c) { return c >= 0; })); // whatever carries it
 
     const nlohmann::json object = nlohmann::json::parse(line);
     EXPECT_EQ(object["function"], "sswseCheckValidUser");

@@ -1,0 +1,102 @@
+"""Calls functions of keswsec19.dll on the target; modules/calls.py documents it."""
+import json
+import re
+
+from ansible.errors import AnsibleActionFail
+from ansible_collections.kestel.keswsec.plugins.plugin_utils.keswsec import (
+    SECRET_IN_SCRIPT,
+    KeswsecAction,
+    Stopped,
+    one_line,
+)
+
+
+def word(name, value):
+    if isinstance(value, bool):
+        value = int(value)
+    if isinstance(value, (dict, list)) or "\n" in str(value):
+        raise AnsibleActionFail("%s must be a text of one line, a number, or a list of these" % name)
+    return '%s="%s"' % (name, str(value).replace('"', '""'))
+
+
+def script_line(number, call):
+    """One line of a script from {function: {name: value}}; a "- " before the function stays there."""
+    if not isinstance(call, dict) or len(call) != 1:
+        raise AnsibleActionFail("call %d must be one function name with its arguments" % number)
+    ((function, arguments),) = call.items()
+    if not isinstance(arguments or {}, dict) or not re.match(r"(- *)?\w+$", str(function)):
+        raise AnsibleActionFail("call %d must be one function name with its arguments" % number)
+    words = [str(function)]
+    for name, value in (arguments or {}).items():
+        if not re.match(r"\w+(\.size)?$", str(name)):
+            raise AnsibleActionFail("call %d: %s is no name of an argument" % (number, name))
+        words += [word(name, item) for item in (value if isinstance(value, list) else [value]) if item is not None]
+    return " ".join(words)
+
+
+def lines_of(arguments):
+    if arguments["script"] is not None:
+        lines = arguments["script"].splitlines()
+    else:
+        lines = [script_line(number, call) for number, call in enumerate(arguments["calls"], 1)]
+    for line in lines:
+        if "-" in (secret.strip('"') for secret in SECRET_IN_SCRIPT.findall(line)):
+            raise AnsibleActionFail("a password cannot be read from standard input here")
+    return lines
+
+
+def text_of(value, otherwise=""):
+    if value is None:
+        value = otherwise
+    text = value if isinstance(value, str) else json.dumps(value, indent=1, sort_keys=True)
+    return text + "\n" if text else ""
+
+
+def diff_of(change):
+    header = "%(node)s: %(object)s: %(action)s" % change
+    without_values = change["before"] is None and change["after"] is None
+    return {
+        "before_header": header,
+        "after_header": header,
+        "before": text_of(change["before"]),
+        "after": text_of(change["after"], change["action"] if without_values else ""),
+    }
+
+
+class ActionModule(KeswsecAction):
+    ARGUMENTS = {
+        "calls": {"type": "list", "elements": "dict", "no_log": True},
+        "script": {"type": "str", "no_log": True},
+    }
+    ONE_OF = [["calls", "script"]]
+
+    def work(self, arguments, result):
+        lines = lines_of(arguments)
+        expected = [line for line in lines if line.strip(" \t-") and not line.strip(" \t-").startswith("#")]
+        answers, status, complaint = self.with_file(
+            "calls.txt", "\n".join(lines) + "\n", lambda path: self._make_calls(arguments, path)
+        )
+        changes = [change for answer in answers for change in answer["changes"]]
+        result.update(calls=answers, changed=bool(changes))
+        if self._task.diff:
+            result["diff"] = [diff_of(change) for change in changes]
+        if status == 0 and len(answers) == len(expected):
+            return
+        done = [answer["function"] for answer in answers]
+        if status == 1 and answers:
+            complaint = "%s: %s" % (done.pop(), one_line(answers[-1]["message"]) or answers[-1]["meaning"])
+        raise Stopped("%s (calls done: %s)" % (complaint, ", ".join(done) or "none"))
+
+    def _make_calls(self, arguments, path):
+        script = ["--script", path]
+        if arguments["node"]:
+            save = [] if self._task.check_mode else ["--save", arguments["node"]]
+            made = self.keswsec(arguments, *script, *save)
+        else:
+            made = planned = self.keswsec(arguments, "--what-if", *script)
+            if not self._task.check_mode:
+                made = self.keswsec(arguments, *script)
+                for answer, plan in zip(made[0], planned[0]):
+                    answer["changes"] = plan["changes"]
+        answers, status, complaint = made
+        return answers, status, complaint.replace(path, "calls")

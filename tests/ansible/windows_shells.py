@@ -1,0 +1,72 @@
+"""What goes to a Windows target through each of its shells: noted, and answered, by a connection that has no machine."""
+import base64
+import os
+import sys
+from types import SimpleNamespace
+
+sys.path.insert(0, os.path.abspath("build/fleet"))
+from ansible.errors import AnsibleConnectionFailure
+from ansible.playbook.play_context import PlayContext
+from ansible.plugins.loader import shell_loader
+from ansible_collections.kestel.keswsec.plugins.action.calls import ActionModule
+
+ANSWER = b'{"function":"sswseIsOSWinDC","status":0,"meaning":"no","message":"","plan":[]}\r\n'
+FOLDER = r"C:\Users\x\ansible-tmp-1"
+
+
+class Connection:
+    transport, become, allow_executable = "winrm", None, False
+
+    def __init__(self, shell, fails_at):
+        self._shell = shell_loader.get(shell)
+        self._shell.set_options()
+        self.fails_at, self.seen = fails_at, []
+
+    def note(self, line, answer):
+        self.seen.append(line)
+        if self.fails_at and self.fails_at in line:
+            raise AnsibleConnectionFailure("gone")
+        return 0, answer, b""
+
+    def exec_command(self, command, in_data=None, sudoable=True):
+        script = base64.b64decode(command.split()[-1]).decode("utf-16-le")
+        return self.note(script, FOLDER.encode() + b"\r\n" if "New-Item" in script else ANSWER)
+
+    def put_file(self, source, destination):
+        with open(source) as file:
+            self.note("PUT %s: %s" % (destination, file.read()), b"")
+
+    def get_option(self, name):
+        raise KeyError(name)
+
+
+def run(shell, fails_at):
+    arguments = {
+        "home": "C:\\it's mine\\",
+        "node": r"C:\n.ini",
+        "calls": [{"- CheckValidUser": {"username": "a", "passwd": "Never-to-be-seen"}}],
+    }
+    task = SimpleNamespace(args=arguments, check_mode=False, diff=False, async_val=0)
+    connection = Connection(shell, fails_at)
+    result = None
+    try:
+        result = ActionModule(task, connection, PlayContext(), None, None, None).run(task_vars={})
+    except AnsibleConnectionFailure:
+        pass
+    return result, connection.seen
+
+
+for shell in ("powershell", "cmd"):
+    result, seen = run(shell, None)
+    assert not result.get("failed") and result["calls"][0]["meaning"] == "no", result
+    put, call = seen[-3:-1]
+    assert put == 'PUT %s\\calls.txt: - CheckValidUser username="a" passwd="Never-to-be-seen"\n' % FOLDER, put
+    assert call == (
+        r"& 'C:\Program Files\Kestel\keswsec.exe' '--home' 'C:\it''s mine\\' '--node' 'C:\n.ini' '--json'"
+        r" '--script' '%s\calls.txt' '--save' 'C:\n.ini'; exit $LASTEXITCODE" % FOLDER
+    ), call
+    for fails_at in (None, "PUT", "--script"):
+        result, seen = run(shell, fails_at)
+        assert (result is None) == bool(fails_at)
+        assert "Remove-Item '%s\\.' -Force -Recurse" % FOLDER in seen[-1], seen
+        assert [line[:3] for line in seen if "Never" in line] == ["PUT"], seen
