@@ -1,3 +1,4 @@
+#include "frame/owned.h"
 #include "tests/whatif/replaced.h"
 #include "whatif/description/ini.h"
 #include "whatif/model/registry.h"
@@ -63,6 +64,24 @@ protected:
                                            nullptr, reinterpret_cast<PACL>(security.dacl.data()), nullptr);
     }
 
+    // Owner, group and list as one text, or the number of the error.
+    static std::wstring readNamed(std::wstring name, SE_OBJECT_TYPE type)
+    {
+        PSID owner = nullptr;
+        PSID group = nullptr;
+        PACL dacl = nullptr;
+        PSECURITY_DESCRIPTOR descriptor = nullptr;
+        const DWORD error = CALL(GetNamedSecurityInfoW)(
+            name.c_str(), type, OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
+            &owner, &group, &dacl, nullptr, &descriptor);
+        const owned::Local<void> release(descriptor);
+        if (error)
+            return std::to_wstring(error);
+        const Security security = securityOf(descriptor);
+        EXPECT_EQ(security.hasDacl, dacl != nullptr);
+        return L"O:" + sidText(owner) + L"G:" + sidText(group) + textOf(security).substr(textOf(security).find(L"D:"));
+    }
+
     const support::ScratchDirectory scratch;
     const std::filesystem::path dir = scratch.path();
     const std::filesystem::path file = dir / "file";
@@ -115,6 +134,35 @@ TEST_F(WhatIfSecurity, AccessIsDeniedToAdministratorsWhereTheListAndTheOwnerSayS
     EXPECT_EQ(list(dir), ERROR_ACCESS_DENIED);
     EXPECT_EQ(list(dir / "sub"), ERROR_SUCCESS);
     EXPECT_EQ(list(dir / "none"), ERROR_PATH_NOT_FOUND);
+}
+
+TEST_F(WhatIfSecurity, NamedObjectsTellOwnerGroupAndList)
+{
+    const std::wstring key = L"MACHINE\\SOFTWARE\\Kestel";
+    world.registry().createKey(local, L"SOFTWARE\\Kestel");
+    const std::wstring nobody = L"O:S-1-5-32-544G:" + local.sid + L"-513"; // has said who owns it
+    const struct
+    {
+        std::wstring described;
+        std::wstring told;
+    } cases[] = {
+        {L"D:PAI(A;;FA;;;BA)", nobody + normal(L"D:PAI(A;;FA;;;BA)")},
+        {L"O:S-1-5-18G:S-1-5-19D:NO_ACCESS_CONTROL", L"O:S-1-5-18G:S-1-5-19D:NO_ACCESS_CONTROL"},
+        {L"D:(A;;GA;;;BA)(A;OICIIO;GA;;;BU)", nobody + normal(L"D:(A;;FA;;;BA)(A;OICIIO;GA;;;BU)")}, // as it is stored
+        {L"O:SYD:(A;;0x2;;;BA)", std::to_wstring(ERROR_ACCESS_DENIED)},
+    };
+    for (const auto& row : cases) {
+        describe(file, row.described);
+        EXPECT_EQ(readNamed(file.wstring(), SE_FILE_OBJECT), row.told);
+    }
+    local.security[L"registry HKLM\\SOFTWARE\\Kestel"] = L"D:(A;;GA;;;BU)";
+    EXPECT_EQ(readNamed(key, SE_REGISTRY_KEY), nobody + normal(L"D:(A;;KA;;;BU)"));
+    std::vector<BYTE> group = sidBytes(L"S-1-5-20");
+    EXPECT_EQ(CALL(SetNamedSecurityInfoW)(std::wstring(key).data(), SE_REGISTRY_KEY, GROUP_SECURITY_INFORMATION,
+                                          nullptr, group.data(), nullptr, nullptr),
+              0u);
+    EXPECT_EQ(readNamed(key, SE_REGISTRY_KEY), L"O:S-1-5-32-544G:S-1-5-20" + normal(L"D:(A;;KA;;;BU)"));
+    EXPECT_EQ(readNamed(key + L"\\none", SE_REGISTRY_KEY), std::to_wstring(ERROR_FILE_NOT_FOUND));
 }
 
 TEST_F(WhatIfSecurity, WhatTextCannotSayIsKeptByteForByte)

@@ -59,7 +59,7 @@ BOOL WINAPI getFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_
         error = ERROR_ACCESS_DENIED;
     if (error)
         return failWith(error);
-    return handOut(security, parts, descriptor, size, needed);
+    return handOut(told(object, security), parts, descriptor, size, needed);
 }
 
 // The mark of an inheriting DACL is only taken over from a descriptor that asks for it.
@@ -75,11 +75,14 @@ Security asWritten(const Security& before, SECURITY_INFORMATION parts, PSECURITY
     mapGenericRights(after, fileRights);
     if (!(parts & OWNER_SECURITY_INFORMATION))
         after.owner = before.owner;
+    if (!(parts & GROUP_SECURITY_INFORMATION))
+        after.group = before.group;
     if (parts & DACL_SECURITY_INFORMATION)
         return after;
-    Security ownerOnly = before;
-    ownerOnly.owner = after.owner;
-    return ownerOnly;
+    Security withoutList = before;
+    withoutList.owner = after.owner;
+    withoutList.group = after.group;
+    return withoutList;
 }
 
 // Nothing is passed on to what lies below: this function never does.
@@ -175,6 +178,7 @@ Security namedSecurity(const Object& object, const Security& before, SECURITY_IN
     SetSecurityDescriptorDacl(&descriptor, TRUE, dacl, FALSE);
     Security after = securityOf(&descriptor);
     after.owner = before.owner;
+    after.group = before.group;
     mapGenericRights(after, *object.rights);
     if (becomesProtected(parts, before)) {
         after.flags = SE_DACL_PROTECTED | SE_DACL_AUTO_INHERITED;
@@ -186,7 +190,26 @@ Security namedSecurity(const Object& object, const Security& before, SECURITY_IN
     return dacl ? withInherited(after, object, inherits ? &above : nullptr) : after;
 }
 
-DWORD WINAPI setNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION parts, PSID owner, PSID,
+DWORD WINAPI getNamedSecurityInfo(LPCWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION parts, PSID* owner,
+                                  PSID* group, PACL* dacl, PACL*, PSECURITY_DESCRIPTOR* descriptor)
+{
+    Locked world;
+    Object object;
+    Security security;
+    if (!name || !descriptor)
+        return ERROR_INVALID_PARAMETER;
+    if (parts & SACL_SECURITY_INFORMATION)
+        return ERROR_PRIVILEGE_NOT_HELD;
+    if (const DWORD error = findObject(*world, name, type, object))
+        return error;
+    if (const DWORD error = readSecurity(object, security))
+        return error;
+    if (!machineDecides(object) && !allows(security, accessToRead(parts), *object.rights))
+        return ERROR_ACCESS_DENIED;
+    return handOut(told(object, security), parts, owner, group, dacl, descriptor);
+}
+
+DWORD WINAPI setNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION parts, PSID owner, PSID group,
                                   PACL dacl, PACL)
 {
     Locked world;
@@ -194,6 +217,9 @@ DWORD WINAPI setNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INF
     Security before;
     if (!name || (dacl && !IsValidAcl(dacl)))
         return name ? ERROR_INVALID_ACL : ERROR_INVALID_PARAMETER;
+    if (((parts & OWNER_SECURITY_INFORMATION) && sidText(owner).empty()) ||
+        ((parts & GROUP_SECURITY_INFORMATION) && sidText(group).empty()))
+        return ERROR_INVALID_SID;
     if (parts & SACL_SECURITY_INFORMATION)
         return ERROR_PRIVILEGE_NOT_HELD;
     if (const DWORD error = findObject(*world, name, type, object))
@@ -205,6 +231,8 @@ DWORD WINAPI setNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INF
     Security after = parts & DACL_SECURITY_INFORMATION ? namedSecurity(object, before, parts, dacl) : before;
     if (parts & OWNER_SECURITY_INFORMATION)
         after.owner = sidBytes(sidText(owner));
+    if (parts & GROUP_SECURITY_INFORMATION)
+        after.group = sidBytes(sidText(group));
     if (parts & DACL_SECURITY_INFORMATION)
         writeAndPassOn(*world, {object, before}, after);
     else
@@ -220,6 +248,7 @@ std::vector<Replacement> securityReplacements()
         returningError<&setEntriesInAcl>("SetEntriesInAclA"),
         settingLastError<&getFileSecurity>("GetFileSecurityW"),
         settingLastError<&setFileSecurity>("SetFileSecurityW"),
+        returningError<&getNamedSecurityInfo>("GetNamedSecurityInfoW"),
         returningError<&setNamedSecurityInfo>("SetNamedSecurityInfoW"),
     };
 }

@@ -39,6 +39,7 @@ BOOL WINAPI setSecurity(SC_HANDLE handle, SECURITY_INFORMATION parts, PSECURITY_
     Security after = securityOf(descriptor);
     mapGenericRights(after, serviceRights);
     after.owner.clear();
+    after.group.clear();
     Security before = serviceSecurity(*service);
     before.owner.clear();
     const std::wstring textBefore = textOf(before);

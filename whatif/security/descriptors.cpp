@@ -29,15 +29,17 @@ struct Absolute
 {
     SECURITY_DESCRIPTOR descriptor;
     std::vector<BYTE> owner;
+    std::vector<BYTE> group;
 
     Absolute(const Security& security, SECURITY_INFORMATION parts)
     {
         owner = security.owner.empty() ? sidBytes(L"S-1-5-32-544") : security.owner;
+        group = security.group.empty() ? owner : security.group;
         InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
         if (parts & OWNER_SECURITY_INFORMATION)
             SetSecurityDescriptorOwner(&descriptor, owner.data(), FALSE);
         if (parts & GROUP_SECURITY_INFORMATION)
-            SetSecurityDescriptorGroup(&descriptor, owner.data(), FALSE);
+            SetSecurityDescriptorGroup(&descriptor, group.data(), FALSE);
         if (!(parts & DACL_SECURITY_INFORMATION))
             return;
         auto* const dacl = reinterpret_cast<PACL>(const_cast<BYTE*>(security.dacl.data()));
@@ -91,12 +93,18 @@ Security parse(const std::wstring& text)
     return security;
 }
 
+std::wstring sidPart(const wchar_t* name, const std::vector<BYTE>& sid)
+{
+    return sid.empty() ? L"" : name + sidText(const_cast<BYTE*>(sid.data()));
+}
+
 std::wstring format(const Security& security)
 {
-    const SECURITY_INFORMATION parts =
-        DACL_SECURITY_INFORMATION | (security.owner.empty() ? 0 : OWNER_SECURITY_INFORMATION);
+    const SECURITY_INFORMATION parts = DACL_SECURITY_INFORMATION |
+                                       (security.owner.empty() ? 0 : OWNER_SECURITY_INFORMATION) |
+                                       (security.group.empty() ? 0 : GROUP_SECURITY_INFORMATION);
     if (!security.hasDacl)
-        return (security.owner.empty() ? L"" : L"O:" + sidText(const_cast<BYTE*>(security.owner.data()))) + noDacl;
+        return sidPart(L"O:", security.owner) + sidPart(L"G:", security.group) + noDacl;
     Absolute absolute(security, parts);
     LPWSTR text = nullptr;
     if (!ConvertSecurityDescriptorToStringSecurityDescriptorW(&absolute.descriptor, SDDL_REVISION_1, parts, &text,
@@ -132,6 +140,8 @@ std::vector<BYTE> trimmed(const ACL* acl)
 std::string keyOf(const Security& security)
 {
     std::string key(security.owner.begin(), security.owner.end());
+    key += '|';
+    key.append(security.group.begin(), security.group.end());
     key.append(reinterpret_cast<const char*>(&security.flags), sizeof security.flags);
     key += security.hasDacl ? '+' : '-';
     return key.append(security.dacl.begin(), security.dacl.end());
@@ -176,11 +186,13 @@ Security securityOf(PSECURITY_DESCRIPTOR descriptor)
     SECURITY_DESCRIPTOR_CONTROL control = 0;
     DWORD revision = 0;
     PSID owner = nullptr;
+    PSID group = nullptr;
     PACL dacl = nullptr;
     BOOL present = FALSE;
     BOOL defaulted = FALSE;
     GetSecurityDescriptorControl(descriptor, &control, &revision);
     GetSecurityDescriptorOwner(descriptor, &owner, &defaulted);
+    GetSecurityDescriptorGroup(descriptor, &group, &defaulted);
     GetSecurityDescriptorDacl(descriptor, &present, &dacl, &defaulted);
     security.flags = control & keptFlags;
     security.hasDacl = present && dacl;
@@ -188,6 +200,8 @@ Security securityOf(PSECURITY_DESCRIPTOR descriptor)
     security.dacl = trimmed(security.hasDacl ? dacl : &empty);
     if (owner && sidText(owner) != L"S-1-5-32-544")
         security.owner = sidBytes(sidText(owner));
+    if (group)
+        security.group = sidBytes(sidText(group));
     return security;
 }
 
@@ -211,6 +225,26 @@ BOOL handOut(const Security& security, SECURITY_INFORMATION parts, PSECURITY_DES
         return failWith(ERROR_INSUFFICIENT_BUFFER);
     memcpy(buffer, bytes.data(), bytes.size());
     return TRUE;
+}
+
+DWORD handOut(const Security& security, SECURITY_INFORMATION parts, PSID* owner, PSID* group, PACL* dacl,
+              PSECURITY_DESCRIPTOR* descriptor)
+{
+    const std::vector<BYTE> bytes = selfRelative(security, parts);
+    void* const block = LocalAlloc(LMEM_FIXED, bytes.size());
+    if (!block)
+        return ERROR_NOT_ENOUGH_MEMORY;
+    memcpy(block, bytes.data(), bytes.size());
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    if (owner)
+        GetSecurityDescriptorOwner(block, owner, &defaulted);
+    if (group)
+        GetSecurityDescriptorGroup(block, group, &defaulted);
+    if (dacl && (parts & DACL_SECURITY_INFORMATION))
+        GetSecurityDescriptorDacl(block, &present, dacl, &defaulted);
+    *descriptor = block;
+    return ERROR_SUCCESS;
 }
 
 } // namespace whatif

@@ -1,5 +1,7 @@
 #include "whatif/security/object_security.h"
 
+#include "whatif/model/names.h"
+#include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"
 #include "whatif/security/inheritance.h"
 
@@ -49,7 +51,8 @@ Security originalSecurity(const Object& object)
 
 // ---- the real machine --------------------------------------------------------------------------------------------
 
-constexpr SECURITY_INFORMATION keptParts = OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
+constexpr SECURITY_INFORMATION keptParts =
+    OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
 
 DWORD readRealFile(const Object& object, std::vector<BYTE>& descriptor)
 {
@@ -113,6 +116,7 @@ DWORD readSecurity(const Object& object, Security& security)
     const auto held = object.node->security.find(object.name);
     if (held != object.node->security.end()) {
         security = securityOf(held->second);
+        mapGenericRights(security, *object.rights);
         return ERROR_SUCCESS;
     }
     if (object.node->readsMachine) {
@@ -122,6 +126,14 @@ DWORD readSecurity(const Object& object, Security& security)
     }
     security = originalSecurity(object);
     return ERROR_SUCCESS;
+}
+
+Security told(const Object& object, const Security& security)
+{
+    Security whole = security;
+    if (whole.group.empty())
+        whole.group = sidBytes(accountDomainSid(*object.node) + L"-513");
+    return whole;
 }
 
 bool mayChange(const Object& object, const Security& before, DWORD access)

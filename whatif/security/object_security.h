@@ -11,6 +11,10 @@ namespace whatif {
 // The security of the object as it is now; an error when the real machine does not show it.
 DWORD readSecurity(const Object& object, Security& security);
 
+// As it is told: with a group. Documented for a new object is the primary group of its creator's token, which of an
+// administrator's is that of all users of the account domain.
+Security told(const Object& object, const Security& security);
+
 // Whether the real machine decides about access to the object: the node has nothing to say of it.
 bool machineDecides(const Object& object);
 
