@@ -229,7 +229,7 @@ const std::set<std::string>& plain()
         "memset strchr strcmp strcpy strcspn strlen strncat strncmp strrchr strstr strtol towupper wcscat "
         "wcschr wcscmp wcscpy wcslen wcsncmp wcsrchr "
         // the trace file: what cannot be written is dropped
-        "fflush fopen fputc fwrite vfprintf ");
+        "fflush fopen fprintf fputc fwrite vfprintf ");
     static const std::set<std::string> names(std::istream_iterator<std::string>(words), {});
     return names;
 }
