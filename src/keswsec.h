@@ -336,11 +336,13 @@ DWORD WINAPI sswseCheckUserInGroup(sswseErrRec* err, const char* username, const
 /*
  * A home's configuration lies under HKEY_LOCAL_MACHINE "Software\Kestel\<home key>". The home key is the last part of
  * the registry path on the first line of the home's key file, which is KESTEL.KEY beside this library for the library's
- * own home and bin\kestel.key for the home at a path.
+ * own home and bin\kestel.key for the home at a path. A home key that is too long is told like a registry key that
+ * cannot be opened, and a path that is too long like a key file that cannot be opened, with 206 as the operating
+ * system's error, unless it is said otherwise below.
  */
 
 /*
- * The home key of the library's own home; when there is no key file, the environment variable KESTEL_HOME_KEY.
+ * The home key of the library's own home; when its key file cannot be opened, the environment variable KESTEL_HOME_KEY.
  *   khkey   the buffer, khkeyl its size in bytes; a key from the file that does not fit is cut
  *   outlen  receives the text's length without terminator; NULL is allowed
  * 2; 3 with WSE-000046, WSE-000047, with WSE-000052 when the file names no key, or cannot be opened and the variable is
@@ -388,7 +390,7 @@ DWORD WINAPI sswseGetKestelHomeName(sswseErrRec* err, char* khname, size_t khnam
  *              the file is then read through the node's administrative share
  *   khtype, khtypel, outlen, nodename  as for sswseGetKestelHomeType
  * 2; 3 with WSE-000033, WSE-000044, WSE-000048, and with WSE-000052 when the key file cannot be read; 4; 6 with
- * WSE-000010, and with WSE-000052 when there is no key file.
+ * WSE-000010, and with WSE-000052 when the key file cannot be opened.
  */
 DWORD WINAPI sswseGetKestelHomeTypeForKHPath(sswseErrRec* err, char* khomepath, char* khtype, size_t khtypel,
                                              size_t* outlen, const char* nodename);
@@ -443,7 +445,7 @@ DWORD WINAPI sswseIsSVCUserMSA(sswseErrRec* err, const char* khomepath, const ch
 /*
  * Is a password needed to make services run as the home's service user?
  * 1; 0; 3 with WSE-000044, WSE-000048 also when that is not recorded, WSE-000052 when the key file cannot be read or
- * names no key; 4; 6 with WSE-000010, and with WSE-000052 when there is no key file.
+ * names no key; 4; 6 with WSE-000010, and with WSE-000052 when the key file cannot be opened.
  */
 DWORD WINAPI sswseIsSVCUserPasswordRequired(sswseErrRec* err, const char* khomepath, const char* nodename);
 
@@ -665,9 +667,9 @@ enum
  *   numusers     their number
  *   ptype        SSWSE_ACCESS_...
  *   inheritable  not 0: everything below a directory as well (not for permission type 7); links are followed. Skipped
- *                are children without access, and what is in a directory whose path is longer than 257 characters. A
- *                child whose path is longer than 259 ends the walk with 3, unless the process has long paths enabled:
- *                then one of more than 519 is skipped
+ *                are children without access, those with a name that is left alone and all that is in them, and what
+ *                is in a directory whose path is longer than 257 characters. A child whose path is longer than 259 ends
+ *                the walk with 3, unless the process has long paths enabled
  * 2: done. The record may hold the message of a skipped child (operating system's error 206 for one whose path is too
  *    long), or of a file that ended the walk early.
  * 3: WSE-000014, WSE-000038, WSE-000039 (an account); WSE-000012 or a message of one blank (a mount point that cannot
@@ -685,8 +687,9 @@ DWORD WINAPI sswseAddACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const 
  *   TrusteeType     TRUSTEE_TYPE, dwAccessRights the access mask, AccessMode ACCESS_MODE, dwInheritance ACE flags
  *   acl             in: the ACL, from LocalAlloc; a NULL one is an empty one. out: the new ACL, which the caller
  *                   releases with LocalFree; the old one is released
- * 2; 3: WSE-000059, `*acl` is what it was. The operating system's error there is the thread's last one, which the
- * platform need not have set: it may be missing, or an older one.
+ * 2; 3: WSE-000059, `*acl` is what it was. The operating system's error there is 1336 for an ACL and 1337 for a SID
+ * that is not valid; else the thread's last one, which the platform need not have set: it may be missing, or an older
+ * one.
  */
 DWORD WINAPI sswseAddAceToACL(sswseErrRec* err, void* pszTrustee, int TrusteeType, DWORD dwAccessRights, int AccessMode,
                               DWORD dwInheritance, PACL* acl);

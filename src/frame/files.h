@@ -7,8 +7,7 @@
 HMODULE sswseOwnModule();
 
 // Writes the library's full path and returns the position of its last backslash, so that another file can be named in
-// that directory; NULL (last error set) when the path cannot be had, with ERROR_INSUFFICIENT_BUFFER when it does not
-// fit.
+// that directory; NULL when the path cannot be had or does not fit, with the last error as the platform leaves it.
 char* sswseOwnDirectoryEnd(HMODULE self, char (&path)[MAX_PATH]);
 
 // Puts a file's name behind the directory that ends there, cut to what `path` holds.

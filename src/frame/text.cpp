@@ -5,10 +5,12 @@
 
 namespace {
 
-// A UTF-8 code page allows no flag.
+constexpr UINT gb18030 = 54936;
+
+// These two code pages allow no flag.
 DWORD flagsFor(UINT codePage, DWORD flags)
 {
-    return codePage == CP_UTF8 ? 0 : flags;
+    return codePage == CP_UTF8 || codePage == gb18030 ? 0 : flags;
 }
 
 // No replacement by characters that merely look alike; composed before converting.

@@ -33,7 +33,10 @@ DWORD sswseOpenHomeA(const sswseCall& call, const char* homeKey, const char* nod
                      sswseMachineKey& opened)
 {
     char subkey[260];
-    sswseFormatText(subkey, "Software\\Kestel\\%s", homeKey);
+    if (sswseFormatText(subkey, "Software\\Kestel\\%s", homeKey) == sswseFormatOverflow) { // cut, it is another home's
+        sswseReport(call, WSE_OPEN_REGISTRY_KEY, ERROR_FILENAME_EXCED_RANGE, "RegOpenKeyEx", subkey, "HKLM");
+        return SSWSE_HOME_NOT_FOUND;
+    }
     return sswseOpenMachineKeyA(call, nodename, subkey, access, SSWSE_HOME_NOT_FOUND, opened);
 }
 

@@ -6,18 +6,18 @@
 // Builds "software\Kestel\" + home key. 2, or 3 with WSE-000053 "strcat_s" or WSE-00006.
 DWORD sswseMakeHomeSubkey(const sswseCall& call, const char* homeKey, sswseSubkey& subkey);
 
-// Opens "Software\Kestel\" + home key, cut at 259 characters, in the multibyte dialect; `openFailure` is 6.
+// Opens "Software\Kestel\" + home key in the multibyte dialect; `openFailure` is 6, also for more than 259 characters.
 DWORD sswseOpenHomeA(const sswseCall& call, const char* homeKey, const char* nodename, REGSAM access,
                      sswseMachineKey& opened);
 
 // A text value as it is stored: the type is not looked at, and a text that is not terminated gets its NUL here.
 struct sswseHomeValue
 {
-    char text[511];
-    DWORD stored; // bytes in the registry, which count a stored terminator
+    char text[512]; // one more than the platform is told
+    DWORD stored;   // bytes in the registry, which count a stored terminator
 };
 
-// 2, or 3 with WSE-000048 "RegQueryValueEx" naming the value, also when it is longer than the buffer less one byte.
+// 2, or 3 with WSE-000048 "RegQueryValueEx" naming the value, also when it has more than 511 bytes.
 DWORD sswseReadHomeValueA(const sswseCall& call, HKEY key, const char* value, sswseHomeValue& read);
 
 // The name of a value in both dialects: messages name the multibyte text.

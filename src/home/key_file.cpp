@@ -19,6 +19,14 @@ DWORD cannotTell(const sswseCall& call, const sswseKeyFileAnswers& answers, DWOR
     return status;
 }
 
+// A path that is too long is not acted on: cut, it names another file.
+DWORD pathTooLong(const sswseCall& call, const sswseKeyFileAnswers& answers)
+{
+    sswseReport(call, answers.namesApi ? WSE_API_FAILED : WSE_FIND_HOME, ERROR_FILENAME_EXCED_RANGE, "CreateFile",
+                "CreateFile");
+    return answers.notOpened;
+}
+
 DWORD readLine(const sswseCall& call, const char* path, const sswseKeyFileAnswers& answers, sswseKeyLine& line)
 {
     const owned::Handle file = sswseOpenToRead(path);
@@ -33,7 +41,8 @@ DWORD readLine(const sswseCall& call, const char* path, const sswseKeyFileAnswer
 DWORD readKeyFile(const sswseCall& call, const char* khomepath, const sswseKeyFileAnswers& answers, sswseKeyLine& line)
 {
     char path[MAX_PATH];
-    sswseFormatText(path, "%s\\bin\\kestel.key", khomepath);
+    if (sswseFormatText(path, "%s\\bin\\kestel.key", khomepath) == sswseFormatOverflow)
+        return pathTooLong(call, answers);
     return readLine(call, path, answers, line);
 }
 
@@ -78,6 +87,7 @@ DWORD sswseReadKeyFileOnNode(const sswseCall& call, char* khomepath, const char*
     if (strlen(khomepath) > 1)
         khomepath[1] = '$'; // in the caller's own text, and left so: deliberate
     char path[MAX_PATH];
-    sswseFormatText(path, "\\\\%s\\%s\\bin\\kestel.key", nodename, khomepath);
+    if (sswseFormatText(path, "\\\\%s\\%s\\bin\\kestel.key", nodename, khomepath) == sswseFormatOverflow)
+        return pathTooLong(call, answers);
     return readLine(call, path, answers, line);
 }

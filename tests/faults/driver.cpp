@@ -305,14 +305,15 @@ private:
 
     bool isExcused(Exception::Effect effect, const Outcome& outcome, const Failing* failing)
     {
-        const auto excuses = [&](const Exception& each) {
-            return each.effect == effect && isMeant(each, scenario_.function, failing) &&
-                   (effect < Exception::goesOn || isLeft(each, outcome, *failing));
-        };
-        const auto found = std::find_if(exceptions().begin(), exceptions().end(), excuses);
-        if (found != exceptions().end())
-            counts_.exceptions.insert(static_cast<size_t>(found - exceptions().begin()));
-        return found != exceptions().end();
+        for (size_t i = 0; i < exceptions().size(); ++i) {
+            const Exception& each = exceptions()[i];
+            Words words = each.effect == effect ? wordsFor(each, scenario_.function, failing) : Words();
+            if (words.empty() || (effect >= Exception::goesOn && !isLeft(each, outcome, *failing)))
+                continue;
+            counts_.exceptions[i].merge(words);
+            return true;
+        }
+        return false;
     }
 
     // Whether status, outputs and plan are what the exception lets a run leave that goes on after the call.

@@ -82,8 +82,12 @@ struct Failing
     std::string afterOther; // "before>one"
 };
 
-// Whether the exception is for this failure; `failing` is NULL where nothing is made to fail.
-bool isMeant(const Exception& exception, const char* function, const Failing* failing);
+// The exception's routines, functions and codes, one by one.
+using Words = std::set<std::string>;
+Words wordsOf(const Exception& exception);
+// Those of them that are for this failure, none when the exception is not; `failing` is NULL where nothing is made to
+// fail.
+Words wordsFor(const Exception& exception, const char* function, const Failing* failing);
 
 // `mode` as in Exception::plan; `before`: how many changes were made before the call.
 using Plan = std::vector<std::string>;
@@ -96,7 +100,7 @@ struct FunctionReport
     size_t calls = 0; // that can fail
     size_t faults = 0;
     size_t allocations = 0;
-    std::set<size_t> exceptions; // by their place in the table
+    std::map<size_t, Words> exceptions; // by their place in the table, and what of them was needed
 };
 
 struct Report

@@ -1,10 +1,13 @@
-// What need not be as it is otherwise when a platform call fails, and why. A row that no run needs fails the test.
+// What need not be as it is otherwise when a platform call fails, and why. A row that no run needs, or a routine, call or
+// error in it, fails the test.
 #include "tests/faults/driver.h"
 
 #include <lm.h>
 #include <ntstatus.h>
 
 #include <algorithm>
+#include <array>
+#include <iterator>
 
 namespace faults {
 
@@ -98,7 +101,7 @@ const std::vector<Exception>& exceptions()
         // access
         {E::noFailure, "sswseUpdateAclOnFile, updateAclOnFile, sswseCheckAccessMask", "IsValidSid", any,
          "An entry whose SID is not valid is nobody's.", SSWSE_NO, "|: security"},
-        {E::noFailure, "sswseCheckIfVlfsAndMountPoint", "malloc, GetVolumePathNameW, GetVolumeInformationW", any,
+        {E::noFailure, "sswseCheckIfVlfsAndMountPoint", "GetVolumePathNameW, GetVolumeInformationW", any,
          "A volume that cannot be asked is none of the cluster's.", same, "some"},
         {E::noFailure, "sswseUpdateAclOnTree", "FindFirstFileW, FindNextFileW, GetFileAttributesW", any,
          "What cannot be listed is left alone.", same, "some"},
@@ -145,10 +148,17 @@ std::vector<std::string> split(const std::string& words, const std::string& sepa
     return parts;
 }
 
-bool isAmong(const std::vector<std::string>& words, const std::string& word)
+// The routines, functions and codes of a row.
+std::array<std::vector<std::string>, 3> listsOf(const Exception& exception)
 {
-    return std::find(words.begin(), words.end(), word) != words.end();
+    std::vector<std::string> codes;
+    for (const DWORD code : exception.codes)
+        codes.push_back(std::to_string(code));
+    const auto names = [](const char* list) { return split(list ? list : "", ", "); };
+    return {names(exception.routines), names(exception.functions), codes};
 }
+
+const Words anything = {"anything"}; // of a row without lists
 
 // The lines without those with one of the words; of lines with a "word*" what comes behind it is left out.
 Plan without(const Plan& plan, const std::vector<std::string>& words)
@@ -182,22 +192,33 @@ bool isPart(const Plan& plan, const Plan& whole, size_t first)
 
 } // namespace
 
-bool isMeant(const Exception& exception, const char* function, const Failing* failing)
+Words wordsOf(const Exception& exception)
 {
-    const std::string path = '|' + std::string(function) + (failing ? failing->call.routines : "") + '|';
-    const auto isUnderWay = [&path](const std::string& each) {
-        return path.find('|' + each + '|') != std::string::npos;
-    };
-    const std::vector<std::string> routines = split(exception.routines ? exception.routines : "", ", ");
-    if (!routines.empty() && std::none_of(routines.begin(), routines.end(), isUnderWay))
-        return false;
+    Words words;
+    for (const std::vector<std::string>& list : listsOf(exception))
+        words.insert(list.begin(), list.end());
+    return words.empty() ? anything : words;
+}
+
+Words wordsFor(const Exception& exception, const char* function, const Failing* failing)
+{
     const bool isOfScenario = exception.functions && !*exception.functions;
-    if (isOfScenario || !failing)
-        return isOfScenario && !failing;
-    if (!exception.codes.empty() && !std::count(exception.codes.begin(), exception.codes.end(), failing->code))
-        return false;
-    const std::vector<std::string> functions = split(exception.functions ? exception.functions : "", ", ");
-    return functions.empty() || isAmong(functions, failing->call.row->name) || isAmong(functions, failing->afterOther);
+    if (isOfScenario != !failing)
+        return {};
+    const std::string path = '|' + std::string(function) + (failing ? failing->call.routines : "") + '|';
+    const auto applies = [&](const std::string& word) {
+        return path.find('|' + word + '|') != std::string::npos ||
+               (failing && (word == failing->call.row->name || word == failing->afterOther ||
+                            word == std::to_string(failing->code)));
+    };
+    Words words;
+    for (const std::vector<std::string>& list : listsOf(exception)) {
+        const size_t before = words.size();
+        std::copy_if(list.begin(), list.end(), std::inserter(words, words.end()), applies);
+        if (!list.empty() && words.size() == before)
+            return {};
+    }
+    return words.empty() ? anything : words;
 }
 
 bool isPlanAsExpected(const Plan& plan, const Plan& whole, size_t before, bool goesOn, const std::string& mode)

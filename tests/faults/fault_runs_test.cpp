@@ -41,15 +41,17 @@ TEST(FaultRuns, ReachEveryExportRowAndException)
     EXPECT_THAT(stage.interception().unmatched(), IsEmpty());
 
     std::set<const intercept::Row*> reached;
-    std::set<size_t> used;
+    std::map<size_t, Words> used;
     for (const auto& [name, counts] : functions) {
         reached.insert(counts.reached.begin(), counts.reached.end());
-        used.insert(counts.exceptions.begin(), counts.exceptions.end());
+        for (const auto& [place, words] : counts.exceptions)
+            used[place].insert(words.begin(), words.end());
     }
     for (const intercept::Row& row : intercept::rows())
         EXPECT_TRUE(reached.count(&row)) << row.name << " is not reached";
     for (size_t i = 0; i < exceptions().size(); ++i)
-        EXPECT_TRUE(used.count(i)) << "nobody needs the exception: " << exceptions()[i].reason;
+        for (const std::string& word : wordsOf(exceptions()[i]))
+            EXPECT_TRUE(used[i].count(word)) << "no run needs " << word << " of: " << exceptions()[i].reason;
 
     std::istringstream words(support::contentsOf(support::projectFile("src/resources/exports.def")));
     for (std::string word; words >> word;)

@@ -18,11 +18,11 @@ const char* effectOf(const Exception& exception)
 
 constexpr char total[] = "all";
 
-std::string listOf(const std::set<size_t>& exceptionsUsed)
+std::string listOf(const std::map<size_t, Words>& exceptionsUsed)
 {
     std::string text;
-    for (const size_t used : exceptionsUsed)
-        text += (text.empty() ? "" : ", ") + std::to_string(used + 1);
+    for (const auto& [place, words] : exceptionsUsed)
+        text += (text.empty() ? "" : ", ") + std::to_string(place + 1);
     return text;
 }
 

@@ -2,6 +2,7 @@
 #include "frame/string_list.h"
 #include "frame/text.h"
 #include "tests/support/cases.h"
+#include "tests/support/library_copy.h"
 
 #include <gtest/gtest.h>
 
@@ -42,6 +43,25 @@ TEST(Text, ConvertsBothWaysWithItsTerminator)
         if (row.andBack) {
             EXPECT_STREQ(back.get(), row.wide);
         }
+    }
+}
+
+TEST(Text, OfACodePageThatAllowsNoFlagIsConvertedWithoutAny)
+{
+    static UINT codePage;
+    static DWORD flags;
+    support::LibraryCopy library;
+    library.redirect(
+        "GetACP", +[]() WINAPI { return codePage; });
+    library.redirect(
+        "MultiByteToWideChar", +[](UINT, DWORD given, LPCCH, int, LPWSTR, int) WINAPI {
+            flags = given;
+            return 0;
+        });
+    for (const auto& [page, expected] : {std::pair(1252u, DWORD{MB_PRECOMPOSED}), {CP_UTF8, 0u}, {54936u, 0u}}) {
+        codePage = page;
+        EXPECT_EQ(EXPORT_OF(library, sswseCheckUserExists)(nullptr, "user"), 3u);
+        EXPECT_EQ(flags, expected) << page;
     }
 }
 

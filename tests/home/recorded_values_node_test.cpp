@@ -262,7 +262,7 @@ TEST_F(RecordedHome, HasATypeThatIsCopiedWithItsStoredSize)
                      {read, byPath, required - 1, 3, "", untouched,
                       "WSE-000033: Insufficient output buffer for Kestelhometype."}});
     }
-    store(L"KESTEL_HOME_TYPE", longest, REG_BINARY, 1);
+    store(L"KESTEL_HOME_TYPE", longest, REG_BINARY, 2);
     expectTexts({{"longer than any type", byKey, 600, 3, "", untouched,
                   "WSE-000048: Unable to query value for KESTEL_HOME_TYPE in registry."}});
 }
@@ -308,6 +308,25 @@ TEST_F(RecordedHome, HasAUserThatIsReadFromAnyStoredText)
             "WSE-000048: Unable to query value for KESTEL_SVCUSER in registry."});
 }
 
+TEST_F(RecordedHome, IsNotTheOneThatANameOrPathCutShortWouldBe)
+{
+    const std::string longKey(259 - strlen("Software\\Kestel\\"), 'k');
+    std::string longPath(259 - strlen("\\bin\\kestel.key"), 'p');
+    for (const bool isCut : {false, true}) {
+        const auto typeOf = EXPORT(sswseGetKestelHomeType);
+        const auto isVirtual = EXPORT(sswseIsSvcUserVirtualAccount);
+        const DWORD tooLong = isCut ? ERROR_FILENAME_EXCED_RANGE : 0;
+        const std::string its = longKey + std::string(isCut, 'k');
+        longPath += std::string(isCut, 'p');
+        expectNodeCases(
+            {{"key", calling(typeOf, its.c_str(), text, 9, &length, ""), 6, "WSE-000010", isCut ? tooLong : 2},
+             {"path", calling(isVirtual, longPath.c_str(), ""), 3, "WSE-000053", isCut ? tooLong : 3},
+             {"its type", typeOfPath(longPath, ""), 6, "WSE-000052", tooLong}});
+    }
+    longPath.resize(longPath.size() - 2); // with "\\\\DB2\\" before it
+    expectNodeCases({{"path on a node", typeOfPath(longPath, "DB2"), 6, "WSE-000052", 206}});
+}
+
 TEST_F(RecordedHome, HasFactsOfTheUserThatAreReadLeniently)
 {
     const Call isVirtual = readers(nullptr)[4].second;
@@ -316,7 +335,7 @@ TEST_F(RecordedHome, HasFactsOfTheUserThatAreReadLeniently)
                                          {L"-1"s, 0u},
                                          {L"abc"s, 0u},
                                          {L""s, 0u},
-                                         {std::wstring(510, L'0'), 0u},
+                                         {std::wstring(511, L'0'), 0u},
                                          {L"2"s, 1u},
                                          {L" 1"s, 1u},
                                          {L"99999999999"s, 1u}}) {
