@@ -17,6 +17,7 @@
 //     [service KestelDB]                 display name, binary path, account, password, load order group, security,
 //                                        type, start, error control, tag, sid type, dependencies
 //     [registry SOFTWARE\Kestel\KEY_h1]  KESTEL_HOME_TYPE=1, Count=dword:7, Path=expand:%SystemRoot%, @=default value
+//     [registry HKU\S-1-5-18\Software]   the same for HKEY_USERS
 //     [security]                         file C:\data=D:(A;;GA;;;BA)
 //     [drives]                           C=Z:\tmp\node-c (what \\node\C$ stands for; the shares of the local node's
 //                                        drives are always there)

@@ -128,7 +128,9 @@ void writeDescription(const std::filesystem::path& file, const Node& node, const
     writer.section(L"drives");
     for (const auto& [drive, directory] : node.drives)
         writer.line(drive, directory);
-    writeRegistry(writer, node, registry, L"");
+    for (const wchar_t* const root : {L"", L"HKU"})
+        if (!*root || !registry.subkeys(node, root).empty())
+            writeRegistry(writer, node, registry, root);
     writer.save(file);
 }
 

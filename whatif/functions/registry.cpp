@@ -1,76 +1,80 @@
-// The registry functions of the library, led to the nodes' registries. Keys under other roots than HKEY_LOCAL_MACHINE
-// are refused, so that no write gets past the node.
-#include "whatif/model/registry.h"
+// The registry functions, led to the nodes' registries. Keys under other roots than HKEY_LOCAL_MACHINE, HKEY_USERS and
+// what is a part of them are refused, so that no write gets past the node. A key is opened when its list gives all that
+// is asked for ("Registry Key Security and Access Rights"), which is judged as an administrator's; a new one needs that
+// right on the key that it comes to lie in, a deleted one DELETE. What an open key can do then the platform itself
+// judges, by the handle to the scratch key.
+#include "whatif/model/open_keys.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
 #include "whatif/security/object_security.h"
 
-#include <map>
+#include <algorithm>
 
 namespace whatif {
 
 namespace {
 
-// The keys that the library holds.
-std::map<HKEY, Registry::Place>& openKeys()
+constexpr REGSAM views = KEY_WOW64_32KEY | KEY_WOW64_64KEY; // not rights
+
+LSTATUS judge(const Registry::Place& place, REGSAM access, REGSAM& handle)
 {
-    static std::map<HKEY, Registry::Place> keys;
-    return keys;
+    Security security;
+    if (const DWORD error = readSecurity(keyAt(*place.node, place.path), security))
+        return static_cast<LSTATUS>(error);
+    return opens(security, administrator(), access & ~views, keyRights, handle) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
-LSTATUS placeOf(World& world, HKEY key, const std::wstring& subkey, Registry::Place& place)
-{
-    const auto known = openKeys().find(key);
-    if (known != openKeys().end())
-        place = known->second;
-    else if (key == HKEY_LOCAL_MACHINE)
-        place.node = &world.local();
-    else
-        return ERROR_INVALID_HANDLE;
-    if (!subkey.empty())
-        place.path += (place.path.empty() ? L"" : L"\\") + subkey;
-    while (!place.path.empty() && place.path.back() == L'\\')
-        place.path.pop_back();
-    return subkey.compare(0, 1, L"\\") == 0 ? ERROR_BAD_PATHNAME : ERROR_SUCCESS;
-}
-
-LSTATUS handOut(LSTATUS status, const Registry::Place& place, HKEY key, HKEY* result)
+LSTATUS handOut(World& world, LSTATUS status, const OpenKey& opened, HKEY key, HKEY* result)
 {
     if (status != ERROR_SUCCESS)
         return status;
-    openKeys()[key] = place;
+    keepOpen(world, key, opened);
     *result = key;
     return ERROR_SUCCESS;
 }
 
-std::wstring printable(const std::wstring& path)
+LSTATUS openPlace(World& world, const Registry::Place& place, REGSAM access, HKEY* result)
 {
-    return L"registry HKLM\\" + path;
+    if (!world.registry().hasKey(*place.node, place.path))
+        return ERROR_FILE_NOT_FOUND;
+    OpenKey opened = {place, 0, {}};
+    if (const LSTATUS status = judge(place, access, opened.access))
+        return status;
+    HKEY key = nullptr;
+    const LSTATUS status = world.registry().open(place, opened.access | (access & views), key);
+    return handOut(world, status, opened, key, result);
 }
 
 LSTATUS connectNode(const std::wstring& machine, HKEY root, HKEY* result)
 {
     Locked world;
-    const Registry::Place place = {world->find(machine.c_str()), L""};
+    Registry::Place place = {world->find(machine.c_str()), L""};
     if (!place.node)
         return ERROR_BAD_NETPATH;
-    if (root != HKEY_LOCAL_MACHINE)
+    if (root != HKEY_LOCAL_MACHINE && root != HKEY_USERS)
         return ERROR_INVALID_HANDLE;
-    HKEY key = nullptr;
-    const LSTATUS status = world->registry().open(place, KEY_ALL_ACCESS, key);
-    return handOut(status, place, key, result);
+    pathOf(root, *place.node, place.path);
+    return openPlace(*world, place, MAXIMUM_ALLOWED, result);
 }
 
 LSTATUS openNodeKey(HKEY root, const std::wstring& subkey, REGSAM access, HKEY* result)
 {
     Locked world;
     Registry::Place place;
-    LSTATUS status = placeOf(*world, root, subkey, place);
-    if (status != ERROR_SUCCESS)
+    if (const LSTATUS status = placeOf(*world, root, subkey, place))
         return status;
-    HKEY key = nullptr;
-    status = world->registry().open(place, access, key);
-    return handOut(status, place, key, result);
+    return openPlace(*world, place, access, result);
+}
+
+// Whether the nearest key above that is there takes a new one.
+LSTATUS mayCreate(World& world, const Registry::Place& place)
+{
+    Registry::Place parent = place;
+    do
+        parent.path.resize(parent.path.rfind(L'\\') == std::wstring::npos ? 0 : parent.path.rfind(L'\\'));
+    while (!parent.path.empty() && !world.registry().hasKey(*parent.node, parent.path));
+    REGSAM handle = 0;
+    return judge(parent, KEY_CREATE_SUB_KEY, handle);
 }
 
 LSTATUS createNodeKey(HKEY root, const std::wstring& subkey, const std::wstring& className, REGSAM access, HKEY* result,
@@ -80,14 +84,25 @@ LSTATUS createNodeKey(HKEY root, const std::wstring& subkey, const std::wstring&
     Registry::Place place;
     if (const LSTATUS status = placeOf(*world, root, subkey, place))
         return status;
+    if (world->registry().hasKey(*place.node, place.path)) {
+        const LSTATUS status = openPlace(*world, place, access, result);
+        if (disposition && status == ERROR_SUCCESS)
+            *disposition = REG_OPENED_EXISTING_KEY;
+        return status;
+    }
+    if (const LSTATUS status = mayCreate(*world, place))
+        return status;
     HKEY key = nullptr;
     std::vector<std::wstring> created;
-    const LSTATUS status = world->registry().create(place, access, className.c_str(), key, created);
+    // Who creates a key gets what it is opened with, whatever it inherits.
+    const REGSAM all = access & MAXIMUM_ALLOWED ? KEY_ALL_ACCESS : 0;
+    const OpenKey opened = {place, mapped((access & ~static_cast<REGSAM>(MAXIMUM_ALLOWED)) | all, keyRights), {}};
+    const LSTATUS status = world->registry().create(place, opened.access, className.c_str(), key, created);
     for (const std::wstring& path : created)
-        world->record({ChangeKind::registryKey, place.node->name, printable(path), L"", {}, State::Parts()});
+        world->record({ChangeKind::registryKey, place.node->name, keyName(path), L"", {}, State::Parts()});
     if (disposition)
-        *disposition = created.empty() ? REG_OPENED_EXISTING_KEY : REG_CREATED_NEW_KEY;
-    return handOut(status, place, key, result);
+        *disposition = REG_CREATED_NEW_KEY;
+    return handOut(*world, status, opened, key, result);
 }
 
 // What goes with a key.
@@ -98,10 +113,8 @@ State stateOf(World& world, const Registry::Place& place)
         return {};
     for (const auto& [name, value] : world.registry().values(*place.node, place.path))
         parts.emplace_back(L"value " + name, textOf(value));
-    Object object;
     Security security;
-    if (keyObject(world, L"\\\\" + place.node->name + L"\\MACHINE\\" + place.path, object) == ERROR_SUCCESS &&
-        readSecurity(object, security) == ERROR_SUCCESS)
+    if (readSecurity(keyAt(*place.node, place.path), security) == ERROR_SUCCESS)
         parts.emplace_back(L"security", textOf(security));
     return parts;
 }
@@ -110,13 +123,55 @@ LSTATUS deleteNodeKey(HKEY root, const std::wstring& subkey)
 {
     Locked world;
     Registry::Place place;
+    REGSAM handle = 0;
     if (const LSTATUS status = placeOf(*world, root, subkey, place))
+        return status;
+    if (!world->registry().hasKey(*place.node, place.path))
+        return ERROR_FILE_NOT_FOUND;
+    if (const LSTATUS status = judge(place, DELETE, handle))
         return status;
     const State before = stateOf(*world, place);
     const LSTATUS status = world->registry().remove(place);
-    if (status == ERROR_SUCCESS)
-        world->record({ChangeKind::registryKey, place.node->name, printable(place.path), L"", before, {}});
+    if (status == ERROR_SUCCESS) {
+        place.node->security.erase(keyName(place.path));
+        world->record({ChangeKind::registryKey, place.node->name, keyName(place.path), L"", before, {}});
+    }
     return status;
+}
+
+// The names are those of the moment when the first is asked for: keys that come and go meanwhile do not shift them.
+LSTATUS WINAPI enumKey(HKEY handle, DWORD index, LPWSTR name, LPDWORD size, LPDWORD reserved, LPWSTR className,
+                       LPDWORD classSize, PFILETIME written)
+{
+    Locked world;
+    OpenKey* const key = openKeyOf(*world, handle);
+    if (!key)
+        return ERROR_INVALID_HANDLE;
+    if (reserved || !name || !size || (className && !classSize))
+        return ERROR_INVALID_PARAMETER;
+    if (!(key->access & KEY_ENUMERATE_SUB_KEYS))
+        return ERROR_ACCESS_DENIED;
+    if (!world->registry().hasKey(*key->place.node, key->place.path))
+        return ERROR_KEY_DELETED;
+    if (index == 0) {
+        key->subkeys.clear();
+        for (const Object& child : childrenOf(*world, keyAt(*key->place.node, key->place.path)))
+            key->subkeys.push_back(child.real.substr(child.real.rfind(L'\\') + 1));
+    }
+    if (index >= key->subkeys.size())
+        return ERROR_NO_MORE_ITEMS;
+    const std::wstring& subkey = key->subkeys[index];
+    if (*size <= subkey.size())
+        return ERROR_MORE_DATA;
+    std::copy_n(subkey.c_str(), subkey.size() + 1, name);
+    *size = static_cast<DWORD>(subkey.size());
+    if (className && *classSize)
+        *className = L'\0';
+    if (classSize)
+        *classSize = 0;
+    if (written)
+        *written = {};
+    return ERROR_SUCCESS;
 }
 
 State stateOf(const std::optional<RegistryValue>& value)
@@ -129,16 +184,16 @@ template <class Write>
 LSTATUS setNodeValue(HKEY key, const std::wstring& name, Write write)
 {
     Locked world;
-    const auto known = openKeys().find(key);
-    if (known == openKeys().end())
+    const OpenKey* const known = openKeyOf(*world, key);
+    if (!known)
         return ERROR_INVALID_HANDLE;
-    const Registry::Place& place = known->second;
+    const Registry::Place& place = known->place;
     const auto before = world->registry().value(*place.node, place.path, name);
     const LSTATUS status = write();
     const auto after = world->registry().value(*place.node, place.path, name);
     if (!(before == after))
-        world->record({ChangeKind::registryValue, place.node->name, printable(place.path), name, stateOf(before),
-                       stateOf(after)});
+        world->record(
+            {ChangeKind::registryValue, place.node->name, keyName(place.path), name, stateOf(before), stateOf(after)});
     return status;
 }
 
@@ -196,10 +251,15 @@ LSTATUS WINAPI setValueW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, con
     return setNodeValue(key, name ? name : L"", [&] { return RegSetValueExW(key, name, reserved, type, data, size); });
 }
 
+LSTATUS WINAPI deleteValueW(HKEY key, LPCWSTR name)
+{
+    return setNodeValue(key, name ? name : L"", [&] { return RegDeleteValueW(key, name); });
+}
+
 LSTATUS WINAPI closeKey(HKEY key)
 {
     Locked world;
-    openKeys().erase(key);
+    forget(*world, key);
     return RegCloseKey(key);
 }
 
@@ -217,6 +277,8 @@ std::vector<Replacement> registryReplacements()
             returningError<&deleteKeyW>("RegDeleteKeyW"),
             returningError<&setValueA>("RegSetValueExA"),
             returningError<&setValueW>("RegSetValueExW"),
+            returningError<&deleteValueW>("RegDeleteValueW"),
+            returningError<&enumKey>("RegEnumKeyExW"),
             returningError<&closeKey>("RegCloseKey")};
 }
 

@@ -62,29 +62,6 @@ BOOL WINAPI getFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_
     return handOut(told(object, security), parts, descriptor, size, needed);
 }
 
-// The mark of an inheriting DACL is only taken over from a descriptor that asks for it.
-Security asWritten(const Security& before, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor)
-{
-    constexpr SECURITY_DESCRIPTOR_CONTROL asked = SE_DACL_AUTO_INHERIT_REQ | SE_DACL_AUTO_INHERITED;
-    SECURITY_DESCRIPTOR_CONTROL control = 0;
-    DWORD revision = 0;
-    GetSecurityDescriptorControl(descriptor, &control, &revision);
-    Security after = securityOf(descriptor);
-    if ((control & asked) != asked)
-        after.flags &= static_cast<SECURITY_DESCRIPTOR_CONTROL>(~SE_DACL_AUTO_INHERITED);
-    mapGenericRights(after, fileRights);
-    if (!(parts & OWNER_SECURITY_INFORMATION))
-        after.owner = before.owner;
-    if (!(parts & GROUP_SECURITY_INFORMATION))
-        after.group = before.group;
-    if (parts & DACL_SECURITY_INFORMATION)
-        return after;
-    Security withoutList = before;
-    withoutList.owner = after.owner;
-    withoutList.group = after.group;
-    return withoutList;
-}
-
 // Nothing is passed on to what lies below: this function never does.
 BOOL WINAPI setFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor)
 {
@@ -104,7 +81,7 @@ BOOL WINAPI setFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_
         error = ERROR_ACCESS_DENIED;
     if (error)
         return failWith(error);
-    writeSecurity(*world, object, before, asWritten(before, parts, descriptor));
+    writeSecurity(*world, object, before, asWritten(before, parts, descriptor, fileRights));
     return TRUE;
 }
 

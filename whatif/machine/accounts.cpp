@@ -1,5 +1,6 @@
 #include "whatif/machine/accounts.h"
 
+#include "frame/owned.h"
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"
 
@@ -71,6 +72,18 @@ std::optional<Name> machineNameOf(const Node& node, const std::wstring& sid)
     if (found.use != SidTypeDomain)
         found.name = name;
     return unlessDeleted(node, found);
+}
+
+std::wstring machineUser()
+{
+    HANDLE token = nullptr;
+    BYTE user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
+    DWORD size = sizeof user;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token))
+        return {};
+    const owned::Handle owner(token);
+    const bool known = GetTokenInformation(token, TokenUser, user, size, &size);
+    return known ? sidText(reinterpret_cast<const TOKEN_USER*>(user)->User.Sid) : L"";
 }
 
 bool machineHasService(const std::wstring& name)

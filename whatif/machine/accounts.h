@@ -9,6 +9,7 @@ namespace whatif {
 
 std::optional<Name> machineResolve(const Node& node, const std::wstring& name);
 std::optional<Name> machineNameOf(const Node& node, const std::wstring& sid);
+std::wstring machineUser(); // the SID of the user of this process
 bool machineHasService(const std::wstring& name);
 
 // The SIDs that hold an account right, and the rights that a SID holds. Nothing held is success with nothing in it.

@@ -200,6 +200,11 @@ std::wstring accountDomainSid(const Node& node)
     return node.sid.empty() ? domainSid(accountDomain(node)) : node.sid;
 }
 
+std::wstring callerSid(const Node& node)
+{
+    return node.readsMachine ? machineUser() : accountDomainSid(node) + L"-500";
+}
+
 std::wstring newSid(Node& node)
 {
     std::wstring sid;

@@ -36,6 +36,9 @@ std::wstring accountDomain(const Node& node);
 // The SID that the node's own users and groups begin with.
 std::wstring accountDomainSid(const Node& node);
 
+// The administrator who calls: the node's, or the user of this process where the node reads this machine.
+std::wstring callerSid(const Node& node);
+
 // The next unused SID for a user or group that is made on the node.
 std::wstring newSid(Node& node);
 

@@ -12,7 +12,15 @@ namespace whatif {
 namespace {
 
 constexpr wchar_t filePrefix[] = L"file ";
-constexpr wchar_t keyPrefix[] = L"registry HKLM";
+
+const struct
+{
+    const wchar_t* name;
+    HKEY key;
+} roots[] = {{L"MACHINE", HKEY_LOCAL_MACHINE},
+             {L"USERS", HKEY_USERS},
+             {L"CLASSES_ROOT", HKEY_CLASSES_ROOT},
+             {L"CURRENT_USER", HKEY_CURRENT_USER}};
 
 // Without the last component; the root of a drive keeps its backslash.
 std::wstring above(const std::wstring& path)
@@ -21,11 +29,6 @@ std::wstring above(const std::wstring& path)
     if (separator == std::wstring::npos)
         return {};
     return path.substr(0, separator && path[separator - 1] == L':' ? separator + 1 : separator);
-}
-
-Object keyBelow(Node& node, const std::wstring& path)
-{
-    return {&node, path.empty() ? keyPrefix : std::wstring(keyPrefix) + L'\\' + path, path, true, &keyRights};
 }
 
 // ---- what lies below ---------------------------------------------------------------------------------------------
@@ -75,7 +78,7 @@ std::vector<Object> keysBelow(World& world, const Object& object)
             names.insert(name);
     std::vector<Object> children;
     for (const std::wstring& name : names) {
-        const Object child = keyBelow(*object.node, object.real.empty() ? name : object.real + L'\\' + name);
+        const Object child = keyAt(*object.node, object.real.empty() ? name : object.real + L'\\' + name);
         if (!object.node->gone.count(child.name) || world.registry().hasKey(*object.node, child.real))
             children.push_back(child);
     }
@@ -87,7 +90,9 @@ std::vector<Object> keysBelow(World& world, const Object& object)
 DWORD openRealKey(const Object& object, REGSAM access, RealKey& key)
 {
     HKEY opened = nullptr;
-    const LSTATUS status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, object.real.c_str(), 0, access, &opened);
+    std::wstring below;
+    const HKEY root = realRoot(object.real, below);
+    const LSTATUS status = RegOpenKeyExW(root, below.c_str(), 0, access, &opened);
     if (status == ERROR_SUCCESS)
         key.reset(opened);
     return static_cast<DWORD>(status);
@@ -125,11 +130,23 @@ DWORD keyObject(World& world, const std::wstring& name, Object& object)
     const size_t end = std::min(name.find(L'\\', begin), name.size());
     if (!node)
         return ERROR_BAD_NETPATH;
-    // The other roots are not the node's.
-    if (!sameName(name.substr(begin, end - begin), L"MACHINE"))
-        return ERROR_INVALID_PARAMETER;
-    object = keyBelow(*node, end < name.size() ? name.substr(end + 1) : L"");
-    return object.real.empty() || world.registry().hasKey(*node, object.real) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+    const std::wstring rootName = name.substr(begin, end - begin);
+    const std::wstring below = end < name.size() ? name.substr(end + 1) : L"";
+    for (const auto& root : roots) {
+        std::wstring path;
+        const bool reachable = root.key == HKEY_LOCAL_MACHINE || root.key == HKEY_USERS || !remote;
+        if (!reachable || !sameName(rootName, root.name) || !pathOf(root.key, *node, path))
+            continue;
+        object = keyAt(*node, path.empty() || below.empty() ? path + below : path + L'\\' + below);
+        return object.real.empty() || world.registry().hasKey(*node, object.real) ? ERROR_SUCCESS
+                                                                                  : ERROR_FILE_NOT_FOUND;
+    }
+    return ERROR_INVALID_PARAMETER;
+}
+
+Object keyAt(Node& node, const std::wstring& path)
+{
+    return {&node, keyName(path), path, true, &keyRights};
 }
 
 bool parentOf(const Object& object, Object& parent)

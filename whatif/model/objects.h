@@ -22,7 +22,9 @@ bool isFile(const Object& object);
 
 // Win32 error codes, those of an object that does not exist among them.
 DWORD fileObject(World& world, const std::wstring& name, Object& object);
-DWORD keyObject(World& world, const std::wstring& name, Object& object); // "MACHINE\...", "\\node\MACHINE\..."
+// "MACHINE\..." and "USERS\...", also with "\\node\" before it; of this machine "CLASSES_ROOT\..." and "CURRENT_USER\...".
+DWORD keyObject(World& world, const std::wstring& name, Object& object);
+Object keyAt(Node& node, const std::wstring& path); // of the registry; it may be missing
 
 // False for a root.
 bool parentOf(const Object& object, Object& parent);

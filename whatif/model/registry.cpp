@@ -1,5 +1,9 @@
 #include "whatif/model/registry.h"
 
+#include "whatif/model/names.h"
+#include "whatif/redirect/active.h"
+
+#include <algorithm>
 #include <atomic>
 #include <set>
 #include <sstream>
@@ -17,6 +21,14 @@ constexpr wchar_t rootPrefix[] = L"keswsec-what-if-";
 // Every Windows has it, so that its making would only clutter the plan of a described node. The log is a source of its
 // own too, and with a key below it cannot be deleted.
 constexpr wchar_t standardKey[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Application";
+
+constexpr wchar_t users[] = L"HKU";
+constexpr wchar_t classes[] = L"SOFTWARE\\Classes";
+
+bool isBelow(const std::wstring& path, const std::wstring& key)
+{
+    return sameName(path.substr(0, key.size()), key) && (path.size() == key.size() || path[key.size()] == L'\\');
+}
 
 struct KeyCloser
 {
@@ -40,6 +52,13 @@ LSTATUS makeKey(HKEY root, const std::wstring& path, const wchar_t* className, K
                                            KEY_ALL_ACCESS, nullptr, &made, nullptr);
     key.reset(status == ERROR_SUCCESS ? made : nullptr);
     return status;
+}
+
+LSTATUS openReal(const std::wstring& path, Key& key)
+{
+    std::wstring below;
+    const HKEY root = realRoot(path, below);
+    return openKey(root, below, KEY_READ, key);
 }
 
 void require(LSTATUS status)
@@ -106,11 +125,6 @@ std::vector<std::wstring> stepsTo(const std::wstring& path)
     return steps;
 }
 
-std::wstring tombstone(const std::wstring& path)
-{
-    return L"registry HKLM\\" + path;
-}
-
 ULONGLONG startOf(HANDLE process)
 {
     FILETIME start = {};
@@ -147,7 +161,41 @@ void removeLeftRoots()
     }
 }
 
+std::wstring usersKey(const Node& node)
+{
+    return std::wstring(users) + L'\\' + callerSid(node);
+}
+
 } // namespace
+
+bool pathOf(HKEY predefined, const Node& node, std::wstring& path)
+{
+    const bool known = predefined == HKEY_LOCAL_MACHINE || predefined == HKEY_CLASSES_ROOT ||
+                       predefined == HKEY_USERS || predefined == HKEY_CURRENT_USER;
+    if (predefined == HKEY_CLASSES_ROOT)
+        path = classes;
+    else if (predefined == HKEY_USERS)
+        path = users;
+    else if (predefined == HKEY_CURRENT_USER)
+        path = usersKey(node);
+    else
+        path.clear();
+    return known;
+}
+
+std::wstring keyName(const std::wstring& path)
+{
+    if (isBelow(path, users))
+        return L"registry " + path;
+    return path.empty() ? L"registry HKLM" : L"registry HKLM\\" + path;
+}
+
+HKEY realRoot(const std::wstring& path, std::wstring& below)
+{
+    const bool isUsers = isBelow(path, users);
+    below = isUsers ? path.substr(std::min(path.size(), wcslen(users) + 1)) : path;
+    return isUsers ? HKEY_USERS : HKEY_LOCAL_MACHINE;
+}
 
 struct Registry::State
 {
@@ -157,6 +205,8 @@ struct Registry::State
 
     std::wstring under(const Node& node, const std::wstring& key) const
     {
+        if (isBelow(key, users))
+            return node.name + L':' + key; // no node's name has a colon
         return key.empty() ? node.name : node.name + L'\\' + key;
     }
 };
@@ -186,14 +236,18 @@ LSTATUS Registry::touch(const Node& node, const std::wstring& path)
     Key key;
     if (state_->begun.insert(node.name).second)
         require(makeKey(state_->root.get(), state_->under(node, node.readsMachine ? L"" : standardKey), nullptr, key));
-    if (!node.readsMachine)
+    if (!node.readsMachine) {
+        if (isBelow(path, users))
+            require(makeKey(state_->root.get(), state_->under(node, usersKey(node)), nullptr, key));
+        else if (isBelow(path, classes))
+            require(makeKey(state_->root.get(), state_->under(node, classes), nullptr, key));
         return ERROR_SUCCESS;
+    }
     for (const std::wstring& step : stepsTo(path)) {
         if (openKey(state_->root.get(), state_->under(node, step), KEY_READ, key) == ERROR_SUCCESS)
             continue;
         Key real;
-        const LSTATUS status =
-            node.gone.count(tombstone(step)) ? ERROR_FILE_NOT_FOUND : openKey(HKEY_LOCAL_MACHINE, step, KEY_READ, real);
+        const LSTATUS status = node.gone.count(keyName(step)) ? ERROR_FILE_NOT_FOUND : openReal(step, real);
         if (status != ERROR_SUCCESS)
             return status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : status;
         require(makeKey(state_->root.get(), state_->under(node, step), nullptr, key));
@@ -286,15 +340,15 @@ LSTATUS Registry::remove(const Place& place)
     // A key with subkeys cannot be deleted; those that this machine has count as well.
     Key real;
     bool hasSubkeys = !subkeyNames(key.get()).empty();
-    if (place.node->readsMachine && openKey(HKEY_LOCAL_MACHINE, place.path, KEY_READ, real) == ERROR_SUCCESS)
+    if (place.node->readsMachine && openReal(place.path, real) == ERROR_SUCCESS)
         for (const std::wstring& name : subkeyNames(real.get()))
-            hasSubkeys = hasSubkeys || !place.node->gone.count(tombstone(place.path + L'\\' + name));
+            hasSubkeys = hasSubkeys || !place.node->gone.count(keyName(place.path + L'\\' + name));
     if (hasSubkeys || place.path.empty())
         return ERROR_ACCESS_DENIED;
     key.reset();
     const LSTATUS status = RegDeleteKeyW(state_->root.get(), path.c_str());
     if (status == ERROR_SUCCESS && real)
-        place.node->gone.insert(tombstone(place.path));
+        place.node->gone.insert(keyName(place.path));
     return status;
 }
 

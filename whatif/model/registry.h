@@ -1,10 +1,11 @@
-// The registries of the nodes. Each node's HKEY_LOCAL_MACHINE is a volatile scratch key of the real registry, below a
-// root of the world's own that is removed with it, so that the platform itself does what a registry does: types, sizes,
-// handles, text conversion. On a node that reads this machine a key is copied when it is first touched; what was
+// The registries of the nodes. Each node's HKEY_LOCAL_MACHINE is a volatile scratch key of the real registry, and so is
+// its HKEY_USERS, below a root of the world's own that is removed with it, so that the platform itself does what a
+// registry does: types, sizes, handles, text conversion. On a node that reads this machine a key is copied when it is first touched; what was
 // deleted there stays deleted.
 //
 // A node's registry goes by the node's name, and is empty but for what every Windows has. Paths are relative to
-// HKEY_LOCAL_MACHINE ("SOFTWARE\\Kestel\\KEY_h1"); neither paths nor names regard case.
+// HKEY_LOCAL_MACHINE ("SOFTWARE\\Kestel\\KEY_h1"), or begin with "HKU" for HKEY_USERS ("HKU\\S-1-5-18"); neither paths
+// nor names regard case.
 #pragma once
 
 #include "whatif/model/registry_value.h"
@@ -14,6 +15,16 @@
 #include <optional>
 
 namespace whatif {
+
+// The path of a predefined key: HKEY_CLASSES_ROOT is a part of HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER the part of
+// HKEY_USERS that is the caller's. False for another root.
+bool pathOf(HKEY predefined, const Node& node, std::wstring& path);
+
+// "registry HKLM\\SOFTWARE\\Kestel", "registry HKU\\S-1-5-18": the name of a key as an object of its node.
+std::wstring keyName(const std::wstring& path);
+
+// What one of this machine's keys goes by, and its predefined key.
+HKEY realRoot(const std::wstring& path, std::wstring& below);
 
 class Registry
 {

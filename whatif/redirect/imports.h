@@ -28,6 +28,7 @@ std::vector<Replacement> serviceReplacements(); // service control manager, serv
 std::vector<Replacement> serviceConfigReplacements();
 std::vector<Replacement> serviceSecurityReplacements();
 std::vector<Replacement> registryReplacements(); // the registry
+std::vector<Replacement> keySecurityReplacements();
 std::vector<Replacement> securityReplacements(); // access-control lists by name, object security
 
 std::vector<Replacement> authorizationReplacements(); // what others may do with an object

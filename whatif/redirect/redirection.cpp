@@ -20,10 +20,10 @@ World& activeWorld()
 std::vector<Replacement> allReplacements()
 {
     std::vector<Replacement> all;
-    for (const auto& table :
-         {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(), groupReplacements(),
-          memberReplacements(), userReplacements(), serviceReplacements(), serviceConfigReplacements(),
-          serviceSecurityReplacements(), registryReplacements(), securityReplacements(), authorizationReplacements()})
+    for (const auto& table : {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(),
+                              groupReplacements(), memberReplacements(), userReplacements(), serviceReplacements(),
+                              serviceConfigReplacements(), serviceSecurityReplacements(), registryReplacements(),
+                              keySecurityReplacements(), securityReplacements(), authorizationReplacements()})
         all.insert(all.end(), table.begin(), table.end());
     return all;
 }

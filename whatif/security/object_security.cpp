@@ -21,6 +21,7 @@ constexpr struct
     const wchar_t* security;
 } keySecurity[] = {
     {L"registry HKLM", L"D:(A;CI;KA;;;BA)(A;CI;KA;;;SY)(A;CI;KR;;;WD)(A;CI;KR;;;RC)"},
+    {L"registry HKU", L"D:(A;CI;KR;;;WD)(A;CI;KR;;;RC)(A;CI;KA;;;BA)(A;CI;KA;;;SY)"},
     {L"registry HKLM\\SOFTWARE",
      L"D:PAI(A;CI;KR;;;BU)(A;CI;KA;;;BA)(A;CI;KA;;;SY)(A;CIIO;KA;;;CO)(A;CI;KR;;;S-1-15-2-1)"},
     {L"registry HKLM\\SYSTEM",
@@ -139,6 +140,29 @@ Security told(const Object& object, const Security& security)
 bool mayChange(const Object& object, const Security& before, DWORD access)
 {
     return machineDecides(object) ? realAllows(object, access) : allows(before, access, *object.rights);
+}
+
+Security asWritten(const Security& before, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor,
+                   const GENERIC_MAPPING& mapping)
+{
+    constexpr SECURITY_DESCRIPTOR_CONTROL asked = SE_DACL_AUTO_INHERIT_REQ | SE_DACL_AUTO_INHERITED;
+    SECURITY_DESCRIPTOR_CONTROL control = 0;
+    DWORD revision = 0;
+    GetSecurityDescriptorControl(descriptor, &control, &revision);
+    Security after = securityOf(descriptor);
+    if ((control & asked) != asked)
+        after.flags &= static_cast<SECURITY_DESCRIPTOR_CONTROL>(~SE_DACL_AUTO_INHERITED);
+    mapGenericRights(after, mapping);
+    if (!(parts & OWNER_SECURITY_INFORMATION))
+        after.owner = before.owner;
+    if (!(parts & GROUP_SECURITY_INFORMATION))
+        after.group = before.group;
+    if (parts & DACL_SECURITY_INFORMATION)
+        return after;
+    Security withoutList = before;
+    withoutList.owner = after.owner;
+    withoutList.group = after.group;
+    return withoutList;
 }
 
 void writeSecurity(World& world, const Object& object, const Security& before, const Security& after)

@@ -21,6 +21,11 @@ bool machineDecides(const Object& object);
 // Whether the caller gets the access; on an object that only the machine holds the machine decides.
 bool mayChange(const Object& object, const Security& before, DWORD access);
 
+// What an object has after a descriptor has been set on it alone. The mark of an inheriting DACL is only taken over from
+// a descriptor that asks for it.
+Security asWritten(const Security& before, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor,
+                   const GENERIC_MAPPING& mapping);
+
 // Puts the security into the node and the change into the plan, unless there is none.
 void writeSecurity(World& world, const Object& object, const Security& before, const Security& after);
 
