@@ -5,6 +5,7 @@
 #include "whatif/machine/accounts.h"
 #include "whatif/model/registry.h"
 #include "whatif/model/sids.h"
+#include "whatif/model/standard_node.h"
 #include "whatif/redirect/active.h"
 
 #include <stdexcept>

@@ -5,6 +5,7 @@
 #include "whatif/model/registry.h"
 #include "whatif/model/service_handles.h"
 #include "whatif/model/sids.h"
+#include "whatif/model/standard_node.h"
 #include "whatif/redirect/active.h"
 #include "whatif/security/descriptors.h"
 

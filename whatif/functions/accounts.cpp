@@ -1,4 +1,5 @@
 // Names to SIDs and back, and logging on.
+// Codes: LookupAccountName, LookupAccountSid, LogonUser; what is found, "Translating Names" of MS-LSAT.
 #include "whatif/model/names.h"
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"

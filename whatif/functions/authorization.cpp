@@ -1,7 +1,7 @@
-// What others than the caller may do with an object: the authorization interface, decided from the documentation of its
-// functions and of AUTHZ_ACCESS_REPLY. Where that leaves open what is in a context, it is what the documentation says of
-// an account that is queried directly: no group that stands for the way of logging on. That a context for what is
-// neither user nor computer is refused is documented, its error is not.
+// What others than the caller may do with an object: the authorization interface. Where its documentation leaves open
+// what is in a context, it is what is said of an account that is queried directly: no group that stands for the way of
+// logging on. That a context for what is neither user nor computer is refused is documented, its error is not.
+// Codes: the Authz functions, AUTHZ_ACCESS_REPLY.
 #include "whatif/machine/authorization.h"
 #include "whatif/model/local_groups.h"
 #include "whatif/model/sids.h"

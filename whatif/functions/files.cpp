@@ -1,5 +1,7 @@
+// Files and volumes, by the documentation of each function and "Naming Files, Paths, and Namespaces"; rights as "File
+// Security and Access Rights" tells them. Who may list a directory sees the attributes of what is in it ("File Access
+// Rights Constants", FILE_LIST_DIRECTORY).
 #include "whatif/model/files.h"
-
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
 #include "whatif/security/object_security.h"
@@ -10,76 +12,11 @@ namespace whatif {
 
 namespace {
 
-constexpr wchar_t longName[] = L"\\\\?\\";
-
-bool startsWith(const std::wstring& text, const wchar_t* prefix)
-{
-    return text.compare(0, wcslen(prefix), prefix) == 0;
-}
-
-// "\\server\share\...", but not "\\?\C:\..." and "\\.\device".
-bool namesServer(const std::wstring& name)
-{
-    return startsWith(name, L"\\\\") && name.size() > 2 && name[2] != L'?' && name[2] != L'.';
-}
-
-// Absolute, without "." and "..", doubled and trailing backslashes.
-std::wstring absolute(const std::wstring& name)
-{
-    std::wstring path = startsWith(name, longName) ? name.substr(wcslen(longName)) : name;
-    if (startsWith(path, L"UNC\\"))
-        path = L'\\' + path.substr(3);
-    const DWORD size = GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
-    std::wstring full(size, L'\0');
-    full.resize(GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
-    while (full.size() > 3 && full.back() == L'\\')
-        full.pop_back();
-    return full;
-}
-
-// A path that takes more than 259 characters in full is not found, unless it says that it is a long one. That a process
-// opts in to long paths is not played; the real platform may take them all the same.
-bool isTooLong(const std::wstring& name)
-{
-    return !startsWith(name, longName) && GetFullPathNameW(name.c_str(), 0, nullptr, nullptr) > MAX_PATH;
-}
-
-bool isShareOfDrive(const std::wstring& share)
-{
-    return share.size() == 2 && iswalpha(share[0]) && share[1] == L'$';
-}
-
-DWORD locateOnServer(World& world, const std::wstring& name, File& file)
-{
-    const size_t share = name.find(L'\\', 2);
-    const size_t found = share == std::wstring::npos ? share : name.find(L'\\', share + 1);
-    const size_t rest = found == std::wstring::npos ? name.size() : found;
-    file.node = world.find(name.substr(0, share).c_str());
-    if (!file.node) { // another machine: only a node that reads the real one gets there
-        file = {&world.local(), absolute(name), name};
-        return world.local().readsMachine ? ERROR_SUCCESS : ERROR_BAD_NETPATH;
-    }
-    if (share == std::wstring::npos || share + 1 == rest)
-        return ERROR_BAD_PATHNAME;
-    const std::wstring shareName = name.substr(share + 1, rest - share - 1);
-    const auto drive = file.node->drives.find(shareName.substr(0, 1));
-    const bool mapped = drive != file.node->drives.end();
-    if (!isShareOfDrive(shareName) || (!mapped && file.node != &world.local()))
-        return ERROR_BAD_NET_NAME;
-    const std::wstring letter = shareName.substr(0, 1) + L':';
-    const std::wstring below = rest == name.size() ? L"\\" : name.substr(rest);
-    file.path = absolute(letter + below);
-    file.real = (mapped ? drive->second : letter) + file.path.substr(letter.size());
-    return ERROR_SUCCESS;
-}
-
-// ---- as they are imported ----------------------------------------------------------------------------------------
-
 // The real name of what the library names; false with the last error set.
 bool realName(const std::wstring& name, std::wstring& real)
 {
     real = name;
-    if (!namesServer(name) && !isTooLong(name))
+    if (standsForItself(name))
         return true;
     Locked world;
     File file;
@@ -121,12 +58,23 @@ bool refusesAttributes(const std::wstring& name)
            !mayChange(parent, above, FILE_LIST_DIRECTORY);
 }
 
+bool refusesOpening(const std::wstring& name, DWORD access)
+{
+    Locked world;
+    Object object;
+    return fileObject(*world, name, object) == ERROR_SUCCESS && refuses(object, access);
+}
+
 HANDLE WINAPI createFile(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
                          DWORD flags, HANDLE pattern)
 {
     std::wstring real;
     if (!realName(wide(name), real))
         return INVALID_HANDLE_VALUE;
+    if (refusesOpening(wide(name), access)) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return INVALID_HANDLE_VALUE;
+    }
     return CreateFileW(real.c_str(), access, share, security, disposition, flags, pattern);
 }
 
@@ -183,7 +131,7 @@ BOOL WINAPI getVolumeInformation(LPCWSTR root, LPWSTR name, DWORD nameSize, LPDW
     if (!file.node->readsMachine)
         return GetFileAttributesW(file.real.c_str()) != INVALID_FILE_ATTRIBUTES &&
                describedVolume(name, serial, longest, flags, fileSystem, fileSystemSize);
-    if (root && namesServer(root)) {
+    if (root && !standsForItself(root)) {
         if (!GetVolumePathNameW(file.real.c_str(), volume, MAX_PATH + 1))
             return FALSE;
         root = volume;
@@ -209,16 +157,6 @@ BOOL WINAPI getVolumePathName(LPCWSTR name, LPWSTR volume, DWORD size)
 }
 
 } // namespace
-
-DWORD locate(World& world, const std::wstring& name, File& file)
-{
-    if (isTooLong(name))
-        return ERROR_PATH_NOT_FOUND;
-    if (namesServer(name))
-        return locateOnServer(world, name, file);
-    file = {&world.local(), absolute(name), name};
-    return file.path.empty() ? ERROR_BAD_PATHNAME : ERROR_SUCCESS;
-}
 
 std::vector<Replacement> fileReplacements()
 {

@@ -1,4 +1,5 @@
 // Local groups. Error codes are those of current Windows: a missing group is ERROR_NO_SUCH_ALIAS for every function.
+// Codes: the NetLocalGroup functions, "Network Management Error Codes"; underneath, MS-SAMR.
 #include "whatif/functions/packed.h"
 #include "whatif/model/local_groups.h"
 #include "whatif/model/sids.h"

@@ -1,5 +1,5 @@
-// The security of an open registry key (RegGetKeySecurity, RegSetKeySecurity). What is written is the key's alone:
-// nothing is passed on to what lies below.
+// The security of an open registry key. What is written is the key's alone: nothing is passed on to what lies below.
+// Codes: RegGetKeySecurity, RegSetKeySecurity.
 #include "whatif/model/open_keys.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"

@@ -1,4 +1,5 @@
 // The members of local groups. A list of members is taken as a whole or not at all.
+// Codes: NetLocalGroupAddMembers, NetLocalGroupDelMembers, NetLocalGroupGetMembers, NetUserGetLocalGroups.
 #include "whatif/functions/packed.h"
 #include "whatif/model/local_groups.h"
 #include "whatif/model/names.h"

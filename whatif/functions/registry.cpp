@@ -3,6 +3,7 @@
 // is asked for ("Registry Key Security and Access Rights"), which is judged as an administrator's; a new one needs that
 // right on the key that it comes to lie in, a deleted one DELETE. What an open key can do then the platform itself
 // judges, by the handle to the scratch key.
+// Codes: RegConnectRegistry, RegOpenKeyEx, RegCreateKeyEx, RegDeleteKey, RegEnumKeyEx.
 #include "whatif/model/open_keys.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"

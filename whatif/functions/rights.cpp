@@ -1,4 +1,7 @@
-// LSA policy: the domain of the accounts, who holds an account right. A right that is already held, or not held, changes nothing.
+// LSA policy: the domain of the accounts, who holds an account right. A right that is already held, or not held,
+// changes nothing.
+// Codes: LsaOpenPolicy, LsaQueryInformationPolicy, LsaAddAccountRights, LsaRemoveAccountRights,
+// LsaEnumerateAccountsWithUserRight; MS-LSAD.
 #include "whatif/functions/packed.h"
 #include "whatif/machine/accounts.h"
 #include "whatif/model/names.h"

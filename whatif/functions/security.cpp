@@ -1,4 +1,6 @@
 // Access-control lists with names in them, and the security of files, directories and registry keys.
+// Codes: SetEntriesInAcl, GetFileSecurity, SetFileSecurity, GetNamedSecurityInfo, SetNamedSecurityInfo; how entries are
+// passed on, "Automatic Propagation of Inheritable ACEs".
 #include "whatif/model/names.h"
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"

@@ -1,4 +1,5 @@
 // The configuration of a service: reading it, changing it, its SID type.
+// Codes: QueryServiceConfig, ChangeServiceConfig, ChangeServiceConfig2; what the protocol lets pass, MS-SCMR.
 #include "whatif/functions/packed.h"
 #include "whatif/model/service_handles.h"
 #include "whatif/model/service_settings.h"

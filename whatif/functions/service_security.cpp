@@ -1,4 +1,5 @@
 // The security of a service.
+// Codes: QueryServiceObjectSecurity, SetServiceObjectSecurity; rights, "Service Security and Access Rights".
 #include "whatif/model/service_handles.h"
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"

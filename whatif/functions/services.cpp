@@ -1,5 +1,6 @@
 // The service control manager: opening it, opening, creating and deleting services. A service marked for deletion stays
 // until its last handle is closed; until then it can still be opened, but neither be created again nor be changed.
+// Codes: OpenSCManager, OpenService, CreateService, DeleteService; what the protocol lets pass, MS-SCMR.
 #include "whatif/model/service_handles.h"
 #include "whatif/model/service_settings.h"
 #include "whatif/redirect/active.h"
@@ -32,7 +33,7 @@ SC_HANDLE WINAPI openManager(LPCWSTR machine, LPCWSTR database, DWORD access)
         return failWith<SC_HANDLE>(ERROR_DATABASE_DOES_NOT_EXIST);
     if (database && !sameName(database, SERVICES_ACTIVE_DATABASEW))
         return failWith<SC_HANDLE>(ERROR_INVALID_NAME);
-    return openHandle({&*world, node, L"", ownerAccess(access, managerRights) | SC_MANAGER_CONNECT});
+    return openHandle({node, L"", ownerAccess(access, managerRights) | SC_MANAGER_CONNECT});
 }
 
 DWORD checkName(LPCWSTR name)
@@ -56,7 +57,7 @@ SC_HANDLE WINAPI openService(SC_HANDLE manager, LPCWSTR name, DWORD access)
     DWORD handle = 0;
     if (!mayOpen(*opened->node, *service, access, handle))
         return failWith<SC_HANDLE>(ERROR_ACCESS_DENIED);
-    return openHandle({&*world, opened->node, service->name, handle});
+    return openHandle({opened->node, service->name, handle});
 }
 
 // ---- creating ----------------------------------------------------------------------------------------------------
@@ -120,7 +121,7 @@ SC_HANDLE WINAPI createService(SC_HANDLE manager, LPCWSTR name, LPCWSTR displayN
         *tag = wanted.tag;
     node.services.push_back(wanted);
     recordCreation(*world, node, wanted);
-    return openHandle({&*world, &node, wanted.name, ownerAccess(access, serviceRights)});
+    return openHandle({&node, wanted.name, ownerAccess(access, serviceRights)});
 }
 
 BOOL WINAPI deleteService(SC_HANDLE handle)

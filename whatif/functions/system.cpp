@@ -1,4 +1,5 @@
 // The machine around the library: its release and name, and what it loads at run time.
+// Codes: GetVersionEx, GetComputerName, LoadLibrary, GetProcAddress, NetIsServiceAccount, NetQueryServiceAccount.
 #include "whatif/model/names.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"

@@ -1,4 +1,5 @@
 // Local users and the password policy.
+// Codes: NetUserAdd, NetUserDel, USER_INFO_1, NetValidatePasswordPolicy.
 #include "whatif/functions/packed.h"
 #include "whatif/model/local_groups.h"
 #include "whatif/model/sids.h"

@@ -36,9 +36,8 @@ NTSTATUS withPolicy(Work work)
     NTSTATUS status = LsaOpenPolicy(nullptr, &attributes, POLICY_LOOKUP_NAMES | POLICY_VIEW_LOCAL_INFORMATION, &policy);
     if (status < 0)
         return status;
-    status = work(policy);
-    LsaClose(policy);
-    return status;
+    const owned::PolicyHandle owner(policy);
+    return work(policy);
 }
 
 } // namespace
@@ -88,14 +87,9 @@ std::wstring machineUser()
 
 bool machineHasService(const std::wstring& name)
 {
-    const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT);
-    const SC_HANDLE service = manager ? OpenServiceW(manager, name.c_str(), SERVICE_QUERY_STATUS) : nullptr;
-    const bool exists = service || (manager && GetLastError() == ERROR_ACCESS_DENIED);
-    if (service)
-        CloseServiceHandle(service);
-    if (manager)
-        CloseServiceHandle(manager);
-    return exists;
+    const owned::ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    return manager && (owned::ServiceHandle(OpenServiceW(manager.get(), name.c_str(), SERVICE_QUERY_STATUS)) ||
+                       GetLastError() == ERROR_ACCESS_DENIED);
 }
 
 NTSTATUS machineHolders(const std::wstring& right, std::vector<std::wstring>& sids)
@@ -109,10 +103,10 @@ NTSTATUS machineHolders(const std::wstring& right, std::vector<std::wstring>& si
         return STATUS_SUCCESS;
     if (status < 0 || !buffer)
         return status;
+    const owned::LsaBuffer<void> owner(buffer);
     const auto* const holders = static_cast<const LSA_ENUMERATION_INFORMATION*>(buffer);
     for (ULONG i = 0; i < count; ++i)
         sids.push_back(sidText(holders[i].Sid));
-    LsaFreeMemory(buffer);
     return STATUS_SUCCESS;
 }
 
@@ -127,9 +121,9 @@ NTSTATUS machineRights(const std::wstring& sid, std::vector<std::wstring>& right
         return STATUS_SUCCESS;
     if (status < 0 || !names)
         return status;
+    const owned::LsaBuffer<LSA_UNICODE_STRING> owner(names);
     for (ULONG i = 0; i < count; ++i)
         rights.emplace_back(names[i].Buffer, names[i].Length / sizeof(wchar_t));
-    LsaFreeMemory(names);
     return STATUS_SUCCESS;
 }
 

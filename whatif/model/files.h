@@ -14,6 +14,9 @@ struct File
     std::wstring real; // where it lies: the name to give to the real platform
 };
 
+// A name that the real platform takes as it is: of this machine, and not too long.
+bool standsForItself(const std::wstring& name);
+
 // Win32 error codes: ERROR_BAD_NETPATH, ERROR_BAD_NET_NAME, ERROR_BAD_PATHNAME for what cannot be reached,
 // ERROR_PATH_NOT_FOUND for a path that is too long.
 DWORD locate(World& world, const std::wstring& name, File& file);

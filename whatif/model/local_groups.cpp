@@ -1,6 +1,7 @@
 #include "whatif/model/local_groups.h"
 
 #include "whatif/functions/packed.h"
+#include "whatif/machine/groups.h"
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"
 
@@ -10,74 +11,18 @@ namespace whatif {
 
 namespace {
 
-struct NetRelease
-{
-    void operator()(void* block) const { NetApiBufferFree(block); }
-};
-
-template <class T>
-using NetBlock = std::unique_ptr<T, NetRelease>;
-
-std::vector<std::wstring> machineMembers(const std::wstring& name)
-{
-    LPBYTE buffer = nullptr;
-    DWORD count = 0;
-    DWORD total = 0;
-    std::vector<std::wstring> members;
-    if (NetLocalGroupGetMembers(nullptr, name.c_str(), 0, &buffer, MAX_PREFERRED_LENGTH, &count, &total, nullptr))
-        return members;
-    const NetBlock<BYTE> owner(buffer);
-    const auto* const rows = reinterpret_cast<const LOCALGROUP_MEMBERS_INFO_0*>(buffer);
-    for (DWORD i = 0; i < count; ++i)
-        members.push_back(sidText(rows[i].lgrmi0_sid));
-    return members;
-}
-
 // Copies a group of the real machine into the node, unless it was deleted there.
 Group* readMachineGroup(Node& node, const std::wstring& name)
 {
-    LPBYTE buffer = nullptr;
-    if (!node.readsMachine || node.gone.count(L"group " + name) ||
-        NetLocalGroupGetInfo(nullptr, name.c_str(), 1, &buffer))
+    Group group;
+    if (!node.readsMachine || node.gone.count(L"group " + name) || !readMachineGroup(name, group))
         return nullptr;
-    const NetBlock<BYTE> owner(buffer);
     const auto known = resolve(node, name);
-    if (!buffer || !known || known->use != SidTypeAlias)
+    if (!known || known->use != SidTypeAlias)
         return nullptr;
-    const auto* const info = reinterpret_cast<const LOCALGROUP_INFO_1*>(buffer);
-    node.groups.push_back(
-        {info->lgrpi1_name, info->lgrpi1_comment ? info->lgrpi1_comment : L"", known->sid, machineMembers(name)});
+    group.sid = known->sid;
+    node.groups.push_back(group);
     return &node.groups.back();
-}
-
-std::vector<std::wstring> machineGroupNames()
-{
-    LPBYTE buffer = nullptr;
-    DWORD count = 0;
-    DWORD total = 0;
-    std::vector<std::wstring> names;
-    if (NetLocalGroupEnum(nullptr, 0, &buffer, MAX_PREFERRED_LENGTH, &count, &total, nullptr))
-        return names;
-    const NetBlock<BYTE> owner(buffer);
-    const auto* const rows = reinterpret_cast<const LOCALGROUP_INFO_0*>(buffer);
-    for (DWORD i = 0; i < count; ++i)
-        names.push_back(rows[i].lgrpi0_name);
-    return names;
-}
-
-std::vector<std::wstring> machineGroupsOf(const std::wstring& account, DWORD flags)
-{
-    LPBYTE buffer = nullptr;
-    DWORD count = 0;
-    DWORD total = 0;
-    std::vector<std::wstring> names;
-    if (NetUserGetLocalGroups(nullptr, account.c_str(), 0, flags, &buffer, MAX_PREFERRED_LENGTH, &count, &total))
-        return names;
-    const NetBlock<BYTE> owner(buffer);
-    const auto* const rows = reinterpret_cast<const LOCALGROUP_USERS_INFO_0*>(buffer);
-    for (DWORD i = 0; i < count; ++i)
-        names.push_back(rows[i].lgrui0_name);
-    return names;
 }
 
 // Which of the machine's groups an account is in through a group of its domain only the machine can tell.

@@ -42,9 +42,4 @@ std::wstring callerSid(const Node& node);
 // The next unused SID for a user or group that is made on the node.
 std::wstring newSid(Node& node);
 
-// What every fresh machine has: the groups of BUILTIN, Administrator and Guest, a few account rights. To a node without
-// accounts whose name, domain and SID are set.
-void addStandardAccounts(Node& node);
-Node standardNode(const std::wstring& name);
-
 } // namespace whatif

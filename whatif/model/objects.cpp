@@ -37,8 +37,8 @@ std::vector<Object> filesBelow(const Object& object)
 {
     std::vector<Object> children;
     WIN32_FIND_DATAW data;
-    const HANDLE search = FindFirstFileW((object.real + L"\\*").c_str(), &data);
-    if (search == INVALID_HANDLE_VALUE)
+    const owned::FindHandle search(owned::orNull(FindFirstFileW((object.real + L"\\*").c_str(), &data)));
+    if (!search)
         return children;
     const std::wstring separator = object.name.back() == L'\\' ? L"" : L"\\";
     do {
@@ -46,8 +46,7 @@ std::vector<Object> filesBelow(const Object& object)
         if (name != L"." && name != L"..")
             children.push_back({object.node, object.name + separator + name, object.real + L'\\' + name,
                                 (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0, &fileRights});
-    } while (FindNextFileW(search, &data));
-    FindClose(search);
+    } while (FindNextFileW(search.get(), &data));
     return children;
 }
 
@@ -55,7 +54,7 @@ std::vector<std::wstring> realSubkeys(const Object& object)
 {
     constexpr DWORD longest = 256; // of a key name, with its terminator
     std::vector<std::wstring> names;
-    RealKey key;
+    owned::RegistryKey key;
     if (openRealKey(object, KEY_ENUMERATE_SUB_KEYS, key) != ERROR_SUCCESS)
         return names;
     wchar_t name[longest];
@@ -87,7 +86,7 @@ std::vector<Object> keysBelow(World& world, const Object& object)
 
 } // namespace
 
-DWORD openRealKey(const Object& object, REGSAM access, RealKey& key)
+DWORD openRealKey(const Object& object, REGSAM access, owned::RegistryKey& key)
 {
     HKEY opened = nullptr;
     std::wstring below;

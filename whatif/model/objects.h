@@ -1,9 +1,8 @@
 // Files, directories and registry keys as objects with security. The objects are real, or the node's registry's.
 #pragma once
 
+#include "frame/owned.h"
 #include "whatif/node.h"
-
-#include <memory>
 
 namespace whatif {
 
@@ -22,7 +21,8 @@ bool isFile(const Object& object);
 
 // Win32 error codes, those of an object that does not exist among them.
 DWORD fileObject(World& world, const std::wstring& name, Object& object);
-// "MACHINE\..." and "USERS\...", also with "\\node\" before it; of this machine "CLASSES_ROOT\..." and "CURRENT_USER\...".
+// "MACHINE\..." and "USERS\...", also with "\\node\" before it; "CLASSES_ROOT\..." and "CURRENT_USER\..." of this
+// machine.
 DWORD keyObject(World& world, const std::wstring& name, Object& object);
 Object keyAt(Node& node, const std::wstring& path); // of the registry; it may be missing
 
@@ -32,13 +32,7 @@ bool parentOf(const Object& object, Object& parent);
 // What lies directly below a container.
 std::vector<Object> childrenOf(World& world, const Object& object);
 
-struct KeyCloser
-{
-    void operator()(HKEY key) const { RegCloseKey(key); }
-};
-using RealKey = std::unique_ptr<HKEY__, KeyCloser>;
-
 // The real machine's key behind an object.
-DWORD openRealKey(const Object& object, REGSAM access, RealKey& key);
+DWORD openRealKey(const Object& object, REGSAM access, owned::RegistryKey& key);
 
 } // namespace whatif

@@ -1,5 +1,6 @@
 #include "whatif/model/registry.h"
 
+#include "frame/owned.h"
 #include "whatif/model/names.h"
 #include "whatif/redirect/active.h"
 
@@ -30,11 +31,7 @@ bool isBelow(const std::wstring& path, const std::wstring& key)
     return sameName(path.substr(0, key.size()), key) && (path.size() == key.size() || path[key.size()] == L'\\');
 }
 
-struct KeyCloser
-{
-    void operator()(HKEY key) const { RegCloseKey(key); }
-};
-using Key = std::unique_ptr<HKEY__, KeyCloser>;
+using Key = owned::RegistryKey;
 
 LSTATUS openKey(HKEY root, const std::wstring& path, REGSAM access, Key& key)
 {
@@ -136,12 +133,10 @@ ULONGLONG startOf(HANDLE process)
 // One that may not be looked at has not ended.
 bool hasEnded(DWORD processId, ULONGLONG start)
 {
-    const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, processId);
+    const owned::Handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, processId));
     if (!process)
         return GetLastError() == ERROR_INVALID_PARAMETER;
-    const bool ended = WaitForSingleObject(process, 0) == WAIT_OBJECT_0 || startOf(process) != start;
-    CloseHandle(process);
-    return ended;
+    return WaitForSingleObject(process.get(), 0) == WAIT_OBJECT_0 || startOf(process.get()) != start;
 }
 
 // Removes what processes have left that did not come to their end.

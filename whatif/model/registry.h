@@ -1,7 +1,7 @@
-// The registries of the nodes. Each node's HKEY_LOCAL_MACHINE is a volatile scratch key of the real registry, and so is
-// its HKEY_USERS, below a root of the world's own that is removed with it, so that the platform itself does what a
-// registry does: types, sizes, handles, text conversion. On a node that reads this machine a key is copied when it is first touched; what was
-// deleted there stays deleted.
+// The registries of the nodes. Each node's HKEY_LOCAL_MACHINE is a volatile scratch key of the real registry, and so
+// is its HKEY_USERS, below a root of the world's own that is removed with it, so that the platform itself does what a
+// registry does: types, sizes, handles, text conversion. On a node that reads this machine a key is copied when it is
+// first touched; what was deleted there stays deleted.
 //
 // A node's registry goes by the node's name, and is empty but for what every Windows has. Paths are relative to
 // HKEY_LOCAL_MACHINE ("SOFTWARE\\Kestel\\KEY_h1"), or begin with "HKU" for HKEY_USERS ("HKU\\S-1-5-18"); neither paths

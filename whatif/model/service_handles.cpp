@@ -12,15 +12,18 @@ const wchar_t defaultServiceSecurity[] =
 
 namespace {
 
-// Used under the lock of the active world.
-std::map<SC_HANDLE, std::unique_ptr<ServiceHandle>> openHandles;
+// The addresses of the records are the handles.
+using OpenHandles = std::map<SC_HANDLE, std::unique_ptr<ServiceHandle>>;
+
+OpenHandles& openHandles()
+{
+    return activeWorld().table<OpenHandles>();
+}
 
 const ServiceHandle* find(SC_HANDLE handle)
 {
-    const auto found = openHandles.find(handle);
-    if (found == openHandles.end() || found->second->world != &activeWorld())
-        return failWith<const ServiceHandle*>(ERROR_INVALID_HANDLE);
-    return found->second.get();
+    const auto found = openHandles().find(handle);
+    return found == openHandles().end() ? failWith<const ServiceHandle*>(ERROR_INVALID_HANDLE) : found->second.get();
 }
 
 const ServiceHandle* withAccess(const ServiceHandle* handle, DWORD access)
@@ -30,7 +33,7 @@ const ServiceHandle* withAccess(const ServiceHandle* handle, DWORD access)
 
 bool isOpen(const Node& node, const std::wstring& service)
 {
-    return std::any_of(openHandles.begin(), openHandles.end(), [&](const auto& entry) {
+    return std::any_of(openHandles().begin(), openHandles().end(), [&](const auto& entry) {
         return entry.second->node == &node && sameName(entry.second->service, service);
     });
 }
@@ -53,7 +56,7 @@ SC_HANDLE openHandle(const ServiceHandle& handle)
 {
     auto record = std::make_unique<ServiceHandle>(handle);
     const auto value = reinterpret_cast<SC_HANDLE>(record.get());
-    openHandles[value] = std::move(record);
+    openHandles()[value] = std::move(record);
     return value;
 }
 
@@ -63,7 +66,7 @@ bool closeHandle(SC_HANDLE handle)
     if (!open)
         return false;
     const ServiceHandle closed = *open;
-    openHandles.erase(handle);
+    openHandles().erase(handle);
     if (!closed.service.empty())
         dropDeleted(*closed.node, closed.service);
     return true;

@@ -9,7 +9,6 @@ class World;
 
 struct ServiceHandle
 {
-    World* world;
     Node* node;
     std::wstring service; // empty: the manager
     DWORD access;

@@ -1,5 +1,7 @@
 #include "whatif/model/sids.h"
 
+#include "frame/owned.h"
+
 #include <bcrypt.h>
 #include <sddl.h>
 
@@ -57,9 +59,7 @@ std::wstring sidText(PSID sid)
     LPWSTR text = nullptr;
     if (!sid || !IsValidSid(sid) || !ConvertSidToStringSidW(sid, &text))
         return {};
-    std::wstring result = text;
-    LocalFree(text);
-    return result;
+    return owned::Local<wchar_t>(text).get();
 }
 
 std::vector<BYTE> sidBytes(const std::wstring& text)
@@ -68,10 +68,9 @@ std::vector<BYTE> sidBytes(const std::wstring& text)
     // The platform would also take the two-letter names of SDDL.
     if (text.compare(0, 2, L"S-") != 0 || !ConvertStringSidToSidW(text.c_str(), &sid))
         return {};
+    const owned::Local<void> owner(sid);
     const BYTE* const first = static_cast<const BYTE*>(sid);
-    std::vector<BYTE> bytes(first, first + GetLengthSid(sid));
-    LocalFree(sid);
-    return bytes;
+    return {first, first + GetLengthSid(sid)};
 }
 
 bool isOfDomain(const std::wstring& domainSid, const std::wstring& sid)

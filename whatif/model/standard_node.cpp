@@ -1,4 +1,5 @@
-// What a fresh machine has before anything is installed on it.
+#include "whatif/model/standard_node.h"
+
 #include "whatif/model/names.h"
 
 #include <lm.h>

@@ -1,5 +1,6 @@
 #include "whatif/security/descriptors.h"
 
+#include "frame/owned.h"
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"
 
@@ -18,11 +19,6 @@ constexpr SECURITY_DESCRIPTOR_CONTROL keptFlags = SE_DACL_PROTECTED | SE_DACL_AU
 constexpr wchar_t noDacl[] = L"D:NO_ACCESS_CONTROL";
 constexpr wchar_t hexPrefix[] = L"hex:";
 constexpr size_t cachedTexts = 4096; // the objects of a tree share a few
-
-struct LocalRelease
-{
-    void operator()(void* block) const { LocalFree(block); }
-};
 
 // An absolute descriptor that points into `security`.
 struct Absolute
@@ -87,7 +83,7 @@ Security parse(const std::wstring& text)
     const std::wstring known = open ? text.substr(0, dacl) + L"D:" : text;
     if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(known.c_str(), SDDL_REVISION_1, &descriptor, nullptr))
         refuse(text);
-    const std::unique_ptr<void, LocalRelease> release(descriptor);
+    const owned::Local<void> release(descriptor);
     Security security = securityOf(descriptor);
     security.hasDacl = !open && dacl != std::wstring::npos;
     return security;
@@ -110,7 +106,7 @@ std::wstring format(const Security& security)
     if (!ConvertSecurityDescriptorToStringSecurityDescriptorW(&absolute.descriptor, SDDL_REVISION_1, parts, &text,
                                                               nullptr))
         return hexOf(selfRelative(security, parts));
-    const std::unique_ptr<wchar_t, LocalRelease> release(text);
+    const owned::Local<wchar_t> release(text);
     const Security back = securityOf(std::wstring(text));
     return back.dacl == security.dacl && back.flags == security.flags ? text : hexOf(selfRelative(security, parts));
 }

@@ -14,9 +14,9 @@ struct Security
     std::vector<BYTE> dacl;                // an ACL without slack; its revision is not kept
 };
 
-// The text is SDDL of owner and group, unless they are the default ones, and of the DACL: "O:SYD:P(A;;FA;;;SY)". What SDDL cannot
-// say comes as "hex:" with the bytes of the descriptor. Exact both ways. Throws std::runtime_error for a text that is
-// neither.
+// The text is SDDL of owner and group, unless they are the default ones, and of the DACL: "O:SYD:P(A;;FA;;;SY)". What
+// SDDL cannot say comes as "hex:" with the bytes of the descriptor. Exact both ways. Throws std::runtime_error for a
+// text that is neither.
 Security securityOf(const std::wstring& text);
 std::wstring textOf(const Security& security);
 

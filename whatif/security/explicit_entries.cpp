@@ -1,7 +1,9 @@
 // The platform's own function cannot be relied on everywhere, some of its implementations only put entries in front.
-// Decided where the documentation says "any existing rights of the trustee": those in explicit entries that are passed on
-// in the same way, so that no object below gains or loses.
+// Decided where the documentation says "any existing rights of the trustee": those in explicit entries that are passed
+// on in the same way, so that no object below gains or loses.
 #include "whatif/security/explicit_entries.h"
+
+#include "frame/owned.h"
 
 #include <aclapi.h>
 
@@ -96,14 +98,12 @@ public:
         size_t size = sizeof(ACL);
         for (const Ace& ace : all)
             size += ace.size();
-        const auto acl = static_cast<PACL>(LocalAlloc(LMEM_FIXED, size));
-        bool good = acl && InitializeAcl(acl, static_cast<DWORD>(size), revision_);
+        owned::Local<ACL> acl(static_cast<PACL>(LocalAlloc(LMEM_FIXED, size)));
+        bool good = acl && InitializeAcl(acl.get(), static_cast<DWORD>(size), revision_);
         for (Ace& ace : all)
-            good = good && AddAce(acl, revision_, MAXDWORD, ace.data(), static_cast<DWORD>(ace.size()));
+            good = good && AddAce(acl.get(), revision_, MAXDWORD, ace.data(), static_cast<DWORD>(ace.size()));
         const DWORD error = good ? ERROR_SUCCESS : GetLastError();
-        *after = good ? acl : nullptr;
-        if (!good)
-            LocalFree(acl);
+        *after = good ? acl.release() : nullptr;
         return error;
     }
 

@@ -69,7 +69,7 @@ DWORD readRealFile(const Object& object, std::vector<BYTE>& descriptor)
 
 DWORD readRealKey(const Object& object, std::vector<BYTE>& descriptor)
 {
-    RealKey key;
+    owned::RegistryKey key;
     if (const DWORD error = openRealKey(object, READ_CONTROL, key))
         return error;
     DWORD size = 0;
@@ -94,15 +94,13 @@ DWORD readReal(const Object& object, Security& security)
 bool realAllows(const Object& object, DWORD access)
 {
     if (!isFile(object)) {
-        RealKey key;
+        owned::RegistryKey key;
         return openRealKey(object, access, key) != ERROR_ACCESS_DENIED;
     }
-    const HANDLE file = CreateFileW(object.real.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return GetLastError() != ERROR_ACCESS_DENIED;
-    CloseHandle(file);
-    return true;
+    const owned::Handle file(
+        owned::orNull(CreateFileW(object.real.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                  nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)));
+    return file || GetLastError() != ERROR_ACCESS_DENIED;
 }
 
 } // namespace

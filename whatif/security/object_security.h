@@ -1,6 +1,6 @@
-// Where the security of files, directories and registry keys comes from and goes to. The node holds that of the objects
-// that were described or changed. Another one has what the real machine says or, on a described node, what it would have
-// inherited when it was created.
+// Where the security of files, directories and registry keys comes from and goes to. The node holds that of the
+// objects that were described or changed. Another one has what the real machine says or, on a described node, what it
+// would have inherited when it was created.
 #pragma once
 
 #include "whatif/model/objects.h"
@@ -21,8 +21,8 @@ bool machineDecides(const Object& object);
 // Whether the caller gets the access; on an object that only the machine holds the machine decides.
 bool mayChange(const Object& object, const Security& before, DWORD access);
 
-// What an object has after a descriptor has been set on it alone. The mark of an inheriting DACL is only taken over from
-// a descriptor that asks for it.
+// What an object has after a descriptor has been set on it alone. The mark of an inheriting DACL is only taken over
+// from a descriptor that asks for it.
 Security asWritten(const Security& before, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor,
                    const GENERIC_MAPPING& mapping);
 
