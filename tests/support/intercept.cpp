@@ -7,6 +7,7 @@
 #include <cstring>
 #include <mutex>
 #include <set>
+#include <stdexcept>
 #include <utility>
 
 namespace intercept {
@@ -183,8 +184,11 @@ Interception::Interception(HMODULE library, const whatif::World& acted) : import
     run = {};
     world = &acted;
     for (const Row& row : rows())
-        if (void* const before = imports_.redirect(row.name, row.wrapper))
+        if (void* const before = imports_.redirect(row.name, row.wrapper)) {
+            if (before == row.wrapper) // which would call itself
+                throw std::logic_error(std::string("two rows for ") + row.name);
             *row.original = row.standIn ? row.standIn : before;
+        }
 }
 
 Interception::~Interception()
