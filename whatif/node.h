@@ -82,7 +82,8 @@ struct Node
     std::set<std::wstring, NoCase> missing; // what this release lacks of what is resolved at run time:
                                             // "Logoncli.dll", "NetIsServiceAccount", "NetQueryServiceAccount"
     DWORD minimumPasswordLength = 0;
-    bool readsMachine = false; // what the node does not hold is read from the real machine
+    size_t memberPiece = SIZE_MAX; // how many members of a group are handed out at once
+    bool readsMachine = false;     // what the node does not hold is read from the real machine
 
     std::vector<Account> accounts;
     std::vector<Group> groups;

@@ -124,8 +124,17 @@ void packMember(Packed& block, size_t at, DWORD level, const Node& node, const s
                level == 1 && known ? known->name : printableName(node, sid));
 }
 
-NET_API_STATUS WINAPI localGroupGetMembers(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE* buffer, DWORD,
-                                           LPDWORD read, LPDWORD total, PDWORD_PTR)
+Packed packMembers(const Node& node, const Group& group, DWORD level, size_t first, size_t count)
+{
+    Packed block(count * memberSize[level]);
+    for (size_t i = 0; i < count; ++i)
+        packMember(block, i * memberSize[level], level, node, group.members[first + i]);
+    return block;
+}
+
+// The handle for the next piece is the place of its first member; one is in each piece, however small it is to be.
+NET_API_STATUS WINAPI localGroupGetMembers(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE* buffer, DWORD preferred,
+                                           LPDWORD read, LPDWORD total, PDWORD_PTR resume)
 {
     Locked world;
     Node* node = nullptr;
@@ -138,13 +147,19 @@ NET_API_STATUS WINAPI localGroupGetMembers(LPCWSTR server, LPCWSTR name, DWORD l
     *read = *total = 0;
     if (const NET_API_STATUS status = openGroup(*world, server, name, node, group))
         return status;
-    Packed block(group->members.size() * memberSize[level]);
-    for (size_t i = 0; i < group->members.size(); ++i)
-        packMember(block, i * memberSize[level], level, *node, group->members[i]);
-    const NET_API_STATUS status = handOut(block, buffer);
-    if (status == NERR_Success)
-        *read = *total = static_cast<DWORD>(group->members.size());
-    return status;
+    const size_t first = std::min<size_t>(resume ? *resume : 0, group->members.size());
+    const size_t left = group->members.size() - first;
+    size_t count = std::min(left, node->memberPiece);
+    while (count > 1 && packMembers(*node, *group, level, first, count).size() > preferred)
+        count /= 2;
+    const Packed block = packMembers(*node, *group, level, first, count);
+    if (const NET_API_STATUS status = handOut(block, buffer))
+        return status;
+    *read = static_cast<DWORD>(count);
+    *total = static_cast<DWORD>(left);
+    if (resume)
+        *resume = count < left ? first + count : 0;
+    return count < left ? ERROR_MORE_DATA : NERR_Success;
 }
 
 // Whether there is somebody who can be asked about the accounts of a domain.

@@ -26,12 +26,15 @@ public:
 
     void data(size_t field, const std::vector<BYTE>& data)
     {
-        bytes_.resize((bytes_.size() + alignment - 1) / alignment * alignment);
+        bytes_.resize(rounded(bytes_.size()));
         pointers_.push_back({field, bytes_.size()});
         bytes_.insert(bytes_.end(), data.begin(), data.end());
     }
 
     size_t size() const { return bytes_.size(); }
+
+    // What data of that size takes behind other data.
+    static size_t rounded(size_t bytes) { return (bytes + alignment - 1) / alignment * alignment; }
 
     // Writes the block, `size` bytes, where it will be read.
     void place(void* destination) const

@@ -59,14 +59,14 @@ BOOL WINAPI queryConfig(SC_HANDLE handle, LPQUERY_SERVICE_CONFIGW buffer, DWORD 
 
 // ---- changing ----------------------------------------------------------------------------------------------------
 
-void recordDifferences(World& world, const Node& node, const Service& before, const Service& after)
+void recordDifferences(World& world, const Node& node, const Service& before, const Service& after, bool hasPassword)
 {
     const std::wstring object = L"service " + after.name;
     for (const ServiceSetting& setting : serviceSettings())
         if (setting.text(before) != setting.text(after))
             world.record({ChangeKind::serviceSetting, node.name, object, setting.name, setting.text(before),
                           setting.text(after)});
-    if (!after.password.empty() && before.password != after.password)
+    if (hasPassword && before.password != after.password)
         world.record({ChangeKind::serviceSetting, node.name, object, L"password", {}, {}});
 }
 
@@ -123,7 +123,7 @@ BOOL WINAPI changeConfig(SC_HANDLE handle, DWORD type, DWORD start, DWORD errorC
         return failWith(error);
     if (tag)
         *tag = wanted.tag;
-    recordDifferences(*world, *node, *service, wanted);
+    recordDifferences(*world, *node, *service, wanted, password != nullptr);
     *service = wanted;
     return TRUE;
 }

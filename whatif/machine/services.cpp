@@ -60,7 +60,34 @@ void readSecurity(SC_HANDLE handle, Service& service)
     service.security = descriptor.empty() ? defaultServiceSecurity : textOf(securityOf(descriptor.data()));
 }
 
+std::vector<std::wstring> machineServiceNames()
+{
+    constexpr DWORD pieceSize = 256 * 1024;
+    std::vector<std::wstring> names;
+    const ServiceOwner manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ENUMERATE_SERVICE));
+    std::vector<BYTE> piece(pieceSize);
+    DWORD count = 1;
+    for (DWORD resume = 0, needed = 1; manager && needed && count;) {
+        count = 0;
+        if (!EnumServicesStatusExW(manager.get(), SC_ENUM_PROCESS_INFO, SERVICE_TYPE_ALL, SERVICE_STATE_ALL,
+                                   piece.data(), pieceSize, &needed, &count, &resume, nullptr) &&
+            GetLastError() != ERROR_MORE_DATA)
+            break;
+        const auto* const rows = reinterpret_cast<const ENUM_SERVICE_STATUS_PROCESSW*>(piece.data());
+        for (DWORD i = 0; i < count; ++i)
+            names.push_back(rows[i].lpServiceName);
+    }
+    return names;
+}
+
 } // namespace
+
+void readMachineServices(Node& node)
+{
+    if (node.readsMachine)
+        for (const std::wstring& name : machineServiceNames())
+            findService(node, name);
+}
 
 bool machineLetsOpen(const std::wstring& name, DWORD access)
 {

@@ -66,6 +66,7 @@ bool machineLetsOpen(const std::wstring& name, DWORD access);
 
 // The real machine's service; false when it has none of that name, or does not show it.
 bool readMachineService(const std::wstring& name, Service& service);
+void readMachineServices(Node& node); // all of them into a node that reads the machine
 
 // What a service is created with, and what the node writes for security without an own text.
 extern const wchar_t defaultServiceSecurity[];

@@ -25,6 +25,7 @@ std::vector<Replacement> groupReplacements();   // local groups
 std::vector<Replacement> memberReplacements();  // their members
 std::vector<Replacement> userReplacements();    // users, password policy
 std::vector<Replacement> serviceReplacements(); // service control manager, services
+std::vector<Replacement> serviceListReplacements();
 std::vector<Replacement> serviceConfigReplacements();
 std::vector<Replacement> serviceSecurityReplacements();
 std::vector<Replacement> registryReplacements(); // the registry

@@ -20,10 +20,11 @@ World& activeWorld()
 std::vector<Replacement> allReplacements()
 {
     std::vector<Replacement> all;
-    for (const auto& table : {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(),
-                              groupReplacements(), memberReplacements(), userReplacements(), serviceReplacements(),
-                              serviceConfigReplacements(), serviceSecurityReplacements(), registryReplacements(),
-                              keySecurityReplacements(), securityReplacements(), authorizationReplacements()})
+    for (const auto& table :
+         {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(), groupReplacements(),
+          memberReplacements(), userReplacements(), serviceReplacements(), serviceListReplacements(),
+          serviceConfigReplacements(), serviceSecurityReplacements(), registryReplacements(), keySecurityReplacements(),
+          securityReplacements(), authorizationReplacements()})
         all.insert(all.end(), table.begin(), table.end());
     return all;
 }
