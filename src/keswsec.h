@@ -616,6 +616,96 @@ DWORD WINAPI sswseGetServiceSidName(sswseErrRec* err, const char* svcname, char*
  */
 DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psid, const char* nodename);
 
+/* ---- services of an account and of a home ----------------------------------------------------------------------- */
+
+/*
+ * Common to these functions:
+ *  - `username` is an account name that the node resolves, with or without its domain. Besides, in upper or lower case:
+ *    "S-1-..." is a SID in string form; "LocalSystem", also behind ".\" or the node's name and a backslash, and
+ *    "NT AUTHORITY\SYSTEM", "NT AUTHORITY\LocalService" and "NT AUTHORITY\NetworkService" are the built-in service
+ *    accounts; ".\name" is an account of the node's own. Services are compared with it by SID.
+ *  - `khomepath` is the directory of a home, in the node's spelling; "/" counts as "\", backslashes at its end do not
+ *    count. NULL is the directory above the one that this library lies in, on a node the same path there.
+ *  - A list of names is released with sswseFreeArrayofStrings. It is NULL, and its count 0, when there are none, and
+ *    with a 3 or 4 unless said otherwise. Both pointers may be NULL together.
+ */
+
+/*
+ * The services (no drivers) of a node that start under an account, in the order in which the node lists them. The
+ * system does not show services that the caller may not query; services whose account does not exist are nobody's.
+ *   username  the account
+ *   nodename  node whose services are looked at
+ *   services  receives the names, count their number
+ * 2, with WSE-000054 or WSE-000055 in the record when a service may not be read, which is not listed then; 3 with
+ * WSE-000011, WSE-000054, WSE-000055, WSE-000060, and for an account WSE-000014, WSE-000019, WSE-000025, WSE-000037,
+ * WSE-000038; 4.
+ */
+DWORD WINAPI sswseGetAllServicesForUser(sswseErrRec* err, const char* username, const char* nodename, char*** services,
+                                        int* count);
+
+/*
+ * Of these, the services of a home: those whose binary path lies in its directory.
+ *   khomepath  the home
+ *   username   the account; NULL for services of any account, also of one that does not exist
+ *   nodename, services, count  as above
+ * As above; 3 with WSE-000046, WSE-000047, WSE-000052 when `khomepath` is NULL and the library's home cannot be told.
+ */
+DWORD WINAPI sswseGetAllServicesInKHForUser(sswseErrRec* err, const char* khomepath, const char* username,
+                                            const char* nodename, char*** services, int* count);
+
+/*
+ * Give these services the account's new password. It is stored without being tried: ask sswseCheckValidUser first.
+ * Services that run use it when they start next. The account's own password is not changed. It is written each time,
+ * as nobody can tell which one is stored. All services are tried.
+ *   username   the account, which must have a password of its own. A managed account is recognised by its name
+ *   password   its new password; "" is an empty one
+ *   nodename   node of the services
+ *   failed     receives, with a 3 for such services, the names of those that did not get it, failcount their number.
+ *              One that may not be read is among them, whatever account or home it is of
+ * 2, also when there is no such service; 3 with the message of the first service that failed: WSE-000054, WSE-000055,
+ * WSE-000058; 3 as from the lists above, without a name in `failed`, nothing having been changed; 4, also with
+ * WSE-000063 for a built-in, virtual or managed account, or a service's SID.
+ */
+DWORD WINAPI sswseChangeServicesPwdForUser(sswseErrRec* err, const char* username, const char* password,
+                                           const char* nodename, char*** failed, int* failcount);
+DWORD WINAPI sswseChangeServicesPwdInKHForUser(sswseErrRec* err, const char* khomepath, const char* username,
+                                               const char* password, const char* nodename, char*** failed,
+                                               int* failcount);
+
+/*
+ * Is a service configured to run under LocalSystem? A driver is not.
+ *   servicename  name of the service
+ *   nodename     node of the service
+ * 1; 0; 3 with WSE-000011, WSE-000054, WSE-000055, and WSE-000014, WSE-000019, WSE-000025, WSE-000037, WSE-000038 when
+ * its account cannot be looked up; 4.
+ */
+DWORD WINAPI sswseIsSvcRunningAsLocalSystem(sswseErrRec* err, const char* servicename, const char* nodename);
+
+/*
+ * Takes the SIDs of services, also of services that exist no longer, out of the local groups that are the home's own:
+ * KES_<home name>_SVCSIDS, _SVCACCTS, _DBA, _OPER, _SYSBACKUP, _SYSRPL, _SYSKM. Groups that are not there are passed
+ * over.
+ *   khomepath  the home; its key file is read through the node's administrative share. NULL: the library's own home, by
+ *              its name on this machine
+ *   nodename   node whose groups are changed
+ * 2; 3 with WSE-000030, WSE-000032, WSE-000037, what was removed before staying so; 4; 3 or 6 with the message of
+ * sswseGetKestelHomeTypeForKHPath, or of sswseGetKestelHomeName, when the home's name cannot be read.
+ */
+DWORD WINAPI sswseDeleteSVCSidsFromKESHomeGroups(sswseErrRec* err, const char* khomepath, const char* nodename);
+
+/*
+ * Earlier releases kept the SIDs of the database services in the administrators' group of the machine, KES_DBA; now
+ * each home has its own, KES_<home name>_DBA. These move the SIDs of the home's database services, whose executable is
+ * "kestel.exe", from the one group to the other and back. A SID that is not in the one stays where it is. The group
+ * that they go to is created when it is not there. Each SID joins it before it leaves the other.
+ *   khomepath, nodename  as above
+ * 2, also when there is nothing to do; 3 with WSE-000011, WSE-000054, WSE-000055, WSE-000060 when the services cannot
+ * all be read, which leaves everything as it was; 3 with WSE-000028, WSE-000030, WSE-000031, WSE-000032, or the message
+ * of sswseGetServiceSID, what was moved before staying so; 4; 3 or 6 as above when the home cannot be looked up.
+ */
+DWORD WINAPI sswseMigrateDBServiceSidsForUpgrade(sswseErrRec* err, const char* khomepath, const char* nodename);
+DWORD WINAPI sswseMigrateDBServiceSidsForDowngrade(sswseErrRec* err, const char* khomepath, const char* nodename);
+
 /* ---- access control on objects ---------------------------------------------------------------------------------- */
 
 /*

@@ -5,6 +5,8 @@
 
 #include <sddl.h>
 
+#include <algorithm>
+
 namespace {
 
 DWORD convertName(const sswseCall& call, const char* username, PSID* sid, const wchar_t* machine, const char* apiName)
@@ -194,6 +196,11 @@ DWORD sswseCopySid(const sswseCall& call, PSID sid, owned::Heap<void>& copy)
         return sswseFail(call, WSE_COPY_SID, GetLastError(), "CopySid");
     copy = std::move(block);
     return SSWSE_SUCCESS;
+}
+
+bool sswseIsListed(const sswseSidList& sids, PSID sid)
+{
+    return std::any_of(sids.entries, sids.entries + sids.count, [sid](PSID listed) { return EqualSid(listed, sid); });
 }
 
 DWORD sswseRequireValidSid(const sswseCall& call, PSID sid)

@@ -53,5 +53,8 @@ DWORD sswseSidFromString(const sswseCall& call, const wchar_t* text, owned::Loca
 // A copy from the one heap. 2, or 3 with WSE-000037 or WSE-00002.
 DWORD sswseCopySid(const sswseCall& call, PSID sid, owned::Heap<void>& copy);
 
+using sswseSidList = owned::Blocks<void>;
+bool sswseIsListed(const sswseSidList& sids, PSID sid);
+
 // 2, or 3 with WSE-000039 "IsValidSid".
 DWORD sswseRequireValidSid(const sswseCall& call, PSID sid);

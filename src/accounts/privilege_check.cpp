@@ -14,8 +14,6 @@ namespace {
 constexpr NTSTATUS noMoreEntries = static_cast<NTSTATUS>(0x8000001A); // STATUS_NO_MORE_ENTRIES
 constexpr size_t rightNameSize = 50;                                  // of each text handed to the caller
 
-using Sids = owned::Blocks<void>;
-
 struct MissingRights
 {
     std::array<const char*, std::tuple_size_v<decltype(sswsePrivilegeSet::rights)>> names;
@@ -30,7 +28,7 @@ DWORD resolveHolder(const sswseCall& call, const char* name, PSID& sid)
 }
 
 // The user's own SID, then those of its groups.
-DWORD readHolders(const sswseCall& call, const char* username, Sids& holders)
+DWORD readHolders(const sswseCall& call, const char* username, sswseSidList& holders)
 {
     owned::Heap<wchar_t> name;
     if (sswseToWide(call, username, name) != SSWSE_SUCCESS)
@@ -51,13 +49,7 @@ DWORD readHolders(const sswseCall& call, const char* username, Sids& holders)
     return resolveHolder(call, username, holders.entries[0]);
 }
 
-bool isAmong(const Sids& holders, PSID account)
-{
-    return std::any_of(holders.entries, holders.entries + holders.count,
-                       [account](PSID holder) { return EqualSid(holder, account); });
-}
-
-DWORD isRightHeld(const sswseCall& call, LSA_HANDLE policy, const char* right, const Sids& holders, bool& held)
+DWORD isRightHeld(const sswseCall& call, LSA_HANDLE policy, const char* right, const sswseSidList& holders, bool& held)
 {
     owned::Heap<wchar_t> name;
     if (sswseToWide(call, right, name) != SSWSE_SUCCESS)
@@ -73,11 +65,12 @@ DWORD isRightHeld(const sswseCall& call, LSA_HANDLE policy, const char* right, c
     const LSA_ENUMERATION_INFORMATION* const first = accounts.get();
     held = result == 0 && first &&
            std::any_of(first, first + count,
-                       [&holders](const LSA_ENUMERATION_INFORMATION& row) { return isAmong(holders, row.Sid); });
+                       [&holders](const LSA_ENUMERATION_INFORMATION& row) { return sswseIsListed(holders, row.Sid); });
     return SSWSE_SUCCESS;
 }
 
-DWORD findMissing(const sswseCall& call, const sswsePrivilegeSet& set, const Sids& holders, MissingRights& missing)
+DWORD findMissing(const sswseCall& call, const sswsePrivilegeSet& set, const sswseSidList& holders,
+                  MissingRights& missing)
 {
     owned::PolicyHandle policy;
     if (sswseOpenPolicy(call, nullptr, policy) != SSWSE_SUCCESS)
@@ -128,7 +121,7 @@ DWORD WINAPI sswseCheckUserPrivileges(sswseErrRec* err, const char* username, co
             sswseReport(call, WSE_UNSUPPORTED_HOME_TYPE, 0, "");
             return SSWSE_UNSUPPORTED_HOME_TYPE;
         }
-        Sids holders;
+        sswseSidList holders;
         MissingRights absent;
         owned::Blocks<char> names;
         if (readHolders(call, username, holders) != SSWSE_SUCCESS ||

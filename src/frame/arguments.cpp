@@ -8,20 +8,3 @@ DWORD sswseCheckNameList(const sswseCall& call, char** list, int count, const ch
         return sswseBadArgument(call, name);
     return SSWSE_SUCCESS;
 }
-
-void sswseEmptyOutputList(char*** list, int* count)
-{
-    if (list)
-        *list = nullptr;
-    if (count)
-        *count = 0;
-}
-
-DWORD sswseCheckOutputList(const sswseCall& call, char*** list, const char* listName, int* count, const char* countName)
-{
-    if (!list && count)
-        return sswseBadArgument(call, listName);
-    if (list && !count)
-        return sswseBadArgument(call, countName);
-    return SSWSE_SUCCESS;
-}

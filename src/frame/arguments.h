@@ -5,10 +5,3 @@
 
 // A list of texts and its count: the count is not negative, and that many entries are there.
 DWORD sswseCheckNameList(const sswseCall& call, char** list, int count, const char* name);
-
-// What a list that is handed out holds from the start of the call, before any check.
-void sswseEmptyOutputList(char*** list, int* count);
-
-// The caller wants such a list and its count, or neither.
-DWORD sswseCheckOutputList(const sswseCall& call, char*** list, const char* listName, int* count,
-                           const char* countName);

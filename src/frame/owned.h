@@ -106,6 +106,7 @@ struct Blocks
 {
     T** entries = nullptr;
     DWORD count = 0; // entries in use; one in use may be NULL
+    DWORD room = 0;  // that an array which grows has
 
     Blocks() = default;
     Blocks(const Blocks&) = delete;
@@ -124,10 +125,35 @@ struct Blocks
         return entries != nullptr;
     }
 
+    // For an array that grows as it is filled, instead of `reserve`: takes the block, which may not be NULL; false when
+    // memory is exhausted.
+    bool append(Heap<T> block)
+    {
+        if (!block || (count == room && !grow()))
+            return false;
+        entries[count++] = block.release();
+        return true;
+    }
+
     T** release()
     {
-        count = 0;
+        count = room = 0;
         return std::exchange(entries, nullptr);
+    }
+
+private:
+    bool grow()
+    {
+        Blocks larger;
+        const DWORD doubled = room ? room * 2 : 16;
+        if (!larger.reserve(doubled))
+            return false;
+        if (count)
+            memcpy(larger.entries, entries, count * sizeof(T*));
+        std::swap(entries,
+                  larger.entries); // the old array goes with `larger`, which counts none of the blocks as its own
+        room = doubled;
+        return true;
     }
 };
 

@@ -2,31 +2,10 @@
 
 #include "frame/text.h"
 
-#include <algorithm>
-
-namespace {
-
-constexpr DWORD firstCapacity = 16;
-
-bool grow(sswseStringList& list)
-{
-    owned::Blocks<char> larger;
-    const DWORD capacity = list.capacity ? list.capacity * 2 : firstCapacity;
-    if (!larger.reserve(capacity))
-        return false;
-    std::copy_n(list.texts.entries, list.texts.count, larger.entries);
-    std::swap(list.texts.entries, larger.entries); // the texts themselves stay counted in the list alone
-    list.capacity = capacity;
-    return true;
-}
-
-} // namespace
-
 DWORD sswseAddString(const sswseCall& call, sswseStringList& list, owned::Heap<char> text)
 {
-    if (!text || (list.texts.count == list.capacity && !grow(list)))
+    if (!list.append(std::move(text)))
         return sswseOutOfMemory(call);
-    list.texts.entries[list.texts.count++] = text.release();
     return SSWSE_SUCCESS;
 }
 
@@ -59,9 +38,8 @@ DWORD sswseCheckStringsOut(const sswseCall& call, const sswseStringsOut& out, co
 
 void sswseHandOutStrings(sswseStringList& list, const sswseStringsOut& out)
 {
-    if (!out.wanted() || list.texts.count == 0)
+    if (!out.wanted() || list.count == 0)
         return;
-    *out.count = static_cast<int>(list.texts.count);
-    *out.list = list.texts.release();
-    list.capacity = 0;
+    *out.count = static_cast<int>(list.count);
+    *out.list = list.release();
 }

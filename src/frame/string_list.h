@@ -6,11 +6,7 @@
 #include "frame/record.h"
 
 // Grows by itself; what is not handed out is released with it.
-struct sswseStringList
-{
-    owned::Blocks<char> texts;
-    DWORD capacity = 0;
-};
+using sswseStringList = owned::Blocks<char>;
 
 // Appends a text: the block itself, which becomes the list's (NULL is taken for exhausted memory), or a wide text
 // converted. 2, or 3 with WSE-00002, the second also with WSE-00007; the list is then as it was.

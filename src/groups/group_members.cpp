@@ -22,8 +22,10 @@ DWORD nameMembership(const sswseCall& call, const char* username, const char* gr
     return sswseToWide(call, username, membership.user);
 }
 
+} // namespace
+
 // A failed check leads to the attempt to create as well: deliberate.
-DWORD makeSureOfGroup(const sswseCall& call, const char* groupname, const char* nodename)
+DWORD sswseMakeSureOfGroup(const sswseCall& call, const char* groupname, const char* nodename)
 {
     if (sswseCheckOSGroup(call.rec, groupname, nodename) == SSWSE_YES)
         return SSWSE_SUCCESS;
@@ -31,7 +33,21 @@ DWORD makeSureOfGroup(const sswseCall& call, const char* groupname, const char* 
     return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 
-} // namespace
+DWORD sswseAddMember(const sswseCall& call, const sswseGroupNames& names, DWORD level, void* member)
+{
+    const NET_API_STATUS result =
+        NetLocalGroupAddMembers(names.node.get(), names.group.get(), level, static_cast<BYTE*>(member), 1);
+    return sswseGroupResult(call, result, {ERROR_MEMBER_IN_ALIAS}, WSE_ADD_GROUP_MEMBER, "NetLocalGroupAddMembers");
+}
+
+DWORD sswseRemoveMember(const sswseCall& call, const sswseGroupNames& names, DWORD level, void* member)
+{
+    const NET_API_STATUS result =
+        NetLocalGroupDelMembers(names.node.get(), names.group.get(), level, static_cast<BYTE*>(member), 1);
+    return sswseGroupResult(call, result,
+                            {ERROR_MEMBER_NOT_IN_ALIAS, ERROR_NO_SUCH_MEMBER, NERR_GroupNotFound, ERROR_NO_SUCH_ALIAS},
+                            WSE_REMOVE_GROUP_MEMBER, "NetLocalGroupDelMembers");
+}
 
 DWORD WINAPI sswseAddUserToGroup(sswseErrRec* err, const char* username, const char* groupname, const char* nodename)
 {
@@ -40,13 +56,11 @@ DWORD WINAPI sswseAddUserToGroup(sswseErrRec* err, const char* username, const c
         Membership membership;
         DWORD status = nameMembership(call, username, groupname, nodename, membership);
         if (status == SSWSE_SUCCESS)
-            status = makeSureOfGroup(call, groupname, nodename);
+            status = sswseMakeSureOfGroup(call, groupname, nodename);
         if (status != SSWSE_SUCCESS)
             return status;
         LOCALGROUP_MEMBERS_INFO_3 member = {membership.user.get()};
-        const NET_API_STATUS result = NetLocalGroupAddMembers(membership.names.node.get(), membership.names.group.get(),
-                                                              3, reinterpret_cast<BYTE*>(&member), 1);
-        return sswseGroupResult(call, result, {ERROR_MEMBER_IN_ALIAS}, WSE_ADD_GROUP_MEMBER, "NetLocalGroupAddMembers");
+        return sswseAddMember(call, membership.names, 3, &member);
     });
 }
 
@@ -60,10 +74,6 @@ DWORD WINAPI sswseRemoveUserFromGroup(sswseErrRec* err, const char* username, co
         if (status != SSWSE_SUCCESS)
             return status;
         LOCALGROUP_MEMBERS_INFO_3 member = {membership.user.get()};
-        const NET_API_STATUS result = NetLocalGroupDelMembers(membership.names.node.get(), membership.names.group.get(),
-                                                              3, reinterpret_cast<BYTE*>(&member), 1);
-        return sswseGroupResult(
-            call, result, {ERROR_MEMBER_NOT_IN_ALIAS, ERROR_NO_SUCH_MEMBER, NERR_GroupNotFound, ERROR_NO_SUCH_ALIAS},
-            WSE_REMOVE_GROUP_MEMBER, "NetLocalGroupDelMembers");
+        return sswseRemoveMember(call, membership.names, 3, &member);
     });
 }

@@ -6,6 +6,8 @@
 inline constexpr char sswseHomeGroupPrefix[] = "KES_";
 
 inline constexpr char sswseServiceAccountsSuffix[] = "_SVCACCTS";
+inline constexpr char sswseServiceSidsSuffix[] = "_SVCSIDS";
+inline constexpr char sswseDatabaseAdministratorsSuffix[] = "_DBA";
 
 // The prefix + home name + suffix such as "_DBA", cut to 511 characters.
 inline void sswseHomeGroup(char (&group)[512], const char* homename, const char* suffix)

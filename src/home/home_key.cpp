@@ -2,24 +2,12 @@
 #include "frame/call.h"
 #include "frame/files.h"
 #include "home/home_environment.h"
+#include "home/home_path.h"
 #include "home/key_file.h"
 
 #include <cstring>
 
 namespace {
-
-// The key file lies in the directory of the library itself.
-DWORD ownKeyFile(const sswseCall& call, char (&path)[MAX_PATH])
-{
-    const HMODULE self = sswseOwnModule();
-    if (!self)
-        return sswseFail(call, WSE_MODULE_HANDLE, GetLastError(), "GetModuleHandle");
-    char* const directoryEnd = sswseOwnDirectoryEnd(self, path);
-    if (!directoryEnd)
-        return sswseFail(call, WSE_MODULE_PATH, GetLastError(), "GetModuleFileName");
-    sswseNameBeside(path, directoryEnd, "KESTEL.KEY");
-    return SSWSE_SUCCESS;
-}
 
 // A key that is too long for the caller is cut without a word: deliberate, unlike one from the environment.
 void copyCut(const char* homeKey, char* khkey, size_t khkeyl, size_t* outlen)
@@ -42,8 +30,10 @@ DWORD WINAPI sswseGetKestelHomeKey(sswseErrRec* err, char* khkey, size_t khkeyl,
         if (!khkey)
             return sswseBadArgument(call, "khkey");
         char path[MAX_PATH];
-        if (const DWORD status = ownKeyFile(call, path); status != SSWSE_SUCCESS)
+        char* end = nullptr;
+        if (const DWORD status = sswseOwnFile(call, path, end); status != SSWSE_SUCCESS)
             return status;
+        sswseNameBeside(path, end, "KESTEL.KEY");
         const owned::Handle file = sswseOpenToRead(path);
         if (!file)
             return sswseHomeTextFromEnvironment(call, "KESTEL_HOME_KEY", "Kestelhomekey", khkey, khkeyl, outlen);

@@ -3,6 +3,7 @@
 
 #include "frame/call.h"
 #include "home/home_environment.h"
+#include "home/home_path.h"
 #include "home/home_registry.h"
 #include "home/home_values.h"
 
@@ -45,4 +46,20 @@ DWORD sswseGetKestelHomeNameForKHPath(sswseErrRec* err, char* khomepath, char* k
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         return sswseCopyHomeValueOfPath(call, khomepath, nameNames, khname, khnamel, outlen, nodename);
     });
+}
+
+DWORD sswseNameOfHome(const sswseCall& call, const char* khomepath, const char* nodename, char (&khname)[512])
+{
+    DWORD status = SSWSE_SUCCESS;
+    if (khomepath) {
+        owned::Heap<char> path; // a node's share is written into it
+        status = sswseHomePath(call, khomepath, path);
+        if (status == SSWSE_SUCCESS)
+            status = sswseGetKestelHomeNameForKHPath(call.rec, path.get(), khname, sizeof khname, nullptr, nodename);
+    } else {
+        status = sswseGetKestelHomeName(call.rec, khname, sizeof khname, nullptr);
+    }
+    if (status == SSWSE_SUCCESS)
+        sswseClearRecord(call.rec); // a name from the environment comes with a message
+    return status;
 }

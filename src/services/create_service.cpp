@@ -53,7 +53,7 @@ DWORD createOnNode(const sswseCall& call, const NewService& wanted, const sswseS
 {
     // The manager is opened before the dependencies are looked at: deliberate.
     owned::ServiceHandle scm;
-    if (sswseOpenScm(call, nodename, scm) != SSWSE_SUCCESS)
+    if (sswseOpenScm(call, nodename, SC_MANAGER_ALL_ACCESS, scm) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     WideTexts texts;
     const DWORD status = convertTexts(call, wanted, texts);

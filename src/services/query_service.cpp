@@ -1,28 +1,30 @@
-// Reads the account that a service runs under.
+// The account that a service runs under: its name, and whether it is LocalSystem.
+#include "accounts/principal_names.h"
 #include "frame/call.h"
+#include "frame/node.h"
 #include "frame/text.h"
 #include "services/service_manager.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
-
-constexpr DWORD factor = 2;     // twice what is asked for: deliberate, the configuration may grow between the calls
-constexpr DWORD largest = 8192; // more than that may not be announced to the platform
-
-DWORD readConfiguration(const sswseCall& call, SC_HANDLE service, sswseServiceAnswer<QUERY_SERVICE_CONFIGW>& config)
-{
-    return sswseQueryService(call, "QueryServiceConfigW", factor, config,
-                             [service](QUERY_SERVICE_CONFIGW* buffer, DWORD size, DWORD* needed) {
-                                 return QueryServiceConfigW(service, buffer, std::min(size, largest), needed);
-                             });
-}
 
 // What of the caller's output buffer may be traced: its text when it holds one already.
 const char* textIn(const char* buffer, size_t size)
 {
     return buffer && memchr(buffer, '\0', size) ? buffer : "";
+}
+
+DWORD isLocalSystem(const sswseCall& call, const wchar_t* account, const char* nodename)
+{
+    if (!account[0])
+        return SSWSE_YES;
+    owned::Heap<wchar_t> node;
+    owned::Heap<void> sid;
+    if (sswseNodeToWide(call, nodename, node) != SSWSE_SUCCESS ||
+        sswseSidOfPrincipal(call, account, node.get(), sid) != SSWSE_SUCCESS)
+        return SSWSE_FAILURE;
+    return IsWellKnownSid(sid.get(), WinLocalSystemSid) ? SSWSE_YES : SSWSE_NO;
 }
 
 } // namespace
@@ -41,15 +43,13 @@ DWORD WINAPI sswseGetSvcUserForService(sswseErrRec* err, const char* servicename
         if (!username)
             return sswseBadArgument(call, "username");
         sswseOpenedService opened;
-        sswseServiceAnswer<QUERY_SERVICE_CONFIGW> config;
+        sswseServiceConfig config;
         if (sswseOpenNodeService(call, nodename, servicename, SERVICE_QUERY_CONFIG, opened) != SSWSE_SUCCESS ||
-            readConfiguration(call, opened.service.get(), config) != SSWSE_SUCCESS)
+            sswseReadServiceConfig(call, opened.service.get(), config) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
-        // A driver may have no account.
-        const wchar_t* const account = config.data->lpServiceStartName ? config.data->lpServiceStartName : L"";
         owned::Heap<char> name;
         size_t length = 0; // counts the terminator
-        if (sswseToMultibyte(call, account, name, &length) != SSWSE_SUCCESS)
+        if (sswseToMultibyte(call, sswseStartName(*config.data), name, &length) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         if (usernamel < length)
             return sswseBufferTooSmall(call, "username");
@@ -57,5 +57,23 @@ DWORD WINAPI sswseGetSvcUserForService(sswseErrRec* err, const char* servicename
         if (written)
             *written = length;
         return SSWSE_SUCCESS;
+    });
+}
+
+DWORD WINAPI sswseIsSvcRunningAsLocalSystem(sswseErrRec* err, const char* servicename, const char* nodename)
+{
+    const auto args = sswseArgs("servicename=%s\nnodename=%s", servicename, nodename);
+    return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
+        if (!servicename)
+            return sswseBadArgument(call, "servicename");
+        sswseOpenedService opened;
+        sswseServiceConfig config;
+        if (sswseOpenNodeService(call, nodename, servicename, SERVICE_QUERY_CONFIG, opened, SC_MANAGER_CONNECT) !=
+                SSWSE_SUCCESS ||
+            sswseReadServiceConfig(call, opened.service.get(), config) != SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
+        if (config.data->dwServiceType & SERVICE_DRIVER)
+            return SSWSE_NO; // its account is the name of a driver object
+        return isLocalSystem(call, sswseStartName(*config.data), nodename);
     });
 }

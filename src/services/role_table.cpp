@@ -1,6 +1,7 @@
 #include "services/role_table.h"
 
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -46,6 +47,38 @@ struct HomeTypeRoles
 
 constexpr HomeTypeRoles homeTypes[] = {{"0", tableOf(rows0)}, {"1", tableOf(rows1)}, {"2", tableOf(rows2)}};
 
+constexpr std::string_view homeTemplate = "KES_HN_"; // the home's name takes the place of "HN"
+
+constexpr const char* suffixOf(const char* name)
+{
+    return std::string_view(name).find(homeTemplate) == std::string_view::npos ? nullptr
+                                                                               : name + homeTemplate.size() - 1;
+}
+
+constexpr void addOnce(sswseHomeGroupSuffixes& suffixes, const char* suffix)
+{
+    size_t slot = 0;
+    while (suffixes[slot] && std::string_view(suffixes[slot]) != suffix)
+        ++slot;
+    suffixes[slot] = suffix;
+}
+
+constexpr sswseHomeGroupSuffixes allSuffixes()
+{
+    sswseHomeGroupSuffixes suffixes = {};
+    for (const HomeTypeRoles& type : homeTypes)
+        for (int i = 0; i < type.table.count; ++i)
+            for (const char* name : type.table.rows[i].vagroups)
+                if (name && suffixOf(name))
+                    addOnce(suffixes, suffixOf(name));
+    return suffixes;
+}
+
+constexpr sswseHomeGroupSuffixes homeGroupSuffixes = allSuffixes();
+
+// The home's group of service accounts is among them.
+static_assert(std::string_view(homeGroupSuffixes[0]) == "_SVCACCTS");
+
 constexpr size_t usedSlots(const sswseServiceRole& role)
 {
     size_t used = 0;
@@ -78,6 +111,16 @@ const sswseRoleTable* sswseRoleTableOf(const char* khtype)
 const sswseServiceRole& sswseRoleAt(const sswseRoleTable& table, int index)
 {
     return index >= 0 && index < table.count ? table.rows[index] : noRole;
+}
+
+const char* sswseHomeGroupSuffix(const char* name)
+{
+    return suffixOf(name);
+}
+
+const sswseHomeGroupSuffixes& sswseAllHomeGroupSuffixes()
+{
+    return homeGroupSuffixes;
 }
 
 bool sswseSameServiceKey(const char* left, const char* right)

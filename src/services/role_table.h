@@ -35,6 +35,14 @@ const sswseRoleTable* sswseRoleTableOf(const char* khtype);
 // The row at an index. Outside the table, sswseNoRole included, it is a row without key, groups and rights.
 const sswseServiceRole& sswseRoleAt(const sswseRoleTable& table, int index);
 
+// What is behind the home's name in the name of a group of its own, "_DBA" for "KES_HN_DBA"; NULL for a group that all
+// homes share.
+const char* sswseHomeGroupSuffix(const char* name);
+
+// The suffixes of all groups in the tables that are each home's own, each once.
+using sswseHomeGroupSuffixes = sswseNameSlots<16>;
+const sswseHomeGroupSuffixes& sswseAllHomeGroupSuffixes();
+
 // Service keys are compared without regard to case.
 bool sswseSameServiceKey(const char* left, const char* right);
 

@@ -40,7 +40,7 @@ DWORD mergeGrants(const sswseCall& call, ACL* existing, const char* homename, ow
 {
     char productGroup[] = "KES_DBA";
     char homeGroup[512];
-    sswseHomeGroup(homeGroup, homename, "_DBA");
+    sswseHomeGroup(homeGroup, homename, sswseDatabaseAdministratorsSuffix);
     EXPLICIT_ACCESS_A grants[2];
     constexpr DWORD startAndStop = SERVICE_START | SERVICE_STOP;
     BuildExplicitAccessWithNameA(&grants[0], productGroup, startAndStop, GRANT_ACCESS, NO_INHERITANCE);

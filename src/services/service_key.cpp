@@ -5,6 +5,8 @@
 #include "services/role_table.h"
 
 #include <cstring>
+#include <cwchar>
+#include <iterator>
 
 namespace {
 
@@ -58,6 +60,20 @@ DWORD sswseGetServiceKeyFromBinPath(sswseErrRec* err, const char* lpBinPath, con
         }
         return SSWSE_SUCCESS;
     });
+}
+
+sswseServicePathPart sswseServicePath(const wchar_t* commandLine)
+{
+    constexpr wchar_t objectPrefix[] = L"\\??\\";
+    constexpr size_t prefixLength = std::size(objectPrefix) - 1;
+    const wchar_t* begin = commandLine ? commandLine : L"";
+    const bool isQuoted = *begin == L'"';
+    if (isQuoted)
+        ++begin;
+    if (wcsncmp(begin, objectPrefix, prefixLength) == 0)
+        begin += prefixLength;
+    const wchar_t* const quote = isQuoted ? wcschr(begin, L'"') : nullptr;
+    return {begin, quote ? static_cast<size_t>(quote - begin) : wcslen(begin)};
 }
 
 DWORD sswseGetServiceIndex(sswseErrRec* err, const char* svckey, const char* khtype, int* index)

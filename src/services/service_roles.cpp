@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr char homeTemplate[] = "KES_HN_";             // a group of each home: the home's name takes the place of "HN"
-constexpr size_t templateSuffix = sizeof "KES_HN" - 1; // where the role begins, with its "_"
-
 // The name that joins groups: the service's SID name or its account.
 DWORD memberName(const sswseCall& call, bool useSid, const char* svcname, const char* svcuser, char (&member)[512])
 {
@@ -123,8 +120,9 @@ DWORD sswseAddSvcToVAGroups(sswseErrRec* err, const char* svcname, const char* k
         if (!table)
             return sswseFail(call, WSE_UNSUPPORTED_HOME_TYPE, 0, "");
         return sswseForEachName(sswseRoleAt(*table, index).vagroups, [&](const char* entry) {
-            return strstr(entry, homeTemplate) ? joinHomeGroup(call, who, entry + templateSuffix, nodename)
-                                               : sswseAddUserToGroup(call.rec, who.member, entry, nodename);
+            const char* const suffix = sswseHomeGroupSuffix(entry);
+            return suffix ? joinHomeGroup(call, who, suffix, nodename)
+                          : sswseAddUserToGroup(call.rec, who.member, entry, nodename);
         });
     });
 }
@@ -142,7 +140,7 @@ DWORD sswseAddSvcToSVCSIDSGrp(sswseErrRec* err, const char* svcname, const char*
             return SSWSE_SUCCESS;
         HomeMember who;
         if (findHomeMember(call, svcname, svcuser, who) != SSWSE_SUCCESS ||
-            joinHomeGroup(call, who, "_SVCSIDS", nodename) != SSWSE_SUCCESS)
+            joinHomeGroup(call, who, sswseServiceSidsSuffix, nodename) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         return SSWSE_SUCCESS;
     });

@@ -99,7 +99,7 @@ TEST(StringList, GrowsAndIsHandedOutOrStaysNothing)
                 ASSERT_EQ(sswseAddString(call, collected, std::to_wstring(i).c_str()), 2u);
             sswseHandOutStrings(collected, out);
             ASSERT_EQ(count, wanted ? static_cast<int>(texts) : 99);
-            EXPECT_EQ(collected.texts.count, wanted ? 0 : texts);
+            EXPECT_EQ(collected.count, wanted ? 0 : texts);
             for (int i = 0; wanted && i < count; ++i)
                 EXPECT_EQ(list[i], std::to_string(i));
             if (wanted)

@@ -136,6 +136,7 @@ const std::vector<Row>& rows()
         calls(FUNCTION(LsaRemoveAccountRights), Says::ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND)),
         calls(FUNCTION(LsaEnumerateAccountsWithUserRight), Says::ntStatus, withStatus(STATUS_NO_MORE_ENTRIES),
               Kind::lsaBuffer, 2),
+        calls(FUNCTION(LsaQueryInformationPolicy), Says::ntStatus, ntDenied, Kind::lsaBuffer, 2),
         releases(FUNCTION(LsaFreeMemory), Kind::lsaBuffer),
         // groups and users
         calls(FUNCTION(NetLocalGroupAdd), Says::result, {RPC_S_SERVER_UNAVAILABLE, ERROR_ALIAS_EXISTS}),
@@ -172,6 +173,7 @@ const std::vector<Row>& rows()
         calls(FUNCTION(OpenSCManagerW), Says::zero, network, Kind::serviceHandle),
         calls(FUNCTION(OpenServiceW), Says::zero, {ERROR_SERVICE_DOES_NOT_EXIST, ERROR_ACCESS_DENIED},
               Kind::serviceHandle),
+        calls(FUNCTION(EnumServicesStatusExW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_MORE_DATA}),
         calls(FUNCTION(CreateServiceW), Says::zero, {ERROR_SERVICE_EXISTS, ERROR_INVALID_SERVICE_ACCOUNT},
               Kind::serviceHandle),
         calls(FUNCTION(ChangeServiceConfigW), Says::zero,
@@ -219,14 +221,13 @@ const std::set<std::string>& plain()
         "BuildExplicitAccessWithNameA CompareStringOrdinal EqualSid GetACP GetCurrentProcess "
         "GetCurrentProcessId GetCurrentThreadId GetLastError GetLengthSid GetOEMCP GetSidLengthRequired "
         "GetUserDefaultLangID IsDBCSLeadByte IsDBCSLeadByteEx IsWellKnownSid LsaNtStatusToWinError SetLastError "
-        "LsaQueryInformationPolicy " // until a scenario reaches it
         // locks, and the start-up code of the toolchain
         "___lc_codepage_func ___mb_cur_max_func __iob_func _amsg_exit _errno _initterm _lock _unlock abort "
         "DeleteCriticalSection EnterCriticalSection InitializeCriticalSection LeaveCriticalSection localeconv "
         "realloc Sleep strerror TlsGetValue VirtualProtect VirtualQuery "
         // text of the runtime
-        "_strdate _stricmp _strnicmp _strtime _vsnprintf _vsnwprintf _wcsicmp _wsplitpath memchr memcpy memmove "
-        "memset strchr strcmp strcpy strcspn strlen strncat strncmp strrchr strstr strtol towupper wcscat "
+        "_strdate _stricmp _strnicmp _strtime _vsnprintf _vsnwprintf _wcsicmp _wsplitpath memchr memcmp memcpy memmove "
+        "memset strchr strcmp strcpy strcspn strlen strncat strncmp strrchr strspn strstr strtol towupper wcscat "
         "wcschr wcscmp wcscpy wcslen wcsncmp wcsrchr "
         // the trace file: what cannot be written is dropped
         "fflush fopen fprintf fputc fwrite vfprintf ");

@@ -1,0 +1,23 @@
+// The first message of a call that goes on after a failure: what comes behind it may overwrite or clear the record.
+#pragma once
+
+#include "frame/record.h"
+
+struct sswseKeptMessage
+{
+    sswseErrRec rec = {};
+    bool isKept = false;
+};
+
+// Keeps what the record holds, unless something is kept already.
+inline void sswseKeepMessage(const sswseCall& call, sswseKeptMessage& message)
+{
+    if (!message.isKept)
+        message = {*call.rec, true};
+}
+
+// The record as the call ends: what was kept, or nothing.
+inline void sswseLeaveKeptMessage(const sswseCall& call, const sswseKeptMessage& message)
+{
+    *call.rec = message.rec;
+}
