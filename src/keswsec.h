@@ -13,6 +13,11 @@
  *    gives it as well.
  *  - WSE-00002 (memory), WSE-00006 and WSE-00007 (text conversion) can come with any status 3.
  *  - Memory given to the caller is released with sswseFreeMemory or sswseFreeArrayofStrings.
+ *  - An account "in any spelling" is a name as the system looks it up, or, in upper or lower case: "S-1-..." for a SID,
+ *    the only name of an account that is gone; "LocalSystem", alone or behind ".\" or the computer's name and "\";
+ *    "NT AUTHORITY\SYSTEM", "NT AUTHORITY\LocalService", "NT AUTHORITY\NetworkService"; ".\name" for an account of the
+ *    machine's own, on a domain controller of its domain. Failures are WSE-000014, WSE-000019, WSE-000025, WSE-000037
+ *    and WSE-000038.
  *  - Each contract ends with its statuses, by their numbers in the enumeration below.
  *  - The functions may be called from several threads, each call with a record of its own.
  */
@@ -756,10 +761,11 @@ enum
  *   usernames    the users; NULL when there are none or `ptype` ignores them
  *   numusers     their number
  *   ptype        SSWSE_ACCESS_...
- *   inheritable  not 0: everything below a directory as well (not for permission type 7); links are followed. Skipped
- *                are children without access, those with a name that is left alone and all that is in them, and what
- *                is in a directory whose path is longer than 257 characters. A child whose path is longer than 259 ends
- *                the walk with 3, unless the process has long paths enabled
+ *   inheritable  not 0: everything below a directory as well (not for permission type 7; without meaning for keys, whose
+ *                subkeys inherit what is written to a key); links are followed. Skipped are children without access,
+ *                those with a name that is left alone and all that is in them, and what is in a directory whose path is
+ *                longer than 257 characters. A child whose path is longer than 259 ends the walk with 3, unless the
+ *                process has long paths enabled
  * 2: done. The record may hold the message of a skipped child (operating system's error 206 for one whose path is too
  *    long), or of a file that ended the walk early.
  * 3: WSE-000014, WSE-000038, WSE-000039 (an account); WSE-000012 or a message of one blank (a mount point that cannot
@@ -770,6 +776,86 @@ enum
  */
 DWORD WINAPI sswseAddACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
                                         int numusers, int ptype, unsigned char inheritable);
+
+/*
+ * Gives users, and the accounts that the permission type calls for, access to an object that nobody else is to have: as
+ * sswseAddACLOnObjectForUser, but files and directories lose the entries they had, and a key loses its own, inherits
+ * nothing any more and stays so (its DACL is protected). A file's DACL is not protected: when somebody changes a
+ * directory above later and has the system pass that on, entries from there come to it. SSWSE_ACCESS_READ_ONLY shuts
+ * administrators and the system out.
+ * The parameters and the statuses are those of that one, but users may be given in any spelling, and:
+ * 4: "usernames" also for SSWSE_ACCESS_READ_ONLY without users, which would let nobody in.
+ */
+DWORD WINAPI sswseSetACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
+                                        int numusers, int ptype, unsigned char inheritable);
+
+/*
+ * Add or set access as sswseAddACLOnObjectForUser and sswseSetACLOnObjectForUser do, with an install user, and leaving
+ * some paths alone. Users and the install user may be given in any spelling.
+ *   installuser  gets full control whatever the permission type, in an entry before the users'; NULL or "": none
+ *   excludelist  paths that are left alone with everything below them, absolute or relative to `path`. "/" counts as
+ *                "\"; they are compared by whole components, without regard to case and to trailing backslashes, as they
+ *                are spelled: "\\SRV\C$\dir" is not "C:\dir" nor what a relative `path` leads to. A path elsewhere has
+ *                no effect; with `path` itself or a directory above it nothing is done, which is 2, once all accounts
+ *                are known. NULL when there are none
+ *   numexclude   their number
+ * The statuses are those of these two, and:
+ * 4: "excludelist" for a negative count, a NULL list or entry, a path that is empty, begins with a single backslash or
+ *    with a drive and no backslash ("C:dir"), or has a component "." or ".."; WSE-000063 for excluded paths with a key;
+ *    "usernames" for sswseSetACLOnObjectForUser2 with SSWSE_ACCESS_READ_ONLY and neither users nor an install user.
+ */
+DWORD WINAPI sswseAddACLOnObjectForUser2(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
+                                         int numusers, int ptype, unsigned char inheritable, const char* installuser,
+                                         char** excludelist, int numexclude);
+DWORD WINAPI sswseSetACLOnObjectForUser2(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
+                                         int numusers, int ptype, unsigned char inheritable, const char* installuser,
+                                         char** excludelist, int numexclude);
+
+/*
+ * Takes from accounts what an object allows them. What denies them something stays, as do the other entries, in order;
+ * an object that does not allow them anything, or has no list of entries, is not written.
+ *   wtype        SSWSE_OBJECT_...
+ *   path         the object. From a file or directory inherited entries go as well; from a key its own go, and its
+ *                subkeys lose what they inherited from those
+ *   usernames    the accounts, in any spelling, numusers their number
+ *   inheritable  not 0: from everything below a directory as well. A child that cannot be read or written does not stop
+ *                the walk, mount points and symbolic links below `path` are not followed. A directory that cannot be
+ *                listed, as one whose path is longer than 257 characters, loses its own entries
+ * An object stays as protected from inheritance as it was.
+ * 2: done. With WSE-00004, "PATH still inherits NAME.", when a key above gives the first of these accounts access.
+ * 3: an account that cannot be had; WSE-000012 or a message of one blank (a mount point that cannot be read); WSE-000053
+ *    (an object's security cannot be read or written) or WSE-000065 (a directory cannot be listed), the first of these
+ *    with everything else done, unless it is `path` itself; WSE-000066, WSE-000067 (a key's cannot be read or written).
+ * 4: WSE-000064 for another `wtype`; "path"; "usernames" for a list without names, a NULL one or a NULL name.
+ */
+DWORD WINAPI sswseRevokeACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
+                                           int numusers, unsigned char inheritable);
+
+/*
+ * Gives full control to the group of the service SIDs of the library's own home, "KES_<home name>_SVCSIDS", which must
+ * exist on the machine of the object. An object that is already as it shall be is not written.
+ *   wtype        SSWSE_OBJECT_FILE, SSWSE_OBJECT_DIRECTORY or SSWSE_OBJECT_KEY
+ *   path         the object. A file or directory gets the entry as from sswseAddACLOnObjectForUser; a key gets it before
+ *                its other entries, which stay, as does its protection. A key without a DACL, which lets everybody in,
+ *                is left alone
+ *   inheritable  not 0: everything below a directory as well, as sswseAddACLOnObjectForUser does
+ * 2, with a message as there; 3 with WSE-000014, WSE-000053, WSE-000066, WSE-000067, those of a mount point, or, as for
+ * sswseGetKestelHomeName, WSE-000033, WSE-000048, WSE-000052; 6 as for that one; 4: WSE-000064 for another `wtype`;
+ * "path".
+ */
+DWORD WINAPI sswseAddFullPermForSVCSIDSGroup(sswseErrRec* err, unsigned wtype, const char* path,
+                                             unsigned char inheritable);
+
+/*
+ * Gives everything below a directory the directory's DACL, entry by entry as they stand: this is a copy and not
+ * inheritance. Entries for "this folder only" spread too, inherited ones stay marked as inherited, and children that
+ * were protected lose their own entries (and stay protected). A child that has exactly these entries is not written.
+ *   path  the directory. Its children are walked as sswseRevokeACLOnObjectForUser does
+ * 2; 3: WSE-000053 (security that cannot be read or written) or WSE-000065 (a directory cannot be listed), the first of
+ * these with the other children done; WSE-000066 with the operating system's error 1350, and nothing done, when the
+ * directory has no DACL to copy; 4: "path"; WSE-000063 when it is not a directory.
+ */
+DWORD WINAPI sswseCopyPermissionsFromParentToChildren(sswseErrRec* err, const char* path);
 
 /*
  * Merges one explicit entry into an ACL, by the platform's rules for explicit entries.

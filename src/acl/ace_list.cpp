@@ -1,5 +1,6 @@
 #include "acl/ace_list.h"
 
+#include "acl/generic_rights.h"
 #include "frame/call.h"
 
 #include <cstddef>
@@ -97,6 +98,25 @@ AceListNode* sswseFindSid(const sswseAceList& list, PSID sid)
         if (node->sid && EqualSid(node->sid, sid))
             return node;
     return nullptr;
+}
+
+bool sswseIsSameAce(const sswseAce* one, const sswseAce* other, const GENERIC_MAPPING& rights)
+{
+    if (memcmp(&one->Header, &other->Header, sizeof one->Header) != 0)
+        return false;
+    if (one->Header.AceSize < sidOffset) // without a mask
+        return memcmp(one, other, one->Header.AceSize) == 0;
+    return sswseMapRights(rights, one->Mask) == sswseMapRights(rights, other->Mask) &&
+           memcmp(&one->SidStart, &other->SidStart, one->Header.AceSize - sidOffset) == 0;
+}
+
+bool sswseIsListOf(const sswseAceList& list, const sswseAce* const* aces, DWORD count, const GENERIC_MAPPING& rights)
+{
+    const AceListNode* node = list.first;
+    for (DWORD i = 0; i < count; ++i, node = node->next)
+        if (!node || !sswseIsSameAce(static_cast<const sswseAce*>(node->ace), aces[i], rights))
+            return false;
+    return !node;
 }
 
 DWORD sswseCreateAceForSid(sswseErrRec* err, PSID sid, BYTE aceFlags, DWORD mask, sswseAce** ace)

@@ -26,6 +26,11 @@ struct sswseAceList
 // The first node of that SID, NULL when there is none (also for a NULL `sid`).
 AceListNode* sswseFindSid(const sswseAceList& list, PSID sid);
 
+// Entries that are told apart by nothing but generic bits, which count as `rights` has them; and whether a list is
+// exactly these.
+bool sswseIsSameAce(const sswseAce* one, const sswseAce* other, const GENERIC_MAPPING& rights);
+bool sswseIsListOf(const sswseAceList& list, const sswseAce* const* aces, DWORD count, const GENERIC_MAPPING& rights);
+
 // An allow entry for a valid SID in a block of its own, released with free. 2, 3, or 4 for a NULL `ace`.
 DWORD sswseCreateAceForSid(sswseErrRec* err, PSID sid, BYTE aceFlags, DWORD mask, sswseAce** ace);
 

@@ -1,13 +1,13 @@
 #include "acl/file_acl.h"
 
 #include "acl/final_ace_list.h"
+#include "acl/generic_rights.h"
 #include "acl/object_dacl.h"
 #include "acl/vlfs.h"
 #include "frame/call.h"
 #include "frame/text.h"
 
-DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAce* const* newAces, DWORD newCount,
-                           bool keepExisting, bool failOnAccessDenied)
+DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAclUpdate& update, bool failOnAccessDenied)
 {
     return sswseRunFramed(err, __func__, sswsePathArgs{path}, [&](const sswseCall& call) -> DWORD {
         owned::Heap<char> pathText;
@@ -16,16 +16,20 @@ DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAce
             return status;
 
         sswseExistingDacl existing;
-        if (keepExisting) {
+        if (update.keepExisting) {
             status = sswseReadDacl(call, path, pathText.get(), failOnAccessDenied, existing);
             if (!existing.read)
                 return status;
         }
         sswseAceArray finalAces;
-        status = sswseCreateFinalAceList(call.rec, existing.aces, newAces, newCount, keepExisting, &finalAces);
+        status = sswseCreateFinalAceList(call.rec, existing.aces, update.newAces, update.newCount, update.keepExisting,
+                                         &finalAces);
+        if (status == SSWSE_SUCCESS && update.skipUnchanged &&
+            sswseIsListOf(existing.aces, finalAces.entries, finalAces.count, sswseFileRights))
+            return SSWSE_SUCCESS;
         if (status == SSWSE_SUCCESS)
-            status = sswseSetFileSecurity(call.rec, finalAces.entries, finalAces.count, path, false, keepExisting,
-                                          failOnAccessDenied);
+            status = sswseSetFileSecurity(call.rec, finalAces.entries, finalAces.count, path, false,
+                                          update.keepExisting, failOnAccessDenied);
         return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
     });
 }

@@ -42,6 +42,31 @@ DWORD listAces(const sswseCall& call, PACL dacl, sswseAceList& aces)
     return SSWSE_SUCCESS;
 }
 
+// `dacl` lies in the block of `size` bytes, or is NULL.
+DWORD listDacl(const sswseCall& call, PACL dacl, const void* block, size_t size, sswseExistingDacl& existing)
+{
+    existing.hasList = dacl != nullptr;
+    if (dacl && !sswseIsAclWhole(dacl, block, size)) { // the platform's functions take it on trust
+        existing.osError = ERROR_INVALID_ACL;
+        return sswseApiFailed(call, ERROR_INVALID_ACL, "GetAclInformation");
+    }
+    existing.read = !dacl || listAces(call, dacl, existing.aces) == SSWSE_SUCCESS;
+    return existing.read ? SSWSE_SUCCESS : SSWSE_FAILURE;
+}
+
+// Of the descriptor in a block of `size` bytes. A message about one without a DACL to be found names `insert`.
+DWORD listDaclOf(const sswseCall& call, size_t size, const char* insert, sswseExistingDacl& existing)
+{
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    PACL dacl = nullptr;
+    if (!GetSecurityDescriptorDacl(existing.descriptor.get(), &present, &dacl, &defaulted)) {
+        existing.osError = GetLastError();
+        return sswseFail(call, WSE_API_FAILED, existing.osError, "GetSecurityDescriptorDAcl", insert);
+    }
+    return listDacl(call, present ? dacl : nullptr, existing.descriptor.get(), size, existing);
+}
+
 DWORD writeNamed(const sswseCall& call, const wchar_t* path, PACL acl, bool inheritFromParent)
 {
     const DWORD information =
@@ -54,16 +79,29 @@ DWORD writeNamed(const sswseCall& call, const wchar_t* path, PACL acl, bool inhe
     return SSWSE_SUCCESS;
 }
 
-DWORD writeFile(const sswseCall& call, const wchar_t* path, PACL acl, bool failOnAccessDenied)
+// What a new descriptor must say for the DACL to stay as protected and as inheriting as it is: the platform takes the
+// second only from one that asks for it.
+SECURITY_DESCRIPTOR_CONTROL marksToKeep(const void* selfRelative)
+{
+    const SECURITY_DESCRIPTOR_CONTROL now = static_cast<const SECURITY_DESCRIPTOR_RELATIVE*>(selfRelative)->Control;
+    const bool inherits = (now & SE_DACL_AUTO_INHERITED) != 0;
+    return (now & (SE_DACL_PROTECTED | SE_DACL_AUTO_INHERITED)) | (inherits ? SE_DACL_AUTO_INHERIT_REQ : 0);
+}
+
+DWORD writeFile(const sswseCall& call, const wchar_t* path, PACL acl, SECURITY_DESCRIPTOR_CONTROL marks,
+                bool failOnAccessDenied, DWORD* osError)
 {
     SECURITY_DESCRIPTOR descriptor = {};
     if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION))
         return sswseApiFailed(call, GetLastError(), "InitializeSecurityDescriptor");
     if (!SetSecurityDescriptorDacl(&descriptor, TRUE, acl, FALSE))
         return sswseApiFailed(call, GetLastError(), "InitializeSecurityDescriptor"); // that name too: deliberate
-    if (!SetFileSecurityW(path, DACL_SECURITY_INFORMATION, &descriptor))
-        return skipOrFail(call, GetLastError(), "SetFileSecurityW", path, failOnAccessDenied);
-    return SSWSE_SUCCESS;
+    if (marks && !SetSecurityDescriptorControl(&descriptor, marks, marks))
+        return sswseApiFailed(call, GetLastError(), "SetSecurityDescriptorControl");
+    if (SetFileSecurityW(path, DACL_SECURITY_INFORMATION, &descriptor))
+        return SSWSE_SUCCESS;
+    *osError = GetLastError();
+    return skipOrFail(call, *osError, "SetFileSecurityW", path, failOnAccessDenied);
 }
 
 // The entries that a list of the first revision may not hold: compound ones and those with GUIDs in them.
@@ -107,30 +145,32 @@ DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* path
     DWORD needed = 0;
     if (!GetFileSecurityW(path, DACL_SECURITY_INFORMATION, nullptr, 0, &needed)) {
         const DWORD osError = GetLastError();
-        if (osError != ERROR_INSUFFICIENT_BUFFER)
+        if (osError != ERROR_INSUFFICIENT_BUFFER) {
+            existing.osError = osError;
             return skipOrFail(call, osError, "GetFileSecurityW", path, failOnAccessDenied);
+        }
     }
     size_t size = 0;
     existing.descriptor = sswseAllocateDescriptor(needed, &size);
     if (!existing.descriptor)
         return sswseOutOfMemory(call);
-    if (!GetFileSecurityW(path, DACL_SECURITY_INFORMATION, existing.descriptor.get(), needed, &needed))
-        return sswseApiFailed(call, GetLastError(), "GetFileSecurityW");
-
-    BOOL present = FALSE;
-    BOOL defaulted = FALSE;
-    PACL dacl = nullptr;
-    // The message names the path, not the function: deliberate.
-    if (!GetSecurityDescriptorDacl(existing.descriptor.get(), &present, &dacl, &defaulted))
-        return sswseFail(call, WSE_API_FAILED, GetLastError(), "GetSecurityDescriptorDAcl", pathText);
-    DWORD status = SSWSE_SUCCESS;
-    if (present && dacl) {
-        if (!sswseIsAclWhole(dacl, existing.descriptor.get(), size)) // the platform's functions take it on trust
-            return sswseApiFailed(call, ERROR_INVALID_ACL, "GetAclInformation");
-        status = listAces(call, dacl, existing.aces);
+    if (!GetFileSecurityW(path, DACL_SECURITY_INFORMATION, existing.descriptor.get(), needed, &needed)) {
+        existing.osError = GetLastError();
+        return sswseApiFailed(call, existing.osError, "GetFileSecurityW");
     }
-    existing.read = status == SSWSE_SUCCESS;
-    return status;
+    return listDaclOf(call, size, pathText, existing); // the message names the path, not the function: deliberate
+}
+
+DWORD sswseReadNamedKeyDacl(const sswseCall& call, const wchar_t* path, sswseExistingDacl& existing)
+{
+    PACL dacl = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    existing.osError = GetNamedSecurityInfoW(path, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, &dacl,
+                                             nullptr, &descriptor);
+    if (existing.osError != ERROR_SUCCESS)
+        return sswseFail(call, WSE_GET_SECURITY, existing.osError, "GetNamedSecurityInfoW");
+    existing.platformDescriptor.reset(descriptor);
+    return listDacl(call, dacl, dacl, dacl ? dacl->AclSize : 0, existing);
 }
 
 DWORD sswseSetFileSecurity(sswseErrRec* err, const sswseAce* const* finalAces, DWORD finalCount, const wchar_t* path,
@@ -143,7 +183,19 @@ DWORD sswseSetFileSecurity(sswseErrRec* err, const sswseAce* const* finalAces, D
         const DWORD status = buildAcl(call, finalAces, finalCount, acl);
         if (status != SSWSE_SUCCESS)
             return status;
+        DWORD osError = ERROR_SUCCESS;
         return useNamedInfo ? writeNamed(call, path, acl.get(), inheritFromParent)
-                            : writeFile(call, path, acl.get(), failOnAccessDenied);
+                            : writeFile(call, path, acl.get(), /*marks=*/0, failOnAccessDenied, &osError);
     });
+}
+
+DWORD sswseRewriteDacl(const sswseCall& call, const wchar_t* path, const sswseAce* const* aces, DWORD count,
+                       const sswseExistingDacl& existing, DWORD* osError)
+{
+    owned::Heap<ACL> acl;
+    const DWORD status = buildAcl(call, aces, count, acl);
+    if (status != SSWSE_SUCCESS)
+        return status;
+    return writeFile(call, path, acl.get(), marksToKeep(existing.descriptor.get()), /*failOnAccessDenied=*/true,
+                     osError);
 }

@@ -1,4 +1,4 @@
-// The DACL of one object: reading a file's, writing a file's or a named object's.
+// The DACL of one object: reading and writing a file's or a registry key's.
 #pragma once
 
 #include "acl/ace_array.h"
@@ -16,8 +16,11 @@ struct sswsePathArgs
 struct sswseExistingDacl
 {
     owned::Heap<void> descriptor;
-    sswseAceList aces; // empty without a DACL, with a NULL DACL and with an empty one
-    bool read = false; // false: the object is to be left alone, whatever the status
+    owned::Local<void> platformDescriptor; // instead, where the platform makes the block
+    sswseAceList aces;                     // empty without a DACL, with a NULL DACL and with an empty one
+    bool hasList = false;                  // there is a DACL, and it is not a NULL one
+    bool read = false;                     // false: the object is to be left alone, whatever the status
+    DWORD osError = ERROR_SUCCESS;         // of an object whose security cannot be read or is broken; else none
 };
 
 // Reads the DACL of a file or directory; `pathText` is the path for the message. 2; 3 with WSE-00002, WSE-000053. An
@@ -27,6 +30,9 @@ struct sswseExistingDacl
 DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* pathText, bool failOnAccessDenied,
                     sswseExistingDacl& existing);
 
+// The same for a registry key, by its name: 2; 3 with WSE-000066, WSE-00002, WSE-000053.
+DWORD sswseReadNamedKeyDacl(const sswseCall& call, const wchar_t* path, sswseExistingDacl& existing);
+
 // Writes exactly `finalAces` as the DACL of the object; none give an empty DACL. With `useNamedInfo` the object is a
 // registry key named the way the security functions name it, and its DACL is protected unless `inheritFromParent`,
 // which leaves the key as protected as it was and, where it is not, inherited entries behind the new ones; otherwise it
@@ -34,3 +40,8 @@ DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* path
 // access gives 2, with its WSE-000053, unless `failOnAccessDenied`.
 DWORD sswseSetFileSecurity(sswseErrRec* err, const sswseAce* const* finalAces, DWORD finalCount, const wchar_t* path,
                            bool useNamedInfo, bool inheritFromParent, bool failOnAccessDenied);
+
+// Writes exactly these entries to a file or directory that has been read, whose DACL stays as protected and as inheriting
+// as it was. 2; 3 with WSE-00002, WSE-000053; `osError` receives the system's error when SetFileSecurityW fails.
+DWORD sswseRewriteDacl(const sswseCall& call, const wchar_t* path, const sswseAce* const* aces, DWORD count,
+                       const sswseExistingDacl& existing, DWORD* osError);

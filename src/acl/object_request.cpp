@@ -1,8 +1,10 @@
 #include "acl/object_request.h"
 
 #include "accounts/account_names.h"
+#include "acl/tree_acl.h"
 #include "frame/call.h"
 #include "frame/node.h"
+#include "frame/text.h"
 
 #include <cwchar>
 
@@ -159,4 +161,22 @@ DWORD sswseListGrants(const sswseCall& call, const sswseGrantRequest& request, c
     for (DWORD i = 0; i < userCount && status == SSWSE_SUCCESS; ++i)
         status = addGrant(call, grants, users.entries[i], permission.userMask, request.usernames[i]);
     return status;
+}
+
+DWORD sswseUpdatePlace(const sswseCall& call, const sswseObjectPlace& place, bool wholeTree,
+                       const sswseAclUpdate& update)
+{
+    const auto apply = wholeTree ? sswseUpdateAclOnTree : sswseUpdateAclOnFile;
+    DWORD status = apply(call.rec, place.path.get(), update, /*failOnAccessDenied=*/true);
+    if (status != SSWSE_SUCCESS || !place.isMountPoint)
+        return status;
+    owned::Heap<wchar_t> volume;
+    status = sswseToWide(call, place.volume, volume);
+    if (status != SSWSE_SUCCESS)
+        return status;
+    const sswseErrRec walk = *call.rec;
+    status = sswseUpdateAclOnFile(call.rec, volume.get(), update, /*failOnAccessDenied=*/true);
+    if (!call.rec->message[0]) // the message of a skipped child outlives a volume without one
+        *call.rec = walk;
+    return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }

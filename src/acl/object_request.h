@@ -3,6 +3,7 @@
 #pragma once
 
 #include "acl/ace_array.h"
+#include "acl/file_acl.h"
 #include "acl/permission_types.h"
 #include "acl/vlfs.h"
 #include "frame/record.h"
@@ -57,3 +58,8 @@ struct sswseGrants
 // WSE-00002; 4 as above.
 DWORD sswseListGrants(const sswseCall& call, const sswseGrantRequest& request, const wchar_t* machine,
                       sswseGrants& grants);
+
+// Applies the update to the file or directory, with `wholeTree` to everything below it, and then to the volume of a mount
+// point. The messages are those of sswseUpdateAclOnFile and sswseUpdateAclOnTree.
+DWORD sswseUpdatePlace(const sswseCall& call, const sswseObjectPlace& place, bool wholeTree,
+                       const sswseAclUpdate& update);

@@ -32,8 +32,8 @@ struct sswseWalkVisitor
 // opened for listing before it is visited and visited even when that fails, which is told before; a mount point or
 // symbolic link below `path` is visited and not entered; reserved names are left out (at `path` only the name itself,
 // not what is below). An empty listing is none that failed. What the visitor calls gone is passed over, as is a listing
-// that fails because of it; a directory whose path has more than 257 characters cannot be listed (ERROR_FILENAME_EXCED_
-// RANGE). Memory does not grow with the tree.
+// that fails because of it. A directory whose path has more than 257 characters cannot be listed: the error is 206,
+// ERROR_FILENAME_EXCED_RANGE. Memory does not grow with the tree.
 void sswseWalkStrictly(const sswseCall& call, const wchar_t* path, const sswseWalkVisitor& visitor);
 
 // Is the failure to open an object that a listing has just named because it has gone? Never that of what the walk began

@@ -1,6 +1,6 @@
 #include "acl/tree_acl.h"
 
-#include "acl/file_acl.h"
+#include "acl/exclusions.h"
 #include "acl/object_dacl.h"
 #include "acl/vlfs.h"
 #include "frame/call.h"
@@ -17,9 +17,8 @@ constexpr size_t childPathSize = 520;
 // named in `path` its listing entry is not needed any more.
 struct TreeWalk
 {
-    const sswseAce* const* newAces;
-    DWORD newCount;
-    bool keepExisting;
+    const sswseAclUpdate& update;
+    size_t startLength;          // of the path that the walk began with
     wchar_t path[childPathSize]; // of the object at hand; each level appends a name and cuts it off again
     WIN32_FIND_DATAW entry;
     sswseErrRec lastReport;
@@ -44,8 +43,7 @@ void skipTooLong(const sswseCall& call, TreeWalk& walk, const char* apiName)
 
 DWORD updateOne(const sswseCall& call, TreeWalk& walk, const wchar_t* path, bool failOnAccessDenied)
 {
-    const DWORD status =
-        sswseUpdateAclOnFile(call.rec, path, walk.newAces, walk.newCount, walk.keepExisting, failOnAccessDenied);
+    const DWORD status = sswseUpdateAclOnFile(call.rec, path, walk.update, failOnAccessDenied);
     if (call.rec->message[0])
         keepReport(call, walk);
     return status;
@@ -61,6 +59,8 @@ bool updateChild(const sswseCall& call, TreeWalk& walk, size_t length, DWORD* st
         return true;
     }
     sswseFormatW(walk.path + length, childPathSize - length, L"\\%ls", name);
+    if (walk.update.excluded && sswseIsExcluded(*walk.update.excluded, walk.path, walk.startLength))
+        return true;
     // Attributes that cannot be read have all bits set: such a child is taken for a directory.
     if (GetFileAttributesW(walk.path) & FILE_ATTRIBUTE_DIRECTORY) {
         *status = walkDirectory(call.rec, walk, walk.path, false);
@@ -104,12 +104,8 @@ DWORD walkDirectory(sswseErrRec* err, TreeWalk& walk, const wchar_t* path, bool 
 
 } // namespace
 
-DWORD sswseUpdateAclOnTree(sswseErrRec* err, const wchar_t* path, const sswseAce* const* newAces, DWORD newCount,
-                           bool keepExisting, bool failOnAccessDenied)
+DWORD sswseUpdateAclOnTree(sswseErrRec* err, const wchar_t* path, const sswseAclUpdate& update, bool failOnAccessDenied)
 {
-    TreeWalk walk = {};
-    walk.newAces = newAces;
-    walk.newCount = newCount;
-    walk.keepExisting = keepExisting;
+    TreeWalk walk = {update, wcslen(path), {}, {}, {}, 0};
     return walkDirectory(err, walk, path, failOnAccessDenied);
 }

@@ -30,7 +30,7 @@ Call updating(Aces& aces, bool keep = true)
 {
     return [&aces, keep](sswseErrRec* rec) {
         const std::vector<sswseAce*> pointers = pointersTo(aces);
-        return sswseUpdateAclOnFile(rec, L"x", pointers.data(), static_cast<DWORD>(pointers.size()), keep, true);
+        return sswseUpdateAclOnFile(rec, L"x", {pointers.data(), static_cast<DWORD>(pointers.size()), keep}, true);
     };
 }
 
@@ -166,13 +166,52 @@ TEST(Composing, WritesExactlyWhatItIsGiven)
                                         false, true);
         };
     };
-    expectCases(
-        {{"nobody", [](sswseErrRec* rec) { return sswseUpdateAclOnFile(rec, L"x", nullptr, 0, true, true); }, 3},
-         {"more than a DACL holds", set(tooMany), 3, API_FAILED("InitializeAcl")}});
+    expectCases({{"nobody",
+                  [](sswseErrRec* rec) {
+                      return sswseUpdateAclOnFile(rec, L"x", {nullptr, 0, true}, true);
+                  },
+                  3},
+                 {"more than a DACL holds", set(tooMany), 3, API_FAILED("InitializeAcl")}});
     EXPECT_EQ(held.writes, 0u);
     expectCases({{"none", set(none), 2}});
     EXPECT_EQ(held.writes, 1u);
     EXPECT_EQ(held.result, Aces());
+}
+
+// Of two accounts by the spellings of their SIDs. What denies stays, as do entries with GUIDs in them.
+TEST(Revoking, TakesTheAllowEntriesOfTheAccountsAndNothingElse)
+{
+    constexpr WORD marks = SE_DACL_PROTECTED | SE_DACL_AUTO_INHERITED;
+    const std::string others = "(D;;0x1;;;AU)(OA;;0x2;;;AU)(T11;;0x4;;;AU)(A;ID;0x8;;;BU)(#05000400)";
+    const struct
+    {
+        const char* what;
+        std::string before;
+        const char* after; // NULL: it is not written
+        HeldObject::Form form = HeldObject::list;
+        WORD marks = 0;
+        WORD control = SE_DACL_PRESENT;
+    } rows[] = {
+        {"own and inherited ones", "(A;;0x1;;;AU)" + others + "(A;OICIIOID;0x2;;;WD)(T9;;0x4;;;AU)", others.c_str()},
+        {"all that there is", "(A;;0x1;;;WD)", ""},
+        {"a protected list", "(A;;0x1;;;WD)", "", HeldObject::list, SE_DACL_PROTECTED,
+         SE_DACL_PRESENT | SE_DACL_PROTECTED},
+        {"an inheriting list", "(A;;0x1;;;WD)", "", HeldObject::list, marks,
+         SE_DACL_PRESENT | marks | SE_DACL_AUTO_INHERIT_REQ},
+        {"nothing to take", others, nullptr},
+        {"an empty list", "", nullptr},
+        {"no list", "(A;;0x1;;;WD)", nullptr, HeldObject::absent},
+        {"a NULL list", "(A;;0x1;;;WD)", nullptr, HeldObject::null},
+    };
+    char authenticated[] = "s-1-5-11", everyone1[] = "S-1-1-0";
+    char* accounts[] = {authenticated, everyone1};
+    for (const auto& row : rows) {
+        HeldObject held(row.before, row.form, row.marks);
+        expectCases({{row.what, calling(sswseRevokeACLOnObjectForUser, 0u, "x", &accounts[0], 2, BYTE{1}), 2}});
+        EXPECT_EQ(held.writes, row.after ? 1u : 0u) << row.what;
+        EXPECT_EQ(held.result, acesOf(row.after ? row.after : "")) << row.what;
+        EXPECT_EQ(held.control, row.after ? row.control : 0) << row.what;
+    }
 }
 
 TEST(ExplicitEntry, IsMergedAsThePlatformDoes)

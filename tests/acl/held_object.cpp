@@ -61,6 +61,7 @@ BOOL WINAPI setFileSecurity(LPCWSTR, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR 
     ++held->writes;
     held->result = acesOf(acl);
     held->revision = acl->AclRevision;
+    held->control = static_cast<SECURITY_DESCRIPTOR*>(descriptor)->Control;
     return TRUE;
 }
 
@@ -116,7 +117,8 @@ std::vector<ACCESS_ALLOWED_ACE*> pointersTo(Aces& aces)
     return pointers;
 }
 
-HeldObject::HeldObject(const std::string& aces, Form form) : imports(GetModuleHandleA(nullptr))
+HeldObject::HeldObject(const std::string& aces, Form form, SECURITY_DESCRIPTOR_CONTROL marks)
+    : imports(GetModuleHandleA(nullptr))
 {
     held = this;
     imports.redirect("GetFileAttributesW", reinterpret_cast<void*>(getFileAttributes));
@@ -125,6 +127,7 @@ HeldObject::HeldObject(const std::string& aces, Form form) : imports(GetModuleHa
     realAddAce = reinterpret_cast<decltype(&AddAce)>(imports.redirect("AddAce", reinterpret_cast<void*>(addAce)));
     const std::vector<BYTE> acl = aclOf(aces);
     SECURITY_DESCRIPTOR_RELATIVE header = {SECURITY_DESCRIPTOR_REVISION, 0, SE_SELF_RELATIVE, 0, 0, 0, 0};
+    header.Control |= marks;
     header.Control |= form == absent ? 0 : SE_DACL_PRESENT;
     header.Dacl = form == list ? sizeof header : 0;
     descriptor.resize(sizeof header + acl.size());

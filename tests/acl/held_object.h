@@ -35,7 +35,7 @@ public:
         absent, // no DACL
         null    // a NULL DACL
     };
-    explicit HeldObject(const std::string& aces, Form form = list);
+    explicit HeldObject(const std::string& aces, Form form = list, SECURITY_DESCRIPTOR_CONTROL marks = 0);
     ~HeldObject();
     HeldObject(const HeldObject&) = delete;
     HeldObject& operator=(const HeldObject&) = delete;
@@ -45,6 +45,7 @@ public:
     size_t reads = 0;
     size_t writes = 0;
     Aces result;       // what was written last
+    WORD control = 0;  // with it
     BYTE revision = 0; // of it
     whatif::Imports imports;
 };

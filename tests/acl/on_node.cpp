@@ -14,6 +14,14 @@ constexpr const wchar_t* groups[][2] = {{L"KES_MESH_LISTENERS", L"mesh"},
                                         {L"KES_VLMADMIN", L"vlm"},
                                         {L"KES_DBSVCACCTS", L"dbs"}};
 
+std::vector<char*> pointersTo(const std::vector<const char*>& texts)
+{
+    std::vector<char*> pointers;
+    for (const char* const text : texts)
+        pointers.push_back(const_cast<char*>(text));
+    return pointers;
+}
+
 std::string narrow(const std::wstring& text)
 {
     return {text.begin(), text.end()};
@@ -83,15 +91,39 @@ void OnNode::describe(const Objects& security)
     }
 }
 
+support::Call OnNode::giving(const Access& access) const
+{
+    return [this, access](sswseErrRec* err) {
+        const std::string path = narrow(access.path);
+        std::vector<char*> users = pointersTo(access.users);
+        std::vector<char*> excluded;
+        for (const std::string& each : access.excludelist)
+            excluded.push_back(const_cast<char*>(each.c_str()));
+        const int count = static_cast<int>(users.size());
+        const BYTE inheritable = access.inheritable ? 0x80 : 0;
+        if (access.installuser || !excluded.empty()) {
+            const auto function =
+                access.set ? EXPORT(sswseSetACLOnObjectForUser2) : EXPORT(sswseAddACLOnObjectForUser2);
+            return function(err, access.wtype, path.c_str(), users.data(), count, access.ptype, inheritable,
+                            access.installuser, excluded.data(), static_cast<int>(excluded.size()));
+        }
+        const auto function = access.set ? EXPORT(sswseSetACLOnObjectForUser) : EXPORT(sswseAddACLOnObjectForUser);
+        return function(err, access.wtype, path.c_str(), users.data(), count, access.ptype, inheritable);
+    };
+}
+
 support::Call OnNode::adding(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users, int ptype,
                              bool inheritable) const
 {
+    return giving({wtype, path, users, ptype, false, nullptr, {}, inheritable});
+}
+
+support::Call OnNode::revoking(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users) const
+{
     return [=](sswseErrRec* err) {
-        std::vector<char*> names;
-        for (const char* const user : users)
-            names.push_back(const_cast<char*>(user));
-        return EXPORT(sswseAddACLOnObjectForUser)(err, wtype, narrow(path).c_str(), names.data(),
-                                                  static_cast<int>(names.size()), ptype, inheritable ? 0x80 : 0);
+        std::vector<char*> names = pointersTo(users);
+        return EXPORT(sswseRevokeACLOnObjectForUser)(err, wtype, narrow(path).c_str(), names.data(),
+                                                     static_cast<int>(names.size()), 0x80);
     };
 }
 

@@ -34,6 +34,22 @@ protected:
 
     void describe(const Objects& security); // of both nodes, and nothing else
 
+    // Any of the functions that add or set access; the first ones where they will do.
+    struct Access
+    {
+        unsigned wtype;
+        std::wstring path;
+        std::vector<const char*> users;
+        int ptype;
+        bool set = false;
+        const char* installuser = nullptr;
+        std::vector<std::string> excludelist = {};
+        bool inheritable = true;
+    };
+    support::Call giving(const Access& access) const;
+
+    support::Call revoking(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users) const;
+
     support::Call adding(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users, int ptype,
                          bool inheritable = false) const;
     legacy::Result applyLegacy(const std::wstring& path, DWORD isAdmin, bool second = false);

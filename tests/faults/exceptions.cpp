@@ -26,6 +26,7 @@ const std::vector<DWORD> any;
 const std::vector<Exception>& exceptions()
 {
     using E = Exception;
+    static constexpr char rewriting[] = "sswseRevokeACLOnObjectForUser, sswseCopyPermissionsFromParentToChildren";
     constexpr DWORD same = E::asWhenNothingFails;
     static const std::vector<Exception> table = {
         // accounts
@@ -122,14 +123,22 @@ const std::vector<Exception>& exceptions()
          "OpenServiceW, NetLocalGroupGetMembers", only(ERROR_SERVICE_DOES_NOT_EXIST, ERROR_NO_SUCH_ALIAS),
          "A service or group that is not there leaves nothing to move.", same, "some"},
         // access
-        {E::noFailure, "sswseUpdateAclOnFile, updateAclOnFile, sswseCheckAccessMask", "IsValidSid", any,
-         "An entry whose SID is not valid is nobody's.", SSWSE_NO, "|: security"},
+        {E::noFailure,
+         "sswseUpdateAclOnFile, updateAclOnFile, sswseCheckAccessMask, sswseRevokeACLOnObjectForUser, "
+         "sswseCopyPermissionsFromParentToChildren, sswseAddFullPermForSVCSIDSGroup",
+         "IsValidSid", any, "An entry whose SID is not valid is nobody's.", SSWSE_NO, "|: security"},
         {E::noFailure, "sswseCheckIfVlfsAndMountPoint", "GetVolumePathNameW, GetVolumeInformationW", any,
          "A volume that cannot be asked is none of the cluster's.", same, "some"},
         {E::noFailure, "sswseUpdateAclOnTree", "FindFirstFileW, FindNextFileW, GetFileAttributesW", any,
          "What cannot be listed is left alone.", same, "some"},
         {E::noFailure, "sswseUpdateAclOnTree|sswseUpdateAclOnFile", nullptr, any,
          "A file that fails ends the listing, its directory counts as done.", same, "later"},
+        {E::noFailure, rewriting, "GetFileAttributesW", any, "What may be a directory is listed.", same},
+        {E::noFailure, rewriting, "FindFirstFileW, FindNextFileW, GetFileSecurityW",
+         only(ERROR_FILE_NOT_FOUND, ERROR_NO_MORE_FILES), "There is nothing more to list; a child has gone.", same,
+         "some"},
+        {E::goesOn, rewriting, nullptr, any, "The first failure is told; the other children are done all the same.",
+         same, "some"},
         {E::saysNothing, "updateAclOnDirectory", "FindFirstFileW, FindNextFileW, GetFileAttributesW", any,
          "What cannot be listed is in the fail list, and not in the trace."},
         {E::noFailure, "updateAclOnDirectory", "FindFirstFileW, FindNextFileW",

@@ -1,5 +1,6 @@
 // Access control on objects.
 #include "tests/faults/driver.h"
+#include "tests/support/node_test.h"
 
 #include <accctrl.h>
 
@@ -10,9 +11,45 @@ namespace {
 char svc[] = "svc";
 char* users[] = {svc};
 
+char localSystem[] = "localsystem";
+char ownSvc[] = ".\\svc";
+char authenticatedUsers[] = "S-1-5-11";
+char* spellings[] = {localSystem, ownSvc, authenticatedUsers};
+char* readers[] = {authenticatedUsers, svc};
+
+char none[] = "none";
+char below[] = "SUB/file";
+char* excluded[] = {none, below};
+
 constexpr char homeKey[] = "MACHINE\\Software\\Kestel\\KEY_h1";
 constexpr char remoteHomeKey[] = "\\\\DB2\\MACHINE\\Software\\Kestel\\KEY_h1";
 constexpr char remoteDirectory[] = "\\\\DB2\\E$\\sub";
+
+// Authenticated users may read every object; each has an entry of its own as well.
+void allowReaders(Stage& s)
+{
+    constexpr wchar_t all[] = L"D:PAI(A;;GA;;;BA)(A;OICI;GR;;;AU)";
+    int mask = 1;
+    for (const char* const name : {"", "\\file", "\\sub", "\\sub\\file"}) {
+        const std::string path = s.file(name);
+        s.local().security[L"file " + std::wstring(path.begin(), path.end())] =
+            all + std::wstring(L"(A;;0x") + std::to_wstring(mask++) + L";;;SY)";
+    }
+    s.local().security[L"registry HKLM\\SOFTWARE"] = L"D:P(A;OICI;KA;;;AU)";
+    s.local().security[L"registry HKLM\\SOFTWARE\\Kestel\\KEY_h1"] = L"D:AI(A;;KR;;;AU)(A;CIID;KA;;;AU)";
+}
+
+void allowOnVlfs(Stage& s)
+{
+    allowReaders(s);
+    s.putOnVlfs();
+}
+
+void makeGroup(Stage& s)
+{
+    support::Nodes::addGroup(s.local(), L"KES_h1_SVCSIDS");
+    support::Nodes::addGroup(s.remote(), L"KES_h1_SVCSIDS");
+}
 
 DWORD checkMask(Stage& s)
 {
@@ -35,6 +72,18 @@ std::vector<Scenario> accessScenarios()
         {CALL(sswseAddACLOnObjectForUser, 2, homeKey, users, 1, 9, 0), "a key", 2},
         {CALL(sswseAddACLOnObjectForUser, 2, remoteHomeKey, users, 1, 9, 0), "a key of a node", 2},
         {CALL(sswseAddACLOnObjectForUser, 3, s.file(), nullptr, 0, 7, 0), "for groups", 2},
+        {CALL(sswseSetACLOnObjectForUser, 1, s.file(), users, 1, 0, 1), "a tree", 2},
+        {CALL(sswseSetACLOnObjectForUser, 2, remoteHomeKey, spellings, 3, 9, 0), "a key of a node", 2},
+        {CALL(sswseAddACLOnObjectForUser2, 1, s.file(), users, 1, 1, 1, "svc", excluded, 2), "all but some of a tree",
+         2},
+        {CALL(sswseSetACLOnObjectForUser2, 1, s.file("\\sub"), nullptr, 0, 10, 1, ".\\svc", excluded, 2),
+         "a mount point", 2, &Stage::putOnVlfs},
+        {CALL(sswseRevokeACLOnObjectForUser, 1, s.file(), readers, 2, 1), "a tree", 2, allowReaders},
+        {CALL(sswseRevokeACLOnObjectForUser, 0, s.file("\\file"), readers, 1, 0), "a mount point", 2, allowOnVlfs},
+        {CALL(sswseRevokeACLOnObjectForUser, 2, homeKey, readers, 2, 0), "a key", 2, allowReaders},
+        {CALL(sswseAddFullPermForSVCSIDSGroup, 1, s.file(), 1), "a tree", 2, makeGroup},
+        {CALL(sswseAddFullPermForSVCSIDSGroup, 2, remoteHomeKey, 0), "a key of a node", 2, makeGroup},
+        {CALL(sswseCopyPermissionsFromParentToChildren, s.file()), "a tree", 2, allowReaders},
         {CALL(sswseAddAceToACL, s.sid(L"S-1-5-32-544"), TRUSTEE_IS_GROUP, FILE_ALL_ACCESS, GRANT_ACCESS, 0, s.acl()),
          "a second entry", 2},
         {CALL(sswseGetPredefKey, L"\\\\DB2\\MACHINE\\Software", s.value<HKEY>(), s.value<wchar_t*>(),

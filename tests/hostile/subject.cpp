@@ -4,6 +4,7 @@
 #include "cli/script.h"
 #include "tests/support/guarded_heap.h"
 #include "tests/support/last_words.h"
+#include "tests/support/node_test.h"
 #include "tests/support/scratch_directory.h"
 #include "tests/support/statuses.h"
 
@@ -69,7 +70,7 @@ constexpr char ordinaryValues[] =
     R"( sswseCreateService.servicename=KesNew binpath="C:\h1\bin\kestel.exe -x" dependencies=RpcSs)"
     R"( OSSid=S-1-5-19 pszTrustee=S-1-5-19 sid=S-1-5-19 dwAccessRights=1 mask=1)"
     R"( acl=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD) list=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD))"
-    R"( path=file sswseGetPredefKey.path=MACHINE\Software wFilename=file wtype=0 ptype=6)";
+    R"( path=file sswseCopyPermissionsFromParentToChildren.path=. installuser=svc excludelist=none sswseGetPredefKey.path=MACHINE\Software wFilename=file wtype=0 ptype=6)";
 
 std::string ordinaryValue(const std::string& function, const std::string& parameter)
 {
@@ -132,6 +133,7 @@ Subject::Subject() : home(usualKeyFile, "checked"), redirection_(home.module(), 
     beneath_.redirect("WideCharToMultiByte", reinterpret_cast<void*>(&toMultibyte));
     guard_.emplace(home.module(), world);
     world.load(support::projectFile("tests/faults/node.ini"));
+    support::Nodes::addGroup(world.local(), L"KES_h1_SVCSIDS");
     local = remote = world.local();
     remote.name = world.add(L"DB2").name;
     restore();

@@ -132,6 +132,7 @@ const std::vector<Row>& rows()
         // rights
         calls(FUNCTION(LsaOpenPolicy), Says::ntStatus, ntDenied, Kind::policy, 3),
         releases(FUNCTION(LsaClose), Kind::policy),
+        calls(FUNCTION(LsaQueryInformationPolicy), Says::ntStatus, ntDenied, Kind::lsaBuffer, 2),
         calls(FUNCTION(LsaAddAccountRights), Says::ntStatus, ntDenied),
         calls(FUNCTION(LsaRemoveAccountRights), Says::ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND)),
         calls(FUNCTION(LsaEnumerateAccountsWithUserRight), Says::ntStatus, withStatus(STATUS_NO_MORE_ENTRIES),
@@ -203,10 +204,13 @@ const std::vector<Row>& rows()
         calls(FUNCTION(InitializeAcl), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
         calls(FUNCTION(GetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND}),
         calls(FUNCTION(SetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_INVALID_OWNER}),
+        calls(FUNCTION(GetNamedSecurityInfoW), Says::result, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND},
+              Kind::localBlock, 7),
         calls(FUNCTION(SetNamedSecurityInfoW), Says::result, denied),
         calls(FUNCTION(SetEntriesInAclA), Says::result, {ERROR_NONE_MAPPED}, Kind::localBlock, 3),
         calls(FUNCTION(GetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
         calls(FUNCTION(SetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
+        calls(FUNCTION(SetSecurityDescriptorControl), Says::zero, {ERROR_INVALID_PARAMETER}),
         calls(FUNCTION(InitializeSecurityDescriptor), Says::zero, {ERROR_UNKNOWN_REVISION}),
     };
     return table;

@@ -16,8 +16,8 @@ std::string statusesOf(const cli::Function& function)
         {" sswseCreateKestelSVCUser ", "2349"},
         {" sswseCheckUserPrivileges ", "01345"},
         {" sswseGetKestelHomeType sswseGetKestelHomeTypeForKHPath sswseGetKestelHomeName sswseSetUnameForKhome "
-         "sswseGetUnameForKhomePath sswseDeleteSVCSidsFromKESHomeGroups sswseMigrateDBServiceSidsForUpgrade "
-         "sswseMigrateDBServiceSidsForDowngrade ",
+         "sswseGetUnameForKhomePath sswseAddFullPermForSVCSIDSGroup sswseDeleteSVCSidsFromKESHomeGroups "
+         "sswseMigrateDBServiceSidsForUpgrade sswseMigrateDBServiceSidsForDowngrade ",
          "2346"},
         {" sswseIsSVCUserMSA sswseIsSVCUserPasswordRequired sswseIsSvcUserVirtualAccount ", "01346"},
         {" sswseSetKestelHomeType sswseCreateService sswseUpdateService ", "23456"},
