@@ -10,6 +10,7 @@ namespace cli {
 namespace {
 
 constexpr std::uint32_t largestBuffer = 16u << 20;
+constexpr char objectKinds[] = "event NAME, mutex NAME, semaphore NAME, section NAME or process ID";
 
 class Parser
 {
@@ -86,6 +87,8 @@ private:
             value.number = number(name, given, UINT8_MAX);
             break;
         case Kind::wideText:
+        case Kind::object:
+        case Kind::token:
             value.texts.push_back(given);
             break;
         case Kind::textOut:
@@ -102,6 +105,9 @@ private:
             fail(name + "=" + given + " is no SID");
         if ((parameter.kind == Kind::aclInOut || parameter.kind == Kind::aceList) && aclFromSddl(given).empty())
             fail(name + "=" + given + " is no access-control list in SDDL, D:...");
+        const bool isObject = parameter.kind == Kind::object || parameter.kind == Kind::token;
+        if (isObject && objectName(parameter, given).empty())
+            fail(name + "=" + given + " is no " + (parameter.kind == Kind::token ? "process ID" : objectKinds));
         if (parameter.kind == Kind::names && given.empty())
             fail(name + " cannot hold an empty name, it would end the list");
         if (parameter.kind == Kind::inserts && value.texts.size() > mostInserts)

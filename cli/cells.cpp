@@ -84,6 +84,20 @@ std::uintptr_t output(Cell& cell, std::uintptr_t before)
     return slotOf(&cell.word);
 }
 
+// What the function does with the object, it does through this handle.
+std::uintptr_t openObject(const Host& host, const Parameter& parameter, const Value& value, Cell& cell)
+{
+    if (!value.given)
+        return 0;
+    const bool isToken = parameter.kind == Kind::token;
+    const std::string& name = value.texts.front();
+    const DWORD access = isToken ? TOKEN_QUERY | TOKEN_ADJUST_DEFAULT : READ_CONTROL | WRITE_DAC;
+    const HANDLE opened = host.openObject(wideFromUtf8(objectName(parameter, name)), access);
+    if (!opened)
+        throw UsageError(parameter.name + ("=" + name) + " cannot be opened, error " + std::to_string(GetLastError()));
+    return cell.word = slotOf(opened);
+}
+
 std::uintptr_t prepare(const Host& host, const Parameter& parameter, const Value& value, const Value* previous,
                        Cell& cell)
 {
@@ -97,6 +111,9 @@ std::uintptr_t prepare(const Host& host, const Parameter& parameter, const Value
         return previous->texts.size();
     case Kind::sid:
         return cell.word = value.given ? slotOf(sidFromText(value.texts.front()).release()) : 0;
+    case Kind::object:
+    case Kind::token:
+        return openObject(host, parameter, value, cell);
     case Kind::aclInOut:
         return output(cell, localAcl(value));
     case Kind::aceList:
@@ -253,6 +270,10 @@ void releaseCells(const Host& host, const Call& call, const std::vector<Cell>& c
         case Kind::oemStrings:
             exported<decltype(sswseFreeArrayofStrings)>(host, "sswseFreeArrayofStrings")(cell.as<char**>(),
                                                                                          countOf(cells[i + 1]));
+            break;
+        case Kind::object:
+        case Kind::token:
+            host.closeObject(cell.as<HANDLE>());
             break;
         case Kind::serviceOut:
             host.closeService(cell.as<SC_HANDLE>());

@@ -29,6 +29,8 @@ constexpr KindText kindTexts[] = {
     {Kind::aclInOut, "SDDL", "access-control list that the function changes, D:..."},
     {Kind::aceList, "SDDL", "list of entries, D:..."},
     {Kind::sid, "SID", "SID in its string form"},
+    {Kind::object, "\"KIND NAME\"", "kernel object: event, mutex, semaphore or section NAME, process ID"},
+    {Kind::token, "\"process ID\"", "token of a process; this process's unless given"},
     {Kind::numberInOut, "N", "number that the function may change; not asked for unless given"},
     {Kind::textOut, "", "result: text"},
     {Kind::size, "", "size of the buffer"},

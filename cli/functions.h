@@ -23,6 +23,8 @@ enum class Kind
     stringsCount, // int
     inserts,      // the variable arguments: texts
     sid,          // PSID, given in its string form
+    object,       // HANDLE of a kernel object, given by its name: opened and closed by the host
+    token,        // HANDLE of a token, given by its process: the same; NULL when it is left out
     aclInOut,     // PACL*, given and shown as SDDL
     aceList,      // AceListNode*, given as SDDL
     textOut,      // buffer; followed by its size and the length

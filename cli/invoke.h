@@ -17,6 +17,9 @@ struct Host
     HMODULE library;
     BOOL(WINAPI* closeService)(SC_HANDLE); // the one that fits the library's service handles
     Trace* trace;
+    // The ones that fit its other handles; see whatif.h for the names of objects.
+    HANDLE (*openObject)(const std::wstring& object, DWORD access) = nullptr;
+    BOOL(WINAPI* closeObject)(HANDLE) = nullptr;
 };
 
 struct Outcome

@@ -53,6 +53,8 @@ public:
         if (world_)
             redirection_.emplace(host_.library, *world_);
         host_.closeService = world_ ? whatif::closeServiceHandle : CloseServiceHandle;
+        host_.openObject = world_ ? whatif::openObject : whatif::openMachineObject;
+        host_.closeObject = world_ ? whatif::closeObject : CloseHandle;
         if (options.trace)
             invoke(host_, parseCall({"TraceOn"}));
     }

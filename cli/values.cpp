@@ -1,6 +1,7 @@
 #include "cli/values.h"
 
 #include "cli/text.h"
+#include "whatif/whatif.h"
 
 #include <sddl.h>
 
@@ -47,6 +48,12 @@ std::string sddlOf(PACL acl)
         return "not a valid access-control list";
     const LocalMemory owner(text);
     return text;
+}
+
+std::string objectName(const Parameter& parameter, const std::string& given)
+{
+    const std::string name = (parameter.kind == Kind::token ? "token of " : "") + given;
+    return whatif::namesObject(wideFromUtf8(name)) ? name : "";
 }
 
 std::string nameOfKey(HKEY key)

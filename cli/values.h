@@ -1,6 +1,8 @@
 // The platform's values in text form: SIDs, access-control lists, registry keys, arrays of strings.
 #pragma once
 
+#include "cli/functions.h"
+
 #include <windows.h>
 
 #include <memory>
@@ -20,6 +22,9 @@ std::string textOfSid(PSID sid);
 
 std::vector<char> aclFromSddl(const std::string& sddl); // empty when it is no DACL, or one that stands for everything
 std::string sddlOf(PACL acl);
+
+// As whatif.h has them, from what is given; empty when that is no name of an object of the parameter's kind.
+std::string objectName(const Parameter& parameter, const std::string& given);
 
 std::string nameOfKey(HKEY key); // of a predefined one
 

@@ -871,6 +871,37 @@ DWORD WINAPI sswseAddAceToACL(sswseErrRec* err, void* pszTrustee, int TrusteeTyp
                               DWORD dwInheritance, PACL* acl);
 
 /*
+ * Gives an account access to an open kernel object: an event, mutex, semaphore, section, process, thread or pipe. The
+ * entry is put among those that the object has, by the platform's rules for granting: what they denied the account of
+ * these rights they do not deny any more. Nothing is written when one of them grants all of the rights already and none
+ * denies the account any, nor to an object without an access-control list: it lets everybody in, and the entry would
+ * shut the others out.
+ *   object      a handle with READ_CONTROL and WRITE_DAC, which stays open. The pseudo handle of this process is
+ *               refused: duplicate it
+ *   username    the account, in any spelling, as this machine knows it
+ *   accessmask  the rights, not 0. With a generic right among them the entry is always written
+ * 2; 3: a message of the account, WSE-000066, WSE-000059, WSE-000067, and the object is what it was; 4.
+ */
+DWORD WINAPI sswseAddACEOnKernelObjectForUserOrGroup(sswseErrRec* err, HANDLE object, const char* username,
+                                                     DWORD accessmask);
+
+/*
+ * Gives an account access to what is created under a token from now on without security of its own, as
+ * sswseAddACEOnKernelObjectForUserOrGroup does to one object: with this process's token, so that the home's services
+ * can open what this process creates. Threads and child processes are created so too: whoever has all access to them
+ * has the rights of their user. Never give all access to an account with fewer rights than this process has; where the
+ * objects are known, sswseAddACEOnKernelObjectForUserOrGroup is the better choice.
+ *   token       a handle with TOKEN_QUERY and TOKEN_ADJUST_DEFAULT, which stays open; NULL: this process's token
+ *   username    the account, in any spelling; NULL or "": the service user recorded for the home that the library is
+ *               installed in, with virtual accounts the group of the home
+ *   accessmask  the rights, not 0
+ * 2, also for a token without a default list, which is left alone; 3: WSE-000035 (this process's token), a message of
+ * the account or, without `username`, of sswseGetUnameForKhome, WSE-000036, WSE-000059, WSE-000053 (operating system's
+ * error 1344: the token has no room for the list), and the token is what it was; 4.
+ */
+DWORD WINAPI sswseAddACEOnDefaultDACLForSvcUser(sswseErrRec* err, HANDLE token, const char* username, DWORD accessmask);
+
+/*
  * Splits the name of a registry key, "MACHINE\Software\..." or "\\node\MACHINE\...".
  *   path    the name
  *   root    receives the predefined key for MACHINE, CONFIG, CLASSES_ROOT, USERS, CURRENT_USER or PERFORMANCE_DATA, in

@@ -74,6 +74,14 @@ private:
 // Closes a service handle that the redirected library has returned.
 BOOL WINAPI closeServiceHandle(SC_HANDLE service);
 
+// Kernel objects and tokens have names here: "event NAME", "mutex NAME", "semaphore NAME", "section NAME", "process ID",
+// "token of process ID", "token of this process".
+bool namesObject(const std::wstring& text);
+HANDLE openMachineObject(const std::wstring& object, DWORD access); // NULL with the last error set
+// The same for the redirected library: of the local node.
+HANDLE openObject(const std::wstring& object, DWORD access);
+BOOL WINAPI closeObject(HANDLE handle);
+
 // Redirects the library's imports, and what it resolves at run time, to the world. One at a time per process.
 class Redirection
 {

@@ -60,6 +60,8 @@ TEST(Arguments, WrongUsageIsRefusedWithItsReason)
         {"AddACLOnObjectForUser wtype=kex path=a ptype=0", "and none of FILE, DIRECTORY, KEY, GROUPS"},
         {"FillErrMsg messageId=1 insert=1 insert=2 insert=3 insert=4", "at most 3 inserts"},
         {"ConvertSIDToUname OSSid=S-1-", "is no SID"},
+        {"AddACEOnKernelObjectForUserOrGroup object=evnt", "object=evnt is no event NAME, mutex NAME"},
+        {"AddACEOnDefaultDACLForSvcUser token=\"event x\"", "token=event x is no process ID"},
         {"CreateService servicename=a binpath=b dependencies=", "empty name"},
         {"CheckOSGroup groupname=\xE6\xBC\xA2", "ANSI code page"},
         {"CheckOSGroup groupname=\"a b", "a quote is not closed"},

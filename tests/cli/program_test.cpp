@@ -55,6 +55,8 @@ TEST_F(Program, ExitStatusAndOutput)
         {"--list NoSuch", 2, "keswsec: no function NoSuch"},
         {"--script nosuch.txt", 2, "keswsec: cannot read nosuch.txt"},
         {"--node nosuch.ini IsOSWinDC", 2, "nosuch.ini"},
+        {"AddACEOnKernelObjectForUserOrGroup object=\"event kwt-none\" username=svc accessmask=1", 2,
+         "keswsec: object=event kwt-none cannot be opened, error 2"},
         {"--home Z:\\nosuch IsOSWinDC", 2, "keswsec: cannot load Z:\\nosuch\\bin\\keswsec19.dll"},
     };
     for (const auto& row : cases) {
@@ -78,6 +80,7 @@ TEST_F(Program, ShowsWhatEachKindOfFunctionAnswers)
         {"CheckAccessMask sid=S-1-1-0 mask=3 list=D:(A;;0x1;;;WD)(A;;0x3;;;WD)", "0 no       CheckAccessMask"},
         {"GetPredefKey path=MACHINE\\Software", "= root HKEY_LOCAL_MACHINE, subkey Software\n"},
         {"AddAceToACL pszTrustee=S-1-5-18 dwAccessRights=0x2 acl=D:(A;;0x1;;;WD)", ";SY)"},
+        {"AddACEOnDefaultDACLForSvcUser username=S-1-5-19 accessmask=0x100000", "2 success "},
         {"setPermissions wFilename=C:\\nosuch", "1 no such object "},
     };
     std::string lines;

@@ -125,7 +125,8 @@ const std::vector<Exception>& exceptions()
         // access
         {E::noFailure,
          "sswseUpdateAclOnFile, updateAclOnFile, sswseCheckAccessMask, sswseRevokeACLOnObjectForUser, "
-         "sswseCopyPermissionsFromParentToChildren, sswseAddFullPermForSVCSIDSGroup",
+         "sswseCopyPermissionsFromParentToChildren, sswseAddFullPermForSVCSIDSGroup, "
+         "sswseAddACEOnKernelObjectForUserOrGroup, sswseAddACEOnDefaultDACLForSvcUser",
          "IsValidSid", any, "An entry whose SID is not valid is nobody's.", SSWSE_NO, "|: security"},
         {E::noFailure, "sswseCheckIfVlfsAndMountPoint", "GetVolumePathNameW, GetVolumeInformationW", any,
          "A volume that cannot be asked is none of the cluster's.", same, "some"},

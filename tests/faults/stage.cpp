@@ -154,6 +154,9 @@ void Stage::reset(bool isCold)
     }
     outputs_.clear();
     blocks_.clear();
+    for (const HANDLE object : objects_)
+        whatif::closeObject(object);
+    objects_.clear();
     guarded::sweep();
     memset(rec_.data(), 'x', rec_.size());
     strcpy(rec()->message, recordBefore);
@@ -188,6 +191,13 @@ PSID Stage::sid(const wchar_t* text)
 {
     const std::vector<BYTE> bytes = whatif::sidBytes(text);
     return block(bytes.data(), bytes.size());
+}
+
+HANDLE Stage::object(const wchar_t* name)
+{
+    const bool isToken = wcsncmp(name, L"token", 5) == 0;
+    return objects_.emplace_back(
+        whatif::openObject(name, isToken ? TOKEN_QUERY | TOKEN_ADJUST_DEFAULT : READ_CONTROL | WRITE_DAC));
 }
 
 void* Stage::output(size_t size, std::function<std::string(void*)> words, std::function<void(void*)> release)

@@ -84,6 +84,7 @@ public:
     char* home() { return writable(library_.path()); }
     char* file(const char* below = "") { return writable(files_.path().string() + below); } // "\\file", "\\sub\\file"
     PSID sid(const wchar_t* text);
+    HANDLE object(const wchar_t* name); // open for what the function does with it
 
     // ---- outputs of a call, in blocks that end at an inaccessible page
     template <class Char = char>
@@ -155,6 +156,7 @@ private:
     guarded::Buffer rec_{sizeof(sswseErrRec)};
     std::deque<support::EnvironmentVariable> environment_;
     std::deque<guarded::Buffer> blocks_;
+    std::deque<HANDLE> objects_;
     std::deque<Output> outputs_;
     const int* count_ = nullptr; // of strings
 };

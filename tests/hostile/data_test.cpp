@@ -58,7 +58,20 @@ guarded::Buffer sized(const std::string& bytes, size_t size, size_t least)
     return {(bytes + std::string(whole, '\0')).data(), whole};
 }
 
-const void* lent; // a list that is not from the heap
+void* lent; // a list that is not from the heap
+
+DWORD WINAPI lendAsDacl(HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL* dacl, PACL*,
+                        PSECURITY_DESCRIPTOR*)
+{
+    *dacl = static_cast<PACL>(lent);
+    return ERROR_SUCCESS;
+}
+
+BOOL WINAPI lendAsDefault(HANDLE, TOKEN_INFORMATION_CLASS, LPVOID information, DWORD size, DWORD* needed)
+{
+    *needed = sizeof lent;
+    return size >= sizeof lent && memcpy(information, &lent, sizeof lent);
+}
 
 HLOCAL WINAPI freeUnlessLent(HLOCAL block)
 {
@@ -216,14 +229,28 @@ TEST_F(HostileData, ListsAndSidsOfTheCaller)
     const auto add = EXPORT_OF(subject.home, sswseAddAceToACL);
     const auto check = EXPORT_OF(subject.home, sswseCheckAccessMask);
     const auto nameOf = EXPORT_OF(subject.home, sswseConvertSIDToUname);
+    const auto addToObject = EXPORT_OF(subject.home, sswseAddACEOnKernelObjectForUserOrGroup);
+    const auto addToToken = EXPORT_OF(subject.home, sswseAddACEOnDefaultDACLForSvcUser);
+    for (const int handle : {0, -1, -2, -4, 1, 3, 4, 0x10000000}) {
+        const HANDLE none = reinterpret_cast<HANDLE>(static_cast<intptr_t>(handle));
+        expectStatus("AddACEOnKernelObjectForUserOrGroup", addToObject(nullptr, none, "svc", 1));
+        expectStatus("AddACEOnDefaultDACLForSvcUser", addToToken(nullptr, none, "svc", 1));
+    }
+    subject.world.local() = subject.local;
+    const HANDLE event = whatif::openObject(L"event Ready", READ_CONTROL | WRITE_DAC);
     const auto addTo = [&](PACL list, PSID trustee) {
         lent = list;
         PACL merged = list;
         expectStatus("AddAceToACL", add(nullptr, trustee, 0, 1, GRANT_ACCESS, 0, &merged));
         if (merged != list)
             LocalFree(merged);
+        for (const DWORD mask : {1u, 4u})
+            expectStatus("AddACEOnKernelObjectForUserOrGroup", addToObject(nullptr, event, "S-1-5-19", mask));
+        expectStatus("AddACEOnDefaultDACLForSvcUser", addToToken(nullptr, nullptr, "S-1-5-19", 1));
     };
     whatif::Imports imports(subject.home.module());
+    imports.redirect("GetSecurityInfo", reinterpret_cast<void*>(&lendAsDacl));
+    imports.redirect("GetTokenInformation", reinterpret_cast<void*>(&lendAsDefault));
     imports.redirect("LocalFree", reinterpret_cast<void*>(&freeUnlessLent));
     std::vector<BYTE> everyone = whatif::sidBytes(L"S-1-1-0");
     std::vector<BYTE> acl = whatif::securityOf(L"D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD)").dacl;
@@ -246,6 +273,7 @@ TEST_F(HostileData, ListsAndSidsOfTheCaller)
         expectStatus("CheckAccessMask", check(nullptr, nullptr, &whole, bytes.data(), 1));
         addTo(nullptr, bytes.data());
     });
+    whatif::closeObject(event);
 }
 
 } // namespace

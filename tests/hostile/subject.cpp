@@ -69,6 +69,7 @@ constexpr char ordinaryValues[] =
     R"( SVCAppKey=KestelSource EventMsgFile=C:\h1\bin\messages.dll servicename=KesOld svcname=KesOld)"
     R"( sswseCreateService.servicename=KesNew binpath="C:\h1\bin\kestel.exe -x" dependencies=RpcSs)"
     R"( OSSid=S-1-5-19 pszTrustee=S-1-5-19 sid=S-1-5-19 dwAccessRights=1 mask=1)"
+    R"( object="event Ready" token="process 17" accessmask=2)"
     R"( acl=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD) list=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD))"
     R"( path=file sswseCopyPermissionsFromParentToChildren.path=. installuser=svc excludelist=none sswseGetPredefKey.path=MACHINE\Software wFilename=file wtype=0 ptype=6)";
 
@@ -186,7 +187,8 @@ Call Subject::ordinary(const cli::Function& function) const
 
 void Subject::callLibrary(const Call& call, Answer& answer)
 {
-    const cli::Host host = {home.module(), &whatif::closeServiceHandle, nullptr};
+    const cli::Host host = {home.module(), &whatif::closeServiceHandle, nullptr, &whatif::openObject,
+                            &whatif::closeObject};
     static const std::set<std::string> keeping = {"sswseFillErrMsg", "sswseCheckAccessMask"}; // what is in the record
     const guarded::Buffer record(sizeof(sswseErrRec), keeping.count(call.function->name) ? 0 : 0xCC);
     auto* const rec = reinterpret_cast<sswseErrRec*>(record.data());

@@ -128,6 +128,7 @@ const std::vector<Row>& rows()
         calls(FUNCTION(LookupAccountSidW), Says::zero, unmapped),
         calls(FUNCTION(OpenProcessToken), Says::zero, denied, Kind::handle, 2),
         calls(FUNCTION(GetTokenInformation), Says::zero, denied),
+        calls(FUNCTION(SetTokenInformation), Says::zero, {ERROR_ALLOTTED_SPACE_EXCEEDED, ERROR_ACCESS_DENIED}),
         calls(FUNCTION(LogonUserW), Says::zero, {ERROR_LOGON_FAILURE, ERROR_ACCOUNT_LOCKED_OUT}, Kind::handle, 5),
         // rights
         calls(FUNCTION(LsaOpenPolicy), Says::ntStatus, ntDenied, Kind::policy, 3),
@@ -208,6 +209,9 @@ const std::vector<Row>& rows()
               Kind::localBlock, 7),
         calls(FUNCTION(SetNamedSecurityInfoW), Says::result, denied),
         calls(FUNCTION(SetEntriesInAclA), Says::result, {ERROR_NONE_MAPPED}, Kind::localBlock, 3),
+        calls(FUNCTION(SetEntriesInAclW), Says::result, {ERROR_NOT_ENOUGH_MEMORY}, Kind::localBlock, 3),
+        calls(FUNCTION(GetSecurityInfo), Says::result, denied, Kind::localBlock, 7),
+        calls(FUNCTION(SetSecurityInfo), Says::result, denied),
         calls(FUNCTION(GetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
         calls(FUNCTION(SetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
         calls(FUNCTION(SetSecurityDescriptorControl), Says::zero, {ERROR_INVALID_PARAMETER}),

@@ -18,7 +18,9 @@
 //                                        type, start, error control, tag, sid type, dependencies
 //     [registry SOFTWARE\Kestel\KEY_h1]  KESTEL_HOME_TYPE=1, Count=dword:7, Path=expand:%SystemRoot%, @=default value
 //     [registry HKU\S-1-5-18\Software]   the same for HKEY_USERS
-//     [security]                         file C:\data=D:(A;;GA;;;BA)
+//     [security]                         file C:\data=D:(A;;GA;;;BA), also of kernel objects, which are there when they
+//                                        stand here: event NAME, mutex NAME, semaphore NAME, section NAME, process ID;
+//                                        of the token of process ID, what it gives to new objects
 //     [drives]                           C=Z:\tmp\node-c (what \\node\C$ stands for; the shares of the local node's
 //                                        drives are always there)
 #pragma once

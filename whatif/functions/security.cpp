@@ -12,32 +12,42 @@
 #include <accctrl.h>
 #include <aclapi.h>
 
+#include <cstring>
+
 namespace whatif {
 
 namespace {
 
 // ---- names in lists ----------------------------------------------------------------------------------------------
 
-bool isByName(const EXPLICIT_ACCESS_A& entry)
+std::wstring textOf(const char* name)
 {
-    return entry.Trustee.TrusteeForm == TRUSTEE_IS_NAME;
+    return wide(name);
 }
 
-// Names are the node's.
-DWORD WINAPI setEntriesInAcl(ULONG count, PEXPLICIT_ACCESS_A entries, PACL before, PACL* after)
+std::wstring textOf(const wchar_t* name)
+{
+    return textOrEmpty(name);
+}
+
+// Names are the node's. Both forms of an entry are laid out alike.
+template <class Explicit>
+DWORD WINAPI setEntriesInAcl(ULONG count, Explicit* entries, PACL before, PACL* after)
 {
     Locked world;
-    std::vector<EXPLICIT_ACCESS_A> bySid(entries, entries + (entries ? count : 0));
+    std::vector<EXPLICIT_ACCESS_A> bySid(entries ? count : 0);
     std::vector<std::vector<BYTE>> sids;
-    for (EXPLICIT_ACCESS_A& entry : bySid) {
-        if (!isByName(entry))
+    for (size_t i = 0; i < bySid.size(); ++i) {
+        static_assert(sizeof bySid[i] == sizeof entries[i]);
+        memcpy(&bySid[i], &entries[i], sizeof entries[i]);
+        if (entries[i].Trustee.TrusteeForm != TRUSTEE_IS_NAME)
             continue;
-        const auto name = resolve(world->local(), wide(entry.Trustee.ptstrName));
+        const auto name = resolve(world->local(), textOf(entries[i].Trustee.ptstrName));
         if (!name)
             return ERROR_NONE_MAPPED;
         sids.push_back(sidBytes(name->sid));
-        entry.Trustee.TrusteeForm = TRUSTEE_IS_SID;
-        entry.Trustee.ptstrName = reinterpret_cast<LPSTR>(sids.back().data());
+        bySid[i].Trustee.TrusteeForm = TRUSTEE_IS_SID;
+        bySid[i].Trustee.ptstrName = reinterpret_cast<LPSTR>(sids.back().data());
     }
     return mergeEntries(bySid, before, after);
 }
@@ -224,7 +234,8 @@ DWORD WINAPI setNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INF
 std::vector<Replacement> securityReplacements()
 {
     return {
-        returningError<&setEntriesInAcl>("SetEntriesInAclA"),
+        returningError<&setEntriesInAcl<EXPLICIT_ACCESS_A>>("SetEntriesInAclA"),
+        returningError<&setEntriesInAcl<EXPLICIT_ACCESS_W>>("SetEntriesInAclW"),
         settingLastError<&getFileSecurity>("GetFileSecurityW"),
         settingLastError<&setFileSecurity>("SetFileSecurityW"),
         returningError<&getNamedSecurityInfo>("GetNamedSecurityInfoW"),

@@ -30,8 +30,9 @@ std::vector<Replacement> serviceConfigReplacements();
 std::vector<Replacement> serviceSecurityReplacements();
 std::vector<Replacement> registryReplacements(); // the registry
 std::vector<Replacement> keySecurityReplacements();
-std::vector<Replacement> securityReplacements(); // access-control lists by name, object security
-
+std::vector<Replacement> securityReplacements();     // access-control lists by name, object security
+std::vector<Replacement> kernelObjectReplacements(); // security of kernel objects, handles
+std::vector<Replacement> tokenReplacements();
 std::vector<Replacement> authorizationReplacements(); // what others may do with an object
 
 std::vector<Replacement> allReplacements();

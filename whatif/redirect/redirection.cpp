@@ -24,7 +24,7 @@ std::vector<Replacement> allReplacements()
          {kernelReplacements(), fileReplacements(), accountReplacements(), policyReplacements(), groupReplacements(),
           memberReplacements(), userReplacements(), serviceReplacements(), serviceListReplacements(),
           serviceConfigReplacements(), serviceSecurityReplacements(), registryReplacements(), keySecurityReplacements(),
-          securityReplacements(), authorizationReplacements()})
+          securityReplacements(), kernelObjectReplacements(), tokenReplacements(), authorizationReplacements()})
         all.insert(all.end(), table.begin(), table.end());
     return all;
 }

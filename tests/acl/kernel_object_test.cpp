@@ -1,0 +1,277 @@
+// Entries for kernel objects and for the list that a token gives to new ones: on a node, and on this machine.
+#include "tests/support/node_test.h"
+#include "tests/support/trace_log.h"
+#include "whatif/security/descriptors.h"
+
+#include <aclapi.h>
+#include <ntsecapi.h>
+#include <ntstatus.h>
+
+using namespace support;
+
+namespace {
+
+constexpr wchar_t event[] = L"event KestelReady";
+constexpr wchar_t token[] = L"token of process 4711";
+constexpr DWORD ready = EVENT_MODIFY_STATE; // in SDDL "DC"
+
+class KernelObjects : public NodeTest
+{
+protected:
+    ~KernelObjects() override
+    {
+        for (const HANDLE handle : opened_)
+            EXPECT_TRUE(whatif::closeObject(handle));
+    }
+
+    HANDLE open(const wchar_t* object, DWORD access)
+    {
+        return opened_.emplace_back(whatif::openObject(object, access));
+    }
+    HANDLE openEvent() { return open(event, READ_CONTROL | WRITE_DAC); }
+    HANDLE openToken() { return open(token, TOKEN_QUERY | TOKEN_ADJUST_DEFAULT); }
+
+    Call adding(HANDLE object, const char* user, DWORD mask = ready) const
+    {
+        return calling(EXPORT(sswseAddACEOnKernelObjectForUserOrGroup), object, user, mask);
+    }
+    Call addingTo(HANDLE held, const char* user, DWORD mask = ready) const
+    {
+        return calling(EXPORT(sswseAddACEOnDefaultDACLForSvcUser), held, user, mask);
+    }
+
+    // "svc" stands for its SID.
+    std::wstring sddl(std::wstring text) const
+    {
+        for (size_t at = text.find(L"svc"); at != std::wstring::npos; at = text.find(L"svc"))
+            text.replace(at, 3, svc);
+        return whatif::textOf(whatif::securityOf(text));
+    }
+
+private:
+    std::vector<HANDLE> opened_;
+};
+
+std::vector<DWORD> masksOf(PACL dacl, PSID sid)
+{
+    std::vector<DWORD> masks;
+    void* ace = nullptr;
+    for (DWORD i = 0; dacl && GetAce(dacl, i, &ace); ++i)
+        if (EqualSid(&static_cast<ACCESS_ALLOWED_ACE*>(ace)->SidStart, sid))
+            masks.push_back(static_cast<ACCESS_ALLOWED_ACE*>(ace)->Mask);
+    return masks;
+}
+
+// The list of this process's token, for as long as it lives.
+class OwnToken
+{
+public:
+    OwnToken() : size_(0)
+    {
+        OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY | TOKEN_ADJUST_DEFAULT, &handle_);
+        GetTokenInformation(handle_, TokenDefaultDacl, nullptr, 0, &size_);
+        before_ = read();
+    }
+    ~OwnToken()
+    {
+        SetTokenInformation(handle_, TokenDefaultDacl, before_.data(), size_);
+        CloseHandle(handle_);
+    }
+
+    std::vector<DWORD> masksOf(PSID sid) const
+    {
+        std::vector<BYTE> now = read();
+        return ::masksOf(reinterpret_cast<TOKEN_DEFAULT_DACL*>(now.data())->DefaultDacl, sid);
+    }
+
+private:
+    std::vector<BYTE> read() const
+    {
+        DWORD size = 0;
+        GetTokenInformation(handle_, TokenDefaultDacl, nullptr, 0, &size);
+        std::vector<BYTE> bytes(size);
+        EXPECT_TRUE(GetTokenInformation(handle_, TokenDefaultDacl, bytes.data(), size, &size));
+        return bytes;
+    }
+
+    HANDLE handle_ = nullptr;
+    DWORD size_;
+    std::vector<BYTE> before_;
+};
+
+} // namespace
+
+// One rule for both: written unless an entry grants as much already.
+TEST_F(KernelObjects, GetTheEntryUnlessTheyHaveAsMuch)
+{
+    const struct
+    {
+        const wchar_t* before;
+        DWORD mask;
+        const wchar_t* after; // NULL: not written
+        bool isOfToken = true;
+    } rows[] = {
+        {L"D:(A;;CCDCRC;;;SY)", ready, L"D:(A;;DC;;;svc)(A;;CCDCRC;;;SY)"},
+        {L"D:(D;;CC;;;WD)(A;;CC;;;SY)", ready, L"D:(D;;CC;;;WD)(A;;DC;;;svc)(A;;CC;;;SY)"},
+        {L"D:", ready, L"D:(A;;DC;;;svc)"},
+        {L"D:NO_ACCESS_CONTROL", ready, nullptr},
+        {L"D:(A;;CCDC;;;svc)", ready, nullptr},
+        {L"D:(A;;CC;;;svc)(A;;CCDC;;;SY)", ready, L"D:(A;;CCDC;;;svc)(A;;CCDC;;;SY)"},
+        {L"D:(A;;CC;;;svc)(A;ID;DC;;;svc)", ready | 1, L"D:(A;;CCDC;;;svc)(A;ID;DC;;;svc)"},
+        {L"D:(A;CIIO;DC;;;svc)", ready, L"D:(A;;DC;;;svc)(A;CIIO;DC;;;svc)"},
+        {L"D:(D;;CC;;;svc)(A;;DC;;;svc)", ready, nullptr},
+        {L"D:(D;;CCDC;;;svc)(A;;DC;;;svc)", ready, L"D:(D;;CC;;;svc)(A;;DC;;;svc)"},
+        {L"D:(A;;DC;;;svc)(D;ID;DC;;;svc)", ready | 1, L"D:(A;;CCDC;;;svc)(D;ID;DC;;;svc)"},
+        {L"D:(D;CIIO;DC;;;svc)(A;;DC;;;svc)", ready, nullptr},
+        {L"D:(D;;DC;;;SY)(A;;DC;;;svc)", ready, nullptr},
+        {L"D:(A;;CC;;;svc)", GENERIC_READ, L"D:(A;;CCRC;;;svc)", false}, // the object's own rights
+        {L"D:(A;;CC;;;svc)", GENERIC_READ, L"D:(A;;CCGR;;;svc)"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(row.before)));
+        local.security = {{event, sddl(row.before)}, {token, sddl(row.before)}};
+        const bool isGeneric = row.mask == GENERIC_READ;
+        if (!isGeneric || !row.isOfToken)
+            expectCases({{"event", adding(openEvent(), "svc", row.mask), 2}});
+        if (!isGeneric || row.isOfToken)
+            expectCases({{"token", addingTo(openToken(), "svc", row.mask), 2}});
+        Lines changed;
+        for (const whatif::Change& change : world.plan()) {
+            EXPECT_EQ(local.security[change.object], sddl(row.after ? row.after : row.before));
+            changed.emplace_back(change.object.begin(), change.object.end());
+        }
+        world.clearPlan();
+        const Lines both = {"event KestelReady", "token of process 4711"};
+        EXPECT_EQ(changed, !row.after ? Lines() : isGeneric ? Lines{both[row.isOfToken]} : both);
+    }
+    local.security = {{event, sddl(L"D:(A;;0x1f0003;;;svc)")}, {token, sddl(L"D:(A;;GA;;;svc)")}};
+    constexpr DWORD denied = ERROR_ACCESS_DENIED;
+    expectNodeCases({
+        {"a generic right is always written", adding(openEvent(), "svc", GENERIC_ALL), 3, "WSE-000067", denied,
+         failing("SetSecurityInfo", denied)},
+        {"and to a token", addingTo(openToken(), "svc", GENERIC_ALL), 3, "WSE-000053", ERROR_ALLOTTED_SPACE_EXCEEDED,
+         failing("SetTokenInformation", ERROR_ALLOTTED_SPACE_EXCEEDED)},
+        {"nothing is changed by it", adding(openEvent(), "svc", GENERIC_ALL), 2},
+        {"what it maps to is there", adding(openEvent(), "svc", EVENT_ALL_ACCESS), 2, "", 0,
+         failing("SetSecurityInfo", denied)},
+    });
+}
+
+TEST_F(KernelObjects, AreReachedByHandlesAndAccountsByAnySpelling)
+{
+    addGroup(local, L"KES_h1_SVCACCTS");
+    local.security[event] = L"D:(A;;FA;;;SY)";
+    local.security[token] = L"D:(A;;GA;;;SY)";
+    local.security[L"token of process 7"] = L"D:NO_ACCESS_CONTROL";
+    const auto change = [this](const std::wstring& object, const std::wstring& entry, const std::wstring& before) {
+        const std::wstring line =
+            L"NODE: " + object + L": security: " + sddl(L"D:" + before) + L" -> " + sddl(L"D:" + entry + before);
+        return Lines{{line.begin(), line.end()}};
+    };
+    const std::wstring usual = L"(A;;GA;;;BA)(A;;GA;;;SY)";
+    const Lines own = change(L"token of this process", L"(A;;DC;;;svc)", usual);
+    const HANDLE dumb = open(event, WRITE_DAC);
+    const HANDLE mute = open(event, READ_CONTROL);
+    const HANDLE none = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    const HANDLE pseudo = GetCurrentProcess();
+    constexpr DWORD denied = ERROR_ACCESS_DENIED;
+    constexpr DWORD ntDenied = static_cast<DWORD>(STATUS_ACCESS_DENIED);
+    expectNodeCases({
+        {"gone", adding(openEvent(), "s-1-5-21-9-9-9-9"), 2,
+         change(event, L"(A;;DC;;;S-1-5-21-9-9-9-9)", L"(A;;FA;;;SY)")},
+        {"no SID", adding(openEvent(), "S-1-5-x"), 3, "WSE-000038", ERROR_INVALID_SID},
+        {"nobody", adding(openEvent(), "nobody"), 3, "WSE-000014", ERROR_NONE_MAPPED},
+        {"nobody here", adding(openEvent(), ".\\dbuser"), 3, "WSE-000014", ERROR_NONE_MAPPED},
+        {"no policy", adding(openEvent(), ".\\svc"), 3, "WSE-000025", denied, failing("LsaOpenPolicy", ntDenied)},
+        {"no domain", adding(openEvent(), ".\\svc"), 3, "WSE-000025", denied,
+         failing("LsaQueryInformationPolicy", ntDenied)},
+        {"no computer", adding(openEvent(), "NODE\\LocalSystem"), 3, "WSE-000019", ERROR_BUFFER_OVERFLOW,
+         failing("GetComputerNameW", ERROR_BUFFER_OVERFLOW)},
+        {"cannot be read", adding(dumb, "svc"), 3, "WSE-000066", denied},
+        {"cannot be written", adding(mute, "svc"), 3, "WSE-000067", denied},
+        {"not the node's", adding(none, "svc"), 3, "WSE-000066", ERROR_INVALID_HANDLE},
+        {"a token", adding(openToken(), "svc"), 3, "WSE-000066", ERROR_INVALID_HANDLE},
+        {"no list", adding(openEvent(), "svc", 4), 3, "WSE-000059", ERROR_NOT_ENOUGH_MEMORY,
+         failing("SetEntriesInAclW", ERROR_NOT_ENOUGH_MEMORY)},
+        {"no token", addingTo(openEvent(), "svc"), 3, "WSE-000036", ERROR_INVALID_HANDLE},
+        {"without a list", addingTo(open(L"token of process 7", TOKEN_QUERY), "svc"), 2},
+        {"a token's", addingTo(open(token, TOKEN_QUERY), "svc"), 3, "WSE-000053", denied},
+        {"its own", addingTo(nullptr, ".\\svc"), 2, own},
+        {"cannot be opened", addingTo(nullptr, "svc"), 3, "WSE-000035", denied, failing("OpenProcessToken", denied)},
+        {"no user recorded", addingTo(nullptr, nullptr), 3, "WSE-000010", ERROR_FILE_NOT_FOUND},
+    });
+    local.security.erase(L"token of this process");
+    record(local, "KESTEL_SVCUSER", "NODE\\svc");
+    expectNodeCases({{"the user recorded", addingTo(nullptr, ""), 2, own}});
+    record(local, "KESTEL_SVCUSER", "KES_h1_SVCACCTS");
+    expectNodeCases({{"a group", addingTo(openToken(), nullptr, GENERIC_ALL), 2,
+                      change(token, L"(A;;GA;;;" + local.groups.back().sid + L")", L"(A;;GA;;;SY)")}});
+    local.productType = VER_NT_DOMAIN_CONTROLLER; // whose own accounts are the domain's
+    local.security[event] = L"D:";
+    expectNodeCases(
+        {{"of the domain", adding(openEvent(), ".\\dbuser"), 2, change(event, L"(A;;DC;;;" + dbuser + L")", L"")}});
+    expectRefused("object", {adding(nullptr, nullptr, 0), adding(pseudo, nullptr, 0)});
+    expectRefused("username", {adding(openEvent(), nullptr, 0)});
+    expectRefused("accessmask", {adding(openEvent(), "svc", 0), addingTo(nullptr, nullptr, 0)});
+    CloseHandle(none);
+}
+
+TEST_F(KernelObjects, AreOpenedByTheirNames)
+{
+    local.security = {{event, L"D:"}, {L"process 17", L"O:SYD:(A;;FA;;;SY)"}, {L"mutex KestelReady2", L"D:"}};
+    const struct
+    {
+        const wchar_t* object;
+        DWORD error;
+    } rows[] = {
+        {event, 0},
+        {L"EVENT KestelReady", 0},
+        {L"event kestelready", ERROR_FILE_NOT_FOUND},
+        {L"section KestelReady", ERROR_INVALID_HANDLE},
+        {L"mutex KestelReady2", 0},
+        {L"process 17", ERROR_ACCESS_DENIED},
+        {L"process 18", ERROR_INVALID_PARAMETER},
+        {L"token of process 17", ERROR_INVALID_PARAMETER},
+        {L"token of this process", 0},
+    };
+    for (const auto& row : rows) {
+        SetLastError(0);
+        const HANDLE handle = whatif::openObject(row.object, READ_CONTROL | WRITE_DAC);
+        EXPECT_EQ(handle ? 0 : GetLastError(), row.error) << testing::PrintToString(std::wstring(row.object));
+        if (handle)
+            whatif::closeObject(handle);
+    }
+    for (const wchar_t* const wrong :
+         {L"", L"event", L"event ", L"pipe x", L"process x", L"token of event x", L"token"})
+        EXPECT_FALSE(whatif::namesObject(wrong)) << testing::PrintToString(std::wstring(wrong));
+}
+
+// The platform's own object and this process's token, which is put back.
+TEST(KernelObjectsOfThisMachine, GetTheEntryOnce)
+{
+    BYTE service[SECURITY_MAX_SID_SIZE];
+    DWORD size = sizeof service;
+    ASSERT_TRUE(CreateWellKnownSid(WinLocalServiceSid, nullptr, service, &size));
+    const std::wstring name = L"kwt-event-" + std::to_wstring(GetCurrentProcessId());
+    const std::vector<BYTE> given =
+        whatif::selfRelative(whatif::securityOf(std::wstring(L"D:(A;;0x1f0003;;;WD)")), DACL_SECURITY_INFORMATION);
+    SECURITY_ATTRIBUTES attributes = {sizeof attributes, const_cast<BYTE*>(given.data()), FALSE};
+    const HANDLE made = CreateEventW(&attributes, TRUE, FALSE, name.c_str());
+    const HANDLE object = whatif::openMachineObject(L"event " + name, READ_CONTROL | WRITE_DAC);
+    const OwnToken own;
+    for (int i = 0; i < 2; ++i)
+        expectCases({
+            {"event", calling(sswseAddACEOnKernelObjectForUserOrGroup, object, "S-1-5-19", ready), 2},
+            {"token", calling(sswseAddACEOnDefaultDACLForSvcUser, nullptr, "S-1-5-19", ready), 2},
+        });
+    PACL dacl = nullptr;
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    ASSERT_EQ(GetSecurityInfo(object, SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &dacl, nullptr,
+                              &descriptor),
+              DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(masksOf(dacl, service), std::vector{ready});
+    EXPECT_EQ(own.masksOf(service), std::vector{ready});
+    LocalFree(descriptor);
+    EXPECT_TRUE(CloseHandle(object));
+    EXPECT_TRUE(CloseHandle(made));
+}
