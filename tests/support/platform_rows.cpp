@@ -138,7 +138,6 @@ const std::vector<Row>& rows()
         calls(FUNCTION(LsaRemoveAccountRights), Says::ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND)),
         calls(FUNCTION(LsaEnumerateAccountsWithUserRight), Says::ntStatus, withStatus(STATUS_NO_MORE_ENTRIES),
               Kind::lsaBuffer, 2),
-        calls(FUNCTION(LsaQueryInformationPolicy), Says::ntStatus, ntDenied, Kind::lsaBuffer, 2),
         releases(FUNCTION(LsaFreeMemory), Kind::lsaBuffer),
         // groups and users
         calls(FUNCTION(NetLocalGroupAdd), Says::result, {RPC_S_SERVER_UNAVAILABLE, ERROR_ALIAS_EXISTS}),
