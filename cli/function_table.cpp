@@ -65,6 +65,9 @@ const Parameter inheritable = {"inheritable", Kind::byte};
 const Parameter users = {"usernames", Kind::strings};
 const Parameter userCount = {"numusers", Kind::stringsCount};
 
+const Parameter findings = {"findings", Kind::stringsOut};
+const Parameter count = {"count", Kind::count};
+
 constexpr Parameter node = optionalText("nodename");
 constexpr Parameter outlen = result("outlen", Kind::length);
 
@@ -239,6 +242,13 @@ const std::vector<Function>& functions()
         {"sswseRevokeACLOnObjectForUser", Result::status, {objectType, text("path"), users, userCount, inheritable}},
         {"sswseAddFullPermForSVCSIDSGroup", Result::status, {objectType, text("path"), inheritable}},
         {"sswseCopyPermissionsFromParentToChildren", Result::status, {text("path")}},
+        {"sswseCheckACLOnObjectForUser",
+         Result::predicate,
+         {objectType, text("path"), users, userCount, permissionType, inheritable}},
+        {"sswseCheckACLsOnReg", Result::predicate, {text("path"), users, userCount, permissionType, findings, count}},
+        {"sswseCheckACLsOnObject",
+         Result::predicate,
+         {objectType, text("path"), users, userCount, required("mask", Kind::number), inheritable, findings, count}},
         {"sswseAddAceToACL",
          Result::status,
          {required("pszTrustee", Kind::sid),

@@ -858,6 +858,63 @@ DWORD WINAPI sswseAddFullPermForSVCSIDSGroup(sswseErrRec* err, unsigned wtype, c
 DWORD WINAPI sswseCopyPermissionsFromParentToChildren(sswseErrRec* err, const char* path);
 
 /*
+ * Does an object hold what sswseAddACLOnObjectForUser with the same arguments gives? Asked of its DACL alone: for each
+ * account that the permission type calls for, and each user, the allow entries of that very account together must have
+ * every bit of the mask, inherited ones included and those that are only there to be inherited not, and no deny entry
+ * of it may take one before. Inheritance flags are not compared; groups that an account is in do not count.
+ *   wtype, path, ptype  as there
+ *   usernames    the users
+ *   numusers     their number; not 0 with SSWSE_ACCESS_READ_ONLY
+ *   inheritable  not 0: everything below a directory as well, but what is behind mount points and symbolic links
+ * 1; 0 with WSE-00004, the path of the first object that falls short and "does not grant NAME 0xMASK", "denies NAME
+ * 0xMASK" (the bits that are denied) or "has no access-control list"; NAME is as given, a group's, or a SID; 3 with
+ * WSE-000053 (files) or WSE-000066 (keys) when an object cannot be read, WSE-000065 when a directory cannot be listed, as
+ * one whose path is longer than 257 characters, WSE-000012 or a message of one blank (a mount point that cannot be read),
+ * and those of accounts; 4: "path", "usernames" also for a NULL list or name, WSE-000063.
+ */
+DWORD WINAPI sswseCheckACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
+                                          int numusers, int ptype, unsigned char inheritable);
+
+/*
+ * The same question for a registry key and every key below it; links to other keys are not followed.
+ *   path      the key; on this machine below MACHINE, USERS, CLASSES_ROOT or CURRENT_USER, on a node below MACHINE or
+ *             USERS
+ *   usernames, numusers  as above
+ *   ptype     SSWSE_ACCESS_KEY or SSWSE_ACCESS_KEY_USERS
+ *   findings  receives what falls short, "PATH FINDING", with the findings above and "cannot be read (N)", N the
+ *             operating system's error, for a key below `path`; released with sswseFreeArrayofStrings. NULL without
+ *             any, and with every answer but 0
+ *   count     receives their number. Both may be NULL: then the first finding ends the check
+ * 1; 0 with the first finding as WSE-00004; 3 with WSE-000010, WSE-000044, WSE-000053, WSE-000066, and for the accounts
+ * as above; 4: "path", "usernames", "findings", "count", WSE-000063, "Registry Path" for another root.
+ */
+DWORD WINAPI sswseCheckACLsOnReg(sswseErrRec* err, const char* path, char** usernames, int numusers, int ptype,
+                                 char*** findings, int* count);
+
+/*
+ * Can users really do this with an object, their groups and entries that deny them included? Judged by the platform's
+ * authorization interface, by each object's owner, group and DACL. What does not count: privileges; the permissions of
+ * a share; the SID of a service in the context of the account that it runs under; groups that this machine does not
+ * know, and what depends on how somebody logs on.
+ *   wtype        as above
+ *   path         as above
+ *   usernames    user accounts, not groups. The SID of a service, LocalSystem, LocalService and
+ *                NetworkService count as members of Everyone, Authenticated Users, Users, SERVICE, "ALL SERVICES" (a
+ *                service), Administrators (LocalSystem), and the local groups of this machine that list any of these
+ *   numusers     their number, not 0
+ *   mask         the rights, generic ones as well; neither ACCESS_SYSTEM_SECURITY nor MAXIMUM_ALLOWED
+ *   inheritable  not 0: everything below a directory, but what is behind links, or below a key
+ *   findings     as above, "PATH allows NAME 0xGRANTED of 0xMASK", with MASK in the rights of the object's kind
+ *   count        as above
+ * 1; 0 with the first finding as WSE-00004; 3 with WSE-000066 (the object itself cannot be read), WSE-000065, or for
+ * keys WSE-000010, WSE-000044, WSE-000053; WSE-000053 naming the failed function of the authorization or of the local
+ * groups; for the accounts and the mount point as above, WSE-000034; 4: WSE-000064 for an unknown `wtype`, "path",
+ * "usernames", "mask", "findings", "count", "Registry Path" as above, WSE-000063 "Not a user account".
+ */
+DWORD WINAPI sswseCheckACLsOnObject(sswseErrRec* err, unsigned wtype, const char* path, char** usernames, int numusers,
+                                    DWORD mask, unsigned char inheritable, char*** findings, int* count);
+
+/*
  * Merges one explicit entry into an ACL, by the platform's rules for explicit entries.
  *   pszTrustee      the account's SID (a PSID in spite of the name)
  *   TrusteeType     TRUSTEE_TYPE, dwAccessRights the access mask, AccessMode ACCESS_MODE, dwInheritance ACE flags

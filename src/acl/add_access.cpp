@@ -96,7 +96,7 @@ DWORD checkAndApply(const sswseCall& call, const Request& request)
 {
     Work work = {};
     DWORD status = checkRequest(call, request, work);
-    if (status == SSWSE_SUCCESS)
+    if (status == SSWSE_SUCCESS && work.grants.permission)
         status = checkLists(call, request, work);
     work.grants.rule = sswseSidOfPrincipal;
     return status == SSWSE_SUCCESS ? apply(call, request, work) : status;

@@ -173,6 +173,24 @@ DWORD sswseReadNamedKeyDacl(const sswseCall& call, const wchar_t* path, sswseExi
     return listDacl(call, dacl, dacl, dacl ? dacl->AclSize : 0, existing);
 }
 
+DWORD sswseReadOpenKeyDacl(const sswseCall& call, HKEY key, sswseExistingDacl& existing)
+{
+    DWORD needed = 0;
+    size_t size = 0;
+    LSTATUS result = RegGetKeySecurity(key, DACL_SECURITY_INFORMATION, nullptr, &needed);
+    if (result == ERROR_INSUFFICIENT_BUFFER || result == ERROR_SUCCESS) {
+        existing.descriptor = sswseAllocateDescriptor(needed, &size);
+        if (!existing.descriptor)
+            return sswseOutOfMemory(call);
+        result = RegGetKeySecurity(key, DACL_SECURITY_INFORMATION, existing.descriptor.get(), &needed);
+    }
+    if (result != ERROR_SUCCESS) {
+        existing.osError = static_cast<DWORD>(result);
+        return sswseFail(call, WSE_GET_SECURITY, existing.osError, "RegGetKeySecurity");
+    }
+    return listDaclOf(call, size, "GetSecurityDescriptorDacl", existing);
+}
+
 DWORD sswseSetFileSecurity(sswseErrRec* err, const sswseAce* const* finalAces, DWORD finalCount, const wchar_t* path,
                            bool useNamedInfo, bool inheritFromParent, bool failOnAccessDenied)
 {

@@ -30,8 +30,9 @@ struct sswseExistingDacl
 DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* pathText, bool failOnAccessDenied,
                     sswseExistingDacl& existing);
 
-// The same for a registry key, by its name: 2; 3 with WSE-000066, WSE-00002, WSE-000053.
+// The same for a registry key, by its name or as it is open: 2; 3 with WSE-000066, WSE-00002, WSE-000053.
 DWORD sswseReadNamedKeyDacl(const sswseCall& call, const wchar_t* path, sswseExistingDacl& existing);
+DWORD sswseReadOpenKeyDacl(const sswseCall& call, HKEY key, sswseExistingDacl& existing);
 
 // Writes exactly `finalAces` as the DACL of the object; none give an empty DACL. With `useNamedInfo` the object is a
 // registry key named the way the security functions name it, and its DACL is protected unless `inheritFromParent`,

@@ -3,11 +3,13 @@
 
 #include <windows.h>
 
+#include <authz.h>
 #include <lm.h>
 #include <ntsecapi.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -35,8 +37,10 @@ struct RegistryKeyCloser
 {
     void operator()(HKEY key) const
     {
-        if (key != HKEY_LOCAL_MACHINE)
-            RegCloseKey(key);
+        for (HKEY const predefined : {HKEY_LOCAL_MACHINE, HKEY_USERS, HKEY_CLASSES_ROOT, HKEY_CURRENT_USER})
+            if (key == predefined)
+                return;
+        RegCloseKey(key);
     }
 };
 
@@ -66,6 +70,8 @@ using ServiceHandle = std::unique_ptr<SC_HANDLE__, Releaser<&CloseServiceHandle>
 using Module = std::unique_ptr<HINSTANCE__, Releaser<&FreeLibrary>>;
 using Handle = std::unique_ptr<void, HandleCloser>; // files, tokens
 using PolicyHandle = std::unique_ptr<void, PolicyCloser>;
+using AuthzManager = std::unique_ptr<AUTHZ_RESOURCE_MANAGER_HANDLE__, Releaser<&AuthzFreeResourceManager>>;
+using AuthzContext = std::unique_ptr<AUTHZ_CLIENT_CONTEXT_HANDLE__, Releaser<&AuthzFreeContext>>;
 using FindHandle = std::unique_ptr<void, FindCloser>;
 
 // A handle whose "none" is INVALID_HANDLE_VALUE, normalised to NULL so that an owner can test it.

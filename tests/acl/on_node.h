@@ -27,6 +27,7 @@ protected:
     // SDDL as this platform writes it. Accounts stand in it by short names: svc, mesh, clx, vlm, dbs, and those of DB2
     // with a 2 behind.
     std::wstring sddl(std::wstring text) const;
+    void name(const std::wstring& shortName, const std::wstring& sid) { sids_[shortName] = sid; }
 
     // Makes a file, or a directory where the name ends in a backslash, below C:; answers its path. Any length will do.
     std::wstring make(const std::wstring& name);

@@ -27,6 +27,7 @@ const std::vector<Exception>& exceptions()
 {
     using E = Exception;
     static constexpr char rewriting[] = "sswseRevokeACLOnObjectForUser, sswseCopyPermissionsFromParentToChildren";
+    static constexpr char checking[] = "sswseCheckACLOnObjectForUser, sswseCheckACLsOnReg, sswseCheckACLsOnObject";
     constexpr DWORD same = E::asWhenNothingFails;
     static const std::vector<Exception> table = {
         // accounts
@@ -140,6 +141,24 @@ const std::vector<Exception>& exceptions()
          "some"},
         {E::goesOn, rewriting, nullptr, any, "The first failure is told; the other children are done all the same.",
          same, "some"},
+        {E::noFailure, "sswseCheckACLOnObjectForUser, sswseCheckACLsOnReg", "IsValidSid", any,
+         "An entry whose SID is not valid is nobody's.", SSWSE_NO, "", E::own},
+        {E::noFailure, "sswseCheckACLOnObjectForUser, sswseCheckACLsOnObject", "GetFileAttributesW", any,
+         "What may be a directory is listed."},
+        {E::noFailure, checking,
+         "FindFirstFileW, FindNextFileW, GetFileSecurityW, GetNamedSecurityInfoW, RegOpenKeyExW, RegGetKeySecurity, "
+         "RegEnumKeyExW",
+         only(ERROR_FILE_NOT_FOUND, ERROR_NO_MORE_FILES, ERROR_KEY_DELETED),
+         "There is nothing more to list; what has gone is passed over.", same, "", E::own},
+        {E::noFailure, "sswseCheckACLsOnReg, sswseCheckACLsOnObject",
+         "FindFirstFileW, FindNextFileW, GetNamedSecurityInfoW, RegOpenKeyExW, RegGetKeySecurity, RegEnumKeyExW, "
+         "GetSecurityDescriptorDacl",
+         only(ERROR_ACCESS_DENIED, ERROR_INVALID_SECURITY_DESCR), "What cannot be read below is a finding.", SSWSE_NO,
+         "", E::own},
+        {E::noFailure, "sswseCheckACLsOnObject", "LookupAccountSidW", only(ERROR_NONE_MAPPED),
+         "Who is not known any more may have been a user."},
+        {E::noFailure, "sswseCheckACLsOnObject", "NetLocalGroupGetMembers", only(ERROR_NO_SUCH_ALIAS),
+         "A group that has gone lists nobody.", same, "", E::own},
         {E::saysNothing, "updateAclOnDirectory", "FindFirstFileW, FindNextFileW, GetFileAttributesW", any,
          "What cannot be listed is in the fail list, and not in the trace."},
         {E::noFailure, "updateAclOnDirectory", "FindFirstFileW, FindNextFileW",

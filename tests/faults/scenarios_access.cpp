@@ -10,6 +10,8 @@ namespace {
 
 char svc[] = "svc";
 char* users[] = {svc};
+char service[] = "NT SERVICE\\KesOld";
+char* accounts[] = {svc, service};
 
 char localSystem[] = "localsystem";
 char ownSvc[] = ".\\svc";
@@ -51,6 +53,25 @@ void makeGroup(Stage& s)
     support::Nodes::addGroup(s.remote(), L"KES_h1_SVCSIDS");
 }
 
+// All that a check can ask for, but something for the service.
+void give(Stage& s)
+{
+    s.secure(L"O:BAG:SYD:P(A;OICI;GA;;;BA)(A;OICI;GA;;;SY)(A;OICI;GA;;;S-1-5-21-1-2-3-2001)(A;OICI;0x20039;;;WD)");
+}
+
+void giveOnVlfs(Stage& s)
+{
+    give(s);
+    s.local().security[L"file C:\\"] = L"D:P(A;;GA;;;BA)(A;;GA;;;SY)(A;;GA;;;S-1-5-21-1-2-3-2001)"; // the volume
+    s.putOnVlfs();
+}
+
+// Less than that.
+void giveLittle(Stage& s)
+{
+    s.secure(L"O:BAG:SYD:P(A;OICI;GA;;;BA)(A;OICI;GR;;;WD)");
+}
+
 DWORD checkMask(Stage& s)
 {
     const PSID sid = s.sid(L"S-1-5-32-544");
@@ -84,6 +105,16 @@ std::vector<Scenario> accessScenarios()
         {CALL(sswseAddFullPermForSVCSIDSGroup, 1, s.file(), 1), "a tree", 2, makeGroup},
         {CALL(sswseAddFullPermForSVCSIDSGroup, 2, remoteHomeKey, 0), "a key of a node", 2, makeGroup},
         {CALL(sswseCopyPermissionsFromParentToChildren, s.file()), "a tree", 2, allowReaders},
+        {CALL(sswseCheckACLOnObjectForUser, 0, s.file("\\file"), users, 1, 10, 0), "a file", 0, &giveLittle},
+        {CALL(sswseCheckACLOnObjectForUser, 1, s.file(), users, 1, 1, 1), "a tree", 1, &give},
+        {CALL(sswseCheckACLOnObjectForUser, 1, s.file("\\sub"), users, 1, 6, 0), "a mount point", 1, &giveOnVlfs},
+        {CALL(sswseCheckACLOnObjectForUser, 2, homeKey, users, 1, 9, 0), "a key", 1, &give},
+        {CALL(sswseCheckACLsOnReg, homeKey, users, 1, 9, nullptr, nullptr), "keys", 1, &give},
+        {CALL(sswseCheckACLsOnReg, remoteHomeKey, users, 1, 9, s.strings(), s.count<int>()), "keys of a node", 0,
+         &giveLittle},
+        {CALL(sswseCheckACLsOnObject, 1, s.file(), accounts, 2, FILE_ALL_ACCESS, 1, s.strings(), s.count<int>()),
+         "a tree", 0, &give},
+        {CALL(sswseCheckACLsOnObject, 2, homeKey, users, 1, KEY_ALL_ACCESS, 1, nullptr, nullptr), "keys", 1, &give},
         {CALL(sswseAddAceToACL, s.sid(L"S-1-5-32-544"), TRUSTEE_IS_GROUP, FILE_ALL_ACCESS, GRANT_ACCESS, 0, s.acl()),
          "a second entry", 2},
         {CALL(sswseAddACEOnKernelObjectForUserOrGroup, s.object(L"event Ready"), ".\\svc", EVENT_MODIFY_STATE),

@@ -182,6 +182,15 @@ void Stage::putMessageModule()
                                std::filesystem::copy_options::overwrite_existing);
 }
 
+void Stage::secure(const wchar_t* sddl)
+{
+    local().security[L"file " + files_.path().wstring()] = remote().security[L"file E:"] = sddl;
+    for (whatif::Node* const node : {&local(), &remote()}) {
+        node->security[L"registry HKLM\\" + std::wstring(homeKey)] = sddl;
+        registry().createKey(*node, std::wstring(homeKey) + L"\\sub");
+    }
+}
+
 void Stage::putOnVlfs()
 {
     onVlfs = true;

@@ -48,7 +48,8 @@ public:
     void setEnvironment(const char* name, const char* value) { environment_.emplace_back(name, value); }
     void makeDomainController();
     void putMessageModule();
-    void putOnVlfs(); // every file becomes a mount point of the cluster file system
+    void secure(const wchar_t* sddl); // the tree and the key of the home, with one below
+    void putOnVlfs();                 // every file becomes a mount point of the cluster file system
 
     // The exported function with the stage's record.
     template <class... Parameters, class... Arguments>

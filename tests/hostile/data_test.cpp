@@ -18,7 +18,7 @@ constexpr size_t thousands = 2000;
 constexpr size_t sidOffset = offsetof(ACCESS_ALLOWED_ACE, SidStart);
 constexpr size_t mostEntries = (0xFFFF - sizeof(ACL)) / 20; // of the shortest SIDs in one list
 
-std::string heldDescriptor; // what every file and service has
+std::string heldDescriptor; // what every file, key and service has
 
 template <class Object>
 BOOL WINAPI handOut(Object, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, DWORD* needed)
@@ -26,6 +26,11 @@ BOOL WINAPI handOut(Object, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, D
     *needed = static_cast<DWORD>(heldDescriptor.size());
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return size >= *needed && memcpy(buffer, heldDescriptor.data(), *needed);
+}
+
+LSTATUS WINAPI handOutOfKey(HKEY key, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR buffer, DWORD* size)
+{
+    return handOut(key, parts, buffer, *size, size) ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER;
 }
 
 std::string descriptorOf(const std::wstring& sddl)
@@ -198,9 +203,11 @@ TEST_F(HostileData, GroupsAndRights)
 
 TEST_F(HostileData, AccessControlLists)
 {
-    const Functions readers = subject.readers({"GetFileSecurityW", "QueryServiceObjectSecurity"}, 5);
+    const Functions readers =
+        subject.readers({"GetFileSecurityW", "RegGetKeySecurity", "QueryServiceObjectSecurity"}, 5);
     whatif::Imports imports(subject.home.module());
     imports.redirect("GetFileSecurityW", reinterpret_cast<void*>(&handOut<LPCWSTR>));
+    imports.redirect("RegGetKeySecurity", reinterpret_cast<void*>(&handOutOfKey));
     imports.redirect("QueryServiceObjectSecurity", reinterpret_cast<void*>(&handOut<SC_HANDLE>));
     imports.redirect("IsValidSid", reinterpret_cast<void*>(&IsValidSid)); // millions of times
     for (const size_t count : {size_t{0}, size_t{1}, mostEntries}) {
@@ -212,7 +219,7 @@ TEST_F(HostileData, AccessControlLists)
     }
     const std::string small = descriptorOf(L"D:(A;;0x1;;;LS)(D;ID;FA;;;BA)");
     const Functions oneOfEachKind = {cli::findFunction("UpdateService"), cli::findFunction("AddACLOnObjectForUser"),
-                                     cli::findFunction("setPermissions")};
+                                     cli::findFunction("CheckACLsOnReg"), cli::findFunction("setPermissions")};
     withEachByteChanged(small, [&](const std::string& changed) {
         heldDescriptor = changed;
         subject.runAll(oneOfEachKind, "changed bytes of a descriptor");

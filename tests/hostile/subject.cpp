@@ -71,7 +71,9 @@ constexpr char ordinaryValues[] =
     R"( OSSid=S-1-5-19 pszTrustee=S-1-5-19 sid=S-1-5-19 dwAccessRights=1 mask=1)"
     R"( object="event Ready" token="process 17" accessmask=2)"
     R"( acl=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD) list=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD))"
-    R"( path=file sswseCopyPermissionsFromParentToChildren.path=. installuser=svc excludelist=none sswseGetPredefKey.path=MACHINE\Software wFilename=file wtype=0 ptype=6)";
+    R"( path=file sswseCopyPermissionsFromParentToChildren.path=. installuser=svc excludelist=none)"
+    R"( sswseGetPredefKey.path=MACHINE\Software wFilename=file wtype=0 ptype=6)"
+    R"( sswseCheckACLsOnReg.path=MACHINE\Software\Kestel sswseCheckACLsOnReg.ptype=9)";
 
 std::string ordinaryValue(const std::string& function, const std::string& parameter)
 {

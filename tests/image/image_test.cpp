@@ -58,7 +58,7 @@ TEST_F(Image, ImportsSystemLibrariesOnly)
             letter = static_cast<char>(tolower(letter));
     }
     EXPECT_THAT(names, Contains("kernel32.dll"));
-    EXPECT_THAT(names, IsSubsetOf({"kernel32.dll", "advapi32.dll", "netapi32.dll", "msvcrt.dll"}));
+    EXPECT_THAT(names, IsSubsetOf({"kernel32.dll", "advapi32.dll", "authz.dll", "netapi32.dll", "msvcrt.dll"}));
     EXPECT_EQ(directory(IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT), 0u);
 }
 

@@ -104,9 +104,9 @@ bool isSuccess(const Row& row, uintptr_t result)
 const char* nameOf(Kind kind)
 {
     constexpr const char* names[] = {
-        "none",       "heap block",     "LocalAlloc block", "registry key", "service handle", "LSA policy",
-        "LSA buffer", "network buffer", "password output",  "search",       "handle",         "SID",
-        "module"};
+        "none",       "heap block", "LocalAlloc block", "registry key",    "service handle",
+        "LSA policy", "LSA buffer", "network buffer",   "password output", "search",
+        "handle",     "SID",        "module",           "authorization",   "authorization context"};
     return names[static_cast<size_t>(kind)];
 }
 

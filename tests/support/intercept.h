@@ -40,7 +40,9 @@ enum class Kind
     search,
     handle, // files and tokens
     sid,
-    module
+    module,
+    authzManager,
+    authzContext
 };
 const char* nameOf(Kind kind);
 

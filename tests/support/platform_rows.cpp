@@ -3,6 +3,7 @@
 #include "tests/support/wrapper.h"
 
 #include <aclapi.h>
+#include <authz.h>
 #include <lm.h>
 #include <ntsecapi.h>
 #include <ntstatus.h>
@@ -141,6 +142,7 @@ const std::vector<Row>& rows()
         releases(FUNCTION(LsaFreeMemory), Kind::lsaBuffer),
         // groups and users
         calls(FUNCTION(NetLocalGroupAdd), Says::result, {RPC_S_SERVER_UNAVAILABLE, ERROR_ALIAS_EXISTS}),
+        calls(FUNCTION(NetLocalGroupEnum), Says::result, denied, Kind::netBuffer, 2),
         calls(FUNCTION(NetLocalGroupGetInfo), Says::result, noGroup, Kind::netBuffer, 3),
         calls(FUNCTION(NetLocalGroupDel), Says::result, noGroup),
         calls(FUNCTION(NetLocalGroupAddMembers), Says::result, {ERROR_NO_SUCH_MEMBER, ERROR_MEMBER_IN_ALIAS}),
@@ -168,6 +170,8 @@ const std::vector<Row>& rows()
         calls(FUNCTION(RegQueryValueExW), Says::result, {ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA}),
         calls(FUNCTION(RegSetValueExA), Says::result, denied),
         calls(FUNCTION(RegSetValueExW), Says::result, denied),
+        calls(FUNCTION(RegEnumKeyExW), Says::result, {ERROR_ACCESS_DENIED, ERROR_KEY_DELETED}),
+        calls(FUNCTION(RegGetKeySecurity), Says::result, {ERROR_ACCESS_DENIED, ERROR_KEY_DELETED}),
         calls(FUNCTION(RegFlushKey)),
         releases(FUNCTION(RegCloseKey), Kind::registryKey),
         // services
@@ -215,6 +219,13 @@ const std::vector<Row>& rows()
         calls(FUNCTION(SetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
         calls(FUNCTION(SetSecurityDescriptorControl), Says::zero, {ERROR_INVALID_PARAMETER}),
         calls(FUNCTION(InitializeSecurityDescriptor), Says::zero, {ERROR_UNKNOWN_REVISION}),
+        // what others may do
+        calls(FUNCTION(AuthzInitializeResourceManager), Says::zero, {ERROR_PRIVILEGE_NOT_HELD}, Kind::authzManager, 5),
+        releases(FUNCTION(AuthzFreeResourceManager), Kind::authzManager),
+        calls(FUNCTION(AuthzInitializeContextFromSid), Says::zero, denied, Kind::authzContext, 6),
+        calls(FUNCTION(AuthzAddSidsToContext), Says::zero, memory, Kind::authzContext, 5),
+        releases(FUNCTION(AuthzFreeContext), Kind::authzContext),
+        calls(FUNCTION(AuthzAccessCheck), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
     };
     return table;
 }

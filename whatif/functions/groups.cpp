@@ -76,6 +76,30 @@ NET_API_STATUS WINAPI localGroupGetInfo(LPCWSTR server, LPCWSTR name, DWORD leve
     return handOut(block, buffer);
 }
 
+NET_API_STATUS WINAPI localGroupEnum(LPCWSTR server, DWORD level, LPBYTE* buffer, DWORD, LPDWORD read, LPDWORD total,
+                                     PDWORD_PTR)
+{
+    Locked world;
+    Node* const node = world->find(server);
+    if (!node)
+        return ERROR_BAD_NETPATH;
+    if (level > 1)
+        return ERROR_INVALID_LEVEL;
+    if (!buffer || !read || !total)
+        return ERROR_INVALID_PARAMETER;
+    const std::vector<Group>& groups = allGroups(*node);
+    const size_t size = level == 0 ? sizeof(LOCALGROUP_INFO_0) : sizeof(LOCALGROUP_INFO_1);
+    Packed block(groups.size() * size);
+    for (size_t i = 0; i < groups.size(); ++i) {
+        block.text(i * size + offsetof(LOCALGROUP_INFO_1, lgrpi1_name), groups[i].name);
+        if (level == 1)
+            block.text(i * size + offsetof(LOCALGROUP_INFO_1, lgrpi1_comment), groups[i].comment);
+    }
+    const NET_API_STATUS status = handOut(block, buffer);
+    *read = *total = status == NERR_Success ? static_cast<DWORD>(groups.size()) : 0;
+    return status;
+}
+
 // Rights that were given to the group stay with its SID, as they do on Windows.
 NET_API_STATUS WINAPI localGroupDel(LPCWSTR server, LPCWSTR name)
 {
@@ -105,6 +129,7 @@ std::vector<Replacement> groupReplacements()
     return {
         returningError<&localGroupAdd>("NetLocalGroupAdd"),
         returningError<&localGroupGetInfo>("NetLocalGroupGetInfo"),
+        returningError<&localGroupEnum>("NetLocalGroupEnum"),
         returningError<&localGroupDel>("NetLocalGroupDel"),
     };
 }

@@ -70,6 +70,13 @@ NET_API_STATUS openGroup(World& world, LPCWSTR server, LPCWSTR name, Node*& node
     return group ? NERR_Success : ERROR_NO_SUCH_ALIAS;
 }
 
+const std::vector<Group>& allGroups(Node& node)
+{
+    if (node.readsMachine)
+        readAllMachineGroups(node);
+    return node.groups;
+}
+
 std::vector<std::wstring> groupsOf(Node& node, const std::wstring& sid, bool indirect)
 {
     std::set<std::wstring> holders = {sid};

@@ -18,6 +18,9 @@ Group* findGroup(Node& node, const std::wstring& name);
 // What every function on an existing group begins with: 0, or the error that it answers.
 NET_API_STATUS openGroup(World& world, LPCWSTR server, LPCWSTR name, Node*& node, Group*& group);
 
+// Every group that the node has.
+const std::vector<Group>& allGroups(Node& node);
+
 // The node's groups that have the account as a member; with `indirect` also through the groups of its domain.
 std::vector<std::wstring> groupsOf(Node& node, const std::wstring& sid, bool indirect);
 
