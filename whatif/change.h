@@ -30,13 +30,14 @@ struct State
 
     State() = default; // nothing is there
     State(std::wstring whole) : there(true), text(std::move(whole)) {}
-    State(Parts all) : there(true), parts(std::move(all)) {}
+    State(Parts all) : there(true), hasParts(true), parts(std::move(all)) {}
 
     const std::wstring* part(const std::wstring& name) const; // NULL when there is none
     bool operator==(const State& other) const;
     bool operator!=(const State& other) const { return !(*this == other); }
 
     bool there = false;
+    bool hasParts = false; // also when there are none of them
     std::wstring text;
     Parts parts;
 };

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "whatif/change.h"
+#include "whatif/texts.h"
 
 #include <windows.h>
 
@@ -12,11 +13,6 @@
 #include <vector>
 
 namespace whatif {
-
-struct NoCase
-{
-    bool operator()(const std::wstring& a, const std::wstring& b) const;
-};
 
 // A local user (no domain), or a domain account that the node can resolve.
 struct Account
@@ -67,8 +63,8 @@ struct DirectoryNames
         std::wstring real; // where it lies
         std::wstring path; // on the node
     };
-    std::map<std::pair<DWORD, ULONGLONG>, Name> known; // by volume and file index
-    Name last;                                         // asked for, and its answer
+    Texts known; // both, with a "|" between them, by volume and file index
+    Name last;   // asked for, and its answer
 };
 
 struct Node
@@ -89,9 +85,8 @@ struct Node
     std::vector<Group> groups;
     std::map<std::wstring, std::vector<std::wstring>, NoCase> rights; // right -> SIDs that hold it
     std::vector<Service> services;
-    std::map<std::wstring, std::wstring, NoCase>
-        security; // object name -> SDDL of its DACL ("file C:\\x", "registry ...")
-    std::map<std::wstring, std::wstring, NoCase> securityBefore; // of changed directories: what they had passed on
+    Texts security;       // object name -> SDDL of its DACL ("file C:\\x", "registry ...")
+    Texts securityBefore; // of changed directories: what they had passed on
     DirectoryNames directories;
     std::map<std::wstring, std::wstring, NoCase> drives; // "C" -> directory that \\name\C$ stands for
     std::set<std::wstring, NoCase> gone; // objects of the real machine that were deleted here: "group X", "service Y"

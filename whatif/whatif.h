@@ -10,6 +10,7 @@
 #include "whatif/node.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <typeindex>
@@ -46,6 +47,7 @@ public:
     Node& add(const std::wstring& name); // a further node, as a fresh machine is; or the existing one of that name
     // NULL or "" is the local one; leading backslashes are ignored, and so is a DNS domain: "db2.example.com" is DB2.
     Node* find(const wchar_t* name);
+    const std::wstring& unreached() const; // the last one that was asked for and is not there; empty for none
     Registry& registry() const;
 
     // What an area of functions keeps for this world, its open handles above all; made on first use.
@@ -61,6 +63,11 @@ public:
     const std::vector<Change>& plan() const;
     void record(Change change);
     void clearPlan();
+    // Gets each change from then on, which is no longer kept in the plan.
+    void watch(std::function<void(const Change&)> watcher);
+
+    // The nodes and their registries as they are now, without the plan.
+    std::unique_ptr<World> copy() const;
 
     std::recursive_mutex mutex;
 

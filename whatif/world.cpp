@@ -40,20 +40,16 @@ Node thisMachine()
 
 } // namespace
 
-bool NoCase::operator()(const std::wstring& a, const std::wstring& b) const
-{
-    return CompareStringOrdinal(a.c_str(), static_cast<int>(a.size()), b.c_str(), static_cast<int>(b.size()), TRUE) ==
-           CSTR_LESS_THAN;
-}
-
 struct World::State
 {
     Base base = Base::described;
     std::vector<std::unique_ptr<Node>> nodes; // the first is the local one
     bool localDescribed = false;              // by a description, not by the caller
     Registry registry;
+    std::wstring unreached;
     std::vector<Change> plan;
     std::map<std::type_index, std::shared_ptr<void>> tables;
+    std::function<void(const Change&)> watcher;
 };
 
 World::World(Base base) : state_(std::make_unique<State>())
@@ -106,7 +102,13 @@ Node* World::find(const wchar_t* name)
     for (const auto& node : state_->nodes)
         if (sameName(node->name, given) || sameName(node->name, computer))
             return node.get();
+    state_->unreached = given;
     return nullptr;
+}
+
+const std::wstring& World::unreached() const
+{
+    return state_->unreached;
 }
 
 Registry& World::registry() const
@@ -126,7 +128,28 @@ const std::vector<Change>& World::plan() const
 
 void World::record(Change change)
 {
-    state_->plan.push_back(std::move(change));
+    if (state_->watcher)
+        state_->watcher(change);
+    else
+        state_->plan.push_back(std::move(change));
+}
+
+void World::watch(std::function<void(const Change&)> watcher)
+{
+    state_->watcher = std::move(watcher);
+}
+
+std::unique_ptr<World> World::copy() const
+{
+    auto world = std::make_unique<World>(Base::described);
+    world->state_->base = state_->base;
+    world->state_->localDescribed = state_->localDescribed;
+    world->state_->nodes.clear();
+    for (const auto& node : state_->nodes) {
+        world->state_->nodes.push_back(std::make_unique<Node>(*node));
+        world->state_->registry.take(*node, state_->registry);
+    }
+    return world;
 }
 
 void World::clearPlan()

@@ -82,9 +82,10 @@ void OnNode::make(std::initializer_list<std::wstring> names)
 
 void OnNode::describe(const Objects& security)
 {
-    local.securityBefore.clear();
+    local.securityBefore = {};
     for (whatif::Node* const node : {&local, &remote}) {
-        node->security = {{L"registry HKLM\\SOFTWARE", L"D:P(A;;KA;;;SY)"}}; // passes nothing on
+        node->security = {};
+        node->security[L"registry HKLM\\SOFTWARE"] = L"D:P(A;;KA;;;SY)"; // passes nothing on
         for (const auto& [name, text] : security)
             node->security[L"file " + (node == &local ? root : L"C:") + (name.empty() ? L"" : L'\\' + name)] =
                 sddl(text);

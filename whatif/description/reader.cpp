@@ -222,7 +222,7 @@ private:
     {
         for (const std::wstring& name : named(L"service ")) {
             Service service;
-            service.name = name;
+            service.name = service.displayName = name;
             each(L"service " + name, [&](const IniLine& line) {
                 if (sameName(line.key, L"dependencies"))
                     service.dependencies = listOf(line.value);

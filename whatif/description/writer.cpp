@@ -94,6 +94,7 @@ void writeServices(IniWriter& writer, const Node& node)
             continue;
         writer.section(L"service " + service.name, true);
         usual.account = defaultAccount(service.type);
+        usual.displayName = service.name;
         writeFields(writer, service, usual, serviceFields);
         if (!service.dependencies.empty())
             writer.list(L"dependencies", service.dependencies);
@@ -123,7 +124,7 @@ void writeDescription(const std::filesystem::path& file, const Node& node, const
     writeMembership(writer, node);
     writeServices(writer, node);
     writer.section(L"security");
-    for (const auto& [object, sddl] : node.security)
+    for (const auto& [object, sddl] : node.security.all())
         writer.line(object, sddl);
     writer.section(L"drives");
     for (const auto& [drive, directory] : node.drives)

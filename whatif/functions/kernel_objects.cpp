@@ -19,7 +19,8 @@ DWORD errorOfAbsent(const Node& node, const KernelName& name)
 {
     if (name.kind == KernelKind::process || name.kind == KernelKind::token)
         return ERROR_INVALID_PARAMETER;
-    const bool isTaken = std::any_of(node.security.begin(), node.security.end(), [&](const auto& held) {
+    const auto all = node.security.all();
+    const bool isTaken = std::any_of(all.begin(), all.end(), [&](const auto& held) {
         const std::optional<KernelName> other = kernelNameOf(held.first);
         return other && other->kind < KernelKind::process && other->name == name.name;
     });
@@ -36,8 +37,8 @@ HANDLE placeholder(KernelKind kind)
 // Names of kernel objects depend on case, the node's objects do not: it must be the name in both.
 bool isDescribed(const Node& node, const std::wstring& object)
 {
-    const auto held = node.security.find(object);
-    return held != node.security.end() && held->first == object;
+    const std::wstring* const described = node.security.spelled(object);
+    return described && *described == object;
 }
 
 HANDLE open(World& world, const KernelName& name, DWORD access)
@@ -50,9 +51,9 @@ HANDLE open(World& world, const KernelName& name, DWORD access)
     if (!real)
         return nullptr;
     openHandle(real, world, node, name.kind, object, access);
-    const auto held = node.security.find(object);
-    if (name.kind == KernelKind::token || held == node.security.end() ||
-        allows(securityOf(held->second), access, *kernelHandleOf(world, real)->object.rights))
+    const std::wstring* const held = node.security.find(object);
+    if (name.kind == KernelKind::token || !held ||
+        allows(securityOf(*held), access, *kernelHandleOf(world, real)->object.rights))
         return real;
     closeObject(real);
     return failWith<HANDLE>(ERROR_ACCESS_DENIED);

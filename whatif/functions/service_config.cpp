@@ -154,6 +154,24 @@ BOOL WINAPI changeConfig2(SC_HANDLE handle, DWORD level, LPVOID info)
     return TRUE;
 }
 
+BOOL WINAPI queryConfig2(SC_HANDLE handle, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed)
+{
+    Locked world;
+    Node* node = nullptr;
+    const Service* const service = serviceOf(handle, SERVICE_QUERY_CONFIG, node);
+    if (!service)
+        return FALSE;
+    if (level != SERVICE_CONFIG_SERVICE_SID_INFO || node->major < 6)
+        return failWith(ERROR_INVALID_LEVEL);
+    if (!needed)
+        return failWith(ERROR_INVALID_ADDRESS);
+    *needed = sizeof(SERVICE_SID_INFO);
+    if (!buffer || size < sizeof(SERVICE_SID_INFO))
+        return failWith(ERROR_INSUFFICIENT_BUFFER);
+    reinterpret_cast<SERVICE_SID_INFO*>(buffer)->dwServiceSidType = service->sidType;
+    return TRUE;
+}
+
 } // namespace
 
 std::vector<Replacement> serviceConfigReplacements()
@@ -161,6 +179,7 @@ std::vector<Replacement> serviceConfigReplacements()
     return {
         settingLastError<&queryConfig>("QueryServiceConfigW"),
         settingLastError<&changeConfig>("ChangeServiceConfigW"),
+        settingLastError<&queryConfig2>("QueryServiceConfig2W"),
         settingLastError<&changeConfig2>("ChangeServiceConfig2W"),
     };
 }

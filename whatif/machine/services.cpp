@@ -1,5 +1,6 @@
 // Services of the real machine, as a node that reads it takes them over.
 #include "whatif/model/service_handles.h"
+#include "whatif/model/service_settings.h"
 #include "whatif/redirect/active.h"
 #include "whatif/security/descriptors.h"
 
@@ -28,19 +29,6 @@ std::vector<BYTE> queried(Query query)
     if (!query(buffer.data(), needed, &needed))
         buffer.clear();
     return buffer;
-}
-
-void readConfiguration(const QUERY_SERVICE_CONFIGW& configuration, Service& service)
-{
-    service.displayName = textOrEmpty(configuration.lpDisplayName);
-    service.binaryPath = textOrEmpty(configuration.lpBinaryPathName);
-    service.account = textOrEmpty(configuration.lpServiceStartName);
-    service.loadOrderGroup = textOrEmpty(configuration.lpLoadOrderGroup);
-    service.dependencies = listOf(configuration.lpDependencies);
-    service.type = configuration.dwServiceType;
-    service.start = configuration.dwStartType;
-    service.errorControl = configuration.dwErrorControl;
-    service.tag = configuration.dwTagId;
 }
 
 void readSidType(SC_HANDLE handle, Service& service)

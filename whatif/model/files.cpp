@@ -9,6 +9,7 @@ namespace whatif {
 
 namespace {
 
+constexpr wchar_t separates = L'|'; // which no path has in it
 constexpr wchar_t longName[] = L"\\\\?\\";
 
 bool startsWith(const std::wstring& text, const wchar_t* prefix)
@@ -80,10 +81,10 @@ bool identify(const std::wstring& real, BY_HANDLE_FILE_INFORMATION& information)
     return directory && GetFileInformationByHandle(directory.get(), &information);
 }
 
-std::pair<DWORD, ULONGLONG> keyOf(const BY_HANDLE_FILE_INFORMATION& information)
+std::wstring keyOf(const BY_HANDLE_FILE_INFORMATION& information)
 {
-    return {information.dwVolumeSerialNumber,
-            static_cast<ULONGLONG>(information.nFileIndexHigh) << 32 | information.nFileIndexLow};
+    return std::to_wstring(information.dwVolumeSerialNumber) + L' ' + std::to_wstring(information.nFileIndexHigh) +
+           L' ' + std::to_wstring(information.nFileIndexLow);
 }
 
 // An index is used again after its directory is gone, and not every volume has a serial number.
@@ -120,10 +121,12 @@ std::wstring firstNameOf(Node& node, const DirectoryNames::Name& directory)
     BY_HANDLE_FILE_INFORMATION information = {};
     if (!identify(directory.real, information))
         return directory.path;
-    const auto [entry, isNew] = names.known.emplace(keyOf(information), directory);
-    if (!isNew && entry->second.real != directory.real && !isStill(entry->second.real, information))
-        entry->second = directory;
-    names.last = {directory.real, entry->second.path};
+    std::wstring& known = names.known[keyOf(information)];
+    const size_t separator = known.find(separates);
+    const std::wstring real = known.substr(0, separator);
+    if (known.empty() || (real != directory.real && !isStill(real, information)))
+        known = directory.real + separates + directory.path;
+    names.last = {directory.real, known.substr(known.find(separates) + 1)};
     return names.last.path;
 }
 

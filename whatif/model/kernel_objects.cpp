@@ -131,12 +131,12 @@ void forgetHandle(World& world, HANDLE handle)
 DWORD readSecurity(HANDLE handle, const KernelHandle& opened, Security& security)
 {
     const Node& node = *opened.object.node;
-    const auto held = node.security.find(opened.object.name);
-    if (held == node.security.end() && node.readsMachine)
+    const std::wstring* const held = node.security.find(opened.object.name);
+    if (!held && node.readsMachine)
         return opened.kind == KernelKind::token ? readMachineToken(handle, security)
                                                 : readMachineObject(handle, security);
     // Else the token of this process, whose user is an administrator.
-    const std::wstring text = held == node.security.end() ? L"D:(A;;GA;;;BA)(A;;GA;;;SY)" : held->second;
+    const std::wstring text = held ? *held : L"D:(A;;GA;;;BA)(A;;GA;;;SY)";
     security = securityOf(text);
     if (opened.kind != KernelKind::token)
         mapGenericRights(security, *opened.object.rights);

@@ -268,6 +268,24 @@ void Registry::setValue(const Node& node, const std::wstring& path, const std::w
     require(writeValue(key.get(), name, value));
 }
 
+void Registry::take(const Node& node, const Registry& other)
+{
+    if (other.state_->begun.count(node.name) && state_->begun.insert(node.name).second)
+        for (const wchar_t* const top : {L"", users})
+            if (!other.subkeys(node, top).empty())
+                takeBelow(node, top, other);
+}
+
+void Registry::takeBelow(const Node& node, const std::wstring& path, const Registry& other)
+{
+    Key key;
+    require(makeKey(state_->root.get(), state_->under(node, path), nullptr, key));
+    for (const auto& [name, value] : other.values(node, path))
+        require(writeValue(key.get(), name, value));
+    for (const std::wstring& name : other.subkeys(node, path))
+        takeBelow(node, path.empty() ? name : path + L'\\' + name, other);
+}
+
 bool Registry::hasKey(const Node& node, const std::wstring& path)
 {
     Key key;

@@ -41,6 +41,9 @@ public:
     bool hasKey(const Node& node, const std::wstring& path);
     std::optional<RegistryValue> value(const Node& node, const std::wstring& path, const std::wstring& name);
 
+    // The node's keys of another registry, which become its own here.
+    void take(const Node& node, const Registry& other);
+
     // What the node itself holds, in the order of the registry; nothing is read from this machine.
     std::vector<std::wstring> subkeys(const Node& node, const std::wstring& path) const;
     std::map<std::wstring, RegistryValue, NoCase> values(const Node& node, const std::wstring& path) const;
@@ -58,6 +61,7 @@ public:
     LSTATUS remove(const Place& place);
 
 private:
+    void takeBelow(const Node& node, const std::wstring& path, const Registry& other);
     LSTATUS touch(const Node& node, const std::wstring& path);
 
     struct State;

@@ -28,7 +28,10 @@ std::optional<std::wstring> properText(const RegistryValue& value)
     if (text.find(L'\0') != count - 1)
         return std::nullopt;
     text.pop_back();
-    return text;
+    const int length = static_cast<int>(text.size());
+    const bool isUnicode = text.empty() || WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text.c_str(), length,
+                                                               nullptr, 0, nullptr, nullptr);
+    return isUnicode ? std::optional(text) : std::nullopt;
 }
 
 std::wstring hexText(const RegistryValue& value)

@@ -1,5 +1,10 @@
 #include "whatif/model/service_settings.h"
 
+#include "whatif/model/service_handles.h"
+#include "whatif/redirect/active.h"
+
+#include <algorithm>
+
 namespace whatif {
 
 namespace {
@@ -7,9 +12,19 @@ namespace {
 constexpr const wchar_t* starts[] = {L"boot", L"system", L"automatic", L"manual", L"disabled"};
 constexpr const wchar_t* sidTypes[] = {L"NONE", L"UNRESTRICTED", L"2", L"RESTRICTED"};
 
-std::wstring startText(DWORD start)
+template <size_t count>
+std::wstring wordOf(const wchar_t* const (&words)[count], DWORD number)
 {
-    return start <= SERVICE_DISABLED ? starts[start] : std::to_wstring(start);
+    return number < count ? words[number] : std::to_wstring(number);
+}
+
+template <size_t count>
+DWORD numberOf(const wchar_t* const (&words)[count], const std::wstring& text)
+{
+    for (DWORD number = 0; number < count; ++number)
+        if (text == words[number])
+            return number;
+    return std::stoul(text);
 }
 
 // Neither services nor load-ordering groups have a slash in their names.
@@ -21,27 +36,72 @@ std::wstring joined(const std::vector<std::wstring>& names)
     return text;
 }
 
+std::vector<std::wstring> parted(const std::wstring& text)
+{
+    std::vector<std::wstring> names;
+    for (size_t begin = 0; begin < text.size();) {
+        const size_t end = std::min(text.find(L'/', begin), text.size());
+        names.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return names;
+}
+
+template <DWORD Service::*number>
+ServiceSetting numberSetting(const wchar_t* name)
+{
+    return {name, [](const Service& service) { return std::to_wstring(service.*number); },
+            [](Service& service, const std::wstring& text) { service.*number = std::stoul(text); }};
+}
+
+template <std::wstring Service::*member>
+ServiceSetting textSetting(const wchar_t* name)
+{
+    return {name, [](const Service& service) { return service.*member; },
+            [](Service& service, const std::wstring& text) { service.*member = text; }};
+}
+
 } // namespace
 
 const std::vector<ServiceSetting>& serviceSettings()
 {
     static const std::vector<ServiceSetting> settings = {
-        {L"type", [](const Service& service) { return std::to_wstring(service.type); }},
-        {L"start", [](const Service& service) { return startText(service.start); }},
-        {L"error control", [](const Service& service) { return std::to_wstring(service.errorControl); }},
-        {L"binary path", [](const Service& service) { return service.binaryPath; }},
-        {L"load order group", [](const Service& service) { return service.loadOrderGroup; }},
-        {L"tag", [](const Service& service) { return std::to_wstring(service.tag); }},
-        {L"dependencies", [](const Service& service) { return joined(service.dependencies); }},
-        {L"account", [](const Service& service) { return service.account; }},
-        {L"display name", [](const Service& service) { return service.displayName; }},
+        numberSetting<&Service::type>(L"type"),
+        {L"start", [](const Service& service) { return wordOf(starts, service.start); },
+         [](Service& service, const std::wstring& text) { service.start = numberOf(starts, text); }},
+        numberSetting<&Service::errorControl>(L"error control"),
+        textSetting<&Service::binaryPath>(L"binary path"),
+        textSetting<&Service::loadOrderGroup>(L"load order group"),
+        numberSetting<&Service::tag>(L"tag"),
+        {L"dependencies", [](const Service& service) { return joined(service.dependencies); },
+         [](Service& service, const std::wstring& text) { service.dependencies = parted(text); }},
+        textSetting<&Service::account>(L"account"),
+        textSetting<&Service::displayName>(L"display name"),
     };
     return settings;
 }
 
 std::wstring sidTypeText(DWORD sidType)
 {
-    return sidType <= SERVICE_SID_TYPE_RESTRICTED ? sidTypes[sidType] : std::to_wstring(sidType);
+    return wordOf(sidTypes, sidType);
+}
+
+DWORD sidTypeOf(const std::wstring& text)
+{
+    return numberOf(sidTypes, text);
+}
+
+void readConfiguration(const QUERY_SERVICE_CONFIGW& configuration, Service& service)
+{
+    service.displayName = textOrEmpty(configuration.lpDisplayName);
+    service.binaryPath = textOrEmpty(configuration.lpBinaryPathName);
+    service.account = textOrEmpty(configuration.lpServiceStartName);
+    service.loadOrderGroup = textOrEmpty(configuration.lpLoadOrderGroup);
+    service.dependencies = listOf(configuration.lpDependencies);
+    service.type = configuration.dwServiceType;
+    service.start = configuration.dwStartType;
+    service.errorControl = configuration.dwErrorControl;
+    service.tag = configuration.dwTagId;
 }
 
 State createdState(const Service& service)

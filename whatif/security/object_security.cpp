@@ -34,9 +34,8 @@ constexpr struct
 Security originalSecurity(const Object& object)
 {
     for (const auto* held : {&object.node->securityBefore, &object.node->security}) {
-        const auto found = held->find(object.name);
-        if (found != held->end())
-            return securityOf(found->second);
+        if (const std::wstring* const found = held->find(object.name))
+            return securityOf(*found);
     }
     for (const auto& row : keySecurity)
         if (!isFile(object) && sameName(object.name, row.name))
@@ -112,9 +111,8 @@ bool machineDecides(const Object& object)
 
 DWORD readSecurity(const Object& object, Security& security)
 {
-    const auto held = object.node->security.find(object.name);
-    if (held != object.node->security.end()) {
-        security = securityOf(held->second);
+    if (const std::wstring* const held = object.node->security.find(object.name)) {
+        security = securityOf(*held);
         mapGenericRights(security, *object.rights);
         return ERROR_SUCCESS;
     }
@@ -169,8 +167,9 @@ void writeSecurity(World& world, const Object& object, const Security& before, c
     const std::wstring textAfter = textOf(after);
     if (textBefore == textAfter)
         return;
-    if (object.container && isFile(object))
-        object.node->securityBefore.emplace(object.name, textBefore);
+    Texts& passedOn = object.node->securityBefore;
+    if (object.container && isFile(object) && !passedOn.count(object.name))
+        passedOn[object.name] = textBefore;
     object.node->security[object.name] = textAfter;
     world.record({ChangeKind::security, object.node->name, object.name, L"", textBefore, textAfter});
 }
