@@ -1,6 +1,7 @@
 #include "bench/made_up_tree.h"
 
-#include "whatif/security/descriptors.h"
+#include "whatif/security/access.h"
+#include "whatif/security/entries.h"
 
 #include <cstring>
 #include <utility>
@@ -11,6 +12,8 @@ namespace {
 
 size_t directoriesOfRoot;
 size_t writes;
+std::vector<bool> written;         // by number
+std::vector<BYTE> writtenSecurity; // the last one
 
 struct Listing
 {
@@ -38,6 +41,17 @@ bool isDirectory(const wchar_t* path)
 {
     const wchar_t* const name = wcsrchr(path, L'\\') + 1;
     return *name == L'd' || wcscmp(path, treeRoot) == 0;
+}
+
+// Of an object below the root, by the digits of its name and its directory's; the root is 0.
+size_t numberOf(const wchar_t* path)
+{
+    if (wcscmp(path, treeRoot) == 0)
+        return 0;
+    const wchar_t* const directory = path + wcslen(treeRoot) + 2;
+    const wchar_t* const file = wcschr(directory, L'\\');
+    const size_t first = 1 + (wcstoul(directory, nullptr, 10) - 2) * (filesPerDirectory + 1);
+    return file ? first + wcstoul(file + 2, nullptr, 10) - 1 : first;
 }
 
 DWORD WINAPI getFileAttributes(LPCWSTR path)
@@ -76,19 +90,27 @@ BOOL WINAPI findClose(HANDLE)
     return TRUE;
 }
 
-BOOL WINAPI getFileSecurity(LPCWSTR, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, LPDWORD needed)
+BOOL WINAPI getFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, LPDWORD needed)
 {
-    *needed = static_cast<DWORD>(descriptor().size());
+    const std::vector<BYTE>& bytes = written[numberOf(path)] ? writtenSecurity : descriptor();
+    *needed = static_cast<DWORD>(bytes.size());
     if (size < *needed) {
         SetLastError(ERROR_INSUFFICIENT_BUFFER);
         return FALSE;
     }
-    memcpy(buffer, descriptor().data(), *needed);
+    memcpy(buffer, bytes.data(), *needed);
     return TRUE;
 }
 
-BOOL WINAPI setFileSecurity(LPCWSTR, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR)
+// What has the text of the first security has become that one again.
+BOOL WINAPI setFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR given)
 {
+    whatif::Security security = whatif::securityOf(given);
+    whatif::mapGenericRights(security, whatif::fileRights);
+    const bool isNew = security.dacl != whatif::securityOf(std::wstring(treeSecurity)).dacl;
+    if (isNew && writtenSecurity.empty())
+        writtenSecurity = whatif::selfRelative(security, DACL_SECURITY_INFORMATION);
+    written[numberOf(path)] = isNew;
     ++writes;
     return TRUE;
 }
@@ -104,6 +126,7 @@ void* address(Function* function)
 void growTree(size_t directories)
 {
     directoriesOfRoot = directories;
+    written.assign(1 + directories * (filesPerDirectory + 1), false);
 }
 
 std::vector<whatif::Replacement> treeFunctions()

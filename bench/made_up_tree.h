@@ -1,5 +1,6 @@
-// A node of its own kind: a tree that exists only by its rule and takes no memory, in which every object has the same
-// security. What is measured on it is the work of the caller and not that of a file system.
+// A node of its own kind: a tree that exists only by its rule, in which every object has the same security until it is
+// written, and the same again then: a bit of memory for each. What is measured on it is the work of the caller and not
+// that of a file system.
 #pragma once
 
 #include "whatif/redirect/imports.h"
@@ -16,7 +17,7 @@ inline constexpr size_t filesPerDirectory = 99;
 void growTree(size_t directories);
 
 std::vector<whatif::Replacement> treeFunctions();     // attributes and listings
-std::vector<whatif::Replacement> securityFunctions(); // every object's DACL; what is written is only counted
+std::vector<whatif::Replacement> securityFunctions(); // every object's DACL
 
 size_t takeWriteCount();
 

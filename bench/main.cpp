@@ -2,12 +2,11 @@
 // calls, the best of some rounds, and the memory of both. On a made-up node, where the difference is the library's own;
 // and on a what-if node over the same made-up tree, where it is seen beside what the node does.
 #include "bench/bare_loop.h"
+#include "bench/journal.h"
 #include "bench/made_up_tree.h"
 #include "keswsec.h"
 #include "whatif/security/descriptors.h"
 #include "whatif/whatif.h"
-
-#include <psapi.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -21,22 +20,6 @@ using namespace bench;
 
 constexpr wchar_t newSecurity[] = L"D:(A;OICI;GA;;;BA)(A;OICI;GA;;;SY)(A;OICI;GA;;;WD)"; // of permission type 1
 constexpr size_t objectsPerDirectory = filesPerDirectory + 1;
-
-double microseconds()
-{
-    LARGE_INTEGER frequency;
-    LARGE_INTEGER now;
-    QueryPerformanceFrequency(&frequency);
-    QueryPerformanceCounter(&now);
-    return 1e6 * static_cast<double>(now.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
-
-double peakMegabytes()
-{
-    PROCESS_MEMORY_COUNTERS counters = {};
-    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-    return static_cast<double>(counters.PeakWorkingSetSize) / (1 << 20);
-}
 
 struct Result
 {
@@ -68,6 +51,18 @@ public:
             own_.redirect(row.name, row.function); // for the node, which is linked into this program
             imports_->redirect(row.name, row.function);
         }
+    }
+
+    // The made-up node is the machine then.
+    void runJournals()
+    {
+        whatif::Imports own(GetModuleHandleW(nullptr));
+        for (const whatif::Replacement& row : securityFunctions()) {
+            own.redirect(row.name, row.function);
+            imports_->redirect(row.name, row.function);
+        }
+        for (const size_t directories : {10, 100, 1000})
+            runJournal(directories);
     }
 
     void run(bool onWhatIfNode, size_t directories, int rounds)
@@ -154,6 +149,9 @@ int main()
 {
     try {
         Bench bench;
+        puts("                    microseconds an object                              peak memory\n"
+             "       objects        call   journaled      verify        undo     so far, MB");
+        bench.runJournals();
         puts("                      microseconds an object    peak memory so far, MB\n"
              "node         objects     bare loop   library     bare loop   library");
         for (const bool onWhatIfNode : {false, true})

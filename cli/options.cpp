@@ -12,17 +12,21 @@ namespace cli {
 namespace {
 
 constexpr const char* synopsis =
-    "Usage: keswsec [--home DIR] [--what-if | --node FILE...] [--save FILE] [--trace] [--json] FUNCTION [name=value "
+    "Usage: keswsec [--home DIR] [--what-if | --node FILE...] [--save FILE] [--journal FILE] [--trace] [--json]\n"
+    "               FUNCTION [name=value "
     "...]\n"
     "       keswsec [...] --script FILE\n"
+    "       keswsec [...] --verify JOURNAL\n"
+    "       keswsec [...] --undo JOURNAL\n"
     "       keswsec --list [FUNCTION]\n\n"
     "Calls an exported function of keswsec19.dll, with or without \"sswse\" before its name.\n"
     "Arguments are named as in keswsec.h; numbers are decimal or 0x; a list repeats its name; name.size=N sets the\n"
     "size of an output buffer; password=- reads the password without echo.\n";
 
 constexpr const char* legend =
-    "Shown are status and call, then lines with = for outputs, ! for the error record, + for changes of a node.\n"
-    "Exit status: 0 success or yes, 1 failure or no, 2 wrong usage.";
+    "Shown are status and call, then lines with = for outputs, ! for the error record, + for changes, ? for\n"
+    "what is not as it should be.\n"
+    "Exit status: 0 success or yes, 1 failure or no, or something is not as it should be, 2 wrong usage.";
 
 class HelpFormat : public CLI::Formatter
 {
@@ -41,15 +45,42 @@ bool looksLikeFile(const std::string& word)
     return word.substr(0, word.find('=')).find_first_of("./\\") != std::string::npos;
 }
 
+bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b)
+{
+    std::error_code ignored;
+    return std::filesystem::equivalent(a, b, ignored);
+}
+
+// Of those that exclude each other.
+void checkOne(std::initializer_list<std::pair<const char*, bool>> given)
+{
+    std::string first;
+    for (const auto& [name, is] : given) {
+        if (is && !first.empty())
+            throw UsageError(first + " and " + name + " exclude each other");
+        if (is)
+            first = name;
+    }
+}
+
 void check(const Options& options, const std::string& scriptGiven)
 {
+    const bool isOfJournal = !options.verify.empty() || !options.undo.empty();
+    checkOne(
+        {{"--verify", !options.verify.empty()}, {"--undo", !options.undo.empty()}, {"--script", !scriptGiven.empty()}});
+    checkOne({{"--what-if", options.whatIf}, {"--node", !options.nodes.empty()}});
+    checkOne({{"--what-if", options.whatIf},
+              {"--journal", !options.journal.empty()},
+              {"--verify", !options.verify.empty()}});
+    if (isOfJournal && !options.words.empty())
+        throw UsageError("--verify and --undo take no function beside them");
+    if (!options.undo.empty() && !options.journal.empty() && isSameFile(options.undo, options.journal))
+        throw UsageError("the journal of an undo is another one");
     if (!options.words.empty() && options.words.front().rfind('-', 0) == 0)
         throw UsageError("no option " + options.words.front() + "; keswsec --help shows them");
-    if (options.whatIf && !options.nodes.empty())
-        throw UsageError("--what-if and --node exclude each other");
     if (!options.save.empty() && !options.whatIf && options.nodes.empty())
         throw UsageError("--save needs a node: --what-if or --node");
-    if (!options.list && options.words.empty() == scriptGiven.empty())
+    if (!options.list && !isOfJournal && options.words.empty() == scriptGiven.empty())
         throw UsageError(scriptGiven.empty() ? "no function is given; keswsec --help shows the usage"
                                              : "--script takes no function beside it");
     if (options.list && options.words.size() > 1)
@@ -64,6 +95,9 @@ Options parseOptions(const std::vector<std::string>& words)
     std::string home;
     std::string save;
     std::string script;
+    std::string journal;
+    std::string verify;
+    std::string undo;
     std::vector<std::string> nodes;
 
     CLI::App app("", "keswsec");
@@ -78,8 +112,14 @@ Options parseOptions(const std::vector<std::string>& words)
     app.add_option("--save", save, "write the node as it is afterwards, as a description")->type_name("FILE");
     app.add_option("--script", script, "one call a line, # for comments; stops at a failure unless - begins the line")
         ->type_name("FILE");
+    app.add_option("--journal", journal, "append to FILE what each call is about to change, and what it did")
+        ->type_name("FILE");
+    app.add_option("--verify", verify, "whether what a journal changed is still as it was left")->type_name("JOURNAL");
+    app.add_option("--undo", undo, "take a journal back; with --what-if only show it")->type_name("JOURNAL");
+    app.add_flag("--force", options.force, "take a journal of another machine");
+    app.add_flag("--quiet", options.quiet, "no progress on standard error");
     app.add_flag("--trace", options.trace, "the library's trace, on standard error");
-    app.add_flag("--json", options.json, "one JSON object for each call");
+    app.add_flag("--json", options.json, "one JSON object for each call, or change of a journal");
     app.add_flag("--list", options.list, "the functions and their arguments");
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
@@ -98,6 +138,9 @@ Options parseOptions(const std::vector<std::string>& words)
     options.home = pathOf(home);
     options.save = pathOf(save);
     options.script = pathOf(script);
+    options.journal = pathOf(journal);
+    options.verify = pathOf(verify);
+    options.undo = pathOf(undo);
     std::transform(nodes.begin(), nodes.end(), std::back_inserter(options.nodes), pathOf);
     check(options, script);
     return options;

@@ -14,7 +14,12 @@ struct Options
     std::vector<std::filesystem::path> nodes;
     std::filesystem::path save;
     std::filesystem::path script;
+    std::filesystem::path journal;
+    std::filesystem::path verify;
+    std::filesystem::path undo;
     bool whatIf = false;
+    bool force = false;
+    bool quiet = false;
     bool trace = false;
     bool json = false;
     bool list = false;

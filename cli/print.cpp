@@ -2,6 +2,7 @@
 
 #include "cli/text.h"
 
+#include <cstring>
 #include <sstream>
 
 namespace cli {
@@ -102,18 +103,35 @@ std::string recordText(const Outcome& outcome)
     return text.empty() ? text : detail('!', text);
 }
 
-std::string changeText(const whatif::Change& change, const std::wstring& localNode)
+// The node stands before what is not the local one's. Before and after begin lines of their own when they are long.
+std::string changeText(char mark, const whatif::Change& change, const std::wstring& text, const std::wstring& localNode)
 {
-    std::string line = utf8FromWide(whatif::textOf(change));
-    if (change.node == localNode)
-        line.erase(0, utf8FromWide(localNode + L": ").size());
+    const std::string line = utf8FromWide(change.node == localNode ? text : change.node + L": " + text);
     const size_t arrow = line.find(" -> ");
     if (line.size() + indent + 2 <= width || arrow == std::string::npos)
-        return detail('+', line);
-    return detail('+', line.substr(0, arrow)) + detail(' ', line.substr(arrow + 1)); // before and after begin lines
+        return detail(mark, line);
+    return detail(mark, line.substr(0, arrow)) + detail(' ', line.substr(arrow + 1));
 }
 
-ordered_json argumentsOf(const Call& call)
+std::string changeText(const whatif::Change& change, const std::wstring& localNode)
+{
+    return changeText('+', change, whatif::textOf(change).substr(change.node.size() + 2), localNode);
+}
+
+std::string remarkText(const whatif::Change& change, const std::wstring& remark, const std::wstring& localNode)
+{
+    return changeText('?', change, change.object + L": " + actionOf(change) + L": " + remark, localNode);
+}
+
+const char* wordOf(journal::Finding finding)
+{
+    constexpr const char* words[] = {"same", "different", "unknown", "unseen"};
+    return words[static_cast<size_t>(finding)];
+}
+
+} // namespace
+
+journal::Json argumentsOf(const Call& call)
 {
     ordered_json arguments = ordered_json::object();
     for (size_t i = 0; i < call.values.size(); ++i) {
@@ -131,35 +149,6 @@ ordered_json argumentsOf(const Call& call)
     return arguments;
 }
 
-// null for nothing, else a text, or an object of texts.
-ordered_json jsonOf(const whatif::State& state)
-{
-    if (!state.there)
-        return nullptr;
-    if (state.parts.empty())
-        return utf8FromWide(state.text);
-    ordered_json parts = ordered_json::object();
-    for (const auto& [name, text] : state.parts)
-        parts[utf8FromWide(name)] = utf8FromWide(text);
-    return parts;
-}
-
-ordered_json planOf(const std::vector<whatif::Change>& changes)
-{
-    ordered_json plan = ordered_json::array();
-    for (const whatif::Change& change : changes)
-        plan.push_back({{"kind", utf8FromWide(whatif::wordOf(change.kind))},
-                        {"node", utf8FromWide(change.node)},
-                        {"object", utf8FromWide(change.object)},
-                        {"attribute", utf8FromWide(change.attribute)},
-                        {"action", utf8FromWide(actionOf(change))},
-                        {"before", jsonOf(change.before)},
-                        {"after", jsonOf(change.after)}});
-    return plan;
-}
-
-} // namespace
-
 std::string asText(const Call& call, const Outcome& outcome, const std::vector<whatif::Change>& changes,
                    const std::wstring& localNode)
 {
@@ -176,13 +165,75 @@ std::string asText(const Call& call, const Outcome& outcome, const std::vector<w
     return text;
 }
 
-std::string asJson(const Call& call, const Outcome& outcome, const std::vector<whatif::Change>& changes)
+std::string jsonBegin(const Call& call, const Outcome& outcome)
 {
     const ordered_json object = {{"function", call.function->name}, {"arguments", argumentsOf(call)},
                                  {"status", outcome.status},        {"meaning", outcome.verdict.meaning},
                                  {"outputs", outcome.outputs},      {"message", outcome.message},
-                                 {"oserror", outcome.osError},      {"plan", planOf(changes)}};
-    return object.dump(-1, ' ', true, ordered_json::error_handler_t::replace) + "\n";
+                                 {"oserror", outcome.osError},      {"plan", ordered_json::array()}};
+    const std::string line = journal::lineOf(object);
+    return line.substr(0, line.size() - strlen("]}"));
+}
+
+std::string asJson(const Call& call, const Outcome& outcome, const std::vector<whatif::Change>& changes)
+{
+    std::string line = jsonBegin(call, outcome);
+    for (const whatif::Change& change : changes)
+        line += (&change == changes.data() ? "" : ",") + journal::lineOf(journal::jsonOf(change));
+    return line + jsonEnd;
+}
+
+std::string asText(const journal::Look& look, const std::wstring& localNode)
+{
+    switch (look.finding) {
+    case journal::Finding::different:
+        return remarkText(look.change, journal::differenceOf(look.expected, look.found), localNode);
+    case journal::Finding::unknown:
+        return remarkText(look.change, L"cannot be looked up: " + look.problem, localNode);
+    default:
+        return changeText(look.change, localNode);
+    }
+}
+
+journal::Json jsonOf(const journal::Look& look)
+{
+    journal::Json json = journal::jsonOf(look.change);
+    json["outcome"] = wordOf(look.finding);
+    if (look.finding == journal::Finding::different) {
+        json["expected"] = journal::jsonOf(look.expected);
+        json["found"] = journal::jsonOf(look.found);
+    } else if (look.finding != journal::Finding::asLeft) {
+        json["reason"] = utf8FromWide(look.problem);
+    }
+    return json;
+}
+
+std::string asText(const journal::Undone& undone, const std::wstring& localNode)
+{
+    constexpr const wchar_t* what[] = {L"", L"is so already", L"left alone", L"cannot be taken back", L"failed"};
+    if (undone.fate == journal::Fate::back)
+        return changeText(undone.change, localNode);
+    const std::wstring remark = what[static_cast<size_t>(undone.fate)];
+    return remarkText(undone.change, remark + L": " + undone.reason, localNode);
+}
+
+journal::Json jsonOf(const journal::Undone& undone)
+{
+    journal::Json json = journal::jsonOf(undone.change);
+    json["outcome"] = journal::wordOf(undone.fate);
+    if (!undone.reason.empty())
+        json["reason"] = utf8FromWide(undone.reason);
+    return json;
+}
+
+std::string summary(const char* what, const std::vector<std::pair<size_t, const char*>>& counts)
+{
+    std::string line = what;
+    line.resize(indent, ' ');
+    for (const auto& [count, words] : counts)
+        if (count || &words == &counts.front().second)
+            line += (&words == &counts.front().second ? "" : ", ") + std::to_string(count) + " " + words;
+    return line + "\n";
 }
 
 } // namespace cli

@@ -43,6 +43,8 @@ void Trace::end()
 // Pieces of one text are put together again before they are shown: a secret may lie across a cut.
 void Trace::add(const std::string& piece)
 {
+    if (silent)
+        return;
     line_ += piece;
     if (piece.size() != pieceLength)
         flush();

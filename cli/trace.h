@@ -15,6 +15,8 @@ public:
 
     void add(const std::string& piece);
 
+    bool silent = false; // while a call is played
+
 private:
     void flush();
 

@@ -18,7 +18,7 @@ keswsec() {
 }
 
 echo "==== A home is created on SRV1 (examples/server.ini, examples/create-home.txt)"
-keswsec examples/server.ini --save $example/created.ini --script examples/create-home.txt
+keswsec examples/server.ini --save $example/created.ini --journal $example/home1.journal --script examples/create-home.txt
 echo "==== The same calls on the node as it is then: nothing changes, Windows refuses what is there already"
 sed '/^#/d; s/^/- /' examples/create-home.txt >$example/again.txt
 keswsec $example/created.ini --script $example/again.txt
@@ -26,3 +26,6 @@ echo "==== Its files and its key are secured for those who use them (examples/se
 keswsec $example/created.ini --script examples/secure-home.txt
 echo "==== The home is used, its service user changes, it goes (examples/use-home.txt)"
 keswsec $example/created.ini --script examples/use-home.txt
+echo "==== Its creation is as the journal left it, and is taken back"
+keswsec $example/created.ini --verify $example/home1.journal
+keswsec $example/created.ini --undo $example/home1.journal --journal $example/undo.journal

@@ -1,0 +1,278 @@
+// A journal of each kind of change and of all of them: verified, taken back, and that taken back again; what somebody
+// else changes in between; where the process ends.
+#include "tests/journal/on_journal.h"
+
+#include "cli/text.h"
+#include "whatif/model/registry.h"
+
+using support::JournalTest;
+using support::Told;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+const std::wstring home = L"SOFTWARE\\Kestel\\KEY_h1";
+const std::wstring log = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\";
+
+whatif::Group& group(whatif::World& world, const wchar_t* name)
+{
+    for (whatif::Group& each : world.local().groups)
+        if (each.name == name)
+            return each;
+    world.local().groups.push_back({name, L"another", world.local().sid + L"-4711", {}});
+    return world.local().groups.back();
+}
+
+whatif::Service& service(whatif::World& world, const wchar_t* name)
+{
+    for (whatif::Service& each : world.local().services)
+        if (each.name == name)
+            return each;
+    whatif::Service& made = world.local().services.emplace_back();
+    made.name = made.displayName = name;
+    made.binaryPath = L"C:\\other.exe";
+    made.account = L"LocalSystem";
+    made.security = L"D:(A;;CCDCLCSWRPWPDTLOCRSDRCWDWO;;;BA)";
+    return made;
+}
+
+void renumber(whatif::World& world, const wchar_t* user)
+{
+    for (whatif::Account& account : world.local().accounts)
+        if (account.name == user)
+            account.sid = world.local().sid + L"-4712";
+}
+
+struct Row
+{
+    const char* kind;
+    std::vector<std::string> calls;
+    support::Between drift; // what is changed then, so that the change is not as it was left
+    const char* drifted;    // the line that tells so
+    const char* lost = "";  // why it does not come back
+    bool isBack = false;    // by what is changed then
+};
+
+const std::wstring sid = L"S-1-5-21-1-2-3-";
+
+// Changes that the calls make are told of in the order of the calls, and each row can follow the ones before it.
+const std::vector<Row>& rows()
+{
+    static const std::vector<Row> all = {
+        {"group",
+         {"CreateOSGroup groupname=KES_NEW groupdesc=\"new ones\""},
+         [](whatif::World& world) { group(world, L"KES_NEW").comment = L"other"; },
+         "? group KES_NEW: created: comment expected new ones, found other"},
+        {"group with a member since",
+         {"CreateOSGroup groupname=KES_FULL"},
+         [](whatif::World& world) { group(world, L"KES_FULL").members.push_back(L"S-1-5-18"); },
+         "? group KES_FULL: deleted: left alone: it has got members S-1-5-18"},
+        {"member",
+         {"AddUserToGroup username=svc groupname=KES_OLD"},
+         [](whatif::World& world) { group(world, L"KES_OLD").members.clear(); },
+         "? group KES_OLD: member added: expected NODE\\svc, found nothing",
+         "",
+         true},
+        {"member removed",
+         {"RemoveUserFromGroup username=svc groupname=KES_DBA"},
+         [](whatif::World& world) { group(world, L"KES_DBA").members.push_back(sid + L"1001"); },
+         "? group KES_DBA: member removed: expected nothing, found NODE\\svc",
+         "",
+         true},
+        {"user",
+         {"CreateKestelSVCUser username=new password=Never-to-be-seen"},
+         [](whatif::World& world) { renumber(world, L"new"); },
+         "? user new: created: sid expected S-1-5-21-1-2-3-"},
+        {"right",
+         {"GrantPrivilegesToUser username=svc khtype=1"},
+         [](whatif::World& world) { world.local().rights[L"SeServiceLogonRight"].clear(); },
+         "? right SeServiceLogonRight: granted: expected NODE\\svc, found nothing",
+         "",
+         true},
+        {"service",
+         {"CreateService servicename=KesNew binpath=C:\\h1\\bin\\norow.exe dependencies=RpcSs"},
+         [](whatif::World& world) { service(world, L"KesNew").binaryPath = L"C:\\other.exe"; },
+         "? service KesNew: created: binary path expected C:\\h1\\bin\\norow.exe, found C:\\other.exe"},
+        {"service setting",
+         {"UpdateService servicename=KesOld binpath=\"C:\\h1\\bin\\kestel.exe new\""},
+         [](whatif::World& world) { service(world, L"KesOld").binaryPath = L"C:\\other.exe"; },
+         "? service KesOld: binary path: expected C:\\h1\\bin\\kestel.exe new, found C:\\other.exe"},
+        {"registry value",
+         {"SetKestelHomeType khomekey=KEY_h1 khometype=2"},
+         [](whatif::World& world) {
+             world.registry().setValue(world.local(), home, L"KESTEL_HOME_TYPE", whatif::registryText(L"3"));
+         },
+         "KESTEL_HOME_TYPE set: expected 2, found 3"},
+        {"registry key",
+         {"CreateSVCEventRegEntry SVCAppKey=KesLog EventMsgFile=C:\\new.dll Types=7"},
+         [](whatif::World& world) {
+             world.registry().setValue(world.local(), log + L"KesLog", L"TypesSupported", whatif::registryNumber(1));
+         },
+         "KesLog: TypesSupported set: expected"},
+        {"registry key deleted",
+         {"DeleteSVCEventRegEntry SVCAppKey=KesOldLog"},
+         [](whatif::World& world) {
+             world.registry().setValue(world.local(), log + L"KesOldLog", L"x", whatif::registryText(L""));
+         },
+         "KesOldLog: deleted: it is there"},
+        {"security of files",
+         {"AddACLOnObjectForUser wtype=1 path=\\\\NODE\\C$\\tree usernames=Everyone ptype=1 inheritable=1"},
+         [](whatif::World& world) { world.local().security[L"file C:\\tree\\own"] = L"D:(A;;FR;;;WD)"; },
+         "? file C:\\tree\\own: security: expected "},
+        {"security of a key",
+         {"AddACLOnObjectForUser wtype=2 path=MACHINE\\SOFTWARE\\Kestel\\KEY_h1 usernames=svc ptype=9"},
+         [](whatif::World& world) {
+             world.local().security[L"registry HKLM\\SOFTWARE\\Kestel\\KEY_h1"] = L"D:(A;;KR;;;WD)";
+         },
+         "? registry HKLM\\SOFTWARE\\Kestel\\KEY_h1: security: expected "},
+        {"made and removed again",
+         {"CreateOSGroup groupname=KES_TEMP", "AddUserToGroup username=svc groupname=KES_TEMP",
+          "DeleteOSGroup groupname=KES_TEMP"},
+         [](whatif::World& world) { group(world, L"KES_TEMP"); },
+         "? group KES_TEMP: deleted: it is there"},
+        {"service deleted",
+         {"DeleteService servicename=KesOld"},
+         [](whatif::World& world) { service(world, L"KesOld").deleted = false; },
+         "? service KesOld: deleted: it is there"},
+        {"service with a password deleted",
+         {"DeleteService servicename=KesUser"},
+         [](whatif::World& world) { service(world, L"KesUser").deleted = false; },
+         "? service KesUser: deleted: it is there",
+         "? service KesUser: created: cannot be taken back: the password of .\\svc is lost"},
+        {"group deleted",
+         {"DeleteOSGroup groupname=KES_OLD"},
+         [](whatif::World& world) { group(world, L"KES_OLD"); },
+         "? group KES_OLD: deleted: it is there",
+         "? group KES_OLD: created: cannot be taken back: its SID is lost"},
+        {"user deleted",
+         {"DeleteKestelSVCUser username=old"},
+         [](whatif::World& world) {
+             world.local().accounts.push_back({});
+             world.local().accounts.back().name = L"old";
+             world.local().accounts.back().sid = sid + L"4711";
+         },
+         "? user old: deleted: it is there",
+         "? user old: created: cannot be taken back: its SID is lost"},
+    };
+    return all;
+}
+
+class Kinds : public JournalTest, public testing::WithParamInterface<Row>
+{
+};
+
+std::vector<std::string> allCalls()
+{
+    std::vector<std::string> calls;
+    for (const Row& row : rows())
+        calls.insert(calls.end(), row.calls.begin(), row.calls.end());
+    return calls;
+}
+
+template <class Records>
+void remove(Records& records, const wchar_t* name)
+{
+    records.erase(std::remove_if(records.begin(), records.end(), [&](const auto& each) { return each.name == name; }),
+                  records.end());
+}
+
+} // namespace
+
+// A kind whose loss is told does not come back, and nothing else is lost.
+TEST_P(Kinds, ThereAndBack)
+{
+    const Row& row = GetParam();
+    const Told done = play(row.calls, "node", "after");
+    EXPECT_TRUE(done.isGood) << done.output;
+    EXPECT_THAT(done.output, AllOf(HasSubstr("           + "), Not(HasSubstr(" ? "))));
+    EXPECT_TRUE(verify("after").isGood);
+    const Told undone = undo("after", "back");
+    EXPECT_EQ(undone.isGood, !*row.lost) << undone.output;
+    EXPECT_THAT(undone.output, HasSubstr(row.lost));
+    if (!*row.lost)
+        expectSame("node", "back");
+    EXPECT_TRUE(undo("back", "again", "journal", "none").isGood || *row.lost) << "what is so already is passed over";
+    expectSame("back", "again");
+
+    const Told redone = undo("back", "redone", "redo", "undo");
+    if (redone.output.find("is lost") == std::string::npos)
+        expectSame("redone", "after");
+    EXPECT_THAT(contents("journal") + contents("redo"), Not(HasSubstr("to-be-seen")));
+}
+
+TEST_P(Kinds, WhatSomebodyElseHasChangedIsLeftAlone)
+{
+    const Row& row = GetParam();
+    std::vector<std::string> calls = row.calls;
+    calls.push_back("CreateOSGroup groupname=KES_OTHER");
+    ASSERT_TRUE(play(calls, "node", "after").isGood);
+    const bool isContent = std::string(row.drifted).find("left alone") != std::string::npos;
+    const Told verified = verify("after", "journal", row.drift);
+    EXPECT_EQ(verified.isGood, isContent) << verified.output;
+    EXPECT_TRUE(isContent || verified.output.find(row.drifted) != std::string::npos) << verified.output;
+
+    const Told undone = undo("after", "back", "journal", "redo", row.drift);
+    EXPECT_EQ(undone.isGood, row.isBack) << undone.output;
+    EXPECT_THAT(undone.output, AllOf(HasSubstr(isContent    ? row.drifted
+                                               : row.isBack ? ""
+                                                            : ": left alone: "),
+                                     HasSubstr("+ group KES_OTHER: deleted")));
+    EXPECT_EQ(undo("back", "again", "journal", "none").isGood, row.isBack) << "still left alone";
+    expectSame("back", "again");
+}
+
+INSTANTIATE_TEST_SUITE_P(Journal, Kinds, testing::ValuesIn(rows()), [](const auto& row) {
+    std::string name = row.param.kind;
+    name.erase(std::remove(name.begin(), name.end(), ' '), name.end());
+    return name;
+});
+
+TEST_F(JournalTest, EverythingThereAndBack)
+{
+    const Told done = play(allCalls(), "node", "after");
+    EXPECT_TRUE(done.isGood) << done.output;
+    EXPECT_TRUE(verify("after").isGood);
+    const Told undone = undo("after", "back");
+    EXPECT_THAT(undone.output, HasSubstr(", 3 that cannot be taken back\n"));
+    write("script", "");
+    support::run({"--node", path("node"), "--save", path("expected"), "--script", path("script")},
+                 [](whatif::World& world) {
+                     remove(world.local().groups, L"KES_OLD");
+                     remove(world.local().accounts, L"old");
+                     remove(world.local().services, L"KesUser");
+                 });
+    expectSame("expected", "back");
+}
+
+// The process ends in the middle of a line and after it; before a call, and after it. What has been done goes back.
+TEST_F(JournalTest, UndoAfterACrash)
+{
+    std::vector<std::string> calls;
+    for (const char* const kind : {"user", "service", "registry key deleted", "security of files", "service deleted"})
+        for (const Row& row : rows())
+            if (std::string(row.kind) == kind)
+                calls.push_back(row.calls[0]);
+    std::string state = "node";
+    size_t before = 0;
+    for (size_t call = 0; call < calls.size(); ++call) {
+        const std::string next = "state" + std::to_string(call);
+        ASSERT_TRUE(play({calls[call]}, state, next).isGood);
+        const std::string whole = contents("journal");
+        std::vector<size_t> ends; // of the lines of this session
+        for (size_t at = before; at < whole.size(); at = ends.back())
+            ends.push_back(whole.find('\n', at) + 1);
+        ASSERT_EQ(ends.size(), 3U);
+        const std::pair<size_t, std::string> cuts[] = {
+            {before + 5, state}, {ends[0] + 40, state}, {ends[1], state}, {ends[1], next}, {ends[2] - 1, next}};
+        for (const auto& [cut, node] : cuts) {
+            write("cut", whole.substr(0, cut));
+            const Told undone = undo(node, "back", "cut", "none");
+            EXPECT_TRUE(undone.isGood) << calls[call] << " cut at " << cut - before << "\n" << undone.output;
+            expectSame("node", "back");
+        }
+        state = next;
+        before = whole.size();
+    }
+}

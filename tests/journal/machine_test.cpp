@@ -1,0 +1,71 @@
+// Journals of this machine: where the platform reports success without effect, a call has not succeeded; what is really
+// there goes there and back.
+#include "tests/journal/on_journal.h"
+
+using support::JournalTest;
+using support::Told;
+using testing::HasSubstr;
+using testing::Not;
+using namespace std::string_literals;
+
+namespace {
+
+class JournalOnMachine : public JournalTest
+{
+protected:
+    Told onMachine(const std::string& script)
+    {
+        write("script", script);
+        return support::run({"--journal", path("journal"), "--script", path("script")});
+    }
+
+    const support::RegistryHome registry;
+    const support::EnvironmentVariable otherKey{"KESTEL_HOME_KEY", "KEY_keswsec_test"};
+};
+
+} // namespace
+
+TEST_F(JournalOnMachine, SuccessWithoutEffectIsNone)
+{
+    const std::pair<const char*, const char*> calls[] = {
+        {"CreateOSGroup groupname=KES_WINE", "? group KES_WINE: created: it is not there"},
+        {"CreateKestelSVCUser username=keswine password=Never-to-be-seen-1",
+         "? user keswine: created: it is not there"},
+        {"GrantPrivilegesToUser username=SYSTEM khtype=1", "? right SeServiceLogonRight: granted: expected "}};
+    for (const auto& [call, line] : calls) {
+        const Told told = onMachine(call);
+        EXPECT_FALSE(told.isGood) << call;
+        EXPECT_THAT(told.output, HasSubstr(line));
+    }
+    const Told verified = support::run({"--verify", path("journal")});
+    EXPECT_TRUE(verified.isGood) << "what was never there has not been changed since\n" << verified.output;
+}
+
+TEST_F(JournalOnMachine, RegistryServicesAndEventSourcesGoThereAndBack)
+{
+    constexpr char log[] = "SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\KeswsecTestLog";
+    registry.set("KESTEL_HOME_NAME", "h1\0"s);
+    registry.set("KESTEL_HOME_TYPE", "2\0"s);
+    const Told done = onMachine("SetKestelHomeType khomekey=KEY_keswsec_test khometype=1\n"
+                                "CreateSVCEventRegEntry SVCAppKey=KeswsecTestLog EventMsgFile=C:\\x.dll Types=7\n"
+                                "CreateService servicename=KeswsecTestJournal displayname=KeswsecTestJournal "
+                                "binpath=C:\\norow.exe starttype=3\n");
+    const std::string unknown = "? service KeswsecTestJournal: SID type: cannot be looked up: "; // Wine has none
+    const auto rest = [&](const std::string& output) {
+        return output.substr(0, output.find(unknown)) +
+               output.substr(std::min(output.size(), output.find(unknown) + unknown.size()));
+    };
+    EXPECT_THAT(rest(done.output), Not(HasSubstr("? ")));
+    EXPECT_EQ(registry.get("KESTEL_HOME_TYPE"), "1\0"s);
+    EXPECT_THAT(rest(support::run({"--verify", path("journal")}).output), Not(HasSubstr("? ")));
+
+    const Told undone = support::run({"--undo", path("journal"), "--journal", path("redo")});
+    EXPECT_TRUE(undone.isGood) << undone.output;
+    EXPECT_EQ(registry.get("KESTEL_HOME_TYPE"), "2\0"s);
+    HKEY key = nullptr;
+    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, log, 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
+    EXPECT_THAT(undone.output, HasSubstr("+ service KeswsecTestJournal: deleted"));
+    const Told shown = support::run({"--what-if", "--undo", path("redo")});
+    EXPECT_THAT(shown.output, HasSubstr("KESTEL_HOME_TYPE set: 2 -> 1\n"));
+    EXPECT_EQ(registry.get("KESTEL_HOME_TYPE"), "2\0"s) << "only shown";
+}
