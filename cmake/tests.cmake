@@ -23,7 +23,9 @@ add_test(NAME hostile-input COMMAND keswsec_tests --gtest_brief=1 --gtest_filter
 set_tests_properties(tests fault-runs hostile-input PROPERTIES TIMEOUT 280)
 add_test(NAME sdk COMMAND ${CMAKE_SOURCE_DIR}/tests/sdk/check.sh)
 add_test(NAME ansible COMMAND ${CMAKE_SOURCE_DIR}/tests/ansible/check.sh)
-set_tests_properties(sdk ansible PROPERTIES TIMEOUT 120)
+add_test(NAME windows-bundle COMMAND ${CMAKE_SOURCE_DIR}/tests/windows/check.sh)
+set_tests_properties(sdk ansible windows-bundle PROPERTIES TIMEOUT 120)
+set_tests_properties(windows-bundle PROPERTIES RUN_SERIAL ON) # it removes what any test has left
 
 # The library once more, with traps for undefined behaviour, for the runs in which everything is made to fail. Variables
 # that nobody has set hold a pattern instead of what happens to be there.
@@ -60,3 +62,5 @@ function(add_message_module CODE)
 endfunction()
 add_message_module(JA)
 add_message_module(US)
+
+include(cmake/windows-bundle.cmake)

@@ -1,5 +1,7 @@
 #include "tests/support/scratch_directory.h"
 
+#include "tests/support/this_machine.h"
+
 #include <windows.h>
 
 #include <fstream>
@@ -13,8 +15,7 @@ ScratchDirectory::ScratchDirectory()
 {
     static int made = 0;
     do // what a run that did not come to its end has left is passed over
-        path_ = fs::temp_directory_path() /
-                ("keswsec-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++made));
+        path_ = fs::temp_directory_path() / machineName(std::to_wstring(++made));
     while (!fs::create_directories(path_));
 }
 

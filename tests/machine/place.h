@@ -1,0 +1,71 @@
+// A place where the calls of docs/platform.md are made: this machine, or a node that is described like it. Both must
+// answer the same.
+//
+// A call is a function's name and its arguments, as keswsec.exe takes words. In words {u} is an account, service, key or
+// directory of the test's own, {sid:u} its SID, {ssid:s} the SID of a service, {MACHINE} the computer, {dir} a directory
+// with sub\leaf in it. Where an answer has one of those it says so.
+#pragma once
+
+#include "tests/support/this_machine.h"
+#include "tests/whatif/replaced.h"
+
+namespace machine {
+
+struct Words
+{
+    std::vector<std::wstring> given;            // those without a name
+    std::map<std::wstring, std::wstring> named; // "account=..."
+
+    const wchar_t* operator[](size_t i) const { return i < given.size() ? given[i].c_str() : L""; }
+    const wchar_t* find(const wchar_t* name) const; // NULL when it is not there
+    DWORD number(const wchar_t* name, DWORD otherwise) const;
+};
+
+class Place
+{
+public:
+    explicit Place(whatif::World* node); // NULL: this machine
+    ~Place();                            // nothing is left of what the calls have made
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+
+    std::string answer(const std::string& call); // UTF-8
+
+    // For the functions behind the calls.
+
+    // The platform's function or what stands in for it on the node; ON(NetLocalGroupAdd).
+    template <class Function>
+    Function* at(Function& function, const char* name) const
+    {
+        Function* const replacement = node_ ? replaced::at(function, name) : nullptr;
+        return replacement ? replacement : &function;
+    }
+    std::vector<BYTE> sidOf(const std::wstring& name); // or one of nobody
+
+    std::map<std::wstring, SC_HANDLE> services; // by the names that calls give to handles
+    SC_HANDLE manager = nullptr;
+
+private:
+    std::wstring filledIn(std::wstring text);
+    std::wstring plain(std::wstring text) const;
+
+    whatif::World* const node_;
+    const support::TemporaryHome library_;
+    const support::ScratchDirectory scratch_;
+    std::optional<whatif::Redirection> redirection_;
+    std::vector<std::pair<std::wstring, std::wstring>> names_; // what a text of this run is called
+};
+
+#define ON(name) place.at(name, #name)
+
+using Verb = std::wstring (*)(Place& place, const Words& words);
+
+// The functions that calls name, by area; others are the library's.
+std::map<std::string, Verb> accountVerbs();
+std::map<std::string, Verb> serviceVerbs();
+std::map<std::string, Verb> securityVerbs();
+
+// A described world whose node is called as this machine is, with its SID, release and password policy.
+void describeLikeThisMachine(whatif::World& world);
+
+} // namespace machine
