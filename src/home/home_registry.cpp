@@ -11,10 +11,10 @@ DWORD readWideValue(const sswseCall& call, HKEY key, const sswseValueName& value
                     size_t* length, bool* absent)
 {
     constexpr DWORD bufferSize = 32766;
-    const owned::Heap<wchar_t> wide = owned::allocate<wchar_t>(bufferSize);
+    const owned::Heap<wchar_t> wide = owned::allocate<wchar_t>(bufferSize + sizeof(wchar_t));
     if (!wide)
         return sswseOutOfMemory(call);
-    DWORD stored = bufferSize - sizeof(wchar_t);
+    DWORD stored = bufferSize;
     const LSTATUS result =
         RegQueryValueExW(key, value.wide, nullptr, nullptr, reinterpret_cast<BYTE*>(wide.get()), &stored);
     if (absent)

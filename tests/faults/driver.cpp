@@ -62,7 +62,7 @@ void __cdecl receiveTrace(void* outcome, const char* format, ...)
     if (*format != '%' || format[1] == 's') // not the separator, which nobody can print
         vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
-    intercept::Interception::traced(line);
+    intercept::Interception::traced(format, line);
     if (tells(line) && !isPasswordDue(line))
         static_cast<Outcome*>(outcome)->leaked += std::string("trace ") + line;
     if (told.empty() && (*line == '\n' || strstr(line, "alloc")))
@@ -77,7 +77,7 @@ std::string errorIn(const std::string& message)
     return at == std::string::npos ? "" : std::to_string(strtoul(message.c_str() + at + strlen(before), nullptr, 10));
 }
 
-Outcome runOnce(Stage& stage, const Scenario& scenario, const Fault& fault, bool isCold, bool isTraced)
+Outcome runOnce(Stage& stage, const Scenario& scenario, const Fault& fault, bool isCold, bool isTraced, bool inWords)
 {
     const bool hasRecord = cli::takesRecord(*cli::findFunction(scenario.function));
     Outcome outcome;
@@ -86,7 +86,7 @@ Outcome runOnce(Stage& stage, const Scenario& scenario, const Fault& fault, bool
     guarded::leakedSecrets(); // the caller's own, of the run before
     if (isTraced || !hasRecord)
         EXPORT_OF(stage.library(), sswseTraceOn)(nullptr, receiveTrace, &outcome, 0);
-    stage.interception().start(fault);
+    stage.interception().start(fault, inWords);
     outcome.status = scenario.call(stage);
     outcome.outputs = stage.takeOutputs();
     if (!guarded::leakedSecrets().empty()) // before the argument lines are released
@@ -110,6 +110,34 @@ std::string describe(const Outcome& outcome)
     for (const std::string& output : outcome.outputs)
         words += ", " + output;
     return words;
+}
+
+// KESWSEC_RUN: how the names of the runs begin that are shown with their calls and trace, and made alone.
+const std::string shownRuns = getenv("KESWSEC_RUN") ? getenv("KESWSEC_RUN") : "";
+
+bool beginAlike(const std::string& one, const std::string& other)
+{
+    const size_t length = std::min(one.size(), other.size());
+    return one.compare(0, length, other, 0, length) == 0;
+}
+
+bool isShown()
+{
+    return !shownRuns.empty() && support::underWay.rfind(shownRuns, 0) == 0;
+}
+
+std::string nameOf(const Scenario& scenario)
+{
+    return std::string(scenario.function) + " (" + scenario.name + ") ";
+}
+
+void show(const Outcome& outcome)
+{
+    printf("%s: %s\n", support::underWay.c_str(), describe(outcome).c_str());
+    for (const intercept::Line& line : outcome.trail.lines)
+        printf("    %s%s\n", std::string(2 * line.depth, ' ').c_str(), line.text.c_str());
+    for (const std::string& change : outcome.plan)
+        printf("    + %s\n", change.c_str());
 }
 
 std::string whatIsLost(const Trail& trail)
@@ -189,9 +217,13 @@ public:
     }
 
 private:
-    Outcome runOnce(const Fault& fault, bool traced = false)
+    Outcome runOnce(const Fault& fault, bool traced = false, bool inWords = false)
     {
-        return faults::runOnce(stage_, scenario_, fault, isCold_, traced || takesPassword_);
+        Outcome outcome = faults::runOnce(stage_, scenario_, fault, isCold_, traced || takesPassword_ || isShown(),
+                                          inWords || isShown());
+        if (isShown())
+            show(outcome);
+        return outcome;
     }
 
     // Nothing fails. Tells what is called, and the routines that are under way then.
@@ -211,7 +243,8 @@ private:
     {
         support::underWay = nameOf(what);
         guarded::fillFreshWith(0x3C);
-        Outcome traced = runOnce(fault, true);
+        const bool isOnPage = isCold_ && !fault.argumentLines;
+        Outcome traced = runOnce(fault, true, isOnPage);
         guarded::fillFreshWith(guarded::usualFill);
         complain(what, judge(traced, nullptr));
         const Calls& calls = traced.trail.calls;
@@ -219,6 +252,10 @@ private:
                           std::equal(calls.begin(), calls.end(), clean_.trail.calls.begin(), clean_.trail.calls.end(),
                                      [](const Trail::Call& a, const Trail::Call& b) { return a.row == b.row; });
         complain(what, same ? "" : "not as it is untraced");
+        for (intercept::Line& line : traced.trail.lines)
+            line.text = stage_.withoutPlaces(line.text, line.row != nullptr);
+        if (isOnPage)
+            counts_.scenes.push_back({scenario_.name, traced.status, std::move(traced.trail.lines)});
         clean_.trail = std::move(traced.trail);
         return same;
     }
@@ -232,6 +269,8 @@ private:
         for (const DWORD code : call.row->codes) {
             const std::string what = std::to_string(number) + ". " + call.row->name + " = " + std::to_string(code);
             support::underWay = nameOf(what);
+            if (!shownRuns.empty() && !isShown())
+                continue;
             ++(call.row->says == Says::memoryNull ? counts_.allocations : counts_.faults);
             const Failing failing = {call, code, before + '>' + call.row->name};
             // A version that has not been told is asked for again by the next routine: then it is not told either.
@@ -241,9 +280,21 @@ private:
             const bool isReached =
                 outcome.trail.calls.size() >= number && outcome.trail.calls[number - 1].row == call.row;
             complain(what, isReached ? judge(outcome, &failing) : "other calls than before", call.routines);
+            noteMessage(outcome, call);
             if (number == 1 || number == calls.size())
                 failTextsToo(what, fault, outcome, failing);
         }
+    }
+
+    void noteMessage(const Outcome& outcome, const Trail::Call& call)
+    {
+        const std::string message = outcome.message.substr(0, outcome.message.find_first_of("\r\n"));
+        if (message.empty() || message == recordBefore || call.row->says == Says::memoryNull ||
+            strstr(call.row->name, "WideChar"))
+            return;
+        const std::string routine = (call.routines.empty() ? '|' + std::string(scenario_.function) : call.routines);
+        report_.messages[stage_.withoutPlaces(message, false)].insert('`' + std::string(call.row->name) + "` in `" +
+                                                                      routine.substr(routine.rfind('|') + 1) + '`');
     }
 
     // Without its texts a message is blank, and all else as it is with them.
@@ -290,7 +341,18 @@ private:
             return "error " + outcome.osError + ": " + describe(outcome);
         const bool asExpected = areOutputsValid(outcome) &&
                                 isPlanAsExpected(outcome.plan, clean_.plan, failing->call.planLength, false, "");
-        return asExpected || isExcused(Exception::goesOn, outcome, failing) ? "" : "left: " + describe(outcome);
+        if (asExpected || isExcused(Exception::goesOn, outcome, failing))
+            return "";
+        return "left: " + describe(outcome) + planDifference(outcome.plan, failing->call.planLength);
+    }
+
+    // The first line of the plan that is not as when nothing fails, up to the call at least.
+    std::string planDifference(const Plan& plan, size_t due) const
+    {
+        const auto [is, was] = std::mismatch(plan.begin(), plan.end(), clean_.plan.begin(), clean_.plan.end());
+        const auto place = static_cast<size_t>(is - plan.begin());
+        const std::string line = is == plan.end() ? "no line" : *is;
+        return place < due ? ", instead of " + *was + ": " + line : ", too much: " + line;
     }
 
     bool areOutputsValid(const Outcome& outcome) const
@@ -335,10 +397,7 @@ private:
         }
     }
 
-    std::string nameOf(const std::string& what) const
-    {
-        return std::string(scenario_.function) + " (" + scenario_.name + ") " + what;
-    }
+    std::string nameOf(const std::string& what) const { return faults::nameOf(scenario_) + what; }
 
     void complain(const std::string& what, const std::string& wrong, const std::string& routines = "")
     {
@@ -362,7 +421,8 @@ Report run(const std::vector<Scenario>& scenarios)
     Report report;
     Stage stage;
     for (const Scenario& scenario : scenarios)
-        Runs(stage, scenario, report).run();
+        if (beginAlike(nameOf(scenario), shownRuns))
+            Runs(stage, scenario, report).run();
     guarded::watchFor({});
     support::underWay.clear();
     return report;

@@ -7,6 +7,7 @@
 //     driver       the runs, and what must hold after each
 //     exceptions   what need not, and why
 //     report       docs/reliability.md
+//     platform_calls  docs/platform-calls.md
 #pragma once
 
 #include "tests/faults/stage.h"
@@ -93,6 +94,14 @@ Words wordsFor(const Exception& exception, const char* function, const Failing* 
 using Plan = std::vector<std::string>;
 bool isPlanAsExpected(const Plan& plan, const Plan& whole, size_t before, bool goesOn, const std::string& mode);
 
+// A scenario as the first call of a library that has just been loaded.
+struct Scene
+{
+    const char* name;
+    DWORD status;
+    std::vector<intercept::Line> lines;
+};
+
 struct FunctionReport
 {
     size_t scenarios = 0;
@@ -100,6 +109,7 @@ struct FunctionReport
     size_t calls = 0; // that can fail
     size_t faults = 0;
     size_t allocations = 0;
+    std::vector<Scene> scenes;
     std::map<size_t, Words> exceptions; // by their place in the table, and what of them was needed
 };
 
@@ -107,11 +117,15 @@ struct Report
 {
     std::map<std::string, FunctionReport> functions;
     std::map<std::string, std::string> complaints; // what went wrong where -> in which runs
+    // First line -> the calls after whose failure it was left, each with the routine that made it. Without memory and
+    // the conversion of texts, whose messages every routine has.
+    std::map<std::string, std::set<std::string>> messages;
 };
 
 Report run(const std::vector<Scenario>& scenarios);
 
-// The part of docs/reliability.md that is written by the runs.
+// The parts of docs/reliability.md and docs/platform-calls.md that are written by the runs.
 std::string tableOf(const std::map<std::string, FunctionReport>& functions);
+std::string platformCallsOf(const Report& report);
 
 } // namespace faults

@@ -279,6 +279,16 @@ PACL* Stage::acl()
     return place;
 }
 
+std::string Stage::withoutPlaces(std::string text, bool isCall) const
+{
+    for (const auto& [place, name] : {std::pair(library_.path(), "HOME"),
+                                      {files_.path().string(), "FILES"},
+                                      {isCall ? '"' + std::string(password) + '"' : "\n", "****"}})
+        for (size_t at = text.find(place); at != std::string::npos; at = text.find(place, at))
+            text.replace(at, place.size(), name);
+    return text;
+}
+
 std::vector<std::string> Stage::takeOutputs()
 {
     std::vector<std::string> words;

@@ -119,6 +119,8 @@ public:
     }
 
     // ---- what the run has left
+    // "HOME" and "FILES" for the directories of this machine, in a call "****" for the password.
+    std::string withoutPlaces(std::string text, bool isCall) const;
     std::vector<std::string> takeOutputs(); // in words; what the library handed out is released
     const whatif::World& world() const { return *world_; }
 

@@ -290,7 +290,7 @@ TEST_F(RecordedHome, HasAUserThatIsReadFromAnyStoredText)
 {
     const auto ofPath = EXPORT(sswseGetUnameForKhomePath);
     const auto get = [&](auto rec, auto... user) { return ofPath(rec, path.c_str(), user..., nullptr); };
-    constexpr size_t most = 32764 / sizeof(wchar_t);
+    constexpr size_t most = 32766 / sizeof(wchar_t);
     const std::wstring longest(most, L'u');
     const auto expect = [&](const std::wstring& stored, DWORD type, size_t extraBytes, TextCase expected) {
         store(L"KESTEL_SVCUSER", stored, type, extraBytes);

@@ -55,7 +55,7 @@ void fillFreshWith(unsigned char fill)
 void* allocate(size_t bytes)
 {
     const std::lock_guard lock(mutex);
-    const size_t pages = (std::max<size_t>(bytes, 1) + page - 1) / page * page;
+    const size_t pages = (bytes / page + 1) * page; // a byte before the block at least: the platform reads there, too
     auto* const region = static_cast<char*>(VirtualAlloc(nullptr, pages + page, MEM_RESERVE, PAGE_NOACCESS));
     if (!region || !VirtualAlloc(region, pages, MEM_COMMIT, PAGE_READWRITE))
         return nullptr;
@@ -89,6 +89,12 @@ bool release(void* block)
     known->second.live = false;
     --live;
     return true;
+}
+
+bool isBlock(const void* address)
+{
+    const std::lock_guard lock(mutex);
+    return blocks.count(address) > 0;
 }
 
 size_t liveBlocks()

@@ -1,5 +1,6 @@
 #include "tests/support/intercept.h"
 
+#include "tests/support/call_words.h"
 #include "tests/support/guarded_heap.h"
 #include "tests/support/wrapper.h"
 
@@ -31,6 +32,11 @@ struct Run
     bool isArgumentBuffer = false; // the call at hand: other blocks of the line may be of its size
     bool inArgumentLine = false;
     std::vector<uintptr_t> argumentBuffers;
+
+    bool inWords = false;
+    Names names;
+    bool isWritten = false;     // the call at hand
+    bool lineMayFollow = false; // an argument line, or another piece of it
 };
 
 std::recursive_mutex mutex;
@@ -38,6 +44,91 @@ Run run;
 const whatif::World* world;
 
 constexpr size_t argumentBufferSize = 512;
+
+void writeLine(std::string text)
+{
+    run.lineMayFollow = false;
+    if (run.inWords)
+        run.trail.lines.push_back({run.routines.size(), std::move(text), "", nullptr});
+}
+
+// A text is converted by two calls, of which the first asks for its length. The pair is not worth its lines when it is
+// as always.
+bool endsUsualConversion(const std::string& call)
+{
+    constexpr const char* usual[][2] = {
+        {"MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, ", ")"},
+        {"WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS | WC_COMPOSITECHECK, ", ", NULL, NULL)"}};
+    const std::string& last = run.trail.lines.back().text;
+    const auto isPair = [&](const auto& form) {
+        const std::string asks = std::string(", -1, NULL, 0") + form[1];
+        const std::string converts = std::string(", -1, out, all") + form[1];
+        const size_t text = last.size() - std::min(last.size(), asks.size());
+        return call.rfind(form[0], 0) == 0 && last.compare(text, std::string::npos, asks) == 0 &&
+               call == last.substr(0, text) + converts;
+    };
+    return isPair(usual[0]) || isPair(usual[1]);
+}
+
+// A handle or a block, in the hexadecimal or decimal form that the argument lines give it.
+bool isAddress(const std::string& digits)
+{
+    for (const int base : {10, 16}) {
+        const auto value = static_cast<uintptr_t>(strtoull(digits.c_str(), nullptr, base));
+        if (digits.size() >= 5 && (run.held.count(value) || guarded::isBlock(reinterpret_cast<void*>(value))))
+            return true;
+    }
+    return false;
+}
+
+// The argument line so far: it is traced in pieces of a buffer, which ends where the piece at hand ends.
+void writeArgumentLine()
+{
+    const std::string line = reinterpret_cast<const char*>(run.argumentBuffers.back());
+    std::string text = ": ";
+    for (size_t at = 0; at < line.size();) {
+        const size_t digits = std::min(line.find_first_not_of("0123456789abcdef", at), line.size()) - at;
+        const std::string word = line.substr(at, std::max<size_t>(digits, 1));
+        text += isAddress(word) ? "(address)" : word == "\n" ? "\\n" : word;
+        at += word.size();
+    }
+    run.trail.lines.back().text = run.routines.back() + text;
+}
+
+// With the number of the operating system's error, whose text is the machine's.
+std::string firstLine(const std::string& text)
+{
+    const size_t at = text.find("(OS ");
+    const std::string osError = at == std::string::npos ? "" : ' ' + text.substr(at, text.find(')', at) + 1 - at);
+    return text.substr(0, text.find_first_of("\r\n")) + osError;
+}
+
+void writeCall(const Row& row, const Raw& arguments)
+{
+    const bool isOfHeap = row.says == Says::memoryNull || row.releases == Kind::heap;
+    run.isWritten = run.inWords && !isOfHeap && strcmp(row.name, "IsValidSid") != 0; // which only computes
+    if (!run.isWritten)
+        return;
+    const CallWords words = wordsOf(row, arguments, run.names);
+    if (!run.trail.lines.empty() && endsUsualConversion(words.all)) {
+        run.trail.lines.pop_back();
+        run.isWritten = false;
+        return;
+    }
+    writeLine(words.all);
+    run.trail.lines.back().asked = words.asked;
+    run.trail.lines.back().row = &row;
+}
+
+// The error that a call has ended with, if it has.
+void writeError(const Row& row, uintptr_t result, DWORD osError)
+{
+    const bool isResult = row.says == Says::result || row.says == Says::ntStatus;
+    char text[32];
+    snprintf(text, sizeof text, row.says == Says::ntStatus ? " -> 0x%lX" : " -> %lu",
+             isResult ? static_cast<DWORD>(result) : osError);
+    run.trail.lines.back().text += text;
+}
 
 bool isForArgumentLine(const Row& row, const Raw& arguments)
 {
@@ -99,6 +190,21 @@ bool isSuccess(const Row& row, uintptr_t result)
     return true;
 }
 
+uintptr_t resourceOf(const Row& row, uintptr_t result, const Raw& arguments)
+{
+    if (row.through == fromResult)
+        return result;
+    const auto* const place = reinterpret_cast<const uintptr_t*>(arguments[static_cast<size_t>(row.through)]);
+    return place ? *place : 0;
+}
+
+void nameResult(const Row& row, uintptr_t result, const Raw& arguments)
+{
+    const std::string name = resultOf(row, arguments, run.names);
+    if (const uintptr_t resource = name.empty() ? 0 : resourceOf(row, result, arguments))
+        run.names[resource] = name;
+}
+
 } // namespace
 
 const char* nameOf(Kind kind)
@@ -118,11 +224,17 @@ const Row& rowOf(void** original)
 std::optional<DWORD> enter(const Row& row, const Raw& arguments)
 {
     const std::lock_guard lock(mutex);
+    run.isWritten = false;
     if (run.on)
         run.trail.reached.insert(&row);
-    if (!run.on || row.says == Says::nothing)
+    if (!run.on)
         return std::nullopt;
-    if (isForArgumentLine(row, arguments)) {
+    const bool isForLine = row.says == Says::nothing ? run.inArgumentLine : isForArgumentLine(row, arguments);
+    if (!isForLine)
+        writeCall(row, arguments);
+    if (row.says == Says::nothing)
+        return std::nullopt;
+    if (isForLine) {
         if (!run.fault.argumentLines)
             return std::nullopt;
         run.inArgumentLine = row.says != Says::memoryNull; // without a buffer there is no line
@@ -148,6 +260,7 @@ bool releasing(const Row& row, const Raw& arguments)
     const std::lock_guard lock(mutex);
     if (!run.on || row.releases == Kind::none || !resource)
         return true;
+    run.names.erase(resource);
     const auto known = run.held.find(resource);
     if (known != run.held.end() && known->second == row.releases) {
         run.held.erase(known);
@@ -160,15 +273,16 @@ bool releasing(const Row& row, const Raw& arguments)
 
 uintptr_t finished(const Row& row, uintptr_t result, const Raw& arguments)
 {
+    const DWORD osError = GetLastError();
+    if (std::exchange(run.isWritten, false) && !isSuccess(row, result))
+        writeError(row, result, osError);
     if (result && strcmp(row.name, "GetProcAddress") == 0)
         return findAtRunTime(reinterpret_cast<const char*>(arguments[1]), result);
+    if (run.inWords && row.says != Says::nothing && isSuccess(row, result))
+        nameResult(row, result, arguments);
     if (row.acquires == Kind::none || !isSuccess(row, result))
         return result;
-    uintptr_t resource = result;
-    if (row.through != fromResult) {
-        const auto* const place = reinterpret_cast<const uintptr_t*>(arguments[static_cast<size_t>(row.through)]);
-        resource = place ? *place : 0;
-    }
+    const uintptr_t resource = resourceOf(row, result, arguments);
     const std::lock_guard lock(mutex);
     if (std::exchange(run.isArgumentBuffer, false) && run.on && resource)
         run.argumentBuffers.push_back(resource);
@@ -196,10 +310,11 @@ Interception::~Interception()
     run = {};
 }
 
-void Interception::start(Fault fault)
+void Interception::start(Fault fault, bool inWords)
 {
     const std::lock_guard lock(mutex);
     run = {};
+    run.inWords = inWords;
     run.fault = fault;
     run.on = true;
 }
@@ -218,6 +333,7 @@ Trail Interception::finish()
 void Interception::give(Kind kind, const void* resource)
 {
     run.held[reinterpret_cast<uintptr_t>(resource)] = kind;
+    run.names[reinterpret_cast<uintptr_t>(resource)] = std::string("given ") + nameOf(kind);
 }
 
 void Interception::take(Kind kind, const void* resource)
@@ -229,7 +345,7 @@ void Interception::take(Kind kind, const void* resource)
         run.held.erase(known);
 }
 
-void Interception::traced(const char* line)
+void Interception::traced(const char* format, const char* line)
 {
     constexpr char entering[] = "Entering... ";
     const std::lock_guard lock(mutex);
@@ -237,10 +353,19 @@ void Interception::traced(const char* line)
         return;
     run.inArgumentLine = false;
     run.entered = strncmp(line, entering, strlen(entering)) == 0;
-    if (run.entered)
-        run.routines.emplace_back(line + strlen(entering), strcspn(line + strlen(entering), "("));
-    else if (strncmp(line, "Exiting... ", strlen("Exiting... ")) == 0 && !run.routines.empty())
+    if (run.entered) {
+        const std::string routine(line + strlen(entering), strcspn(line + strlen(entering), "("));
+        writeLine(routine);
+        run.routines.push_back(routine);
+        run.lineMayFollow = true;
+    } else if (strncmp(line, "Exiting... ", strlen("Exiting... ")) == 0 && !run.routines.empty()) {
         run.routines.pop_back();
+        run.lineMayFollow = false;
+    } else if (run.inWords && run.lineMayFollow && strcmp(format, "%s") == 0) {
+        writeArgumentLine();
+    } else if (format[1] != '*') { // the separator
+        writeLine(*line == '\n' ? "! " + firstLine(line + 1) : "\"" + firstLine(line) + '"');
+    }
 }
 
 std::vector<std::string> Interception::unmatched() const

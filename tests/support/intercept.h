@@ -7,6 +7,9 @@
 
 #include <windows.h>
 
+#include <array>
+#include <cstdint>
+#include <cstring>
 #include <map>
 #include <optional>
 #include <set>
@@ -48,12 +51,25 @@ const char* nameOf(Kind kind);
 
 constexpr int fromResult = -1;
 
+// The arguments of a call as they are passed.
+using Raw = std::array<uintptr_t, 16>;
+
+template <class T>
+uintptr_t rawOf(T value)
+{
+    static_assert(sizeof value <= sizeof(uintptr_t));
+    uintptr_t raw = 0;
+    memcpy(&raw, &value, sizeof value);
+    return raw;
+}
+
 // One row per imported platform function.
 struct Row
 {
     const char* name;
     void* wrapper;
-    void** original; // where the wrapper finds what it stands before
+    void** original;   // where the wrapper finds what it stands before
+    const char* types; // of the arguments: 'a' text, 'w' wide text, 'i' signed and 'n' other number, 'p' other pointer
     Says says = Says::nothing;
     std::vector<DWORD> codes = {}; // documented failures worth trying; the first is the usual one
     Kind acquires = Kind::none;
@@ -76,6 +92,15 @@ struct Fault
     bool texts = false;             // and every call for a message's text
 };
 
+// What is called or traced, in words.
+struct Line
+{
+    size_t depth; // routines around it
+    std::string text;
+    std::string asked;        // in a call: rights, flags and names
+    const Row* row = nullptr; // of a call
+};
+
 // What one run of a library function did.
 struct Trail
 {
@@ -90,6 +115,7 @@ struct Trail
     std::set<const Row*> reached;        // whether they can fail or not
     std::vector<std::string> offences;   // wrong-pair or double releases
     std::map<std::string, long> balance; // kind -> acquired and not released
+    std::vector<Line> lines;             // when it runs in words; without the heap and argument lines
 };
 
 class Interception
@@ -100,15 +126,15 @@ public:
     Interception(const Interception&) = delete;
     Interception& operator=(const Interception&) = delete;
 
-    void start(Fault fault);
+    void start(Fault fault, bool inWords = false);
     Trail finish(); // argument lines that the library has not released are released here
 
     // What the caller hands to the library to release, and what the library hands to the caller.
     static void give(Kind kind, const void* resource);
     static void take(Kind kind, const void* resource);
 
-    // A trace line of the run under way.
-    static void traced(const char* line);
+    // A trace line of the run under way, with its format.
+    static void traced(const char* format, const char* line);
 
     std::vector<std::string> unmatched() const; // imports without a row, and rows of what is not imported
 

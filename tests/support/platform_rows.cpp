@@ -45,10 +45,10 @@ void* bits(R (*function)(A...))
     return reinterpret_cast<void*>(function);
 }
 
-Row calls(const char* name, void* wrapper, void** original, Says says = Says::nothing, std::vector<DWORD> codes = {},
-          Kind acquired = Kind::none, int through = fromResult)
+Row calls(const char* name, void* wrapper, void** original, const char* types, Says says = Says::nothing,
+          std::vector<DWORD> codes = {}, Kind acquired = Kind::none, int through = fromResult)
 {
-    Row row = {name, wrapper, original};
+    Row row = {name, wrapper, original, types};
     row.says = says;
     row.codes = std::move(codes);
     row.acquires = acquired;
@@ -62,9 +62,10 @@ std::vector<DWORD> withStatus(NTSTATUS more)
 }
 
 // Its first argument, or what is at the address in it.
-Row releases(const char* name, void* wrapper, void** original, Kind released, bool throughAddress = false)
+Row releases(const char* name, void* wrapper, void** original, const char* types, Kind released,
+             bool throughAddress = false)
 {
-    Row row = {name, wrapper, original};
+    Row row = {name, wrapper, original, types};
     row.releases = released;
     row.releasesThroughAddress = throughAddress;
     return row;
@@ -84,7 +85,7 @@ Row atRunTime(Row row)
 
 } // namespace
 
-#define FUNCTION(name) #name, bits(&Wrapper <&::name>::call), &Wrapper < &::name> ::original
+#define FUNCTION(name) #name, bits(&Wrapper <&::name>::call), &Wrapper < &::name> ::original, Wrapper < &::name> ::types
 
 const std::vector<Row>& rows()
 {

@@ -20,7 +20,7 @@ void TraceLog::receive(void* context, const char* format, ...)
     else
         vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
-    intercept::Interception::traced(line);
+    intercept::Interception::traced(format, line);
     const std::lock_guard lock(log.mutex);
     log.lines.emplace_back(line);
     log.threads.push_back(GetCurrentThreadId());

@@ -3,13 +3,9 @@
 
 #include "tests/support/intercept.h"
 
-#include <array>
-#include <cstdint>
-#include <cstring>
+#include <type_traits>
 
 namespace intercept {
-
-using Raw = std::array<uintptr_t, 16>;
 
 // The run under way. `enter` answers the error code with which the call is to fail, if it is.
 std::optional<DWORD> enter(const Row& row, const Raw& arguments);
@@ -20,12 +16,11 @@ uintptr_t finished(const Row& row, uintptr_t result, const Raw& arguments);
 const Row& rowOf(void** original);
 
 template <class T>
-uintptr_t rawOf(T value)
+constexpr char typeOf()
 {
-    static_assert(sizeof value <= sizeof(uintptr_t));
-    uintptr_t raw = 0;
-    memcpy(&raw, &value, sizeof value);
-    return raw;
+    if constexpr (std::is_pointer_v<T>)
+        return std::is_same_v<T, LPCSTR> ? 'a' : std::is_same_v<T, LPCWSTR> ? 'w' : 'p';
+    return std::is_signed_v<T> ? 'i' : 'n';
 }
 
 // The last error of what does not say its failure with it: nobody has anything to learn from that.
@@ -60,6 +55,7 @@ struct Wrapper;
 template <class R, class... A, R(WINAPI* function)(A...)>
 struct Wrapper<function>
 {
+    static constexpr char types[] = {typeOf<A>()..., '\0'};
     static inline void* original;
     static inline const Row* row;
 
