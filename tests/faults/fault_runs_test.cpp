@@ -60,6 +60,37 @@ TEST(FaultRuns, ReachEveryExportRowAndException)
         }
 }
 
+using Lines = std::vector<std::string>;
+
+Lines linesOf(const std::string& text)
+{
+    std::istringstream stream(text);
+    Lines lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+// Under which headings, and the lines there: "- " as they were, "+ " as they are.
+std::string firstDifference(const Lines& before, const Lines& after)
+{
+    const auto [was, is] = std::mismatch(before.begin(), before.end(), after.begin(), after.end());
+    if (was == before.end() && is == after.end())
+        return "";
+    std::string headings;
+    for (auto line = before.begin(); line != was; ++line)
+        if (line->rfind("##", 0) == 0)
+            headings = *line;
+        else if (line->find_first_not_of(" |") == 0 && line->back() == ':')
+            headings = headings.substr(0, headings.find(": ")) + ": " + *line;
+    std::string difference = "line " + std::to_string(was - before.begin() + 1) + ", " + headings;
+    for (auto line = was; line != before.end() && line < was + 3; ++line)
+        difference += "\n- " + *line;
+    for (auto line = is; line != after.end() && line < is + 3; ++line)
+        difference += "\n+ " + *line;
+    return difference;
+}
+
 // A document whose last part is written by the runs.
 void expectDocument(const std::string& name, const std::string& written)
 {
@@ -72,17 +103,8 @@ void expectDocument(const std::string& name, const std::string& written)
     const std::string now = document.substr(0, at + begin.size()) + written;
     if (getenv("KESWSEC_WRITE_DOCS"))
         std::ofstream(path, std::ios::binary) << now;
-    std::istringstream before(document);
-    std::istringstream after(now);
-    std::string was;
-    std::string is;
-    for (int line = 1; !getenv("KESWSEC_WRITE_DOCS") && before && after; ++line) {
-        was = is = "no line";
-        std::getline(before, was);
-        std::getline(after, is);
-        ASSERT_EQ(was, is) << path << ":" << line
-                           << ": KESWSEC_WRITE_DOCS=1 ./test --gtest_filter='FaultRuns*' writes it anew";
-    }
+    else if (const std::string difference = firstDifference(linesOf(document), linesOf(now)); !difference.empty())
+        ADD_FAILURE() << path << ", " << difference << "\nKESWSEC_WRITE_DOCS=1 writes it anew";
 }
 
 TEST(FaultRuns, AreWhatTheDocumentsSay)

@@ -205,8 +205,10 @@ PSID Stage::sid(const wchar_t* text)
 HANDLE Stage::object(const wchar_t* name)
 {
     const bool isToken = wcsncmp(name, L"token", 5) == 0;
-    return objects_.emplace_back(
-        whatif::openObject(name, isToken ? TOKEN_QUERY | TOKEN_ADJUST_DEFAULT : READ_CONTROL | WRITE_DAC));
+    const HANDLE object =
+        whatif::openObject(name, isToken ? TOKEN_QUERY | TOKEN_ADJUST_DEFAULT : READ_CONTROL | WRITE_DAC);
+    Interception::lend(object, std::string(name, name + wcslen(name)));
+    return objects_.emplace_back(object);
 }
 
 void* Stage::output(size_t size, std::function<std::string(void*)> words, std::function<void(void*)> release)

@@ -4,6 +4,7 @@
 #include "whatif/security/descriptors.h"
 
 #include <aclapi.h>
+#include <authz.h>
 #include <lm.h>
 #include <ntsecapi.h>
 
@@ -51,6 +52,8 @@ const std::map<std::string, std::vector<Constant>>& constants()
          {NAMED(POLICY_ALL_ACCESS), NAMED(POLICY_VIEW_LOCAL_INFORMATION), NAMED(POLICY_LOOKUP_NAMES),
           NAMED(POLICY_CREATE_ACCOUNT)}},
         {"policyclass", {NAMED(PolicyAccountDomainInformation)}},
+        {"manageraudit", {NAMED(AUTHZ_RM_FLAG_NO_AUDIT)}},
+        {"contextgroups", {NAMED(AUTHZ_SKIP_TOKEN_GROUPS)}},
         {"nested", {NAMED(LG_INCLUDE_INDIRECT)}},
         {"length", {NAMED(MAX_PREFERRED_LENGTH)}},
         {"privilege", {NAMED(USER_PRIV_USER)}},
@@ -68,7 +71,11 @@ const std::map<std::string, std::vector<Constant>>& constants()
         {"service",
          {NAMED(SERVICE_ALL_ACCESS), NAMED(SERVICE_QUERY_CONFIG), NAMED(SERVICE_CHANGE_CONFIG), NAMED(SERVICE_START),
           NAMED(SERVICE_STOP), NAMED(SERVICE_QUERY_STATUS), NAMED(DELETE), NAMED(READ_CONTROL), NAMED(WRITE_DAC)}},
-        {"servicetype", {NAMED(SERVICE_NO_CHANGE), NAMED(SERVICE_WIN32_OWN_PROCESS), NAMED(SERVICE_KERNEL_DRIVER)}},
+        {"information", {NAMED(SC_ENUM_PROCESS_INFO)}},
+        {"servicestate", {NAMED(SERVICE_STATE_ALL), NAMED(SERVICE_ACTIVE), NAMED(SERVICE_INACTIVE)}},
+        {"servicetype",
+         {NAMED(SERVICE_WIN32), NAMED(SERVICE_NO_CHANGE), NAMED(SERVICE_WIN32_OWN_PROCESS),
+          NAMED(SERVICE_KERNEL_DRIVER)}},
         {"starttype", {NAMED(SERVICE_NO_CHANGE), NAMED(SERVICE_DEMAND_START)}},
         {"errorcontrol", {NAMED(SERVICE_NO_CHANGE), NAMED(SERVICE_ERROR_NORMAL)}},
         {"configuration", {NAMED(SERVICE_CONFIG_SERVICE_SID_INFO)}},
@@ -76,7 +83,9 @@ const std::map<std::string, std::vector<Constant>>& constants()
         {"security",
          {NAMED(OWNER_SECURITY_INFORMATION), NAMED(GROUP_SECURITY_INFORMATION), NAMED(DACL_SECURITY_INFORMATION),
           NAMED(PROTECTED_DACL_SECURITY_INFORMATION), NAMED(UNPROTECTED_DACL_SECURITY_INFORMATION)}},
+        {"control", {NAMED(SE_DACL_AUTO_INHERIT_REQ), NAMED(SE_DACL_AUTO_INHERITED), NAMED(SE_DACL_PROTECTED)}},
         {"object", {NAMED(SE_FILE_OBJECT), NAMED(SE_SERVICE), NAMED(SE_REGISTRY_KEY), NAMED(SE_KERNEL_OBJECT)}},
+        {"desired", {NAMED(MAXIMUM_ALLOWED)}},
         {"atend", {NAMED(MAXDWORD)}},
         {"aclclass", {NAMED(AclSizeInformation)}},
         {"mode", {NAMED(GRANT_ACCESS), NAMED(SET_ACCESS), NAMED(DENY_ACCESS), NAMED(REVOKE_ACCESS)}},
@@ -158,9 +167,10 @@ std::string aceWords(const ACE_HEADER* ace)
     return aclWords(acl);
 }
 
-std::string entryWords(const EXPLICIT_ACCESSA& entry)
+template <class Entry>
+std::string entryWords(const Entry& entry)
 {
-    const TRUSTEEA& trustee = entry.Trustee;
+    const auto& trustee = entry.Trustee;
     return '{' + hex(entry.grfAccessPermissions) + ", " + constantWords("mode", entry.grfAccessMode) + ", " +
            hex(entry.grfInheritance) + ", " + constantWords("form", trustee.TrusteeForm) + ", " +
            constantWords("trustee", trustee.TrusteeType) + ", " +
@@ -296,6 +306,11 @@ const std::map<std::string, Describing::Kind>& Describing::kinds()
              const bool isWhole = static_cast<int>(d.number(3)) < 0 && d.number(i) == d.length(2) + 1;
              return isWhole ? "all" : std::to_string(d.number(i));
          }},
+        {"twice", // what the call before has left at the address that follows
+         [](D d, size_t i) {
+             const DWORD size = d.number(i);
+             return size && size == 2 * *d.as<const DWORD*>(i + 1) ? "twice the need" : std::to_string(size);
+         }},
         {"pathroom", [](D d, size_t i) { return "its length + " + std::to_string(d.number(i) - d.length(0)); }},
         {"names", // each with its end, an empty one behind the last
          [](D d, size_t i) -> std::string {
@@ -341,7 +356,22 @@ const std::map<std::string, Describing::Kind>& Describing::kinds()
         {"ace", [](D d, size_t i) { return aceWords(d.as<ACE_HEADER*>(i)); }},
         {"descriptor", [](D d, size_t i) { return sddl(whatif::securityOf(d.as<PSECURITY_DESCRIPTOR>(i))); }},
         {"entries", // behind their number
-         [](D d, size_t i) { return listed(d.as<EXPLICIT_ACCESSA*>(i), d.number(i - 1), entryWords); }},
+         [](D d, size_t i) {
+             return d.row_.name[strlen(d.row_.name) - 1] == 'W'
+                        ? listed(d.as<EXPLICIT_ACCESSW*>(i), d.number(i - 1), entryWords<EXPLICIT_ACCESSW>)
+                        : listed(d.as<EXPLICIT_ACCESSA*>(i), d.number(i - 1), entryWords<EXPLICIT_ACCESSA>);
+         }},
+        {"defaultdacl", [](D d, size_t i) { return aclWords(d.as<TOKEN_DEFAULT_DACL*>(i)->DefaultDacl); }},
+        {"groups", // followed by their number
+         [](D d, size_t i) {
+             return listed(d.as<SID_AND_ATTRIBUTES*>(i), d.number(i + 1), [](const SID_AND_ATTRIBUTES& group) {
+                 return '{' + sidWords(group.Sid) + ", " + hex(group.Attributes) + '}';
+             });
+         }},
+        {"request",
+         [](D d, size_t i) {
+             return '{' + constantWords("desired", d.as<AUTHZ_ACCESS_REQUEST*>(i)->DesiredAccess) + '}';
+         }},
     };
     return all;
 }
@@ -379,12 +409,15 @@ const Described& describedFor(const Row& row)
         {"LookupAccountSidW", "_ sid _ size _ size"},
         {"OpenProcessToken", "_ +token", "token of {0}"},
         {"GetTokenInformation", "_ +tokenclass"},
+        {"SetTokenInformation", "_ +tokenclass defaultdacl"},
         {"LogonUserW", "_ _ secret +logon provider", "token of {0}"},
         {"LsaOpenPolicy", "lsa in +policy", "policy{ of 0}"},
+        {"LsaQueryInformationPolicy", "_ +policyclass", "account domain"},
         {"LsaAddAccountRights", "_ sid +rights"},
         {"LsaRemoveAccountRights", "_ sid _ +rights"},
         {"LsaEnumerateAccountsWithUserRight", "_ +lsa", "accounts with {1}"},
         {"NetLocalGroupAdd", "_ _ group"},
+        {"NetLocalGroupEnum", "_ _ _ length", "groups"},
         {"NetLocalGroupGetInfo", "_ _ _ _", "group {1}"},
         {"NetLocalGroupAddMembers", "_ _ _ members"},
         {"NetLocalGroupDelMembers", "_ _ _ members"},
@@ -403,11 +436,15 @@ const Described& describedFor(const Row& row)
         {"RegQueryValueExW", "_ +_ _ _ _ size"},
         {"RegSetValueExA", "_ +_ _ valuetype data"},
         {"RegSetValueExW", "_ +_ _ valuetype data"},
+        {"RegEnumKeyExW", "_ _ _ size"},
+        {"RegGetKeySecurity", "_ +security _ size"},
         {"OpenSCManagerW", "_ _ +manager", "service manager{ of 0}"},
         {"OpenServiceW", "_ _ +service", "service {1}"},
+        {"EnumServicesStatusExW", "_ information +servicetype +servicestate _ _ _ _ size"},
         {"CreateServiceW", "_ _ _ +service servicetype starttype errorcontrol _ _ _ names _ secret", "service {1}"},
         {"ChangeServiceConfigW", "_ servicetype starttype errorcontrol _ _ _ names _ secret"},
         {"ChangeServiceConfig2W", "_ configuration +sidinfo"},
+        {"QueryServiceConfigW", "_ _ twice"},
         {"QueryServiceObjectSecurity", "_ +security"},
         {"SetServiceObjectSecurity", "_ +security descriptor"},
         {"FindFirstFileW", "_", "search for {0}"},
@@ -418,9 +455,18 @@ const Described& describedFor(const Row& row)
         {"GetAclInformation", "_ _ _ aclclass"},
         {"GetFileSecurityW", "_ +security"},
         {"SetFileSecurityW", "_ +security descriptor"},
+        {"GetNamedSecurityInfoW", "_ object +security", "security of {0}"},
         {"SetNamedSecurityInfoW", "wide object +security sid sid acl acl"},
         {"SetEntriesInAclA", "_ entries acl", "merged list"},
+        {"SetEntriesInAclW", "_ entries acl", "merged list"},
+        {"GetSecurityInfo", "_ object +security", "security of {0}"},
+        {"SetSecurityInfo", "_ object +security sid sid acl acl"},
         {"SetSecurityDescriptorDacl", "_ _ acl"},
+        {"SetSecurityDescriptorControl", "_ control control"},
+        {"AuthzInitializeResourceManager", "manageraudit", "authorization"},
+        {"AuthzInitializeContextFromSid", "contextgroups sid", "context of {1}"},
+        {"AuthzAddSidsToContext", "_ groups", "{0} and groups"},
+        {"AuthzAccessCheck", "_ _ +request _ descriptor"},
     };
     for (const Described& each : all)
         if (strcmp(each.function, row.name) == 0)

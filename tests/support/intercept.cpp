@@ -35,6 +35,7 @@ struct Run
 
     bool inWords = false;
     Names names;
+    std::set<uintptr_t> lent;
     bool isWritten = false;     // the call at hand
     bool lineMayFollow = false; // an argument line, or another piece of it
 };
@@ -75,7 +76,8 @@ bool isAddress(const std::string& digits)
 {
     for (const int base : {10, 16}) {
         const auto value = static_cast<uintptr_t>(strtoull(digits.c_str(), nullptr, base));
-        if (digits.size() >= 5 && (run.held.count(value) || guarded::isBlock(reinterpret_cast<void*>(value))))
+        const bool isOfLibrary = run.held.count(value) || guarded::isBlock(reinterpret_cast<void*>(value));
+        if (run.lent.count(value) || (digits.size() >= 5 && isOfLibrary))
             return true;
     }
     return false;
@@ -343,6 +345,12 @@ void Interception::take(Kind kind, const void* resource)
         run.trail.offences.push_back(std::string("the caller is given a ") + nameOf(kind) + " that is none");
     else
         run.held.erase(known);
+}
+
+void Interception::lend(const void* resource, const std::string& name)
+{
+    run.names[reinterpret_cast<uintptr_t>(resource)] = name;
+    run.lent.insert(reinterpret_cast<uintptr_t>(resource));
 }
 
 void Interception::traced(const char* format, const char* line)

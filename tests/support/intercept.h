@@ -132,6 +132,8 @@ public:
     // What the caller hands to the library to release, and what the library hands to the caller.
     static void give(Kind kind, const void* resource);
     static void take(Kind kind, const void* resource);
+    // What stays the caller's, too.
+    static void lend(const void* resource, const std::string& name);
 
     // A trace line of the run under way, with its format.
     static void traced(const char* format, const char* line);
