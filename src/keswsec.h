@@ -625,10 +625,8 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
 
 /*
  * Common to these functions:
- *  - `username` is an account name that the node resolves, with or without its domain. Besides, in upper or lower case:
- *    "S-1-..." is a SID in string form; "LocalSystem", also behind ".\" or the node's name and a backslash, and
- *    "NT AUTHORITY\SYSTEM", "NT AUTHORITY\LocalService" and "NT AUTHORITY\NetworkService" are the built-in service
- *    accounts; ".\name" is an account of the node's own. Services are compared with it by SID.
+ *  - `username` is an account in any spelling, as the node knows it. Services are compared with it by SID; one that names
+ *    no account starts under LocalSystem.
  *  - `khomepath` is the directory of a home, in the node's spelling; "/" counts as "\", backslashes at its end do not
  *    count. NULL is the directory above the one that this library lies in, on a node the same path there.
  *  - A list of names is released with sswseFreeArrayofStrings. It is NULL, and its count 0, when there are none, and
@@ -661,8 +659,10 @@ DWORD WINAPI sswseGetAllServicesInKHForUser(sswseErrRec* err, const char* khomep
 /*
  * Give these services the account's new password. It is stored without being tried: ask sswseCheckValidUser first.
  * Services that run use it when they start next. The account's own password is not changed. It is written each time,
- * as nobody can tell which one is stored. All services are tried.
- *   username   the account, which must have a password of its own. A managed account is recognised by its name
+ * as nobody can tell which one is stored. All services are tried, each with the account that it started under when they
+ * were gathered: one that somebody gives another account meanwhile is given this one back.
+ *   username   the account, which must have a password of its own. A managed account is recognised by its name, not by
+ *              a SID, and when it is installed on this machine
  *   password   its new password; "" is an empty one
  *   nodename   node of the services
  *   failed     receives, with a 3 for such services, the names of those that did not get it, failcount their number.
@@ -705,8 +705,9 @@ DWORD WINAPI sswseDeleteSVCSidsFromKESHomeGroups(sswseErrRec* err, const char* k
  * that they go to is created when it is not there. Each SID joins it before it leaves the other.
  *   khomepath, nodename  as above
  * 2, also when there is nothing to do; 3 with WSE-000011, WSE-000054, WSE-000055, WSE-000060 when the services cannot
- * all be read, which leaves everything as it was; 3 with WSE-000028, WSE-000030, WSE-000031, WSE-000032, or the message
- * of sswseGetServiceSID, what was moved before staying so; 4; 3 or 6 as above when the home cannot be looked up.
+ * all be read, which leaves everything as it was; 3 with WSE-000028, WSE-000030, WSE-000031, WSE-000032, WSE-000037, or
+ * the message of sswseGetServiceSID, what was moved before staying so; 4; 3 or 6 as above when the home cannot be looked
+ * up, 3 also with WSE-000046, WSE-000047, WSE-000052 when `khomepath` is NULL and the library's home cannot be told.
  */
 DWORD WINAPI sswseMigrateDBServiceSidsForUpgrade(sswseErrRec* err, const char* khomepath, const char* nodename);
 DWORD WINAPI sswseMigrateDBServiceSidsForDowngrade(sswseErrRec* err, const char* khomepath, const char* nodename);
@@ -715,9 +716,10 @@ DWORD WINAPI sswseMigrateDBServiceSidsForDowngrade(sswseErrRec* err, const char*
 
 /*
  * Kinds of object, `wtype`. Files and directories are named by their path, a key as "MACHINE\Software\..." or
- * "\\node\MACHINE\...". Names of accounts are looked up on the machine of a UNC path, which "\\?\C:\..." is taken for
- * as well, but for SSWSE_OBJECT_GROUPS on this one. What is called ".VLFS", ".fileid" or ".Security" is the cluster file
- * system's own and left alone, which counts as done.
+ * "\\node\MACHINE\..."; the root of a drive with its backslash, as "C:" alone is the drive's current directory. Names of
+ * accounts are looked up on the machine of a UNC path, which "\\?\C:\..." is taken for as well, but for
+ * SSWSE_OBJECT_GROUPS on this one. What is called ".VLFS", ".fileid" or ".Security" is the cluster file system's own and
+ * left alone, which counts as done; of a `path` that is called so this holds for itself, not for what is below.
  */
 enum
 {
@@ -763,9 +765,9 @@ enum
  *   ptype        SSWSE_ACCESS_...
  *   inheritable  not 0: everything below a directory as well (not for permission type 7; without meaning for keys, whose
  *                subkeys inherit what is written to a key); links are followed. Skipped are children without access,
- *                those with a name that is left alone and all that is in them, and what is in a directory whose path is
- *                longer than 257 characters. A child whose path is longer than 259 ends the walk with 3, unless the
- *                process has long paths enabled
+ *                those with a name that is left alone and all that is in them, what is in a directory whose path is
+ *                longer than 257 characters, and, without a message, what is in a directory that cannot be listed. A
+ *                child whose path is longer than 259 ends the walk with 3, unless the process has long paths enabled
  * 2: done. The record may hold the message of a skipped child (operating system's error 206 for one whose path is too
  *    long), or of a file that ended the walk early.
  * 3: WSE-000014, WSE-000038, WSE-000039 (an account); WSE-000012 or a message of one blank (a mount point that cannot
@@ -782,9 +784,10 @@ DWORD WINAPI sswseAddACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const 
  * sswseAddACLOnObjectForUser, but files and directories lose the entries they had, and a key loses its own, inherits
  * nothing any more and stays so (its DACL is protected). A file's DACL is not protected: when somebody changes a
  * directory above later and has the system pass that on, entries from there come to it. SSWSE_ACCESS_READ_ONLY shuts
- * administrators and the system out.
+ * administrators and the system out. With `inheritable` each directory is listed after it has got its entries: a caller
+ * whom these do not let list it changes that directory and nothing below, which is 2 without a message.
  * The parameters and the statuses are those of that one, but users may be given in any spelling, and:
- * 4: "usernames" also for SSWSE_ACCESS_READ_ONLY without users, which would let nobody in.
+ * 4: "usernames" whatever `ptype`, and for SSWSE_ACCESS_READ_ONLY without users, which would let nobody in.
  */
 DWORD WINAPI sswseSetACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
                                         int numusers, int ptype, unsigned char inheritable);
@@ -802,7 +805,7 @@ DWORD WINAPI sswseSetACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const 
  * The statuses are those of these two, and:
  * 4: "excludelist" for a negative count, a NULL list or entry, a path that is empty, begins with a single backslash or
  *    with a drive and no backslash ("C:dir"), or has a component "." or ".."; WSE-000063 for excluded paths with a key;
- *    "usernames" for sswseSetACLOnObjectForUser2 with SSWSE_ACCESS_READ_ONLY and neither users nor an install user.
+ *    "usernames" also whatever `ptype`, and for SSWSE_ACCESS_READ_ONLY with neither users nor an install user.
  */
 DWORD WINAPI sswseAddACLOnObjectForUser2(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
                                          int numusers, int ptype, unsigned char inheritable, const char* installuser,
@@ -812,8 +815,9 @@ DWORD WINAPI sswseSetACLOnObjectForUser2(sswseErrRec* err, unsigned wtype, const
                                          char** excludelist, int numexclude);
 
 /*
- * Takes from accounts what an object allows them. What denies them something stays, as do the other entries, in order;
- * an object that does not allow them anything, or has no list of entries, is not written.
+ * Takes from accounts what an object allows them, in plain and in conditional entries. What denies them something stays,
+ * as do the other entries, in order; an object that does not allow them anything, or has no list of entries, is not
+ * written.
  *   wtype        SSWSE_OBJECT_...
  *   path         the object. From a file or directory inherited entries go as well; from a key its own go, and its
  *                subkeys lose what they inherited from those
@@ -825,7 +829,7 @@ DWORD WINAPI sswseSetACLOnObjectForUser2(sswseErrRec* err, unsigned wtype, const
  * 2: done. With WSE-00004, "PATH still inherits NAME.", when a key above gives the first of these accounts access.
  * 3: an account that cannot be had; WSE-000012 or a message of one blank (a mount point that cannot be read); WSE-000053
  *    (an object's security cannot be read or written) or WSE-000065 (a directory cannot be listed), the first of these
- *    with everything else done, unless it is `path` itself; WSE-000066, WSE-000067 (a key's cannot be read or written).
+ *    with everything else below `path` done, unless it is `path` itself; WSE-000066, WSE-000067 (a key's cannot be read or written).
  * 4: WSE-000064 for another `wtype`; "path"; "usernames" for a list without names, a NULL one or a NULL name.
  */
 DWORD WINAPI sswseRevokeACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
@@ -850,9 +854,10 @@ DWORD WINAPI sswseAddFullPermForSVCSIDSGroup(sswseErrRec* err, unsigned wtype, c
  * Gives everything below a directory the directory's DACL, entry by entry as they stand: this is a copy and not
  * inheritance. Entries for "this folder only" spread too, inherited ones stay marked as inherited, and children that
  * were protected lose their own entries (and stay protected). A child that has exactly these entries is not written.
- *   path  the directory. Its children are walked as sswseRevokeACLOnObjectForUser does
+ *   path  the directory. Its children are walked as sswseRevokeACLOnObjectForUser does. Of a link it is the link's DACL
+ *         that the children of its target get
  * 2; 3: WSE-000053 (security that cannot be read or written) or WSE-000065 (a directory cannot be listed), the first of
- * these with the other children done; WSE-000066 with the operating system's error 1350, and nothing done, when the
+ * these with the other children done, unless it is `path` itself; WSE-000066 with the operating system's error 1350, and nothing done, when the
  * directory has no DACL to copy; 4: "path"; WSE-000063 when it is not a directory.
  */
 DWORD WINAPI sswseCopyPermissionsFromParentToChildren(sswseErrRec* err, const char* path);
@@ -863,7 +868,7 @@ DWORD WINAPI sswseCopyPermissionsFromParentToChildren(sswseErrRec* err, const ch
  * every bit of the mask, inherited ones included and those that are only there to be inherited not, and no deny entry
  * of it may take one before. Inheritance flags are not compared; groups that an account is in do not count.
  *   wtype, path, ptype  as there
- *   usernames    the users
+ *   usernames    the users, in any spelling, here and in the two below
  *   numusers     their number; not 0 with SSWSE_ACCESS_READ_ONLY
  *   inheritable  not 0: everything below a directory as well, but what is behind mount points and symbolic links
  * 1; 0 with WSE-00004, the path of the first object that falls short and "does not grant NAME 0xMASK", "denies NAME
@@ -895,7 +900,8 @@ DWORD WINAPI sswseCheckACLsOnReg(sswseErrRec* err, const char* path, char** user
  * Can users really do this with an object, their groups and entries that deny them included? Judged by the platform's
  * authorization interface, by each object's owner, group and DACL. What does not count: privileges; the permissions of
  * a share; the SID of a service in the context of the account that it runs under; groups that this machine does not
- * know, and what depends on how somebody logs on.
+ * know, and what depends on how somebody logs on. Groups are those of this machine also for an object of another one,
+ * whose own users, as this machine does not know them, cannot be judged (3).
  *   wtype        as above
  *   path         as above
  *   usernames    user accounts, not groups. The SID of a service, LocalSystem, LocalService and
@@ -903,7 +909,8 @@ DWORD WINAPI sswseCheckACLsOnReg(sswseErrRec* err, const char* path, char** user
  *                service), Administrators (LocalSystem), and the local groups of this machine that list any of these
  *   numusers     their number, not 0
  *   mask         the rights, generic ones as well; neither ACCESS_SYSTEM_SECURITY nor MAXIMUM_ALLOWED
- *   inheritable  not 0: everything below a directory, but what is behind links, or below a key
+ *   inheritable  not 0: everything below a directory, but what is behind links, or below a key, where a link to another
+ *                key is judged as that key
  *   findings     as above, "PATH allows NAME 0xGRANTED of 0xMASK", with MASK in the rights of the object's kind
  *   count        as above
  * 1; 0 with the first finding as WSE-00004; 3 with WSE-000066 (the object itself cannot be read), WSE-000065, or for
@@ -936,7 +943,8 @@ DWORD WINAPI sswseAddAceToACL(sswseErrRec* err, void* pszTrustee, int TrusteeTyp
  *   object      a handle with READ_CONTROL and WRITE_DAC, which stays open. The pseudo handle of this process is
  *               refused: duplicate it
  *   username    the account, in any spelling, as this machine knows it
- *   accessmask  the rights, not 0. With a generic right among them the entry is always written
+ *   accessmask  the rights, not 0. With a generic right among them the entry is always written; those of entries that
+ *               are there are not looked into
  * 2; 3: a message of the account, WSE-000066, WSE-000059, WSE-000067, and the object is what it was; 4.
  */
 DWORD WINAPI sswseAddACEOnKernelObjectForUserOrGroup(sswseErrRec* err, HANDLE object, const char* username,

@@ -92,11 +92,14 @@ DWORD join(const sswseCall& call, const wchar_t* first, size_t length, const wch
     return SSWSE_SUCCESS;
 }
 
-DWORD convertSid(const sswseCall& call, const wchar_t* sidText, owned::Heap<void>& sid)
+// A text that is no SID counts for `lookupError` as a name that nobody has.
+DWORD convertSid(const sswseCall& call, const wchar_t* sidText, owned::Heap<void>& sid, DWORD& lookupError)
 {
     owned::Local<void> converted;
-    const DWORD status = sswseSidFromString(call, sidText, converted);
-    return status == SSWSE_SUCCESS ? sswseCopySid(call, converted.get(), sid) : status;
+    if (sswseSidFromString(call, sidText, converted) == SSWSE_SUCCESS)
+        return sswseCopySid(call, converted.get(), sid);
+    lookupError = ERROR_NONE_MAPPED;
+    return SSWSE_FAILURE;
 }
 
 DWORD lookUp(const sswseCall& call, const wchar_t* machine, const wchar_t* name, owned::Heap<void>& sid,
@@ -130,13 +133,13 @@ DWORD resolveSpelling(const sswseCall& call, const wchar_t* name, const wchar_t*
     if (isSidText(name)) {
         owned::Heap<wchar_t> capital; // the platform documents the form with a capital only
         const DWORD status = join(call, L"S", 1, name + 1, capital);
-        return status == SSWSE_SUCCESS ? convertSid(call, capital.get(), sid) : status;
+        return status == SSWSE_SUCCESS ? convertSid(call, capital.get(), sid, lookupError) : status;
     }
     const wchar_t* known = nullptr;
     if (findKnownSid(call, machine, name, &known) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     if (known)
-        return convertSid(call, known, sid);
+        return convertSid(call, known, sid, lookupError);
     if (wcsncmp(name, L".\\", 2) == 0)
         return lookUpInAccountDomain(call, machine, name + 1, sid, lookupError);
     isPlain = true;

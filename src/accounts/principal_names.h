@@ -11,7 +11,7 @@
 // is. 2, or 3 with WSE-000014, WSE-000019, WSE-000025, WSE-000037, WSE-000038, WSE-00002 or WSE-00006.
 DWORD sswseSidOfPrincipal(const sswseCall& call, const char* username, const wchar_t* machine, owned::Heap<void>& sid);
 
-// The same for a wide name; `lookupError`, unless NULL, receives the system's error of a look-up that failed, 0 for any
-// other failure.
+// The same for a wide name; `lookupError`, unless NULL, receives the system's error of a look-up that failed,
+// ERROR_NONE_MAPPED also for a "S-1-..." that is no SID, 0 for any other failure.
 DWORD sswseSidOfPrincipal(const sswseCall& call, const wchar_t* username, const wchar_t* machine,
                           owned::Heap<void>& sid, DWORD* lookupError = nullptr);

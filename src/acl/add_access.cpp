@@ -56,14 +56,11 @@ DWORD checkRequest(const sswseCall& call, const Request& request, Work& work)
 // The further checks of the functions that came later.
 DWORD checkLists(const sswseCall& call, const Request& request, Work& work)
 {
-    const sswsePermissionType& permission = *work.grants.permission;
-    DWORD status = SSWSE_SUCCESS;
-    if (permission.userMask)
-        status = sswseCheckNameList(call, request.usernames, request.numusers, "usernames");
+    DWORD status = sswseCheckNameList(call, request.usernames, request.numusers, "usernames");
     const bool hasInstallUser = request.installuser && request.installuser[0];
-    const bool isForUsersOnly = permission.principals[0] == sswsePrincipal::none;
-    if (status == SSWSE_SUCCESS && !request.keepExisting && isForUsersOnly && !request.numusers && !hasInstallUser)
-        status = sswseBadArgument(call, "usernames"); // nobody would be let in
+    const bool isForUsersOnly = work.grants.permission->principals[0] == sswsePrincipal::none;
+    if (status == SSWSE_SUCCESS && isForUsersOnly && !request.numusers && !hasInstallUser)
+        status = sswseBadArgument(call, "usernames"); // there is nobody to let in
     if (status == SSWSE_SUCCESS)
         status = sswseCheckNameList(call, request.excludelist, request.numexclude, "excludelist");
     if (status == SSWSE_SUCCESS)

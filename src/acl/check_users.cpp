@@ -29,11 +29,12 @@ bool isRepeated(const Question& question, DWORD user)
 }
 
 DWORD judgeUser(const sswseCall& call, sswseObjectCheck& check, const wchar_t* path, PSECURITY_DESCRIPTOR security,
-                DWORD user)
+                DWORD user, DWORD* osError)
 {
     const auto& question = *static_cast<const Question*>(check.question);
     DWORD granted = 0;
-    const DWORD status = sswseGrantedAccess(call, question.authorization.contexts.get()[user], security, &granted);
+    const DWORD status =
+        sswseGrantedAccess(call, question.authorization.contexts.get()[user], security, &granted, osError);
     if (status != SSWSE_SUCCESS)
         return status;
     granted &= question.mask;
@@ -59,7 +60,7 @@ DWORD look(const sswseCall& call, sswseObjectCheck& check, const wchar_t* path, 
     DWORD status = SSWSE_YES;
     for (DWORD user = 0; user < question.sids.count && status == SSWSE_YES; ++user)
         if (!isRepeated(question, user))
-            status = judgeUser(call, check, path, security.get(), user);
+            status = judgeUser(call, check, path, security.get(), user, osError);
     return status;
 }
 

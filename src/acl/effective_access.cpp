@@ -2,9 +2,12 @@
 
 #include "accounts/account_names.h"
 #include "accounts/service_sids.h"
+#include "frame/string_list.h"
+#include "groups/member_sids.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace {
 
@@ -72,40 +75,57 @@ DWORD requireUser(const sswseCall& call, const wchar_t* machine, PSID sid)
 
 DWORD doesGroupListAny(const sswseCall& call, const wchar_t* group, const Token& token, bool* lists)
 {
-    BYTE* buffer = nullptr;
-    DWORD read = 0;
-    DWORD total = 0;
-    const NET_API_STATUS result =
-        NetLocalGroupGetMembers(nullptr, group, 0, &buffer, MAX_PREFERRED_LENGTH, &read, &total, nullptr);
-    const owned::NetBuffer<LOCALGROUP_MEMBERS_INFO_0> members(reinterpret_cast<LOCALGROUP_MEMBERS_INFO_0*>(buffer));
     *lists = false;
-    if (result == ERROR_NO_SUCH_ALIAS || result == NERR_GroupNotFound) // gone by now
-        return SSWSE_SUCCESS;
-    if (result != NERR_Success)
-        return sswseApiFailed(call, result, "NetLocalGroupGetMembers");
-    for (DWORD i = 0; i < read && !*lists; ++i)
-        *lists = members.get()[i].lgrmi0_sid && token.has(members.get()[i].lgrmi0_sid);
+    sswseMemberPiece piece;
+    while (sswseNextMembers(nullptr, group, piece))
+        for (DWORD i = 0; i < piece.count; ++i) {
+            const PSID member = piece.rows.get()[i].lgrmi0_sid;
+            *lists = *lists || (member && token.has(member));
+        }
+    if (piece.result != NERR_Success && !sswseIsNoGroup(piece.result)) // one that is gone by now lists nobody
+        return sswseApiFailed(call, piece.result, "NetLocalGroupGetMembers");
+    return SSWSE_SUCCESS;
+}
+
+// The names of this machine's local groups.
+DWORD listLocalGroups(const sswseCall& call, owned::Blocks<wchar_t>& names)
+{
+    DWORD_PTR resume = 0;
+    NET_API_STATUS result = ERROR_MORE_DATA;
+    while (result == ERROR_MORE_DATA) {
+        BYTE* buffer = nullptr;
+        DWORD read = 0;
+        DWORD total = 0;
+        result = NetLocalGroupEnum(nullptr, 0, &buffer, MAX_PREFERRED_LENGTH, &read, &total, &resume);
+        const owned::NetBuffer<LOCALGROUP_INFO_0> groups(reinterpret_cast<LOCALGROUP_INFO_0*>(buffer));
+        // More to come, but nothing here: that would never end.
+        if (result != NERR_Success && (result != ERROR_MORE_DATA || read == 0))
+            return sswseApiFailed(call, result, "NetLocalGroupEnum");
+        for (DWORD i = 0; i < read; ++i)
+            if (groups.get()[i].lgrpi0_name && !sswseAppendCopy(names, groups.get()[i].lgrpi0_name))
+                return sswseOutOfMemory(call);
+    }
     return SSWSE_SUCCESS;
 }
 
 // One pass over the groups that the token does not have yet; `grew`: a group that was passed may list a new one.
-DWORD addGroupsThatList(const sswseCall& call, LOCALGROUP_INFO_0* groups, DWORD count, Token& token, bool* grew)
+DWORD addGroupsThatList(const sswseCall& call, owned::Blocks<wchar_t>& groups, Token& token, bool* grew)
 {
     *grew = false;
-    for (DWORD i = 0; i < count; ++i) {
+    for (DWORD i = 0; i < groups.count; ++i) {
         bool lists = false;
-        if (!groups[i].lgrpi0_name)
+        if (!groups.entries[i])
             continue;
-        if (doesGroupListAny(call, groups[i].lgrpi0_name, token, &lists) != SSWSE_SUCCESS)
+        if (doesGroupListAny(call, groups.entries[i], token, &lists) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         if (!lists)
             continue;
         owned::Heap<void> sid;
-        if (sswseLookupSidOfName(call, nullptr, groups[i].lgrpi0_name, "LookupAccountNameW", sid) != SSWSE_SUCCESS)
+        if (sswseLookupSidOfName(call, nullptr, groups.entries[i], "LookupAccountNameW", sid) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
         token.add(sid.get());
         token.localGroups.entries[token.localGroups.count++] = sid.release();
-        groups[i].lgrpi0_name = nullptr;
+        free(std::exchange(groups.entries[i], nullptr));
         *grew = true;
     }
     return SSWSE_SUCCESS;
@@ -113,15 +133,11 @@ DWORD addGroupsThatList(const sswseCall& call, LOCALGROUP_INFO_0* groups, DWORD 
 
 DWORD buildToken(const sswseCall& call, PSID account, Token& token)
 {
-    BYTE* buffer = nullptr;
-    DWORD read = 0;
-    DWORD total = 0;
-    const NET_API_STATUS result = NetLocalGroupEnum(nullptr, 0, &buffer, MAX_PREFERRED_LENGTH, &read, &total, nullptr);
-    const owned::NetBuffer<LOCALGROUP_INFO_0> groups(reinterpret_cast<LOCALGROUP_INFO_0*>(buffer));
-    if (result != NERR_Success)
-        return sswseApiFailed(call, result, "NetLocalGroupEnum");
-    token.sids = owned::allocate<SID_AND_ATTRIBUTES>((read + mostFixed) * sizeof(SID_AND_ATTRIBUTES));
-    if (!token.sids || !token.localGroups.reserve(read))
+    owned::Blocks<wchar_t> groups;
+    if (listLocalGroups(call, groups) != SSWSE_SUCCESS)
+        return SSWSE_FAILURE;
+    token.sids = owned::allocate<SID_AND_ATTRIBUTES>((groups.count + mostFixed) * sizeof(SID_AND_ATTRIBUTES));
+    if (!token.sids || !token.localGroups.reserve(groups.count))
         return sswseOutOfMemory(call);
     token.add(account);
     for (const FixedSid* const sid : {&everyone, &authenticatedUsers, &users, &services})
@@ -132,7 +148,7 @@ DWORD buildToken(const sswseCall& call, PSID account, Token& token)
         token.add(&administrators);
     DWORD status = SSWSE_SUCCESS;
     for (bool grew = true; grew && status == SSWSE_SUCCESS;)
-        status = addGroupsThatList(call, groups.get(), read, token, &grew);
+        status = addGroupsThatList(call, groups, token, &grew);
     return status;
 }
 
@@ -183,7 +199,7 @@ DWORD sswseAuthorize(const sswseCall& call, const wchar_t* machine, void* const*
 }
 
 DWORD sswseGrantedAccess(const sswseCall& call, AUTHZ_CLIENT_CONTEXT_HANDLE context, PSECURITY_DESCRIPTOR security,
-                         DWORD* granted)
+                         DWORD* granted, DWORD* osError)
 {
     AUTHZ_ACCESS_REQUEST request = {};
     request.DesiredAccess = MAXIMUM_ALLOWED;
@@ -191,8 +207,13 @@ DWORD sswseGrantedAccess(const sswseCall& call, AUTHZ_CLIENT_CONTEXT_HANDLE cont
     DWORD error = ERROR_SUCCESS;
     *granted = 0;
     AUTHZ_ACCESS_REPLY reply = {1, granted, &audit, &error};
-    if (!AuthzAccessCheck(0, context, &request, nullptr, security, nullptr, 0, &reply, nullptr))
-        return sswseApiFailed(call, GetLastError(), "AuthzAccessCheck");
+    if (!AuthzAccessCheck(0, context, &request, nullptr, security, nullptr, 0, &reply, nullptr)) {
+        const DWORD failure = GetLastError();
+        if (failure == ERROR_INVALID_PARAMETER || failure == ERROR_INVALID_SECURITY_DESCR ||
+            failure == ERROR_INVALID_ACL)
+            *osError = failure;
+        return sswseApiFailed(call, failure, "AuthzAccessCheck");
+    }
     if (error != ERROR_SUCCESS && (error != ERROR_ACCESS_DENIED || *granted != 0)) // nothing granted is an answer
         return sswseApiFailed(call, error, "AuthzAccessCheck");
     return SSWSE_SUCCESS;

@@ -29,6 +29,7 @@ struct sswseAuthorization
 DWORD sswseAuthorize(const sswseCall& call, const wchar_t* machine, void* const* sids, DWORD count,
                      sswseAuthorization& authorization);
 
-// Everything that the account of a context is granted by this security. 2, or 3 with WSE-000053 "AuthzAccessCheck".
+// Everything that the account of a context is granted by this security. 2, or 3 with WSE-000053 "AuthzAccessCheck";
+// `osError` receives the system's error when it is the security that cannot be judged, as one without an owner.
 DWORD sswseGrantedAccess(const sswseCall& call, AUTHZ_CLIENT_CONTEXT_HANDLE context, PSECURITY_DESCRIPTOR security,
-                         DWORD* granted);
+                         DWORD* granted, DWORD* osError);

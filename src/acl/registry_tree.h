@@ -34,7 +34,7 @@ inline bool sswseIsKeyGone(DWORD osError)
 }
 
 // The key called `path`, which is `name`, and those below it, each before what is below it; one that is gone by then is
-// passed over. Links to other keys are looked at themselves and not followed, but for the first key. 1, what a visitor
+// passed over. Links to other keys are opened themselves and not followed, but for the first key. 1, what a visitor
 // answered, or 3 with WSE-000044, WSE-000010, WSE-000053 "RegEnumKeyExW" for the first key, WSE-00002, WSE-00007.
 DWORD sswseWalkKeys(const sswseCall& call, const wchar_t* path, const sswseKeyName& name,
                     const sswseKeyVisitor& visitor);

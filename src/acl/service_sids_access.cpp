@@ -36,14 +36,25 @@ bool isInherited(const AceListNode& node)
     return (static_cast<const sswseAce*>(node.ace)->Header.AceFlags & INHERITED_ACE) != 0;
 }
 
-// An entry that another one of the account stands before does not count.
+// The system may keep the entry in two pieces, one for the key and one to be inherited. An entry that another one of the
+// account stands before does not count.
 bool hasEntry(const sswseAceList& aces, const sswseAce* entry)
 {
     const PSID sid = sswseSidOfAce(entry);
-    for (const AceListNode* node = aces.first; node; node = node->next)
-        if (node->sid && EqualSid(node->sid, sid) && !isInherited(*node))
-            return sswseIsSameAce(static_cast<const sswseAce*>(node->ace), entry, sswseKeyRights);
-    return false;
+    bool isForKey = false;
+    bool isForSubkeys = false;
+    for (const AceListNode* node = aces.first; node && !(isForKey && isForSubkeys); node = node->next) {
+        if (!node->sid || !EqualSid(node->sid, sid) || isInherited(*node))
+            continue;
+        const auto* const ace = static_cast<const sswseAce*>(node->ace);
+        if (ace->Header.AceType != ACCESS_ALLOWED_ACE_TYPE ||
+            sswseMapRights(sswseKeyRights, ace->Mask) != KEY_ALL_ACCESS)
+            return false;
+        isForKey = isForKey || !(ace->Header.AceFlags & INHERIT_ONLY_ACE);
+        isForSubkeys = isForSubkeys || ((ace->Header.AceFlags & CONTAINER_INHERIT_ACE) &&
+                                        !(ace->Header.AceFlags & NO_PROPAGATE_INHERIT_ACE));
+    }
+    return isForKey && isForSubkeys;
 }
 
 // A key without a list lets everybody in already: one with this entry alone would shut the others out.

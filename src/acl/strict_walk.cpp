@@ -40,6 +40,12 @@ bool isEmptyListing(DWORD osError)
     return osError == ERROR_SUCCESS || osError == ERROR_FILE_NOT_FOUND || osError == ERROR_NO_MORE_FILES;
 }
 
+// Of a relative path nobody can tell here how long it is in full.
+bool isFullPath(const wchar_t* path)
+{
+    return path[0] == L'\\' ? path[1] == L'\\' : path[0] && path[1] == L':' && path[2] == L'\\';
+}
+
 bool leadsElsewhere(const WIN32_FIND_DATAW& entry)
 {
     return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) &&
@@ -88,7 +94,8 @@ bool walkDirectory(Walk& walk, const sswseWalkedObject& directory)
     const owned::FindHandle listing = openListing(walk, directory.path, length, &osError);
     // Perhaps the directory has gone: that is for the visitor to say.
     const bool mayBeGone = osError == ERROR_PATH_NOT_FOUND;
-    const bool isMissed = !isEmptyListing(osError);
+    const bool isNoDirectory = directory.isStart && osError == ERROR_DIRECTORY; // its attributes cannot be read
+    const bool isMissed = !isEmptyListing(osError) && !isNoDirectory;
     if (isMissed && !mayBeGone && !tellMissed(walk, directory, osError, "FindFirstFileW"))
         return false;
 
@@ -96,7 +103,7 @@ bool walkDirectory(Walk& walk, const sswseWalkedObject& directory)
     const sswseWalkAnswer answer = isLeftAlone ? sswseWalkAnswer::goOn : visit(walk, directory);
     if (answer != sswseWalkAnswer::goOn)
         return answer == sswseWalkAnswer::gone;
-    if (mayBeGone && !tellMissed(walk, directory, osError, "FindFirstFileW"))
+    if (mayBeGone && !isLeftAlone && !tellMissed(walk, directory, osError, "FindFirstFileW"))
         return false;
     return !listing || walkChildren(walk, directory, listing.get(), length);
 }
@@ -113,7 +120,9 @@ bool sswseIsGone(const sswseWalkedObject& object, DWORD osError)
 {
     if (object.isStart || (osError != ERROR_FILE_NOT_FOUND && osError != ERROR_PATH_NOT_FOUND))
         return false;
-    return wcslen(object.path) < MAX_PATH || wcsncmp(object.path, L"\\\\?\\", 4) == 0;
+    if (wcsncmp(object.path, L"\\\\?\\", 4) == 0)
+        return true;
+    return wcslen(object.path) < MAX_PATH && (osError == ERROR_FILE_NOT_FOUND || isFullPath(object.path));
 }
 
 bool sswseMayBeDirectory(const wchar_t* path)

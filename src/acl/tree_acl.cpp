@@ -11,7 +11,7 @@
 namespace {
 
 constexpr size_t patternSize = 260;
-constexpr size_t childPathSize = 520;
+constexpr size_t childPathSize = 520; // any name fits behind the path of a directory whose pattern fits
 
 // What all levels of a walk share, so that a level costs little stack. One listing entry is enough: once the child is
 // named in `path` its listing entry is not needed any more.
@@ -34,13 +34,6 @@ void keepReport(const sswseCall& call, TreeWalk& walk)
     ++walk.reports;
 }
 
-// A name that does not fit is not acted on: what it would have been given to counts as failed.
-void skipTooLong(const sswseCall& call, TreeWalk& walk, const char* apiName)
-{
-    sswseApiFailed(call, ERROR_FILENAME_EXCED_RANGE, apiName);
-    keepReport(call, walk);
-}
-
 DWORD updateOne(const sswseCall& call, TreeWalk& walk, const wchar_t* path, bool failOnAccessDenied)
 {
     const DWORD status = sswseUpdateAclOnFile(call.rec, path, walk.update, failOnAccessDenied);
@@ -53,12 +46,7 @@ DWORD updateOne(const sswseCall& call, TreeWalk& walk, const wchar_t* path, bool
 // directory changes the status.
 bool updateChild(const sswseCall& call, TreeWalk& walk, size_t length, DWORD* status)
 {
-    const wchar_t* const name = walk.entry.cFileName;
-    if (length + 1 + wcslen(name) >= childPathSize) {
-        skipTooLong(call, walk, "GetFileAttributesW");
-        return true;
-    }
-    sswseFormatW(walk.path + length, childPathSize - length, L"\\%ls", name);
+    sswseFormatW(walk.path + length, childPathSize - length, L"\\%ls", walk.entry.cFileName);
     if (walk.update.excluded && sswseIsExcluded(*walk.update.excluded, walk.path, walk.startLength))
         return true;
     // Attributes that cannot be read have all bits set: such a child is taken for a directory.
@@ -72,8 +60,9 @@ bool updateChild(const sswseCall& call, TreeWalk& walk, size_t length, DWORD* st
 DWORD updateChildren(const sswseCall& call, TreeWalk& walk, const wchar_t* path)
 {
     const size_t length = wcslen(path);
-    if (length + 2 >= patternSize) {
-        skipTooLong(call, walk, "FindFirstFileW");
+    if (length + 2 >= patternSize) { // cut, it would list another directory
+        sswseApiFailed(call, ERROR_FILENAME_EXCED_RANGE, "FindFirstFileW");
+        keepReport(call, walk);
         return SSWSE_SUCCESS;
     }
     wmemmove(walk.path, path, length); // the walk's own path but for the first directory

@@ -9,11 +9,13 @@ struct sswseKeptMessage
     bool isKept = false;
 };
 
-// Keeps what the record holds, unless something is kept already.
+// Keeps what the record holds, unless something is kept already, and clears it: a failure without an OS error that comes
+// later must not be told with this one's.
 inline void sswseKeepMessage(const sswseCall& call, sswseKeptMessage& message)
 {
     if (!message.isKept)
         message = {*call.rec, true};
+    sswseClearRecord(call.rec);
 }
 
 // The record as the call ends: what was kept, or nothing.

@@ -2,6 +2,9 @@
 
 #include "frame/text.h"
 
+#include <cwchar>
+#include <utility>
+
 DWORD sswseAddString(const sswseCall& call, sswseStringList& list, owned::Heap<char> text)
 {
     if (!list.append(std::move(text)))
@@ -15,6 +18,14 @@ DWORD sswseAddString(const sswseCall& call, sswseStringList& list, const wchar_t
     if (sswseToMultibyte(call, text, multibyte) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     return sswseAddString(call, list, std::move(multibyte));
+}
+
+bool sswseAppendCopy(owned::Blocks<wchar_t>& list, const wchar_t* text)
+{
+    owned::Heap<wchar_t> copy = owned::allocate<wchar_t>((wcslen(text) + 1) * sizeof(wchar_t));
+    if (copy)
+        wcscpy(copy.get(), text);
+    return list.append(std::move(copy));
 }
 
 sswseStringsOut sswseClearStrings(char*** list, int* count)

@@ -13,6 +13,9 @@ using sswseStringList = owned::Blocks<char>;
 DWORD sswseAddString(const sswseCall& call, sswseStringList& list, owned::Heap<char> text);
 DWORD sswseAddString(const sswseCall& call, sswseStringList& list, const wchar_t* text);
 
+// Appends a copy of a wide text to a list of the library's own. False when memory is exhausted.
+bool sswseAppendCopy(owned::Blocks<wchar_t>& list, const wchar_t* text);
+
 // The caller's pair of pointers; both NULL when no list is wanted.
 struct sswseStringsOut
 {

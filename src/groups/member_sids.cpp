@@ -5,10 +5,10 @@
 namespace {
 
 // Keeps those of a piece of the list.
-DWORD keepServices(const sswseCall& call, const LOCALGROUP_MEMBERS_INFO_0* rows, DWORD count, sswseSidList& members)
+DWORD keepServices(const sswseCall& call, const sswseMemberPiece& piece, sswseSidList& members)
 {
-    for (DWORD i = 0; i < count; ++i) {
-        const PSID sid = rows[i].lgrmi0_sid;
+    for (DWORD i = 0; i < piece.count; ++i) {
+        const PSID sid = piece.rows.get()[i].lgrmi0_sid;
         if (!sid || !sswseIsServiceSid(sid))
             continue;
         owned::Heap<void> copy;
@@ -22,25 +22,33 @@ DWORD keepServices(const sswseCall& call, const LOCALGROUP_MEMBERS_INFO_0* rows,
 
 } // namespace
 
+bool sswseNextMembers(const wchar_t* machine, const wchar_t* group, sswseMemberPiece& piece)
+{
+    if (piece.result != ERROR_MORE_DATA)
+        return false;
+    BYTE* buffer = nullptr;
+    DWORD total = 0;
+    piece.count = 0;
+    piece.result =
+        NetLocalGroupGetMembers(machine, group, 0, &buffer, MAX_PREFERRED_LENGTH, &piece.count, &total, &piece.resume);
+    piece.rows.reset(reinterpret_cast<LOCALGROUP_MEMBERS_INFO_0*>(buffer));
+    // More to come, but nothing here: that would never end.
+    return piece.result == NERR_Success || (piece.result == ERROR_MORE_DATA && piece.count > 0);
+}
+
+bool sswseIsNoGroup(NET_API_STATUS result)
+{
+    return result == ERROR_NO_SUCH_ALIAS || result == NERR_GroupNotFound;
+}
+
 DWORD sswseReadServiceMembers(const sswseCall& call, const sswseGroupNames& group, sswseSidList& members)
 {
-    DWORD_PTR resume = 0;
-    NET_API_STATUS result = ERROR_MORE_DATA;
-    while (result == ERROR_MORE_DATA) {
-        BYTE* buffer = nullptr;
-        DWORD read = 0;
-        DWORD total = 0;
-        result = NetLocalGroupGetMembers(group.node.get(), group.group.get(), 0, &buffer, MAX_PREFERRED_LENGTH, &read,
-                                         &total, &resume);
-        const owned::NetBuffer<LOCALGROUP_MEMBERS_INFO_0> rows(reinterpret_cast<LOCALGROUP_MEMBERS_INFO_0*>(buffer));
-        if (result == ERROR_NO_SUCH_ALIAS || result == NERR_GroupNotFound)
-            return SSWSE_SUCCESS;
-        // More to come, but nothing here: that would never end.
-        if (result != NERR_Success && (result != ERROR_MORE_DATA || read == 0))
-            return sswseFail(call, WSE_GROUP_INFO, result, "NetLocalGroupGetMembers");
-        if (const DWORD status = keepServices(call, rows.get(), read, members); status != SSWSE_SUCCESS)
+    sswseMemberPiece piece;
+    while (sswseNextMembers(group.node.get(), group.group.get(), piece))
+        if (const DWORD status = keepServices(call, piece, members); status != SSWSE_SUCCESS)
             return status;
-    }
+    if (piece.result != NERR_Success && !sswseIsNoGroup(piece.result))
+        return sswseFail(call, WSE_GROUP_INFO, piece.result, "NetLocalGroupGetMembers");
     return SSWSE_SUCCESS;
 }
 

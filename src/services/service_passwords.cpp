@@ -7,7 +7,6 @@
 #include "home/home_path.h"
 #include "services/service_walk.h"
 
-#include <cwchar>
 #include <utility>
 
 namespace {
@@ -21,14 +20,6 @@ struct FoundServices
     sswseKeptMessage unreadable;
 };
 
-bool appendCopy(owned::Blocks<wchar_t>& list, const wchar_t* text)
-{
-    owned::Heap<wchar_t> copy = owned::allocate<wchar_t>((wcslen(text) + 1) * sizeof(wchar_t));
-    if (copy)
-        wcscpy(copy.get(), text);
-    return list.append(std::move(copy));
-}
-
 DWORD gather(const sswseCall& call, sswseServiceWalk& walk, FoundServices& found)
 {
     DWORD answer = SSWSE_YES;
@@ -36,8 +27,8 @@ DWORD gather(const sswseCall& call, sswseServiceWalk& walk, FoundServices& found
         const bool isReadable = walk.config.data != nullptr;
         if (!isReadable)
             sswseKeepMessage(call, found.unreadable);
-        if (!appendCopy(found.names, walk.name) ||
-            !appendCopy(found.startNames, isReadable ? sswseStartName(*walk.config.data) : L""))
+        if (!sswseAppendCopy(found.names, walk.name) ||
+            !sswseAppendCopy(found.startNames, isReadable ? sswseStartName(*walk.config.data) : L""))
             return sswseOutOfMemory(call);
         if (sswseAddString(call, found.failed, walk.name) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;

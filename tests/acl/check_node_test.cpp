@@ -228,6 +228,12 @@ TEST_F(ChecksOnNode, TreesAreCheckedUntilOneObjectFallsShortOrCannotBeRead)
         fault = row.fault;
         EXPECT_EQ(grants(1, root, {"svc"}, 10, true), row.found);
     }
+    describe({{L"", good}});
+    fault = reading(2, ERROR_PATH_NOT_FOUND); // perhaps the whole path is too long
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(root);
+    EXPECT_EQ(grants(1, L".", {"svc"}, 10, true), (Found{3, API_FAILED("GetFileSecurityW"), "3"}));
+    std::filesystem::current_path(before);
     fault = {};
     describe({{L"", bad}, {L"a", good}});
     EXPECT_EQ(grants(0, root + L"\\a", {"svc"}, 10, true), yes()) << "a file has nothing below it";
@@ -303,6 +309,7 @@ TEST_F(ChecksOnNode, UsersAreAllowedWhatTheirGroupsAndTheOwnerAre)
 {
     const std::wstring file = make(L"file");
     const std::wstring service = L"S-1-5-80-1-2-3-4-5";
+    local.memberPiece = 1;
     addGroup(local, L"KES_OUTER", {addGroup(local, L"KES_NESTED", {operators, service}).sid});
     name(L"nested", local.groups[local.groups.size() - 2].sid);
     name(L"outer", local.groups.back().sid);
@@ -382,6 +389,7 @@ TEST_F(ChecksOnNode, UsersAreAskedForBelowAsFarAsThereIsSomethingToRead)
          {{L"", good}, {L"b", unreadable}},
          failing("FindFirstFileW", 5, 2),
          {"\\b cannot be read (5)"}},
+        {"not to be judged", {{L"", good}}, failing("AuthzAccessCheck", 87, 2), {"\\a cannot be read (87)"}},
         {"gone", {{L"", good}, {L"b", bad}, {L"b\\c", bad}}, failing("GetNamedSecurityInfoW", 3, 3), {}},
         {"unreadable itself", {{L"", unreadable}}, {}, {"!WSE-000065: Unable to iterate through files."}, "5"},
         {"unlisted itself",

@@ -258,6 +258,8 @@ TEST_F(RewrittenTrees, GetTheGroupOfTheServiceSidsOnce)
         {L"D:(A;;KR;;;BU)(A;OICI;KR" + group + admins, L"D:AI(A;OICI;KA" + group + L"(A;;KR;;;BU)" + admins},
         {L"D:P(D;;0x1" + group + L"(A;OICI;KA" + group + admins, L"D:PAI(A;OICI;KA" + group + admins},
         {L"D:P(A;;KR;;;BU)(A;OICI;KA" + group + admins, L""},
+        {L"D:P(A;;KA" + group + L"(A;CIIO;GA" + group + admins, L""},
+        {L"D:P(A;;KA" + group + L"(A;CINPIO;GA" + group + admins, L"D:PAI(A;OICI;KA" + group + admins},
         {L"D:NO_ACCESS_CONTROL", L""},
     };
     for (const auto& row : keys) {

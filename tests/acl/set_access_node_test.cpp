@@ -29,7 +29,7 @@ TEST_F(OnNode, SetAccessReplacesWhatThereWas)
          {0, directory, {".\\svc", "localsystem", "s-1-5-11"}, 10, true},
          L"D:(A;OICI;0x1200a9;;;svc)(A;OICI;0x1200a9;;;SY)(A;OICI;0x1200a9;;;AU)"},
         {"key", {2, key, {"svc"}, 9, true}, L"D:PAI" + keys + L"(A;OICI;KA;;;svc)"},
-        {"users are ignored", {2, key, {nullptr}, 8, true}, L"D:PAI" + keys},
+        {"users are ignored", {2, key, {"nobody"}, 8, true}, L"D:PAI" + keys},
         {"install user alone", {1, directory, {}, 10, true, "svc"}, L"D:" + full},
         {"install user before users",
          {1, directory, {"S-1-5-32-551", "svc"}, 1, true, ".\\svc"},
@@ -92,7 +92,6 @@ TEST_F(OnNode, ExcludedPathsAreLeftAloneWithAllBelowThem)
          ERROR_NONE_MAPPED},
         {"the install user too", giving({1, start, {}, 1, true, "nobody", {narrowStart}}), 3, "WSE-000014",
          ERROR_NONE_MAPPED},
-        {"nobody, added", giving({1, start, {}, 10, false, "", {"sub"}}), 3},
         {"a key", giving({2, key, {}, 8, true, nullptr, {"sub"}}), 4,
          "WSE-000063: Input arguments are invalid. Internal error : Excluded paths need a file or directory."},
         {"no such type", giving({1, start, {}, 8, true, nullptr, {""}}), 4, "WSE-000063"},
@@ -103,8 +102,9 @@ TEST_F(OnNode, ExcludedPathsAreLeftAloneWithAllBelowThem)
     expectRefused("excludelist", {calling(set, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, -1),
                                   calling(set, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, nullptr, 1),
                                   calling(set, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, 2)});
-    expectRefused("usernames", {giving({1, start, {}, 10, true}), giving({0, start, {}, 10, true, "", {""}}),
-                                giving({1, L"none", {"nobody", nullptr}, 1, true}),
-                                calling(set, 1u, nullptr, lists, -1, 11, BYTE{0}, nullptr, nullptr, -1)});
+    expectRefused("usernames",
+                  {giving({1, start, {}, 10, true}), giving({0, start, {}, 10, false, "", {""}}),
+                   giving({1, L"none", {"nobody", nullptr}, 1, true}), giving({2, key, {nullptr}, 8, true}),
+                   calling(set, 1u, nullptr, lists, -1, 11, BYTE{0}, nullptr, nullptr, -1)});
     expectRefused("path", {calling(set, 1u, nullptr, nullptr, 1, 1, BYTE{0}, nullptr, nullptr, -1)});
 }

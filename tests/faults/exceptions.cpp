@@ -152,7 +152,7 @@ const std::vector<Exception>& exceptions()
          "There is nothing more to list; what has gone is passed over.", same, "", E::own},
         {E::noFailure, "sswseCheckACLsOnReg, sswseCheckACLsOnObject",
          "FindFirstFileW, FindNextFileW, GetNamedSecurityInfoW, RegOpenKeyExW, RegGetKeySecurity, RegEnumKeyExW, "
-         "GetSecurityDescriptorDacl",
+         "GetSecurityDescriptorDacl, AuthzAccessCheck",
          only(ERROR_ACCESS_DENIED, ERROR_INVALID_SECURITY_DESCR), "What cannot be read below is a finding.", SSWSE_NO,
          "", E::own},
         {E::noFailure, "sswseCheckACLsOnObject", "LookupAccountSidW", only(ERROR_NONE_MAPPED),

@@ -24,6 +24,7 @@ protected:
             add(*node, L"System", L".\\LocalSystem", L"C:\\h1\\keslsnr.exe");
             add(*node, L"Nobody", L"", L"\\??\\C:\\h1\\bin\\kestel\\other.exe");
             add(*node, L"Gone", L"CORP\\gone", L"C:\\h1\\a.exe");
+            add(*node, L"Broken", L"S-1-x", L"D:\\b.exe");
             add(*node, L"Virtual", L"NT SERVICE\\Virtual", L"C:\\h1");
             add(*node, L"Domain", L"dbuser@CORP", L"C:\\h2\\a.exe");
             add(*node, L"Driver", L"\\Driver\\x", L"C:\\h1\\drv.sys").type = SERVICE_KERNEL_DRIVER;

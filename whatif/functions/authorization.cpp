@@ -57,7 +57,9 @@ BOOL WINAPI freeResourceManager(AUTHZ_RESOURCE_MANAGER_HANDLE manager)
 
 std::set<std::wstring> tokenSids(Node& node, const std::wstring& sid)
 {
-    std::set<std::wstring> sids = {sid, L"S-1-1-0", L"S-1-5-11"}; // Everyone, Authenticated Users
+    std::set<std::wstring> sids = {sid, L"S-1-1-0"};                               // Everyone
+    if (sid.rfind(L"S-1-5-21-", 0) != 0 || sid.substr(sid.rfind(L'-')) != L"-501") // guests do not authenticate
+        sids.insert(L"S-1-5-11");
     if (node.readsMachine)
         for (const std::wstring& group : machineDomainGroups(sid))
             sids.insert(group);
