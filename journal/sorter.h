@@ -2,11 +2,9 @@
 // which are merged when they are taken.
 #pragma once
 
+#include "whatif/temporary_file.h"
+
 #include <algorithm>
-#include <cstdio>
-#include <filesystem>
-#include <memory>
-#include <stdexcept>
 #include <vector>
 
 namespace journal {
@@ -53,37 +51,20 @@ private:
         size_t left = 0;
     };
 
-    struct Close
-    {
-        void operator()(FILE* file) const { fclose(file); }
-    };
-
     auto later() const
     {
         return [this](const Run* a, const Run* b) { return before_(b->buffer[b->at], a->buffer[a->at]); };
     }
 
-    void require(bool done) const
-    {
-        if (!done)
-            throw std::runtime_error("the directory for temporary files cannot be written");
-    }
-
     void spill()
     {
-        static int count = 0;
         std::sort(memory_.begin(), memory_.end(), before_);
-        if (!file_) {
-            const std::filesystem::path name =
-                std::filesystem::temp_directory_path() /
-                ("keswsec" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++count) + ".tmp");
-            file_.reset(_wfopen(name.c_str(), L"w+bTD")); // kept in memory if possible, deleted when it is closed
-            require(file_ != nullptr);
-        }
+        if (!file_)
+            file_ = whatif::temporaryFile();
         Run run;
         run.next = written_;
         run.left = memory_.size();
-        require(fwrite(memory_.data(), sizeof(Record), memory_.size(), file_.get()) == memory_.size());
+        whatif::require(fwrite(memory_.data(), sizeof(Record), memory_.size(), file_.get()) == memory_.size());
         written_ += static_cast<long long>(memory_.size());
         runs_.push_back(run);
         memory_.clear();
@@ -95,8 +76,8 @@ private:
         run.buffer.resize(std::min(run.left, bufferOfRun));
         if (run.buffer.empty())
             return false;
-        require(_fseeki64(file_.get(), run.next * static_cast<long long>(sizeof(Record)), SEEK_SET) == 0 &&
-                fread(run.buffer.data(), sizeof(Record), run.buffer.size(), file_.get()) == run.buffer.size());
+        whatif::require(_fseeki64(file_.get(), run.next * static_cast<long long>(sizeof(Record)), SEEK_SET) == 0 &&
+                        fread(run.buffer.data(), sizeof(Record), run.buffer.size(), file_.get()) == run.buffer.size());
         run.next += static_cast<long long>(run.buffer.size());
         run.left -= run.buffer.size();
         return true;
@@ -119,7 +100,7 @@ private:
     std::vector<Record> memory_;
     std::vector<Run> runs_;
     std::vector<Run*> heap_;
-    std::unique_ptr<FILE, Close> file_;
+    whatif::TemporaryFile file_;
     long long written_ = 0;
     bool taking_ = false;
 };

@@ -1,8 +1,6 @@
 #include "whatif/texts.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <stdexcept>
 
 namespace whatif {
 
@@ -29,23 +27,6 @@ size_t chainOf(const std::wstring& name)
     return hash % chains;
 }
 
-void require(bool done)
-{
-    if (!done)
-        throw std::runtime_error("the directory for temporary files cannot be written");
-}
-
-std::unique_ptr<FILE, int (*)(FILE*)> temporaryFile()
-{
-    static unsigned count = 0;
-    const std::filesystem::path name =
-        std::filesystem::temp_directory_path() /
-        ("keswsec-texts-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++count));
-    FILE* const file = _wfopen(name.c_str(), L"w+bTD"); // in memory as long as there is some, deleted when it is closed
-    require(file != nullptr);
-    return {file, fclose};
-}
-
 bool readText(FILE* file, std::wstring& text, size_t size)
 {
     text.resize(size);
@@ -64,7 +45,7 @@ Texts::Texts(const Texts& other) : recent_(other.recent_), heads_(other.heads_),
 {
     if (!other.file_)
         return;
-    file_.reset(temporaryFile().release());
+    file_ = temporaryFile();
     std::vector<char> piece(1 << 16);
     rewind(other.file_.get());
     for (size_t size = 0; (size = fread(piece.data(), 1, piece.size(), other.file_.get())) != 0;)
@@ -157,7 +138,7 @@ std::uint64_t Texts::read(std::uint64_t at, std::wstring& name, Recent& recent) 
 void Texts::spill() const
 {
     if (!file_) {
-        file_.reset(temporaryFile().release());
+        file_ = temporaryFile();
         heads_.resize(chains);
         end_ = 1; // nothing lies at 0
     }

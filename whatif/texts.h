@@ -2,13 +2,13 @@
 // temporary file.
 #pragma once
 
+#include "whatif/temporary_file.h"
+
 #include <windows.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -52,19 +52,13 @@ private:
         bool isNew = false; // not yet in the file
         bool isGone = false;
     };
-    struct Close
-    {
-        void operator()(FILE* file) const { fclose(file); }
-    };
-    using File = std::unique_ptr<FILE, Close>;
-
     Recent* known(const std::wstring& name) const;
     Recent& keep(const std::wstring& name, const Recent& recent) const;
     std::uint64_t read(std::uint64_t at, std::wstring& name, Recent& recent) const; // where the next one lies
     void spill() const;
 
     mutable std::map<std::wstring, Recent, NoCase> recent_;
-    mutable File file_;
+    mutable TemporaryFile file_;
     mutable std::vector<std::uint64_t> heads_; // by the hash of a name: where the newest of its chain lies, or 0
     mutable std::uint64_t end_ = 0;
 };

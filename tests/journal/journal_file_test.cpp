@@ -162,10 +162,13 @@ TEST(Spilled, RecordsAndTextsAreAllThereAndInOrder)
     constexpr unsigned count = 30000;
     journal::Sorter<unsigned, bool (*)(const unsigned&, const unsigned&)> sorter(
         [](const unsigned& a, const unsigned& b) { return a < b; });
+    journal::Sorter<double, bool (*)(const double&, const double&)> other( // with a file of its own
+        [](const double& a, const double& b) { return a > b; });
     whatif::Texts texts;
     for (unsigned i = 0; i < count; ++i) {
         const unsigned number = i * 7919 % count; // every one once
         sorter.add(number);
+        other.add(number);
         texts[L"Name" + std::to_wstring(number)] = std::to_wstring(number + 1);
     }
     for (unsigned i = 0; i < count; i += 10)
@@ -180,6 +183,8 @@ TEST(Spilled, RecordsAndTextsAreAllThereAndInOrder)
     for (unsigned i = 0; i < count; ++i) {
         ASSERT_TRUE(sorter.next(number));
         ASSERT_EQ(number, i);
+        double otherNumber = 0;
+        ASSERT_TRUE(other.next(otherNumber) && otherNumber == count - 1 - i);
         const std::wstring* const text = copy.find(L"name" + std::to_wstring(i));
         ASSERT_NE(text, nullptr);
         ASSERT_TRUE(i % 10 ? std::stoul(*text) == i + 1 : *text == L"new");
