@@ -130,6 +130,16 @@ struct Passing<DWORD WINAPI(Name, Arguments...), function>
     }
 };
 
+// A walk of a registry key opens each key below it as itself, not as what it may be a link to.
+decltype(RegOpenKeyExW)* openKeyOriginal;
+
+LSTATUS WINAPI openKey(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key)
+{
+    passing->last.clear(); // keys of the same name are others
+    const bool isOfWalk = options == REG_OPTION_OPEN_LINK;
+    return !isOfWalk || passes(name) ? openKeyOriginal(parent, name, options, access, key) : ERROR_CANCELLED;
+}
+
 template <auto function>
 void standIn(whatif::Imports& imports, const char* name)
 {
@@ -147,6 +157,8 @@ PassingBy::PassingBy(HMODULE library, Progress& progress) : state_(std::make_uni
     standIn<&SetFileSecurityW>(state_->imports, "SetFileSecurityW");
     standIn<&GetNamedSecurityInfoW>(state_->imports, "GetNamedSecurityInfoW");
     standIn<&SetNamedSecurityInfoW>(state_->imports, "SetNamedSecurityInfoW");
+    openKeyOriginal = reinterpret_cast<decltype(RegOpenKeyExW)*>(
+        state_->imports.redirect("RegOpenKeyExW", reinterpret_cast<void*>(&openKey)));
 }
 
 PassingBy::~PassingBy()

@@ -238,7 +238,7 @@ bool Session::undo()
     const std::string name = utf8FromWide(options_.undo.wstring());
     const auto counts = journal::undo({steps, machine_, journal_.get(), name, [&](const journal::Undone& undone) {
                                            progress_.count();
-                                           if (options_.json || undone.fate != journal::Fate::already) {
+                                           if (options_.json || undone.fate != journal::Fate::already || !undone.reason.empty()) {
                                                progress_.clear();
                                                tell_(options_.json ? journal::lineOf(jsonOf(undone)) + "\n"
                                                                    : asText(undone, machine_.name));

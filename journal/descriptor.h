@@ -3,6 +3,7 @@
 
 #include "journal/kinds.h"
 
+#include "whatif/model/kernel_objects.h"
 #include "whatif/security/access.h"
 #include "whatif/security/descriptors.h"
 

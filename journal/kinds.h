@@ -14,7 +14,7 @@ struct Reading
 {
     State state;
     std::wstring problem; // why the state is not known; else empty
-    bool never = false;   // it cannot be known, by its nature
+    bool never = false;   // it cannot be known any more, by its nature
 };
 
 struct Kind
@@ -74,5 +74,7 @@ Reading readServiceSecurity(const Machine& machine, const Change& what);
 Write writeServiceSecurity;
 Reading readKeySecurity(const Machine& machine, const Change& what);
 Write writeKeySecurity;
+Reading readKernelSecurity(const Machine& machine, const Change& what);
+Write writeKernelSecurity;
 
 } // namespace journal

@@ -81,7 +81,9 @@ std::wstring differenceOf(const State& expected, const State& found)
 
 bool finishCall(Writer& writer, const Line& line, Json outcome, const Machine& machine, const Tell& tell)
 {
-    Steps steps(writer.file(), line, machine);
+    Machine here = machine;
+    here.duringCall = true;
+    Steps steps(writer.file(), line, here);
     outcome["sids"] = Json::object();
     for (const auto& [planned, real] : steps.sidsOf(line.begin))
         outcome["sids"][cli::utf8FromWide(planned)] = cli::utf8FromWide(real);
@@ -96,7 +98,7 @@ bool finishCall(Writer& writer, const Line& line, Json outcome, const Machine& m
         Look look;
         if (isMore && step.ordinal == ordinal) {
             if (step.isFinal)
-                look = lookUp(steps, step, machine);
+                look = lookUp(steps, step, here);
             else
                 look.change = steps.change(step.last);
             isMore = steps.next(step);

@@ -22,6 +22,8 @@ Platform nodePlatform()
 #define JOURNAL_MEMBER(function) platform.function = reinterpret_cast<decltype(&::function)>(standIn(#function));
     JOURNAL_PLATFORM(JOURNAL_MEMBER)
 #undef JOURNAL_MEMBER
+    platform.openObject = whatif::openObject;
+    platform.closeObject = whatif::closeObject;
     platform.onNode = true;
     return platform;
 }

@@ -2,8 +2,11 @@
 // stands in for them on a node. Nothing in this folder reads or writes a state by others.
 #pragma once
 
+#include "whatif/whatif.h"
+
 #include <windows.h>
 
+#include <aclapi.h>
 #include <lm.h>
 #include <ntsecapi.h>
 
@@ -46,6 +49,10 @@ namespace journal {
     F(RegDeleteValueW)                                                                                                 \
     F(RegGetKeySecurity)                                                                                               \
     F(RegSetKeySecurity)                                                                                               \
+    F(GetSecurityInfo)                                                                                                 \
+    F(SetSecurityInfo)                                                                                                 \
+    F(GetTokenInformation)                                                                                             \
+    F(SetTokenInformation)                                                                                             \
     F(GetFileSecurityW)                                                                                                \
     F(SetFileSecurityW)
 
@@ -54,6 +61,9 @@ struct Platform
 #define JOURNAL_MEMBER(function) decltype(&::function) function = &::function;
     JOURNAL_PLATFORM(JOURNAL_MEMBER)
 #undef JOURNAL_MEMBER
+    // By the names that whatif.h has for them.
+    HANDLE (*openObject)(const std::wstring& object, DWORD access) = whatif::openMachineObject;
+    BOOL(WINAPI* closeObject)(HANDLE) = CloseHandle;
     bool onNode = false;
 };
 
@@ -65,7 +75,8 @@ struct Machine
 {
     Platform platform;
     std::wstring name;
-    std::wstring sid; // empty when the platform does not tell it
+    std::wstring sid;        // empty when the platform does not tell it
+    bool duringCall = false; // what is looked up was changed by this very process
 
     // What functions take for a node: "\\NAME", kept in `buffer`; NULL for the computer itself.
     const wchar_t* server(const std::wstring& node, std::wstring& buffer) const;

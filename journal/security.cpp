@@ -1,4 +1,4 @@
-// The security of objects: of files here, of keys and services as their own files have it.
+// The security of objects: of files here, of the others as their own files have it.
 #include "journal/descriptor.h"
 
 namespace journal {
@@ -53,15 +53,15 @@ constexpr Area areas[] = {{L"file ", readFile, writeFile},
                           {L"registry ", readKeySecurity, writeKeySecurity},
                           {L"service ", readServiceSecurity, writeServiceSecurity}};
 
-const Area* areaOf(const Change& what)
+constexpr Area kernelArea = {L"", readKernelSecurity, writeKernelSecurity};
+
+const Area& areaOf(const Change& what)
 {
     for (const Area& area : areas)
         if (begins(what.object, area.object))
-            return &area;
-    return nullptr;
+            return area;
+    return kernelArea;
 }
-
-constexpr wchar_t notKept[] = L"only the process that changed it could look it up";
 
 } // namespace
 
@@ -92,14 +92,12 @@ Descriptor::Descriptor(const State& found, const State& wanted)
 
 Reading readSecurity(const Machine& machine, const Change& what)
 {
-    const Area* const area = areaOf(what);
-    return area ? area->read(machine, what) : Reading{{}, notKept, true};
+    return areaOf(what).read(machine, what);
 }
 
 std::wstring writeSecurity(const Machine& machine, const Change& what, const State& found, const State& wanted)
 {
-    const Area* const area = areaOf(what);
-    return area ? area->write(machine, what, found, wanted) : notKept;
+    return areaOf(what).write(machine, what, found, wanted);
 }
 
 } // namespace journal

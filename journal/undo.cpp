@@ -70,7 +70,7 @@ private:
         if (!now.problem.empty() && step.isMadeHere)
             return verdict(change, Fate::already, L"");
         if (!now.problem.empty())
-            return verdict(change, now.never ? Fate::lost : Fate::failed, now.problem);
+            return verdict(change, now.never ? Fate::already : Fate::failed, now.problem);
         change.before = now.state;
         if (step.removed.change) {
             const Change earlier = steps.change(step.removed);

@@ -154,6 +154,14 @@ TEST_F(JournalTest, AWalkIsShownAndEndsBetweenTwoObjects)
     while (GetTickCount64() - begin < 350)
         progress.count();
     EXPECT_LE(lines, 3U) << "ten a second";
+
+    cli::interrupt(); // the keys that a walk comes to, and none of the others
+    const cli::PassingBy passing(GetModuleHandleW(nullptr), progress);
+    HKEY key = nullptr;
+    EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", REG_OPTION_OPEN_LINK, KEY_READ, &key), ERROR_CANCELLED);
+    EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_READ, &key), ERROR_SUCCESS);
+    RegCloseKey(key);
+    cli::interrupt(false);
 }
 
 // More than are kept in memory.

@@ -2,6 +2,8 @@
 // there goes there and back.
 #include "tests/journal/on_journal.h"
 
+#include "whatif/security/descriptors.h"
+
 using support::JournalTest;
 using support::Told;
 using testing::HasSubstr;
@@ -68,4 +70,26 @@ TEST_F(JournalOnMachine, RegistryServicesAndEventSourcesGoThereAndBack)
     const Told shown = support::run({"--what-if", "--undo", path("redo")});
     EXPECT_THAT(shown.output, HasSubstr("KESTEL_HOME_TYPE set: 2 -> 1\n"));
     EXPECT_EQ(registry.get("KESTEL_HOME_TYPE"), "2\0"s) << "only shown";
+}
+
+TEST_F(JournalOnMachine, KernelObjectsGoBackAsLongAsTheyAreThere)
+{
+    std::vector<BYTE> administrators =
+        whatif::selfRelative(whatif::securityOf(std::wstring(L"D:(A;;0x1f0003;;;BA)")), DACL_SECURITY_INFORMATION);
+    SECURITY_ATTRIBUTES attributes = {sizeof attributes, administrators.data(), FALSE};
+    const HANDLE event = CreateEventA(&attributes, TRUE, FALSE, "KeswsecTestEvent");
+    const Told done = onMachine("AddACEOnKernelObjectForUserOrGroup object=\"event KeswsecTestEvent\" username=SYSTEM "
+                                "accessmask=0x100000\n");
+    EXPECT_TRUE(done.isGood) << done.output;
+    const Told undone = support::run({"--undo", path("journal"), "--journal", path("redo")});
+    EXPECT_TRUE(undone.isGood) << undone.output;
+    EXPECT_THAT(undone.output, HasSubstr("+ event KeswsecTestEvent: security: "));
+    EXPECT_TRUE(support::run({"--verify", path("redo")}).isGood);
+    CloseHandle(event);
+    EXPECT_THAT(support::run({"--undo", path("redo")}).output, HasSubstr("is so already: it has gone, and so has "));
+
+    play({"AddACEOnDefaultDACLForSvcUser username=svc accessmask=0x100000"}, "node", "after", "of a node");
+    const Told token = support::run({"--force", "--undo", path("of a node")});
+    EXPECT_TRUE(token.isGood);
+    EXPECT_THAT(token.output, HasSubstr("is so already: it has gone with the process that had it"));
 }

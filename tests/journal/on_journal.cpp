@@ -2,6 +2,8 @@
 
 #include "cli/text.h"
 
+#include "whatif/model/kernel_objects.h"
+#include "whatif/model/service_handles.h"
 #include "whatif/redirect/active.h"
 #include "whatif/security/object_security.h"
 
@@ -20,8 +22,11 @@ old=Never-to-be-seen
 [groups]
 KES_DBA=administrators
 KES_OLD=old ones
+KES_h1_SVCSIDS=
+KES_h1_DBA=
 [members]
 KES_DBA=svc, NT SERVICE\KesOld
+KES_h1_SVCSIDS=NT SERVICE\KesOld
 [service KesOld]
 binary path=C:\h1\bin\kestel.exe
 dependencies=RpcSs, Tcpip
@@ -34,6 +39,7 @@ account=.\svc
 [security]
 file C:\tree=D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)
 file C:\tree\own=O:SYD:(A;;FA;;;BA)
+event KesReady=D:(A;;0x1f0003;;;BA)
 [registry SOFTWARE\Kestel\KEY_h1]
 KESTEL_HOME_NAME=h1
 KESTEL_HOME_TYPE=1
@@ -64,6 +70,8 @@ JournalTest::JournalTest()
     std::filesystem::create_directories(scratch.path() / "C" / "tree" / "below");
     for (const char* const file : {"C\\tree\\own", "C\\tree\\below\\file"})
         write(file, "");
+    std::filesystem::create_directories(scratch.path() / "C" / "h1" / "bin");
+    write("C\\h1\\bin\\KESTEL.KEY", "SOFTWARE\\Kestel\\KEY_h1\n");
     write("node", node + std::string("[drives]\nC=") + path("C") + "\n");
 }
 
@@ -102,6 +110,9 @@ std::string JournalTest::described(whatif::World& world, const std::set<std::wst
         std::sort(group.members.begin(), group.members.end());
     std::sort(world.local().services.begin(), world.local().services.end(),
               [](const auto& a, const auto& b) { return a.name < b.name; });
+    for (whatif::Service& service : world.local().services)
+        if (service.security.empty()) // as it is when it has been asked for
+            service.security = whatif::defaultServiceSecurity;
     auto& rights = world.local().rights; // one that nobody has any more is as one that nobody ever had
     for (auto right = rights.begin(); right != rights.end();)
         right = right->second.empty() ? rights.erase(right) : std::next(right);
@@ -113,6 +124,12 @@ std::string JournalTest::described(whatif::World& world, const std::set<std::wst
     for (const std::wstring& name : objects) {
         whatif::Object object;
         whatif::Security found;
+        if (const auto kernel = whatif::kernelNameOf(name)) { // that of a token has a default
+            object = {&world.local(), name, L"", false, &whatif::fileRights};
+            if (!readSecurity(nullptr, {kernel->kind, object, 0}, found))
+                text += cli::utf8FromWide(name + L"=" + textOf(found)) + '\n';
+            continue;
+        }
         const bool isKey = name.find(L"registry HKLM") == 0;
         const std::wstring path = name.substr(isKey ? wcslen(L"registry HKLM") : wcslen(L"file C:"));
         const DWORD error =
@@ -131,6 +148,7 @@ void JournalTest::expectSame(const std::string& one, const std::string& other) c
         worlds[i].load(scratch.path() / (i ? other : one));
         for (const auto& [name, text] : worlds[i].local().security.all())
             objects.insert(name);
+        objects.insert(whatif::tokenOfThisProcess);
     }
     EXPECT_EQ(described(worlds[0], objects), described(worlds[1], objects));
 }
