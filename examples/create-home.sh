@@ -23,9 +23,9 @@ echo "==== The same calls on the node as it is then: nothing changes, Windows re
 sed '/^#/d; s/^/- /' examples/create-home.txt >$example/again.txt
 keswsec $example/created.ini --script $example/again.txt
 echo "==== Its files and its key are secured for those who use them (examples/secure-home.txt)"
-keswsec $example/created.ini --script examples/secure-home.txt
+keswsec $example/created.ini --save $example/secured.ini --journal $example/home1.journal --script examples/secure-home.txt
 echo "==== The home is used, its service user changes, it goes (examples/use-home.txt)"
 keswsec $example/created.ini --script examples/use-home.txt
-echo "==== Its creation is as the journal left it, and is taken back"
-keswsec $example/created.ini --verify $example/home1.journal
-keswsec $example/created.ini --undo $example/home1.journal --journal $example/undo.journal
+echo "==== What creating and securing it changed is as the journal left it, and is taken back"
+keswsec $example/secured.ini --verify $example/home1.journal
+keswsec $example/secured.ini --undo $example/home1.journal --journal $example/undo.journal

@@ -88,8 +88,18 @@ TEST_F(JournalOnMachine, KernelObjectsGoBackAsLongAsTheyAreThere)
     CloseHandle(event);
     EXPECT_THAT(support::run({"--undo", path("redo")}).output, HasSubstr("is so already: it has gone, and so has "));
 
-    play({"AddACEOnDefaultDACLForSvcUser username=svc accessmask=0x100000"}, "node", "after", "of a node");
-    const Told token = support::run({"--force", "--undo", path("of a node")});
-    EXPECT_TRUE(token.isGood);
-    EXPECT_THAT(token.output, HasSubstr("is so already: it has gone with the process that had it"));
+    HANDLE token = nullptr;
+    BYTE list[1024];
+    DWORD size = 0;
+    ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY | TOKEN_ADJUST_DEFAULT, &token) &&
+                GetTokenInformation(token, TokenDefaultDacl, list, sizeof list, &size));
+    write("script", "AddACEOnDefaultDACLForSvcUser username=Everyone accessmask=0x100000\n");
+    EXPECT_THAT(support::run({"--json", "--journal", path("token"), "--script", path("script")}).output,
+                HasSubstr("\"outcome\":\"same\""))
+        << "while the process is there";
+    SetTokenInformation(token, TokenDefaultDacl, list, sizeof(TOKEN_DEFAULT_DACL));
+    CloseHandle(token);
+    const Told gone = support::run({"--undo", path("token")});
+    EXPECT_TRUE(gone.isGood);
+    EXPECT_THAT(gone.output, HasSubstr("is so already: it has gone with the process that had it"));
 }
