@@ -236,15 +236,15 @@ bool Session::undo()
         warnOfTorn(options_.undo);
     progress_.begin();
     const std::string name = utf8FromWide(options_.undo.wstring());
-    const auto counts = journal::undo({steps, machine_, journal_.get(), name, [&](const journal::Undone& undone) {
-                                           progress_.count();
-                                           if (options_.json || undone.fate != journal::Fate::already || !undone.reason.empty()) {
-                                               progress_.clear();
-                                               tell_(options_.json ? journal::lineOf(jsonOf(undone)) + "\n"
-                                                                   : asText(undone, machine_.name));
-                                           }
-                                           return !isInterrupted();
-                                       }});
+    const auto tell = [&](const journal::Undone& undone) {
+        progress_.count();
+        if (options_.json || undone.fate != journal::Fate::already || !undone.reason.empty()) {
+            progress_.clear();
+            tell_(options_.json ? journal::lineOf(jsonOf(undone)) + "\n" : asText(undone, machine_.name));
+        }
+        return !isInterrupted();
+    };
+    const auto counts = journal::undo({steps, machine_, journal_.get(), name, tell});
     progress_.clear();
     const auto of = [&](journal::Fate fate) { return counts[static_cast<size_t>(fate)]; };
     using journal::Fate;
