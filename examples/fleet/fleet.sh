@@ -7,7 +7,7 @@ fleet_setup() {
     ln -s "$PWD/ansible" build/fleet/ansible_collections/kestel/keswsec
     workshop_wine_environment
     coproc FLEET_WINE { wine cmd >/dev/null 2>&1; } # ends with this shell; until then no call has to start Wine
-    export KESWSEC=$PWD/build/keswsec.exe ANSIBLE_COLLECTIONS_PATH=$PWD/build/fleet ANSIBLE_HOME=$PWD/build/fleet/.ansible
+    export KESWSEC=${KESWSEC:-$PWD/build/keswsec.exe} ANSIBLE_COLLECTIONS_PATH=$PWD/build/fleet ANSIBLE_HOME=$PWD/build/fleet/.ansible
     export ANSIBLE_REMOTE_TMP=$PWD/build/fleet/tmp ANSIBLE_LOCALHOST_WARNING=false
     export PYTHONDONTWRITEBYTECODE=1 PATH=/usr/bin:$PATH # Debian's Ansible and its Python
 }

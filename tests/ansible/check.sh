@@ -33,7 +33,7 @@ cat build/fleet/log >>build/fleet/shown
 [ -z "$(find build/fleet/tmp build/fleet/.ansible -type f)" ] || fail "temporary files are left"
 
 /usr/bin/python3 tests/ansible/windows_shells.py
-cd build/fleet
-ansible-doc --type module kestel.keswsec.calls >doc
-grep -q '^- script' doc && grep -q '^EXAMPLES' doc && grep -q '^RETURN VALUES' doc || fail ansible-doc doc
-ansible-lint --offline --nocolor ansible_collections/kestel/keswsec secure-home.yml >lint 2>&1 || fail ansible-lint lint
+(cd build/fleet && ansible-doc --type module kestel.keswsec.{calls,verify,undo}) >build/fleet/doc
+[ "$(grep -cE "^[-=] (journal|script)|^EXAMPLES|^RETURN VALUES" build/fleet/doc)" = 10 ] || fail ansible-doc doc
+(cd build/fleet && ansible-lint --offline --nocolor ansible_collections/kestel/keswsec secure-home.yml) >build/fleet/lint 2>&1 ||
+    fail ansible-lint lint

@@ -43,7 +43,6 @@ class Connection:
 def run(shell, fails_at):
     arguments = {
         "home": "C:\\it's mine\\",
-        "node": r"C:\n.ini",
         "calls": [{"- CheckValidUser": {"username": "a", "passwd": "Never-to-be-seen"}}],
     }
     task = SimpleNamespace(args=arguments, check_mode=False, diff=False, async_val=0)
@@ -62,8 +61,8 @@ for shell in ("powershell", "cmd"):
     put, call = seen[-3:-1]
     assert put == 'PUT %s\\calls.txt: - CheckValidUser username="a" passwd="Never-to-be-seen"\n' % FOLDER, put
     assert call == (
-        r"& 'C:\Program Files\Kestel\keswsec.exe' '--home' 'C:\it''s mine\\' '--node' 'C:\n.ini' '--json'"
-        r" '--script' '%s\calls.txt' '--save' 'C:\n.ini'; exit $LASTEXITCODE" % FOLDER
+        r"& 'C:\Program Files\Kestel\keswsec.exe' '--home' 'C:\it''s mine\\' '--json' '--script' '%s\calls.txt'"
+        r" '--journal' '%s\journal'; exit $LASTEXITCODE" % (FOLDER, FOLDER)
     ), call
     for fails_at in (None, "PUT", "--script"):
         result, seen = run(shell, fails_at)

@@ -1,5 +1,4 @@
 """Calls functions of keswsec19.dll on the target; modules/calls.py documents it."""
-import json
 import re
 
 from ansible.errors import AnsibleActionFail
@@ -7,7 +6,9 @@ from ansible_collections.kestel.keswsec.plugins.plugin_utils.keswsec import (
     SECRET_IN_SCRIPT,
     KeswsecAction,
     Stopped,
+    diff_of,
     one_line,
+    said_of,
 )
 
 
@@ -45,28 +46,11 @@ def lines_of(arguments):
     return lines
 
 
-def text_of(value, otherwise=""):
-    if value is None:
-        value = otherwise
-    text = value if isinstance(value, str) else json.dumps(value, indent=1, sort_keys=True)
-    return text + "\n" if text else ""
-
-
-def diff_of(change):
-    header = "%(node)s: %(object)s: %(action)s" % change
-    without_values = change["before"] is None and change["after"] is None
-    return {
-        "before_header": header,
-        "after_header": header,
-        "before": text_of(change["before"]),
-        "after": text_of(change["after"], change["action"] if without_values else ""),
-    }
-
-
 class ActionModule(KeswsecAction):
     ARGUMENTS = {
         "calls": {"type": "list", "elements": "dict", "no_log": True},
         "script": {"type": "str", "no_log": True},
+        "journal": {"type": "str"},
     }
     ONE_OF = [["calls", "script"]]
 
@@ -74,29 +58,28 @@ class ActionModule(KeswsecAction):
         lines = lines_of(arguments)
         expected = [line for line in lines if line.strip(" \t-") and not line.strip(" \t-").startswith("#")]
         answers, status, complaint = self.with_file(
-            "calls.txt", "\n".join(lines) + "\n", lambda path: self._make_calls(arguments, path)
+            "calls.txt", "\n".join(lines) + "\n", lambda *paths: self._make_calls(arguments, *paths)
         )
+        for answer in answers:
+            answer["changes"] = answer.pop("plan")
         changes = [change for answer in answers for change in answer["changes"]]
-        result.update(calls=answers, changed=bool(changes))
+        missing = [change for change in changes if change.get("outcome") == "different"]
+        result.update(calls=answers, changed=len(changes) > len(missing))
         if self._task.diff:
             result["diff"] = [diff_of(change) for change in changes]
         if status == 0 and len(answers) == len(expected):
             return
         done = [answer["function"] for answer in answers]
-        if status == 1 and answers:
+        if status == 1 and missing:
+            complaint = "not there although it was reported done: " + "; ".join(said_of(change) for change in missing)
+        elif status == 1 and answers:
             complaint = "%s: %s" % (done.pop(), one_line(answers[-1]["message"]) or answers[-1]["meaning"])
         raise Stopped("%s (calls done: %s)" % (complaint, ", ".join(done) or "none"))
 
-    def _make_calls(self, arguments, path):
-        script = ["--script", path]
-        if arguments["node"]:
-            save = [] if self._task.check_mode else ["--save", arguments["node"]]
-            made = self.keswsec(arguments, *script, *save)
-        else:
-            made = planned = self.keswsec(arguments, "--what-if", *script)
-            if not self._task.check_mode:
-                made = self.keswsec(arguments, *script)
-                for answer, plan in zip(made[0], planned[0]):
-                    answer["changes"] = plan["changes"]
-        answers, status, complaint = made
+    def _make_calls(self, arguments, path, own_journal):
+        words = ["--script", path]
+        journal = arguments["journal"] or (None if arguments["node"] else own_journal)  # it knows what has changed
+        if journal and not self._task.check_mode:
+            words += ["--journal", journal]
+        answers, status, complaint = self.keswsec(arguments, *words)
         return answers, status, complaint.replace(path, "calls")

@@ -21,3 +21,26 @@ options:
       - The node is acted on instead of the target and, outside check mode, written back to the file.
     type: str
 """
+    JOURNAL = r"""
+options:
+  journal:
+    description:
+      - Path of the journal on the target.
+    type: str
+    required: true
+  force:
+    description:
+      - Take a journal of another machine.
+    type: bool
+    default: false
+attributes:
+  check_mode:
+    description: Nothing is written.
+    support: full
+  diff_mode:
+    description: Shows each change that is told, before and after.
+    support: full
+  platform:
+    description: Windows, over any connection, and whatever runs C(keswsec.exe) over the local one.
+    platforms: windows
+"""

@@ -21,6 +21,11 @@ options:
     description:
       - The calls as a script of C(keswsec.exe), one on a line, where C(-) before a call lets it fail.
     type: str
+  journal:
+    description:
+      - Path on the target of a journal that what was changed is appended to, for M(kestel.keswsec.verify) and M(kestel.keswsec.undo).
+      - Without it, and without I(node), a temporary one tells what was changed.
+    type: str
 extends_documentation_fragment:
   - kestel.keswsec.keswsec
 attributes:

@@ -33,6 +33,30 @@ def one_line(text):
     return " ".join(text.split())
 
 
+def text_of(value, otherwise=""):
+    text = value if isinstance(value, str) else json.dumps(value, indent=1, sort_keys=True) if value is not None else otherwise
+    return text + "\n" if text else ""
+
+
+def diff_of(change):
+    header = "%(node)s: %(object)s: %(action)s" % change
+    before, after = change.get("expected", change["before"]), change.get("found", change["after"])
+    return {
+        "before_header": header,
+        "after_header": header,
+        "before": text_of(before),
+        "after": text_of(after, change["action"] if before is None else ""),
+    }
+
+
+def said_of(change):
+    """One change that is not as it should be."""
+    said = "%(object)s: %(action)s: %(outcome)s" % change
+    if "found" in change:
+        said += ", expected %s, found %s" % (json.dumps(change["expected"]), json.dumps(change["found"]))
+    return said + (", " + change["reason"] if change.get("reason") else "")
+
+
 class Stopped(Exception):
     """keswsec.exe did not do all that it was asked to."""
 
@@ -58,16 +82,22 @@ class KeswsecAction(ActionBase):
         return remove_values(result, secrets)
 
     def keswsec(self, arguments, *words):
-        """Runs the program; its answers, one for each call that was made, its exit status, and what it complains of."""
+        """Runs the program; its answers, one for each line, its exit status, and what it complains of."""
         executable = arguments["executable"]
         command = list(executable) if isinstance(executable, (list, tuple)) else [executable]
         for option in ("home", "node"):
             if arguments[option]:
                 command += ["--" + option, arguments[option]]
+        if arguments.get("force"):
+            command.append("--force")
+        if "--verify" in words:  # which writes nothing
+            pass
+        elif self._task.check_mode and not arguments["node"]:
+            command.append("--what-if")
+        elif not self._task.check_mode and arguments["node"]:
+            command += ["--save", arguments["node"]]
         done = self._low_level_execute_command(self._command_line(command + ["--json"] + list(words)))
         answers = [json.loads(line) for line in done["stdout"].splitlines() if line.startswith("{")]
-        for answer in answers:
-            answer["changes"] = answer.pop("plan")
         return answers, done["rc"], one_line(done["stderr"]) or "%s ended with status %s" % (command[-1], done["rc"])
 
     def _command_line(self, words):
@@ -80,12 +110,25 @@ class KeswsecAction(ActionBase):
         line = "& " + " ".join("'%s'" % shell._escape(word) for word in words)
         return shell._encode_script(line + "; exit $LASTEXITCODE", strict_mode=False, preserve_rc=False)
 
+    def journal(self, arguments, result, *words):
+        """What became of the changes of a journal, one by one and counted."""
+        changes, status, complaint = self.keswsec(arguments, *words)
+        if not changes or status not in (0, 1):
+            raise Stopped(complaint)
+        result.update(counts=changes.pop(), changes=changes)
+        if self._task.diff:
+            result["diff"] = [diff_of(change) for change in changes if change["outcome"] not in ("same", "already")]
+        if status:
+            bad = [change for change in changes if change["outcome"] not in ("same", "back", "already", "unseen")]
+            raise Stopped("; ".join(said_of(change) for change in bad) or complaint)
+
     def with_file(self, name, text, use):
-        """Calls `use` with the path of a file of that text on the target, which is removed on every path."""
+        """Calls `use` with the paths of a file of that text and of one to be, both gone on every path."""
         shell = self._connection._shell
         try:
-            path = shell.join_path(self._make_tmp_path(), name)
+            folder = self._make_tmp_path()
+            path = shell.join_path(folder, name)
             self._transfer_data(path, text)
-            return use(path)
+            return use(path, shell.join_path(folder, "journal"))
         finally:
             self._remove_tmp_path(shell.tmpdir, force=bool(shell.tmpdir))
