@@ -9,10 +9,10 @@ into_bundle(. ${CMAKE_BINARY_DIR}/run-tests.cmd)
 into_bundle(bin $<TARGET_FILE:keswsec_tests> $<TARGET_FILE:keswsec_cli> $<TARGET_FILE:keswsec>)
 into_bundle(bin/checked $<TARGET_FILE:keswsec_checked>)
 into_bundle(bin/message-modules $<TARGET_FILE:message_module_JA> $<TARGET_FILE:message_module_US>)
-file(GLOB EXAMPLES RELATIVE ${CMAKE_SOURCE_DIR} CONFIGURE_DEPENDS
-  examples/*.ini examples/*.txt examples/fleet/nodes/*.ini)
-foreach(file ${EXAMPLES} src/keswsec.h src/resources/exports.def src/resources/messages.mc tests/faults/node.ini
-    tests/whatif/node.ini docs/platform.md docs/reliability.md docs/windows.md)
+file(GLOB TEXTS RELATIVE ${CMAKE_SOURCE_DIR} CONFIGURE_DEPENDS
+  docs/*.md examples/*.ini examples/*.txt examples/fleet/nodes/*.ini)
+foreach(file ${TEXTS} src/keswsec.h src/resources/exports.def src/resources/messages.mc tests/faults/node.ini
+    tests/whatif/node.ini)
   get_filename_component(folder ${file} DIRECTORY)
   install(FILES ${file} DESTINATION ${folder} COMPONENT windows-bundle EXCLUDE_FROM_ALL)
 endforeach()
