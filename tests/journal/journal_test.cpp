@@ -264,7 +264,14 @@ TEST_F(JournalTest, EverythingThereAndBack)
     const Told done = play(allCalls(), "node", "after");
     EXPECT_TRUE(done.isGood) << done.output;
     EXPECT_TRUE(verify("after").isGood);
-    const Told undone = undo("after", "back");
+    size_t made = 0;
+    const Told begun = undo("after", "half", "journal", "none", [&](whatif::World& world) {
+        world.watch([&](const whatif::Change&) { cli::interrupt(++made == 5); });
+    });
+    cli::interrupt(false);
+    EXPECT_FALSE(begun.isGood);
+    EXPECT_EQ(made, 5U);
+    const Told undone = undo("half", "back"); // is started again
     EXPECT_THAT(undone.output, HasSubstr(", 4 that cannot be taken back\n"));
     write("script", "");
     support::run({"--node", path("node"), "--save", path("expected"), "--script", path("script")},

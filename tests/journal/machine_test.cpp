@@ -6,6 +6,7 @@
 
 using support::JournalTest;
 using support::Told;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using namespace std::string_literals;
@@ -41,6 +42,28 @@ TEST_F(JournalOnMachine, SuccessWithoutEffectIsNone)
     }
     const Told verified = support::run({"--verify", path("journal")});
     EXPECT_TRUE(verified.isGood) << "what was never there has not been changed since\n" << verified.output;
+}
+
+namespace {
+
+size_t logons;
+
+BOOL WINAPI logonUser(LPCWSTR, LPCWSTR, LPCWSTR, DWORD, DWORD, PHANDLE)
+{
+    ++logons;
+    return FALSE;
+}
+
+} // namespace
+
+TEST_F(JournalOnMachine, APasswordIsTriedOnce)
+{
+    whatif::Imports own(GetModuleHandleW(nullptr)); // those of the node that a call is played on
+    ASSERT_NE(own.redirect("LogonUserW", reinterpret_cast<void*>(logonUser)), nullptr);
+    EXPECT_THAT(onMachine("CheckValidUser username=keswine passwd=Never-to-be-seen-1").output,
+                HasSubstr("CheckValidUser"));
+    EXPECT_EQ(logons, 0U);
+    EXPECT_THAT(contents("journal"), AllOf(HasSubstr("\"done\":1"), Not(HasSubstr("to-be-seen"))));
 }
 
 TEST_F(JournalOnMachine, RegistryServicesAndEventSourcesGoThereAndBack)
