@@ -283,6 +283,26 @@ TEST_F(JournalTest, EverythingThereAndBack)
     expectSame("expected", "back");
 }
 
+// As on a machine, whose accounts are numbered on. The line of the call's end tells it; without one the name does.
+TEST_F(JournalTest, AccountsHaveOtherSidsThanInThePlay)
+{
+    ASSERT_TRUE(play({"CreateKestelSVCUser username=new password=Never-to-be-seen"}, "node", "after").isGood);
+    std::string journal = contents("journal");
+    const std::string planned = "S-1-5-21-1-2-3-9999";
+    const size_t begin = journal.find("S-1-5", journal.find("\"after\":{\"sid\":"));
+    const std::string real = journal.substr(begin, journal.find('"', begin) - begin);
+    for (size_t at = journal.find(real); at != std::string::npos; at = journal.find(real, at))
+        journal.replace(at, real.size(), planned);
+    journal.replace(journal.find("\"sids\":{"), 8, "\"sids\":{\"" + planned + "\":\"" + real + '"');
+    write("ended", journal);
+    write("begun", journal.substr(0, journal.find("{\"done\"")));
+    for (const char* const each : {"ended", "begun"}) {
+        const Told undone = undo("after", "back", each, "none");
+        EXPECT_TRUE(undone.isGood) << undone.output;
+        expectSame("node", "back");
+    }
+}
+
 // The process ends in the middle of a line and after it; before a call, and after it. What has been done goes back.
 TEST_F(JournalTest, UndoAfterACrash)
 {
