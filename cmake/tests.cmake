@@ -24,7 +24,8 @@ set_tests_properties(tests fault-runs hostile-input PROPERTIES TIMEOUT 280)
 add_test(NAME sdk COMMAND ${CMAKE_SOURCE_DIR}/tests/sdk/check.sh)
 add_test(NAME ansible COMMAND ${CMAKE_SOURCE_DIR}/tests/ansible/check.sh)
 add_test(NAME windows-bundle COMMAND ${CMAKE_SOURCE_DIR}/tests/windows/check.sh)
-set_tests_properties(sdk ansible windows-bundle PROPERTIES TIMEOUT 120)
+set_tests_properties(sdk windows-bundle PROPERTIES TIMEOUT 120)
+set_tests_properties(ansible PROPERTIES TIMEOUT 60)
 set_tests_properties(windows-bundle PROPERTIES RUN_SERIAL ON) # it removes what any test has left
 
 # The library once more, with traps for undefined behaviour, for the runs in which everything is made to fail. Variables

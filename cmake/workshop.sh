@@ -41,6 +41,7 @@ workshop_wine() {
 
 workshop_wine_environment() {
     export WINEPREFIX=${KESWSEC_WINEPREFIX:-$PWD/build/wine} WINEDEBUG=-all WINEARCH=win64
+    export LC_ALL=C.UTF-8 # else Wine makes no file whose name is outside ASCII
     # Without the debugger: it ends a program that crashes with the status 0.
     export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe,winedbg.exe=" DISPLAY=
     if [ ! -f "$WINEPREFIX/system.reg" ]; then

@@ -10,6 +10,10 @@ from ansible.playbook.play_context import PlayContext
 from ansible.plugins.loader import shell_loader
 from ansible_collections.kestel.keswsec.plugins.action.calls import ActionModule
 
+FAILED = (
+    b'{"function":"sswseCreateOSGroup","status":3,"meaning":"failure","message":"WSE-000028: No.","plan":'
+    b'[{"node":"A","object":"group a","action":"created","outcome":"different","expected":{},"found":null}]}\r\n{"function":"cut'
+)
 ANSWER = b'{"function":"sswseIsOSWinDC","status":0,"meaning":"no","message":"","plan":[]}\r\n'
 FOLDER = r"C:\Users\x\ansible-tmp-1"
 
@@ -17,20 +21,20 @@ FOLDER = r"C:\Users\x\ansible-tmp-1"
 class Connection:
     transport, become, allow_executable = "winrm", None, False
 
-    def __init__(self, shell, fails_at):
+    def __init__(self, shell, fails_at, answer):
         self._shell = shell_loader.get(shell)
         self._shell.set_options()
-        self.fails_at, self.seen = fails_at, []
+        self.fails_at, self.answer, self.seen = fails_at, answer, []
 
     def note(self, line, answer):
         self.seen.append(line)
         if self.fails_at and self.fails_at in line:
             raise AnsibleConnectionFailure("gone")
-        return 0, answer, b""
+        return int(answer == FAILED and "--script" in line), answer, b""
 
     def exec_command(self, command, in_data=None, sudoable=True):
         script = base64.b64decode(command.split()[-1]).decode("utf-16-le")
-        return self.note(script, FOLDER.encode() + b"\r\n" if "New-Item" in script else ANSWER)
+        return self.note(script, FOLDER.encode() + b"\r\n" if "New-Item" in script else self.answer)
 
     def put_file(self, source, destination):
         with open(source) as file:
@@ -40,13 +44,13 @@ class Connection:
         raise KeyError(name)
 
 
-def run(shell, fails_at):
+def run(shell, fails_at, answer=ANSWER):
     arguments = {
         "home": "C:\\it's mine\\",
         "calls": [{"- CheckValidUser": {"username": "a", "passwd": "Never-to-be-seen"}}],
     }
     task = SimpleNamespace(args=arguments, check_mode=False, diff=False, async_val=0)
-    connection = Connection(shell, fails_at)
+    connection = Connection(shell, fails_at, answer)
     result = None
     try:
         result = ActionModule(task, connection, PlayContext(), None, None, None).run(task_vars={})
@@ -69,3 +73,5 @@ for shell in ("powershell", "cmd"):
         assert (result is None) == bool(fails_at)
         assert "Remove-Item '%s\\.' -Force -Recurse" % FOLDER in seen[-1], seen
         assert [line[:3] for line in seen if "Never" in line] == ["PUT"], seen
+result, seen = run("powershell", None, FAILED)
+assert result["msg"].startswith("sswseCreateOSGroup: WSE-000028: No. (calls done: none)") and not result["changed"], result

@@ -23,7 +23,7 @@ std::string inQuotes(const std::filesystem::path& file)
     return "\"" + utf8FromWide(file.wstring()) + "\"";
 }
 
-const std::string server = support::projectFile("examples/server.ini");
+const std::string server = '"' + support::projectFile("examples/server.ini") + '"';
 
 class Program : public testing::Test
 {
@@ -139,7 +139,7 @@ TEST_F(Program, CreatingAHomeAgainChangesNothing)
     const std::filesystem::path saved = scratch.path() / "node.ini";
     const std::string example = support::projectFile("examples/create-home.txt");
     const Finished first =
-        runProgram("--json --node " + server + " --save " + inQuotes(saved) + " --script " + example);
+        runProgram("--json --node " + server + " --save " + inQuotes(saved) + " --script " + inQuotes(example));
     EXPECT_EQ(first.status, 0U) << first.output;
     EXPECT_THAT(first.output, Not(HasSubstr("\"plan\":[]")));
     EXPECT_THAT(first.output, HasSubstr(R"("outputs":{"phService":"open"})"));

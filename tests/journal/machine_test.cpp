@@ -2,6 +2,8 @@
 // there goes there and back.
 #include "tests/journal/on_journal.h"
 
+#include "cli/text.h"
+#include "tests/support/this_machine.h"
 #include "whatif/security/descriptors.h"
 
 using support::JournalTest;
@@ -22,6 +24,7 @@ protected:
         return support::run({"--journal", path("journal"), "--script", path("script")});
     }
 
+    const std::string ours = cli::utf8FromWide(support::machineName(L"journal"));
     const support::RegistryHome registry;
     const support::EnvironmentVariable otherKey{"KESTEL_HOME_KEY", "KEY_keswsec_test"};
 };
@@ -30,6 +33,8 @@ protected:
 
 TEST_F(JournalOnMachine, SuccessWithoutEffectIsNone)
 {
+    if (!support::isWine())
+        GTEST_SKIP() << "Windows: there it has an effect";
     const std::pair<const char*, const char*> calls[] = {
         {"CreateOSGroup groupname=KES_WINE", "? group KES_WINE: created: it is not there"},
         {"CreateKestelSVCUser username=keswine password=Never-to-be-seen-1",
@@ -68,15 +73,17 @@ TEST_F(JournalOnMachine, APasswordIsTriedOnce)
 
 TEST_F(JournalOnMachine, RegistryServicesAndEventSourcesGoThereAndBack)
 {
-    constexpr char log[] = "SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\KeswsecTestLog";
+    const std::string log = "SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\" + ours;
     registry.set("KESTEL_HOME_NAME", "h1\0"s);
     registry.set("KESTEL_HOME_TYPE", "2\0"s);
     const Told done = onMachine("SetKestelHomeType khomekey=KEY_keswsec_test khometype=1\n"
-                                "CreateSVCEventRegEntry SVCAppKey=KeswsecTestLog EventMsgFile=C:\\x.dll Types=7\n"
-                                "CreateService servicename=KeswsecTestJournal displayname=KeswsecTestJournal "
-                                "binpath=C:\\norow.exe starttype=3\n");
-    const std::string unknown = "? service KeswsecTestJournal: SID type: cannot be looked up: "; // Wine has none
-    const auto rest = [&](const std::string& output) {
+                                "CreateSVCEventRegEntry EventMsgFile=C:\\x.dll Types=7 SVCAppKey=" +
+                                ours + "\nCreateService binpath=C:\\norow.exe starttype=3 servicename=" + ours +
+                                " displayname=" + ours + "\n");
+    const std::string unknown = "? service " + ours + ": SID type: cannot be looked up: ";
+    const auto rest = [&](const std::string& output) { // Wine has no SID types
+        if (!support::isWine())
+            return output;
         return output.substr(0, output.find(unknown)) +
                output.substr(std::min(output.size(), output.find(unknown) + unknown.size()));
     };
@@ -88,8 +95,8 @@ TEST_F(JournalOnMachine, RegistryServicesAndEventSourcesGoThereAndBack)
     EXPECT_TRUE(undone.isGood) << undone.output;
     EXPECT_EQ(registry.get("KESTEL_HOME_TYPE"), "2\0"s);
     HKEY key = nullptr;
-    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, log, 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
-    EXPECT_THAT(undone.output, HasSubstr("+ service KeswsecTestJournal: deleted"));
+    EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, log.c_str(), 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND);
+    EXPECT_THAT(undone.output, HasSubstr("+ service " + ours + ": deleted"));
     const Told shown = support::run({"--what-if", "--undo", path("redo")});
     EXPECT_THAT(shown.output, HasSubstr("KESTEL_HOME_TYPE set: 2 -> 1\n"));
     EXPECT_EQ(registry.get("KESTEL_HOME_TYPE"), "2\0"s) << "only shown";
@@ -100,13 +107,13 @@ TEST_F(JournalOnMachine, KernelObjectsGoBackAsLongAsTheyAreThere)
     std::vector<BYTE> administrators =
         whatif::selfRelative(whatif::securityOf(std::wstring(L"D:(A;;0x1f0003;;;BA)")), DACL_SECURITY_INFORMATION);
     SECURITY_ATTRIBUTES attributes = {sizeof attributes, administrators.data(), FALSE};
-    const HANDLE event = CreateEventA(&attributes, TRUE, FALSE, "KeswsecTestEvent");
-    const Told done = onMachine("AddACEOnKernelObjectForUserOrGroup object=\"event KeswsecTestEvent\" username=SYSTEM "
-                                "accessmask=0x100000\n");
+    const HANDLE event = CreateEventA(&attributes, TRUE, FALSE, ours.c_str());
+    const Told done = onMachine(
+        "AddACEOnKernelObjectForUserOrGroup username=SYSTEM accessmask=0x100000 object=\"event " + ours + "\"\n");
     EXPECT_TRUE(done.isGood) << done.output;
     const Told undone = support::run({"--undo", path("journal"), "--journal", path("redo")});
     EXPECT_TRUE(undone.isGood) << undone.output;
-    EXPECT_THAT(undone.output, HasSubstr("+ event KeswsecTestEvent: security: "));
+    EXPECT_THAT(undone.output, HasSubstr("+ event " + ours + ": security: "));
     EXPECT_TRUE(support::run({"--verify", path("redo")}).isGood);
     CloseHandle(event);
     EXPECT_THAT(support::run({"--undo", path("redo")}).output, HasSubstr("is so already: it has gone, and so has "));

@@ -112,8 +112,8 @@ TEST(Platform, DifferencesAreFound)
     EXPECT_EQ(differencesOf(answers, answersOfNode()), "");
     EXPECT_EQ(
         differencesOf(answers,
-                      answersOfNode([](whatif::Node& node) { node.rights[L"SeBatchLogonRight"] = {L"S-1-1-0"}; })),
-        "- `LsaEnumerateAccountsWithUserRight SeBatchLogonRight {u}` (LsaEnumerateAccountsWithUserRight function, "
+                      answersOfNode([](whatif::Node& node) { node.rights[L"SeDenyBatchLogonRight"] = {L"S-1-1-0"}; })),
+        "- `LsaEnumerateAccountsWithUserRight SeDenyBatchLogonRight {u}` (LsaEnumerateAccountsWithUserRight function, "
         "ntsecapi.h)\n    - this machine: `not held`\n    - the node: `259`\n");
 }
 

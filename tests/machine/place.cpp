@@ -159,6 +159,7 @@ std::string Place::answer(const std::string& call)
     if (!outcome.outputs.empty())
         said += " = " + outcome.outputs.dump();
     said = std::regex_replace(said, std::regex("\\s+"), " ");
+    said = std::regex_replace(said, std::regex("( O/S-Error: \\(OS \\d+\\)) [^=]*"), "$1"); // the system's own text
     return cli::utf8FromWide(plain(cli::wideFromUtf8(said.substr(0, said.find_last_not_of(' ') + 1))));
 }
 

@@ -19,6 +19,7 @@ namespace {
 const char whatIsMade[] =
     "The tests make on this machine, and remove again, whatever happens:\n"
     "  local users, local groups and services that are called kwt-PROCESSID-..., the users' account rights,\n"
+    "  a source kwt-... of the application event log,\n"
     "  registry keys HKEY_LOCAL_MACHINE\\Software\\kwt-... and "
     "HKEY_LOCAL_MACHINE\\Software\\Kestel\\KEY_keswsec_test,\n"
     "  volatile registry keys HKEY_CURRENT_USER\\Software\\keswsec-what-if-...,\n"
@@ -123,9 +124,13 @@ DWORD removeService(const std::wstring& name)
     return service && DeleteService(service.get()) ? ERROR_SUCCESS : GetLastError();
 }
 
+constexpr wchar_t software[] = L"Software\\";
+constexpr wchar_t eventSources[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\";
+
+template <const wchar_t* parent>
 DWORD removeKey(const std::wstring& name)
 {
-    return static_cast<DWORD>(RegDeleteTreeW(HKEY_LOCAL_MACHINE, (L"Software\\" + name).c_str()));
+    return static_cast<DWORD>(RegDeleteTreeW(HKEY_LOCAL_MACHINE, (parent + name).c_str()));
 }
 
 } // namespace
@@ -176,7 +181,8 @@ std::string removeLeftovers(Whose whose)
     each("user", users(), removeUser);
     each("group", groups(), [](const std::wstring& name) { return NetLocalGroupDel(nullptr, name.c_str()); });
     each("service", subkeys(L"SYSTEM\\CurrentControlSet\\Services"), removeService);
-    each("key", subkeys(L"Software"), removeKey);
+    each("key", subkeys(software), removeKey<software>);
+    each("event source", subkeys(eventSources), removeKey<eventSources>);
     Names directories;
     for (const fs::directory_entry& entry : fs::directory_iterator(fs::temp_directory_path()))
         directories.push_back(entry.path().filename().wstring());

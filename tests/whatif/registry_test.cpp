@@ -41,8 +41,8 @@ TEST(Registry, NodesAndProcessesAreApartAndLeaveNothingBehind)
     EXPECT_EQ(roots().size(), before.size() + 1);
     std::atomic<int> running = 2;
     const auto runOther = [&] {
-        const support::Finished other = support::runProgram("--node " + support::projectFile("examples/server.ini") +
-                                                            " CreateSVCEventRegEntry SVCAppKey=a EventMsgFile=b");
+        const support::Finished other = support::runProgram("--node \"" + support::projectFile("examples/server.ini") +
+                                                            "\" CreateSVCEventRegEntry SVCAppKey=a EventMsgFile=b");
         EXPECT_EQ(other.status, 0u) << other.output;
         --running;
     };

@@ -5,8 +5,10 @@ cd "$(dirname "$0")/../.."
 . cmake/workshop.sh
 workshop_wine_environment
 name=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=\(.*\)/keswsec-\1-windows-tests/p' build/CMakeCache.txt)
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+temporary=$(mktemp -d)
+trap 'rm -rf "$temporary"' EXIT
+work="$temporary/First Last" # as users' directories are called
+mkdir "$work"
 fail() { echo "windows-bundle: $1" >&2; tail -40 "$work/log" >&2; exit 1; }
 ninja -C build --quiet windows-bundle >"$work/log" || fail build
 (cd "$work" && cmake -E tar xf "$OLDPWD/build/$name.zip")

@@ -4,6 +4,7 @@ import re
 from ansible.errors import AnsibleActionFail
 from ansible_collections.kestel.keswsec.plugins.plugin_utils.keswsec import (
     SECRET_IN_SCRIPT,
+    SECRET_NAMES,
     KeswsecAction,
     Stopped,
     diff_of,
@@ -14,8 +15,10 @@ from ansible_collections.kestel.keswsec.plugins.plugin_utils.keswsec import (
 
 def word(name, value):
     if isinstance(value, bool):
+        if name in SECRET_NAMES:
+            raise AnsibleActionFail("%s must be a text: put it into quotes" % name)
         value = int(value)
-    if isinstance(value, (dict, list)) or "\n" in str(value):
+    if isinstance(value, (dict, list)) or set("\r\n") & set(str(value)):
         raise AnsibleActionFail("%s must be a text of one line, a number, or a list of these" % name)
     return '%s="%s"' % (name, str(value).replace('"', '""'))
 
@@ -37,7 +40,7 @@ def script_line(number, call):
 
 def lines_of(arguments):
     if arguments["script"] is not None:
-        lines = arguments["script"].splitlines()
+        lines = arguments["script"].split("\n")
     else:
         lines = [script_line(number, call) for number, call in enumerate(arguments["calls"], 1)]
     for line in lines:
@@ -63,17 +66,20 @@ class ActionModule(KeswsecAction):
         for answer in answers:
             answer["changes"] = answer.pop("plan")
         changes = [change for answer in answers for change in answer["changes"]]
-        missing = [change for change in changes if change.get("outcome") == "different"]
+        missing = [change for change in changes if change.get("outcome") in ("different", "unknown")]
         result.update(calls=answers, changed=len(changes) > len(missing))
         if self._task.diff:
             result["diff"] = [diff_of(change) for change in changes]
         if status == 0 and len(answers) == len(expected):
             return
         done = [answer["function"] for answer in answers]
-        if status == 1 and missing:
+        if status == 1 and answers and answers[-1]["message"]:
+            complaint = "%s: %s" % (done.pop(), one_line(answers[-1]["message"]))
+        elif status == 1 and missing:
             complaint = "not there although it was reported done: " + "; ".join(said_of(change) for change in missing)
-        elif status == 1 and answers:
-            complaint = "%s: %s" % (done.pop(), one_line(answers[-1]["message"]) or answers[-1]["meaning"])
+        elif status == 1 and answers and not complaint:
+            complaint = "%s: %s" % (done.pop(), answers[-1]["meaning"])
+        complaint = complaint or "keswsec ended with status %s" % status
         raise Stopped("%s (calls done: %s)" % (complaint, ", ".join(done) or "none"))
 
     def _make_calls(self, arguments, path, own_journal):

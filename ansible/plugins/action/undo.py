@@ -16,4 +16,4 @@ class ActionModule(KeswsecAction):
         try:
             self.journal(arguments, result, *words)
         finally:
-            result["changed"] = result.get("counts", {}).get("back", 0) > 0
+            result["changed"] = any(change["outcome"] == "back" for change in result.get("changes", []))

@@ -24,7 +24,8 @@ options:
   journal:
     description:
       - Path on the target of a journal that what was changed is appended to, for M(kestel.keswsec.verify) and M(kestel.keswsec.undo).
-      - Without it, and without I(node), a temporary one tells what was changed.
+      - Without it, and without I(node), a temporary one tells what was changed. A call on another server, by its own
+        node name, cannot be in a journal and is refused then.
     type: str
 extends_documentation_fragment:
   - kestel.keswsec.keswsec
@@ -120,6 +121,15 @@ calls:
           type: str
         before:
           description: What was there before, null for nothing.
+          type: raw
+        outcome:
+          description: With a journal, whether it is there afterwards; C(same), C(different), C(unknown) or C(unseen).
+          type: str
+        expected:
+          description: What should be there, when that is not what is.
+          type: raw
+        found:
+          description: What is there instead.
           type: raw
         after:
           description: What is there now, null for nothing.

@@ -38,6 +38,17 @@ def text_of(value, otherwise=""):
     return text + "\n" if text else ""
 
 
+def answers_in(output):
+    """What the program has answered, a line for each; the last one is not whole when the program was ended."""
+    answers = []
+    for line in output.splitlines():
+        try:
+            answers += [json.loads(line)] if line.startswith("{") else []
+        except ValueError:
+            break
+    return answers
+
+
 def diff_of(change):
     header = "%(node)s: %(object)s: %(action)s" % change
     before, after = change.get("expected", change["before"]), change.get("found", change["after"])
@@ -97,8 +108,7 @@ class KeswsecAction(ActionBase):
         elif not self._task.check_mode and arguments["node"]:
             command += ["--save", arguments["node"]]
         done = self._low_level_execute_command(self._command_line(command + ["--json"] + list(words)))
-        answers = [json.loads(line) for line in done["stdout"].splitlines() if line.startswith("{")]
-        return answers, done["rc"], one_line(done["stderr"]) or "%s ended with status %s" % (command[-1], done["rc"])
+        return answers_in(done["stdout"]), done["rc"], one_line(done["stderr"])
 
     def _command_line(self, words):
         words = [str(word) for word in words]
@@ -113,13 +123,14 @@ class KeswsecAction(ActionBase):
     def journal(self, arguments, result, *words):
         """What became of the changes of a journal, one by one and counted."""
         changes, status, complaint = self.keswsec(arguments, *words)
-        if not changes or status not in (0, 1):
-            raise Stopped(complaint)
-        result.update(counts=changes.pop(), changes=changes)
+        result["changes"] = [change for change in changes if "outcome" in change]
         if self._task.diff:
-            result["diff"] = [diff_of(change) for change in changes if change["outcome"] not in ("same", "already")]
+            result["diff"] = [diff_of(change) for change in result["changes"] if change["outcome"] in ("back", "different")]
+        if len(result["changes"]) == len(changes) or status not in (0, 1):
+            raise Stopped(complaint or "keswsec ended with status %s" % status)
+        result["counts"] = changes[-1]
         if status:
-            bad = [change for change in changes if change["outcome"] not in ("same", "back", "already", "unseen")]
+            bad = [change for change in result["changes"] if change["outcome"] not in ("same", "back", "already", "unseen")]
             raise Stopped("; ".join(said_of(change) for change in bad) or complaint)
 
     def with_file(self, name, text, use):
@@ -132,3 +143,5 @@ class KeswsecAction(ActionBase):
             return use(path, shell.join_path(folder, "journal"))
         finally:
             self._remove_tmp_path(shell.tmpdir, force=bool(shell.tmpdir))
+            if shell.tmpdir:
+                raise Stopped("%s cannot be removed, passwords may lie in it" % shell.tmpdir)
