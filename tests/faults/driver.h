@@ -24,6 +24,7 @@ struct Scenario
     const char* name;
     DWORD status; // of the run in which nothing is made to fail
     std::function<void(Stage&)> prepare = {};
+    bool isForThePage = false; // made as it is only: nothing more is made to fail
 };
 
 // CALL(sswseCheckOSGroup, "KES_DBA", nullptr): the first two members of a scenario. The stage is `s`.

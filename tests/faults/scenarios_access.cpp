@@ -47,6 +47,12 @@ void allowOnVlfs(Stage& s)
     s.putOnVlfs();
 }
 
+void closeFile(Stage& s)
+{
+    const std::string path = s.file("\\file");
+    s.local().security[L"file " + std::wstring(path.begin(), path.end())] = L"O:SYD:P";
+}
+
 void makeGroup(Stage& s)
 {
     support::Nodes::addGroup(s.local(), L"KES_h1_SVCSIDS");
@@ -131,6 +137,8 @@ std::vector<Scenario> accessScenarios()
         {"sswseCheckAccessMask", checkMask, "yes", 1},
         {CALL(setPermissions, s.file("\\file"), 0, s.strings(), s.count<DWORD>()), "a file", 0},
         {CALL(setPermissions, s.file(), 0, s.strings(), s.count<DWORD>()), "a tree", 0},
+        {CALL(setPermissions, s.file(), 0, s.strings(), s.count<DWORD>()), "a tree with a file out of reach", 3,
+         &closeFile, true},
         {CALL(setPermissions2, s.file(), 1, s.strings(), s.count<DWORD>()), "a tree for administrators", 0},
     };
 }
