@@ -3,16 +3,12 @@
 #include "tests/support/node_test.h"
 
 #include <lm.h>
-#include <ntstatus.h>
 
 using namespace support;
 
 namespace {
 
 constexpr char notFound[] = "WSE-000014";
-constexpr DWORD denied = ERROR_ACCESS_DENIED;
-constexpr DWORD noTrust = ERROR_TRUSTED_RELATIONSHIP_FAILURE;
-constexpr DWORD ntDenied = static_cast<DWORD>(STATUS_ACCESS_DENIED);
 
 class Accounts : public NodeTest
 {
@@ -77,26 +73,14 @@ TEST_F(Accounts, AreOfTheDomainAndUsersOrNot)
         expectNodeCases({{name, isDomainUser(name), ofDomain}, {name, exists(name), user}});
     for (const char* const name : {"DB2\\svc", "nobody", ".\\svc", "LocalSystem"})
         expectNodeCases({{name, isDomainUser(name), 3, notFound, ERROR_NONE_MAPPED}, {name, exists(name), 0}});
-    expectNodeCases({
-        {"no domain", exists("CORP\\dbuser"), 3, notFound, noTrust, failing("LookupAccountNameW", noTrust, 1)},
-        {"gone by then", exists("svc"), 0, "", 0, failing("LookupAccountNameW", ERROR_NONE_MAPPED, 2)},
-        {"computer name", isDomainUser("svc"), 3, "WSE-000019", ERROR_BUFFER_OVERFLOW,
-         failing("GetComputerNameW", ERROR_BUFFER_OVERFLOW)},
-    });
     local.productType = VER_NT_DOMAIN_CONTROLLER; // its own accounts are the domain's
     expectNodeCases({{"user of a controller", isDomainUser("svc"), 1}});
-    expectRefused("username", {isDomainUser(nullptr), exists(nullptr), isAdministrator(nullptr),
-                               calling(EXPORT(sswseIsManagedSVCAccount), nullptr, nullptr)});
-    expectRefused("User name", {calling(EXPORT(sswseIsGroupManagedSVCAccount), nullptr, nullptr)});
 }
 
 TEST_F(Accounts, AreAdministratorsDirectlyOrNested)
 {
     local.groups[0].members = {svc, operators, L"S-1-5-19"};
     local.groups[1].members = {L"S-1-5-21-7-7-7-1203"};
-    constexpr DWORD noServer = RPC_S_SERVER_UNAVAILABLE;
-    constexpr DWORD noRoom = ERROR_INSUFFICIENT_BUFFER;
-    const intercept::Fault nestedDenied = failing("NetUserGetLocalGroups", denied, 1);
     expectNodeCases({
         {"direct", isAdministrator("svc"), 1},
         {"nested", isAdministrator("CORP\\dbuser"), 1},
@@ -105,11 +89,6 @@ TEST_F(Accounts, AreAdministratorsDirectlyOrNested)
         {"member of another", isAdministrator("CORP\\gmsa$"), 0},
         {"nobody", isAdministrator("nobody"), 3, notFound, ERROR_NONE_MAPPED},
         {"no user", isAdministrator("Users"), 3, "WSE-000015", NERR_UserNotFound},
-        {"nested ones refused: direct", isAdministrator("svc"), 1, "", 0, nestedDenied},
-        {"nested ones refused: a no is none", isAdministrator("CORP\\dbuser"), 3, "WSE-000015", denied, nestedDenied},
-        {"not tried again", isAdministrator("svc"), 3, "WSE-000015", noServer,
-         failing("NetUserGetLocalGroups", noServer, 1)},
-        {"no well-known SID", isAdministrator("svc"), 3, "WSE-000013", noRoom, failing("CreateWellKnownSid", noRoom)},
     });
 }
 
@@ -126,9 +105,6 @@ TEST_F(Accounts, AreManagedAsThisMachineKnows)
         for (const char* const node : {static_cast<const char*>(nullptr), "DB2", "nowhere"})
             expectNodeCases({{name, calling(isManaged, name, node), managed},
                              {name, calling(isGroupManaged, name, node), groupManaged}});
-    const intercept::Fault fault = failing("MultiByteToWideChar", ERROR_NO_UNICODE_TRANSLATION);
-    expectNodeCases({{"a name that cannot be converted is none", calling(isManaged, "CORP\\gmsa$", nullptr), 0,
-                      "WSE-00006", ERROR_NO_UNICODE_TRANSLATION, fault}});
     local.missing = {L"Logoncli.dll"};
     expectNodeCases({{"nobody knows: not a word", calling(isManaged, "CORP\\gmsa$", nullptr), 3}});
 }
@@ -183,26 +159,6 @@ TEST_F(Accounts, GetAndLoseTheirRightsOnceOnTheNode)
         }
 }
 
-TEST_F(Accounts, KeepTheRightsUpToTheFirstThatFails)
-{
-    constexpr DWORD nothingHeld = static_cast<DWORD>(STATUS_OBJECT_NAME_NOT_FOUND);
-    const Lines granted = changes("NODE", "granted", "NODE\\svc");
-    const Lines revoked = changes("NODE", "revoked", "NODE\\svc");
-    expectNodeCases({
-        {"no policy", grant("svc"), 3, "WSE-000025", denied, failing("LsaOpenPolicy", ntDenied)},
-        {"grant: error 2 is one", grant("svc"), 3, "WSE-000041", ERROR_FILE_NOT_FOUND,
-         failing("LsaAddAccountRights", nothingHeld, 1)},
-        {"grant: second", grant("svc"), 3, "WSE-000041", denied, failing("LsaAddAccountRights", ntDenied, 2),
-         Lines{granted[0]}},
-        {"grant: the rest", grant("svc"), 2, Lines{granted[1]}},
-        {"revoke: account holds nothing, goes on", revoke("svc"), 2, "", 0,
-         failing("LsaRemoveAccountRights", nothingHeld, 1), Lines{revoked[1]}},
-        {"revoke: second", revoke("svc"), 3, "WSE-000040", denied, failing("LsaRemoveAccountRights", ntDenied, 2),
-         Lines{revoked[0]}},
-        {"unknown on the node", grant("NODE\\svc", "DB2"), 3, notFound, ERROR_NONE_MAPPED},
-    });
-}
-
 TEST_F(Accounts, HoldTheRightsOfTheirGroups)
 {
     const std::wstring dba = addGroup(local, L"KES_DBA", {svc}).sid;
@@ -240,21 +196,15 @@ TEST_F(Accounts, HaveNoRightsWithoutArgumentsHomeTypeOrHolders)
     int count = 7;
     char** names = reinterpret_cast<char**>(1);
     const auto inspect = EXPORT(sswseCheckUserPrivileges);
-    expectRefused("username",
-                  {grant(nullptr, nullptr, "9"), revoke(nullptr), calling(inspect, nullptr, "9", &names, &count)});
+    expectRefused("username", {calling(inspect, nullptr, "9", &names, &count)});
     EXPECT_EQ(names, nullptr);
     EXPECT_EQ(count, 0);
-    expectRefused("missing", {calling(inspect, "SYSTEM", "0", nullptr, &count)});
-    expectRefused("count", {calling(inspect, "SYSTEM", "0", &names, nullptr)});
     expectNodeCases({
         {"grant", grant("svc", nullptr, "3"), 3, "WSE-00008:"},
         {"revoke", revoke("svc", nullptr, ""), 3, "WSE-00008:"},
         {"check", check("svc", "01"), 5, "WSE-00008:"},
         {"check without a type", check("svc", nullptr), 5, "WSE-00008:"},
-        {"holders", check("svc"), 3, "WSE-000043", denied, failing("LsaEnumerateAccountsWithUserRight", ntDenied, 2)},
         {"no user", check("Users"), 3, "WSE-000015", NERR_UserNotFound},
-        {"user without a SID", check("svc"), 3, "WSE-000039", ERROR_INVALID_SID,
-         failing("LookupAccountNameW", ERROR_NONE_MAPPED, 2)},
     });
 }
 
@@ -278,20 +228,15 @@ TEST_F(Accounts, AreMadeForServicesOnlyAndUnmade)
         {"delete in a domain", remove(".\\svc"), 4, "WSE-000017"},
     });
     EXPECT_EQ(local.rights[L"SeDenyInteractiveLogonRight"], std::vector<std::wstring>{user.sid}); // not taken back
-    expectRefused("username", {create(nullptr, nullptr), remove(nullptr), logOn(nullptr, nullptr)});
-    expectRefused("password", {isPasswordValid(nullptr)});
 }
 
-TEST_F(Accounts, StayWhenTheirRightsCannotBeSet)
+TEST_F(Accounts, AreNotMadeWithoutAPasswordOrUnderAGroupsName)
 {
     local.minimumPasswordLength = 8;
     expectNodeCases({
         {"short password", create("a", "short"), 3, "WSE-000024", NERR_PasswordTooShort},
         {"no password", create("a", nullptr), 3, "WSE-000024", NERR_PasswordTooShort},
         {"a group's name", create("Users"), 3, "WSE-000024", ERROR_ALIAS_EXISTS},
-        {"no rights", create("a"), 3, "WSE-000026", denied, failing("LsaAddAccountRights", ntDenied),
-         Lines{"NODE: user a: created", "NODE: user a: password set"}},
-        {"there by then", create("a"), 9, "WSE-000023"},
     });
 }
 

@@ -436,23 +436,10 @@ TEST_F(ChecksOnNode, ArgumentsAreRefusedInTheirOrder)
     const auto keysGrantTo = EXPORT(sswseCheckACLsOnReg);
     const auto allowsTo = EXPORT(sswseCheckACLsOnObject);
     constexpr BYTE no = 0;
-    const auto lists = [&](auto refusing) { // of users, refused by name
-        expectRefused("usernames", {refusing(one, -1), refusing(nullptr, 1), refusing(none, 1)});
-    };
-    lists([&](char** names, int number) { return calling(grantsTo, 9u, "x", names, number, 7, no); });
-    lists([&](char** names, int number) { return calling(keysGrantTo, "x", names, number, 99, &list, nullptr); });
-    lists([&](char** names, int number) { return calling(allowsTo, 1u, "x", names, number, 0ul, no, &list, nullptr); });
     expectRefused("usernames", {calling(grantsTo, 2u, "x", nullptr, 0, 10, no),
                                 calling(allowsTo, 1u, "x", nullptr, 0, 1ul, no, nullptr, nullptr)});
-    expectRefused("path", {calling(grantsTo, 9u, nullptr, none, 1, 99, no),
-                           calling(keysGrantTo, nullptr, none, 1, 99, &list, nullptr),
-                           calling(allowsTo, 3u, nullptr, none, 1, 0ul, no, &list, nullptr)});
     for (const DWORD mask : {0ul, 0x01000001ul, 0x02000001ul})
         expectRefused("mask", {calling(allowsTo, 1u, "x", one, 1, mask, no, &list, nullptr)});
-    expectRefused("count", {calling(keysGrantTo, "x", one, 1, 1, &list, nullptr),
-                            calling(allowsTo, 1u, "x", one, 1, 1ul, no, &list, nullptr)});
-    expectRefused("findings", {calling(keysGrantTo, "x", one, 1, 1, nullptr, &count),
-                               calling(allowsTo, 1u, "x", one, 1, 1ul, no, nullptr, &count)});
     constexpr char mismatch[] = "WSE-000063: Input arguments are invalid. Internal error : Windows object type and ";
     expectCases({{"object and permission type", calling(grantsTo, 1u, "x", one, 1, 9, no), 4, mismatch},
                  {"permission type of keys", calling(keysGrantTo, "x", one, 1, 6, &list, &count), 4, mismatch},

@@ -1,6 +1,5 @@
 // The legacy permission setting of trees of real files, on a node that holds their security.
 #include "tests/acl/on_node.h"
-#include "tests/support/trace_log.h"
 
 using namespace acl;
 using namespace support;
@@ -170,49 +169,4 @@ TEST_F(OnNode, LegacyWorkStopsWhenMemoryIsExhausted)
         EXPECT_EQ(result.failed.size(), left <= 0 ? 0u : 1u);
     }
     EXPECT_GT(refused, 10);
-}
-
-TEST_F(OnNode, LegacyTracesEachStep)
-{
-    TraceLog log;
-    EXPORT(sswseTraceOn)(nullptr, &TraceLog::receive, &log, 0);
-    make(L"bad");
-    const auto take = [&] { // without the lines behind an exit and an error of the operating system
-        std::string text;
-        for (const std::string& line : log.take())
-            text += line == "<separator>" ? "" : line.substr(0, line.find('\r')) + '|';
-        return text;
-    };
-    const auto in = [](const std::string& routine) { return "Entering... " + routine + "()\n|"; };
-    const auto out = [](const std::string& routine) { return "Exiting... " + routine + "()|"; };
-    const auto entry = [&](const std::string& routine) {
-        return in(routine) + out(routine) + routine + " returned non-null pAce|";
-    };
-    for (const bool second : {false, true}) { // for users, for administrators
-        describe({{L"", top}});
-        interception.start(failing("GetFileSecurityW", ERROR_ACCESS_DENIED, 4));
-        EXPECT_EQ(applyLegacy(root, second, second).status, 3u);
-        interception.finish();
-        const std::string suffix = second ? "2" : "";
-        const std::string update = second ? "updateAdminAcl2" : "updateUserAcl";
-        EXPECT_EQ(take(),
-                  in("setPermissions" + suffix) + "wFilename = " + narrowRoot + ", isAdmin=" + (second ? "1|" : "0|") +
-                      in(update) + "fname = " + narrowRoot + "|" + in("isOnNTFSVolume") + out("isOnNTFSVolume") +
-                      (second ? "" : entry("createAuthenticatedUsersAce")) + entry("createLocalAdministratorsAce") +
-                      entry("createLocalSystemAce") + "calling updateAclOnDirectory|" + in("updateAclOnDirectory") +
-                      in("updateAclOnFile") + "filename = " + narrowRoot + "|" + out("updateAclOnFile") +
-                      in("updateAclOnFile") + "filename = " + narrowRoot + "\\bad|5 -GLE GetFileSecurityW-2|\n" +
-                      API_FAILED("GetFileSecurityW") "|" + out("updateAclOnFile") + out("updateAclOnDirectory") +
-                      in("createFinalFailList" + suffix) + out("createFinalFailList" + suffix) + out(update) +
-                      out("setPermissions" + suffix));
-    }
-    // Names in messages that are not those of the platform's functions.
-    for (const auto& [function, words] :
-         {std::pair{"GetFileAttributesW", "|\n" API_FAILED("GetFileAttributes")},
-          {"SetFileSecurityW", "|5 -GLE setFileSecurity|\n" API_FAILED("setFileSecurity")}}) {
-        interception.start(failing(function, ERROR_ACCESS_DENIED, 1));
-        EXPECT_EQ(applyLegacy(root, 0).status, 3u);
-        interception.finish();
-        EXPECT_THAT(take(), HasSubstr(words));
-    }
 }

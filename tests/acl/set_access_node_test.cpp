@@ -100,11 +100,9 @@ TEST_F(OnNode, ExcludedPathsAreLeftAloneWithAllBelowThem)
     char* lists[] = {none, nullptr};
     const auto set = EXPORT(sswseSetACLOnObjectForUser2);
     expectRefused("excludelist", {calling(set, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, -1),
-                                  calling(set, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, nullptr, 1),
                                   calling(set, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, 2)});
     expectRefused("usernames",
                   {giving({1, start, {}, 10, true}), giving({0, start, {}, 10, false, "", {""}}),
                    giving({1, L"none", {"nobody", nullptr}, 1, true}), giving({2, key, {nullptr}, 8, true}),
                    calling(set, 1u, nullptr, lists, -1, 11, BYTE{0}, nullptr, nullptr, -1)});
-    expectRefused("path", {calling(set, 1u, nullptr, nullptr, 1, 1, BYTE{0}, nullptr, nullptr, -1)});
 }

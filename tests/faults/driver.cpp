@@ -293,8 +293,9 @@ private:
             strstr(call.row->name, "WideChar"))
             return;
         const std::string routine = (call.routines.empty() ? '|' + std::string(scenario_.function) : call.routines);
-        report_.messages[stage_.withoutPlaces(message, false)].insert('`' + std::string(call.row->name) + "` in `" +
-                                                                      routine.substr(routine.rfind('|') + 1) + '`');
+        const std::string status = outcome.status == SSWSE_FAILURE ? "" : " (" + std::to_string(outcome.status) + ")";
+        report_.messages[stage_.withoutPlaces(message, false)].insert(
+            '`' + std::string(call.row->name) + "` in `" + routine.substr(routine.rfind('|') + 1) + '`' + status);
     }
 
     // Without its texts a message is blank, and all else as it is with them.

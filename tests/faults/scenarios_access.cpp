@@ -47,10 +47,20 @@ void allowOnVlfs(Stage& s)
     s.putOnVlfs();
 }
 
-void closeFile(Stage& s)
+void describeFile(Stage& s, const wchar_t* sddl)
 {
     const std::string path = s.file("\\file");
-    s.local().security[L"file " + std::wstring(path.begin(), path.end())] = L"O:SYD:P";
+    s.local().security[L"file " + std::wstring(path.begin(), path.end())] = sddl;
+}
+
+void closeFile(Stage& s)
+{
+    describeFile(s, L"O:SYD:P");
+}
+
+void sealFile(Stage& s)
+{
+    describeFile(s, L"O:SYD:P(A;;FR;;;BA)");
 }
 
 void makeGroup(Stage& s)
@@ -139,6 +149,8 @@ std::vector<Scenario> accessScenarios()
         {CALL(setPermissions, s.file(), 0, s.strings(), s.count<DWORD>()), "a tree", 0},
         {CALL(setPermissions, s.file(), 0, s.strings(), s.count<DWORD>()), "a tree with a file out of reach", 3,
          &closeFile, true},
+        {CALL(setPermissions2, s.file(), 1, s.strings(), s.count<DWORD>()), "a tree with a file that cannot be written",
+         3, &sealFile, true},
         {CALL(setPermissions2, s.file(), 1, s.strings(), s.count<DWORD>()), "a tree for administrators", 0},
     };
 }

@@ -2,7 +2,6 @@
 #include "home/home_name.h"
 #include "tests/support/cases.h"
 #include "tests/support/home.h"
-#include "tests/support/trace_log.h"
 
 #include <gtest/gtest.h>
 
@@ -115,13 +114,6 @@ TEST_F(OwnHome, NameIsReadBelowTheKeyOrWithoutAKeyFromTheEnvironment)
     expectTexts({{"fits", name, 6, 2, "h_env", 5, noHome}, {"too small", name, 5, 3, "", untouched, noRoom}});
 }
 
-TEST(ServiceUser, TraceLinesAreWrittenAsTheyAre)
-{
-    EXPECT_EQ(argumentLine(calling(sswseSetUnameForKhome, nullptr, "n", "KEY")),
-              "uname=(null)\nnodename=n\nkhomekeyKEY");
-    EXPECT_EQ(argumentLine(calling(sswseIsSvcUserVirtualAccount, nullptr, "n")), "KhomePath=(null) \n nodename=n");
-}
-
 TEST(VirtualAccountGroup, HasItsHomesNameInsideIts)
 {
     const auto groupOf = [](const std::string& home) {
@@ -154,10 +146,6 @@ TEST(VirtualAccountGroup, HasItsHomesNameInsideIts)
     const auto take = [&](const char* group) {
         return calling(sswseGetKHomeNameFromVAGroupName, group, home, sizeof home, &length);
     };
-    expectRefused("groupname", {calling(sswseGetVAGroupnameForKHomename, "h", nullptr, 1, nullptr), take(nullptr),
-                                take("KES__SVCACCTS"), take("KES_SVCACCTS"), take("_SVCACCTS_KES_x")});
+    expectRefused("groupname", {take("KES__SVCACCTS"), take("KES_SVCACCTS"), take("_SVCACCTS_KES_x")});
     expectRefused("tempstr", {take("kes_h1_SVCACCTS"), take("KES_h1_svcaccts"), take("")});
-    expectRefused("homename", {calling(sswseGetVAGroupnameForKHomename, nullptr, nullptr, 1, nullptr),
-                               calling(sswseGetKHomeNameFromVAGroupName, nullptr, nullptr, 1, nullptr)});
-    expectRefused("outlen", {calling(sswseGetKHomeNameFromVAGroupName, nullptr, home, 8, nullptr)});
 }

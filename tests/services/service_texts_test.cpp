@@ -78,49 +78,4 @@ TEST(DependencyList, IsConvertedUpToItsEmptyName)
     }
 }
 
-TEST(ServiceCalls, NameMissingArgumentsInOrder)
-{
-    const auto create = [](const char* service, const char* path) {
-        return calling(sswseCreateService, service, nullptr, DWORD{}, DWORD{}, DWORD{}, DWORD{}, path, nullptr, nullptr,
-                       nullptr, nullptr, nullptr, nullptr, nullptr);
-    };
-    const auto sidName = [](const char* service, char* text) {
-        return calling(sswseGetServiceSidName, service, text, size_t{}, nullptr);
-    };
-    char text[8];
-    support::expectRefused("Service Name",
-                           {create(nullptr, nullptr), sidName(nullptr, nullptr),
-                            calling(sswseUpdateService, nullptr, nullptr, nullptr, nullptr, nullptr),
-                            calling(sswseGetSvcUserForService, nullptr, nullptr, size_t{}, nullptr, nullptr),
-                            calling(sswseDeleteService, nullptr, nullptr),
-                            calling(sswseGetServiceSID, nullptr, nullptr, nullptr)});
-    support::expectRefused("Service Binary Path", {create("s", nullptr), calling(sswseUpdateService, nullptr, "s",
-                                                                                 nullptr, nullptr, nullptr)});
-    support::expectRefused("Pointer to ServiceHandle", {create("s", "p")});
-    support::expectRefused("username", {calling(sswseGetSvcUserForService, "s", nullptr, size_t{}, nullptr, nullptr)});
-    support::expectRefused("Service Sid String", {sidName("s", nullptr)});
-    support::expectRefused("Pointer to SID", {calling(sswseGetServiceSID, "s", nullptr, nullptr)});
-    support::expectCases({{"no room", sidName("s", text), SSWSE_INVALID_ARGUMENT,
-                           "WSE-000033: Insufficient output buffer for Service Sid String length."}});
-}
-
-TEST(ServiceCalls, TraceTheirArgumentsWithoutPasswordsAndUnwrittenBuffers)
-{
-    SC_HANDLE service = nullptr;
-    const guarded::Buffer unwritten(16, 'x');
-    const std::pair<std::string, support::Call> cases[] = {
-        // What is longer than 128 characters comes in pieces; the first ends with a whole line.
-        {"Service Name = (null)\nDisplay Name = d\nService Type = 16   \nBinpath = b\nDependencies = x\n"
-         "ServiceStartName = n",
-         calling(sswseCreateService, nullptr, "d", DWORD{}, DWORD{16}, DWORD{}, DWORD{}, "b", nullptr, nullptr,
-                 "x\0y\0", "n", "secret", "a node", &service)},
-        {"nodename = \nService Name = (null)\nUsername = u   \nPassword = ****\nBinpath = b",
-         calling(sswseUpdateService, "", nullptr, "u", "secret", "b")},
-        {"nodename = \nusername =           \nServicename = (null)",
-         calling(sswseGetSvcUserForService, nullptr, unwritten.data(), unwritten.size(), nullptr, "")},
-    };
-    for (const auto& [line, call] : cases)
-        EXPECT_EQ(support::argumentLine(call), line);
-}
-
 } // namespace

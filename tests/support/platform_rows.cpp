@@ -136,7 +136,7 @@ const std::vector<Row>& rows()
         calls(FUNCTION(LsaOpenPolicy), Says::ntStatus, ntDenied, Kind::policy, 3),
         releases(FUNCTION(LsaClose), Kind::policy),
         calls(FUNCTION(LsaQueryInformationPolicy), Says::ntStatus, ntDenied, Kind::lsaBuffer, 2),
-        calls(FUNCTION(LsaAddAccountRights), Says::ntStatus, ntDenied),
+        calls(FUNCTION(LsaAddAccountRights), Says::ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND)),
         calls(FUNCTION(LsaRemoveAccountRights), Says::ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND)),
         calls(FUNCTION(LsaEnumerateAccountsWithUserRight), Says::ntStatus, withStatus(STATUS_NO_MORE_ENTRIES),
               Kind::lsaBuffer, 2),
