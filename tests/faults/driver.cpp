@@ -249,15 +249,26 @@ private:
         complain(what, judge(traced, nullptr));
         const Calls& calls = traced.trail.calls;
         const bool same = isSame(traced, clean_) && traced.message == clean_.message &&
-                          std::equal(calls.begin(), calls.end(), clean_.trail.calls.begin(), clean_.trail.calls.end(),
-                                     [](const Trail::Call& a, const Trail::Call& b) { return a.row == b.row; });
+                          (scenario_.isForThePage ||
+                           std::equal(calls.begin(), calls.end(), clean_.trail.calls.begin(), clean_.trail.calls.end(),
+                                      [](const Trail::Call& a, const Trail::Call& b) { return a.row == b.row; }));
         complain(what, same ? "" : "not as it is untraced");
         for (intercept::Line& line : traced.trail.lines)
             line.text = stage_.withoutPlaces(line.text, line.row != nullptr);
         if (isOnPage)
-            counts_.scenes.push_back({scenario_.name, traced.status, std::move(traced.trail.lines)});
+            counts_.scenes.push_back({scenario_.name, resultOf(traced), std::move(traced.trail.lines)});
         clean_.trail = std::move(traced.trail);
         return same;
+    }
+
+    // The status and what the outputs hold.
+    std::string resultOf(const Outcome& outcome) const
+    {
+        std::string words = "status " + std::to_string(outcome.status);
+        for (const std::string& output : outcome.outputs)
+            words +=
+                output == untouched || output == none ? "" : ", " + output.substr(0, output.find_last_not_of(' ') + 1);
+        return stage_.withoutPlaces(words, false);
     }
 
     void failCall(size_t number)

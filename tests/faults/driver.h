@@ -99,7 +99,7 @@ bool isPlanAsExpected(const Plan& plan, const Plan& whole, size_t before, bool g
 struct Scene
 {
     const char* name;
-    DWORD status;
+    std::string result;
     std::vector<intercept::Line> lines;
 };
 

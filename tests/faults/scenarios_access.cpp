@@ -110,6 +110,8 @@ std::vector<Scenario> accessScenarios()
         {CALL(sswseAddACLOnObjectForUser, 2, remoteHomeKey, users, 1, 9, 0), "a key of a node", 2},
         {CALL(sswseAddACLOnObjectForUser, 3, s.file(), nullptr, 0, 7, 0), "for groups", 2},
         {CALL(sswseSetACLOnObjectForUser, 1, s.file(), users, 1, 0, 1), "a tree", 2},
+        {CALL(sswseSetACLOnObjectForUser, 1, s.file(), users, 1, 0, 1), "a tree with a file out of reach", 2,
+         &closeFile, true},
         {CALL(sswseSetACLOnObjectForUser, 2, remoteHomeKey, spellings, 3, 9, 0), "a key of a node", 2},
         {CALL(sswseAddACLOnObjectForUser2, 1, s.file(), users, 1, 1, 1, "svc", excluded, 2), "all but some of a tree",
          2},

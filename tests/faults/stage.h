@@ -107,7 +107,10 @@ public:
     template <class T>
     T* value()
     {
-        return static_cast<T*>(output(sizeof(T), [](void* bytes) { return describe(bytes, sizeof(T)); }));
+        return static_cast<T*>(output(sizeof(T), [](void* bytes) -> std::string {
+            const std::string words = describe(bytes, sizeof(T));
+            return std::is_pointer_v<T> && words != untouched && words != none ? "an address" : words;
+        }));
     }
 
     template <class T>

@@ -78,6 +78,7 @@ struct Row
     bool releasesThroughAddress = false; // the first argument is the address of it
     void* standIn = nullptr;             // called instead of the platform's function
     bool isFoundAtRunTime = false;       // not imported: GetProcAddress finds it
+    bool writesBeforeItFails = false;
 };
 
 const std::vector<Row>& rows();       // functions that are stood before

@@ -77,6 +77,12 @@ Row standingIn(void* function, Row row)
     return row;
 }
 
+Row halfWay(Row row)
+{
+    row.writesBeforeItFails = true;
+    return row;
+}
+
 Row atRunTime(Row row)
 {
     row.isFoundAtRunTime = true;
@@ -104,8 +110,8 @@ const std::vector<Row>& rows()
         standingIn(bits(heapAllocateZeroed), calls(FUNCTION(calloc), Says::memoryNull, memory, Kind::heap)),
         standingIn(bits(heapRelease), releases(FUNCTION(free), Kind::heap)),
         releases(FUNCTION(LocalFree), Kind::localBlock),
-        calls(FUNCTION(MultiByteToWideChar), Says::zero, conversion),
-        calls(FUNCTION(WideCharToMultiByte), Says::zero, conversion),
+        halfWay(calls(FUNCTION(MultiByteToWideChar), Says::zero, conversion)),
+        halfWay(calls(FUNCTION(WideCharToMultiByte), Says::zero, conversion)),
         calls(FUNCTION(FormatMessageA), Says::zero, {ERROR_MR_MID_NOT_FOUND}, Kind::localBlock, 4),
         // modules, files, machine
         calls(FUNCTION(GetModuleHandleA), Says::zero, {ERROR_MOD_NOT_FOUND}),

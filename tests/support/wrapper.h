@@ -71,6 +71,8 @@ struct Wrapper<function>
         if constexpr (std::is_void_v<R>) {
             real(arguments...);
         } else {
+            if (code && row->writesBeforeItFails)
+                real(arguments...);
             if (code)
                 return failureOf<R>(*row, *code);
             R result = real(arguments...);
