@@ -170,9 +170,20 @@ std::string usageOf(const Function& function)
     return line;
 }
 
+std::string overview()
+{
+    std::string lines;
+    for (const Area& area : areas()) {
+        lines += (lines.empty() ? "" : "\n") + std::string(area.name) + "\n";
+        for (const Function& function : area.functions)
+            lines += "    " + usageOf(function) + "\n        " + function.summary + "\n";
+    }
+    return lines;
+}
+
 std::string descriptionOf(const Function& function)
 {
-    std::string lines = usageOf(function) + "\n";
+    std::string lines = usageOf(function) + "\n" + function.summary + "\n";
     for (const Parameter& parameter : function.parameters) {
         const std::string name = parameter.name;
         lines += "  " + name + std::string(name.size() < 18 ? 18 - name.size() : 1, ' ');

@@ -79,11 +79,19 @@ constexpr size_t wideOutSize = 260; // characters
 struct Function
 {
     const char* name;
+    const char* summary; // what it does, for --list
     Result result;
     std::vector<Parameter> parameters; // those after the error record
 };
 
-const std::vector<Function>& functions();
+struct Area
+{
+    const char* name; // as in keswsec.h
+    std::vector<Function> functions;
+};
+
+const std::vector<Area>& areas();
+const std::vector<Function>& functions();            // of all areas
 const Function* findFunction(std::string_view name); // with or without the prefix
 std::string shortName(const Function& function);     // without it
 
@@ -102,6 +110,7 @@ const DWORD* findNumber(const NumberNames& names, const std::string& name); // N
 std::string listOf(const NumberNames& names);                               // "FILE, DIRECTORY"
 
 std::string usageOf(const Function& function);       // one line: name and arguments
-std::string descriptionOf(const Function& function); // a line for each argument and result
+std::string overview();                              // usage and summary of every function, by area
+std::string descriptionOf(const Function& function); // the same of one, and a line for each argument and result
 
 } // namespace cli

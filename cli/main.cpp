@@ -9,10 +9,7 @@ using namespace cli;
 
 int list(const Options& options)
 {
-    std::string text;
-    for (const Function& function : functions())
-        if (options.words.empty())
-            text += usageOf(function) + "\n";
+    std::string text = overview();
     if (!options.words.empty()) {
         const Function* function = findFunction(options.words.front());
         if (!function)

@@ -26,7 +26,12 @@ std::vector<std::string> matches(const std::string& text, const char* pattern, i
 // "name(first, second, ..., " for each function: the prototypes of the header, and the rows.
 TEST(Descriptors, AreThePublicHeader)
 {
-    const std::string header = std::regex_replace(sourceText("keswsec.h"), std::regex("/\\*[^]*?\\*/"), "");
+    const std::string text = sourceText("keswsec.h");
+    std::vector<std::string> sections;
+    for (const Area& area : areas())
+        sections.push_back(area.name);
+    EXPECT_EQ(sections, matches(text, "/\\* -+ (.*?) -+ \\*/", 1));
+    const std::string header = std::regex_replace(text, std::regex("/\\*[^]*?\\*/"), "");
     const char* const prototype = "\\bWINAPI[V]?\\s+(\\w+)\\(([^;]*)\\);";
     const std::vector<std::string> names = matches(header, prototype, 1);
     const std::vector<std::string> parameters = matches(header, prototype, 2);

@@ -50,6 +50,7 @@ TEST_F(Program, ExitStatusAndOutput)
     } cases[] = {
         {"--help", 0, "Exit status: 0"},
         {"--list setPermissions", 0, "failList "},
+        {"--list", 0, "]\n        is the user a member?\n\nhome key, home type, home name\n    GetKestelHomeKey "},
         {"sswseIsKhomeTypeValid khometype=3", 1, "0 no "},
         {"", 2, "keswsec: no function is given"},
         {"--list NoSuch", 2, "keswsec: no function NoSuch"},
