@@ -49,7 +49,6 @@ DWORD WINAPI getFileAttributes(LPCWSTR)
 
 BOOL WINAPI getFileSecurity(LPCWSTR, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR buffer, DWORD size, DWORD* needed)
 {
-    ++held->reads;
     *needed = static_cast<DWORD>(held->descriptor.size());
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return size >= *needed && memcpy(buffer, held->descriptor.data(), *needed);

@@ -42,7 +42,6 @@ public:
 
     std::vector<BYTE> descriptor; // that it has: a header of 20 bytes, the DACL
     DWORD attributes = FILE_ATTRIBUTE_NORMAL;
-    size_t reads = 0;
     size_t writes = 0;
     Aces result;       // what was written last
     WORD control = 0;  // with it

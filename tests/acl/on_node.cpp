@@ -113,10 +113,13 @@ support::Call OnNode::giving(const Access& access) const
     };
 }
 
-support::Call OnNode::adding(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users, int ptype,
-                             bool inheritable) const
+support::Call OnNode::checking(const Access& access) const
 {
-    return giving({wtype, path, users, ptype, false, nullptr, {}, inheritable});
+    return [this, access](sswseErrRec* err) {
+        std::vector<char*> users = pointersTo(access.users);
+        return EXPORT(sswseCheckACLOnObjectForUser)(err, access.wtype, narrow(access.path).c_str(), users.data(),
+                                                    static_cast<int>(users.size()), access.ptype, access.inheritable);
+    };
 }
 
 support::Call OnNode::revoking(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users) const
@@ -142,6 +145,15 @@ Objects OnNode::written()
             objects.emplace(change.object.substr(std::min(prefix, change.object.size())), change.after.text).second);
     world.clearPlan();
     return objects;
+}
+
+std::string OnNode::marked(const std::vector<std::wstring>& names)
+{
+    const Objects objects = written();
+    std::string marks;
+    for (const std::wstring& name : names)
+        marks += objects.count(name) ? 'x' : ' ';
+    return marks;
 }
 
 } // namespace acl

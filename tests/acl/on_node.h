@@ -18,6 +18,8 @@ constexpr wchar_t top[] = L"D:P(A;OICI;FR;;;BU)";
 constexpr wchar_t unreadable[] = L"O:SYD:P(A;OICI;FA;;;SY)";
 constexpr wchar_t unwritable[] = L"O:SYD:P(A;OICI;FR;;;BU)";
 
+constexpr wchar_t key[] = L"MACHINE\\SOFTWARE\\Kestel"; // which both nodes have
+
 class OnNode : public support::NodeTest
 {
 protected:
@@ -35,7 +37,6 @@ protected:
 
     void describe(const Objects& security); // of both nodes, and nothing else
 
-    // Any of the functions that add or set access; the first ones where they will do.
     struct Access
     {
         unsigned wtype;
@@ -47,15 +48,13 @@ protected:
         std::vector<std::string> excludelist = {};
         bool inheritable = true;
     };
-    support::Call giving(const Access& access) const;
-
+    support::Call giving(const Access& access) const; // it is added or set, by the first functions where they will do
+    support::Call checking(const Access& access) const;
     support::Call revoking(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users) const;
-
-    support::Call adding(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users, int ptype,
-                         bool inheritable = false) const;
     legacy::Result applyLegacy(const std::wstring& path, DWORD isAdmin, bool second = false);
 
-    Objects written(); // since the last call; no object is written twice
+    Objects written();                                          // since the last call; no object is written twice
+    std::string marked(const std::vector<std::wstring>& names); // likewise: "x" for each that is written, else " "
 
     support::ScratchDirectory scratch;
     const std::wstring root = scratch.path().wstring();

@@ -1,4 +1,5 @@
-// Trees of real files, secured for users on a node that holds their security.
+// Trees of real files on a node that holds their security: access added, revoked, copied and checked, whatever is out of
+// reach; keys, whose entries are inherited; the group of the service SIDs.
 #include "tests/acl/on_node.h"
 
 using namespace acl;
@@ -9,31 +10,65 @@ namespace {
 
 constexpr char readFailed[] = API_FAILED("GetFileSecurityW");
 constexpr char writeFailed[] = API_FAILED("SetFileSecurityW");
-constexpr char listFailed[] = API_FAILED("FindFirstFileW");
+constexpr char listFailed[] = "WSE-000065: Unable to iterate through files.";
+constexpr char users[] = "S-1-5-32-545";
 
-class TreesOnNode : public OnNode
+DWORD linkTag; // of the directory "link"
+
+BOOL WINAPI findNextFile(HANDLE search, LPWIN32_FIND_DATAW entry)
+{
+    const BOOL found = FindNextFileW(search, entry);
+    if (found && wcscmp(entry->cFileName, L"link") == 0) {
+        entry->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+        entry->dwReserved0 = linkTag;
+    }
+    return found;
+}
+
+class Trees : public OnNode
 {
 protected:
-    TreesOnNode() { describe({{L"", top}}); }
-
-    void secure(DWORD status, const char* message = "", const char* osError = "")
+    // What a call leaves in the record.
+    void expect(const Call& call, DWORD status, const std::string& message = "", const std::string& osError = "",
+                intercept::Fault fault = {})
     {
+        interception.start(fault);
         sswseErrRec rec = {};
-        EXPECT_EQ(adding(1, root, {"svc"}, 1, true)(&rec), status);
+        EXPECT_EQ(call(&rec), status);
+        EXPECT_THAT(interception.finish().balance, IsEmpty());
         EXPECT_EQ(messageOf(rec), message);
-        EXPECT_STREQ(rec.oserror, osError);
+        EXPECT_EQ(rec.oserror, osError);
     }
 
-    const std::wstring topAfter = sddl(L"D:(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;svc)(A;OICI;FR;;;BU)");
-    const std::wstring directory = sddl(L"D:(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;svc)(A;OICIID;FR;;;BU)");
-    const std::wstring file = sddl(L"D:(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;svc)(A;ID;FR;;;BU)");
+    Call copying(const std::wstring& path) const
+    {
+        return [this, path = std::string(path.begin(), path.end())](sswseErrRec* err) {
+            return EXPORT(sswseCopyPermissionsFromParentToChildren)(err, path.c_str());
+        };
+    }
+
+    Call addingGroup(unsigned wtype, const std::wstring& path) const
+    {
+        return [=, path = std::string(path.begin(), path.end())](sswseErrRec* err) {
+            return EXPORT(sswseAddFullPermForSVCSIDSGroup)(err, wtype, path.c_str(), 1);
+        };
+    }
+
+    void describeKeys(const std::wstring& above, const std::wstring& own, const wchar_t* name = L"")
+    {
+        describe({});
+        local.security[L"registry HKLM\\SOFTWARE"] = sddl(above);
+        local.security[std::wstring(L"registry HKLM\\SOFTWARE\\Kestel") + name] = sddl(own);
+    }
+
+    const Call add = giving({1, root, {"svc"}, 1});
+    const Call revoke = revoking(1, root, {users});
+    const Call check = checking({1, root, {"svc"}, 10});
 };
 
 } // namespace
 
-// Per object two reads and one write; per child its attributes, per directory a listing. Nothing more, and no more
-// memory.
-TEST_F(TreesOnNode, OfManyEntriesTakeThePlatformCallsThatTheyMustAndTheMemoryOfOne)
+TEST_F(Trees, OfManyObjectsTakeTheMemoryOfFewAndNoWriteTheSecondTime)
 {
     static long blocks;
     static long most;
@@ -43,36 +78,44 @@ TEST_F(TreesOnNode, OfManyEntriesTakeThePlatformCallsThatTheyMustAndTheMemoryOfO
         "calloc", +[](size_t n, size_t size) { return most = std::max(most, ++blocks), calloc(n, size); });
     library.redirect(
         "free", +[](void* block) { blocks -= block != nullptr, free(block); });
-    make({L"dir\\", L"dir\\.fileid\\", L"dir\\.fileid\\in"});
-    Objects expected = {{L"", topAfter}, {L"dir", directory}};
-    constexpr long files = 20, directories = 2, objects = files + directories;
-    for (int i = 0; i < files; ++i) {
-        const std::wstring below = L"dir\\" + std::to_wstring(i);
-        make(below);
-        expected[below] = file;
+    make({L"dir\\", L"dir\\.fileid\\", L"dir\\.fileid\\in", L"empty\\"});
+    constexpr size_t files = 20;
+    for (size_t i = 0; i < files; ++i)
+        make(L"dir\\" + std::to_wstring(i));
+    const std::wstring added = L"D:(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;svc)";
+    const struct
+    {
+        Call ofFew, ofAll;
+        std::wstring dir, file; // afterwards
+        size_t objects;
+    } rows[] = {
+        {giving({1, root + L"\\empty", {"svc"}, 1}), add, added + L"(A;;0x1;;;BO)(A;OICIID;FR;;;BU)",
+         added + L"(A;ID;FR;;;BU)", files + 3},
+        {revoking(0, root + L"\\empty", {"svc"}), revoke, L"D:AI(A;;0x1;;;BO)(A;OICIID;FA;;;BA)", L"D:AI(A;ID;FA;;;BA)",
+         files + 3},
+        {copying(root + L"\\empty"), copying(root), L"D:AI(A;OICI;FA;;;BA)(A;OICI;FR;;;BU)",
+         L"D:AI(A;OICI;FA;;;BA)(A;OICI;FR;;;BU)", files + 2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        describe({{L"", L"D:PAI(A;OICI;FA;;;BA)(A;OICI;FR;;;BU)"},
+                  {L"dir", L"D:AI(A;;0x1;;;BO)(A;OICIID;FA;;;BA)(A;OICIID;FR;;;BU)"}});
+        expectCases({{"few", row.ofFew, 2}});
+        const long ofFew = std::exchange(most, 0);
+        written();
+        local.security.erase(L"file " + root + L"\\empty");
+        expectCases({{"all", row.ofAll, 2}});
+        EXPECT_LE(most, ofFew + 3);
+        const Objects after = written();
+        EXPECT_THAT(after, SizeIs(row.objects));
+        EXPECT_THAT(after, Contains(Pair(L"dir", sddl(row.dir))));
+        EXPECT_THAT(after, Contains(Pair(L"dir\\1", sddl(row.file))));
+        expectCases({{"again", row.ofAll, 2}});
+        EXPECT_THAT(written(), IsEmpty());
     }
-    expectCases({{"alone", adding(1, root, {"svc"}, 1), 2}});
-    EXPECT_THAT(written(), SizeIs(1));
-    const long ofOne = most;
-    describe({{L"", top}});
-    interception.start({});
-    secure(2);
-    std::map<std::string, long> calls;
-    for (const intercept::Trail::Call& call : interception.finish().calls)
-        ++calls[call.row->name];
-    EXPECT_EQ(written(), expected);
-    EXPECT_EQ(most, ofOne);
-    EXPECT_EQ(calls["GetFileSecurityW"], 2 * objects);
-    EXPECT_EQ(calls["SetFileSecurityW"], objects);
-    EXPECT_EQ(calls["GetFileAttributesW"], objects - 1);
-    EXPECT_EQ(calls["FindFirstFileW"], directories);
-    EXPECT_EQ(calls["FindNextFileW"], objects + 2 * directories); // the reserved name; "..", the end
-    EXPECT_EQ(calls["LookupAccountNameW"], 2) << "once for the whole tree";
-    secure(2);
-    EXPECT_THAT(written(), IsEmpty()) << "all is as it shall be";
 }
 
-TEST_F(TreesOnNode, AreSecuredFortyLevelsDownWhateverTheNames)
+TEST_F(Trees, AreSecuredFortyLevelsDownWhateverTheNames)
 {
     std::wstring deep;
     for (int level = 1; level <= 40; ++level)
@@ -80,78 +123,191 @@ TEST_F(TreesOnNode, AreSecuredFortyLevelsDownWhateverTheNames)
     const std::wstring other = L"\x0416\x4e2d"; // not in the code page
     make({deep + L"file", other, other + L"2\\", other + L"2\\\xD83D\xDE00", L"...x", L".securit\xEFy", L".vlfs2\\"});
     make({L".VLFS", L".fileID\\", L".fileID\\x", other + L"2\\.sEcUrItY\\", other + L"2\\.sEcUrItY\\x"}); // reserved
-    secure(2);
+    describe({{L"", top}});
+    expect(add, 2);
     const auto objects = written();
     EXPECT_THAT(objects, SizeIs(1 + 40 + 7));
-    EXPECT_THAT(objects, Contains(Pair(deep + L"file", file)));
-    EXPECT_THAT(objects, Contains(Pair(other + L"2\\\xD83D\xDE00", file)));
-    expectCases({{"also when it is named itself", adding(0, root + L"\\.VLFS", {"svc"}, 6), 2}});
+    EXPECT_EQ(objects.count(deep + L"file") + objects.count(other + L"2\\\xD83D\xDE00"), 2u);
+    expectCases({{"also when it is named itself", giving({0, root + L"\\.VLFS", {"svc"}, 6}), 2},
+                 {"and is not asked for", checking({0, root + L"\\.VLFS", {"svc"}, 6}), 1}});
     EXPECT_THAT(written(), IsEmpty());
 }
 
-// A directory whose search pattern takes more than 259 characters is not listed. A child whose path does is taken for a
-// directory that cannot be read.
-TEST_F(TreesOnNode, AreLeftAloneWherePathsAreTooLong)
+TEST_F(Trees, OfOthersAreEnteredWhereTheyAreNamed)
+{
+    make({L"link\\", L"link\\in"});
+    library.redirect("FindNextFileW", &findNextFile);
+    for (const auto& [tag, changed] :
+         {std::pair(DWORD{IO_REPARSE_TAG_MOUNT_POINT}, "xx "), {IO_REPARSE_TAG_SYMLINK, "xx "}, {0x80000013, "xxx"}}) {
+        linkTag = tag;
+        describe({{L"", top}});
+        expect(revoke, 2);
+        EXPECT_EQ(marked({L"", L"link", L"link\\in"}), changed) << tag;
+        describe({{L"", top}});
+        expect(revoking(1, root + L"\\link", {users}), 2);
+        EXPECT_EQ(marked({L"", L"link", L"link\\in"}), " xx");
+    }
+}
+
+// A directory whose search pattern takes more than 259 characters is not listed. A child whose path does cannot be read,
+// and has not gone.
+TEST_F(Trees, AreLeftAloneWherePathsAreTooLong)
 {
     const std::wstring base = std::wstring(257 - root.size() - 2 - 99, L'l') + L'\\';
     const std::wstring listed = base + std::wstring(99, L'm') + L'\\';
     const std::wstring unlisted = base + std::wstring(100, L'n');
     make({base, listed, listed + L"f", unlisted + L'\\', unlisted + L"\\f"});
-    secure(2, listFailed, "206");
-    const auto objects = written();
-    EXPECT_THAT(objects, SizeIs(1 + 4));
-    EXPECT_THAT(objects, Contains(Pair(listed + L"f", file)));
-    EXPECT_THAT(objects, Contains(Pair(unlisted, directory)));
-    make({listed + L"ff"});
-    secure(3, readFailed, "3");
+    describe({{L"", top}});
+    expect(add, 2, API_FAILED("FindFirstFileW"), "206");
+    EXPECT_EQ(marked({listed + L"f", unlisted, unlisted + L"\\f"}), "xx ");
+    describe({{L"", top}});
+    expect(revoke, 3, listFailed, "206");
+    EXPECT_EQ(marked({listed + L"f", unlisted, unlisted + L"\\f"}), "xx ");
+    make(listed + L"ff");
+    describe({{L"", top}});
+    expect(add, 3, readFailed, "3");
+    expect(revoke, 3, readFailed, "3");
 }
 
-// Without access an object is skipped, but not the first. Other failures end the directory that a file lies in, or the
-// walk when they are a directory's, as does an object that cannot be reached behind one that was skipped.
-TEST_F(TreesOnNode, AreSecuredAroundObjectsOutOfReach)
+// When access is added, an object without access is skipped, but not the first; other failures end the directory that a
+// file lies in, or the walk when they are a directory's, as does an object that cannot be reached behind one that was
+// skipped. Revoking goes on and tells the first failure. A check ends with it, as with the first object that falls short.
+TEST_F(Trees, AreWalkedAroundObjectsOutOfReach)
 {
-    const std::wstring all[] = {L"", L"a", L"b", L"b\\c", L"b\\c\\d", L"b\\e", L"f"}; // in the order of the walk
-    make({L"a", L"b\\", L"b\\c\\", L"b\\c\\d", L"b\\e", L"f"});
-    constexpr DWORD other = ERROR_SHARING_VIOLATION;
-    constexpr auto reading = [](size_t object) { return failing("GetFileSecurityW", other, 2 * object - 1); };
-    constexpr auto writing = [](size_t object) { return failing("SetFileSecurityW", other, object); };
+    make({L"a", L"b\\", L"b\\.fileid", L"b\\c\\", L"b\\c\\d", L"b\\e", L"f"});
+    constexpr wchar_t good[] = L"D:P(A;OICI;FRFX;;;svc)(A;OICI;FA;;;BA)(A;OICI;FR;;;BU)";
+    constexpr wchar_t bad[] = L"D:P(A;OICI;FR;;;svc)(A;OICI;FA;;;BA)";
+    constexpr DWORD other = ERROR_SHARING_VIOLATION, gone = ERROR_FILE_NOT_FOUND, noPath = ERROR_PATH_NOT_FOUND;
+    const auto reading = [](size_t object, DWORD code) { return failing("GetFileSecurityW", code, 2 * object - 1); };
+    const auto writing = [](size_t object, DWORD code) { return failing("SetFileSecurityW", code, object); };
+    const auto listing = [](size_t directory, DWORD code) { return failing("FindFirstFileW", code, directory); };
+    const auto lacking = [&](const char* name) {
+        return "WSE-00004: " + narrowRoot + name + " does not grant svc 0x001200A9.";
+    };
     const struct
     {
         const char* what;
+        const Call& call;
         Objects outOfReach;
         intercept::Fault fault;
         DWORD status;
-        const char* message;
-        const char* secured; // "x" for each object that is
+        std::string message;
+        const char* osError;
+        const char* changed; // "x" for each object that is, in the order of the walk
     } rows[] = {
-        {"a file without access", {{L"a", unreadable}}, {}, 2, readFailed, "x xxxxx"},
-        {"directories are listed all the same",
-         {{L"b", unwritable}, {L"b\\c", unwritable}},
-         {},
-         2,
-         writeFailed,
-         "xx  xxx"},
-        {"the last one is reported", {{L"b\\c\\d", unwritable}, {L"f", unreadable}}, {}, 2, readFailed, "xxxx x "},
-        {"unreadable itself", {{L"", unreadable}}, {}, 3, readFailed, "       "},
-        {"unwritable itself", {{L"", unwritable}}, {}, 3, writeFailed, "       "},
-        {"a failing file ends its directory only", {}, reading(5), 2, readFailed, "xxxx xx"},
-        {"a failing file ends the walk", {}, writing(2), 2, writeFailed, "x      "},
-        {"a failing directory is the status", {}, reading(4), 3, readFailed, "xxx    "},
-        {"a failure after one skipped", {{L"a", unreadable}}, writing(2), 3, writeFailed, "x      "},
-        {"an unknown kind", {}, failing("GetFileAttributesW", other, 1), 2, "", "xxxxxxx"}, // is a directory
+        {"a file without access", add, {{L"a", unreadable}}, {}, 2, readFailed, "5", "x xxxxx"},
+        {"listed all the same", add, {{L"b", unwritable}, {L"b\\c", unwritable}}, {}, 2, writeFailed, "5", "xx  xxx"},
+        {"the last is told", add, {{L"b\\c\\d", unwritable}, {L"f", unreadable}}, {}, 2, readFailed, "5", "xxxx x "},
+        {"unreadable itself", add, {{L"", unreadable}}, {}, 3, readFailed, "5", "       "},
+        {"unwritable itself", add, {{L"", unwritable}}, {}, 3, writeFailed, "5", "       "},
+        {"a failing file ends its directory only", add, {}, reading(5, other), 2, readFailed, "32", "xxxx xx"},
+        {"a failing file ends the walk", add, {}, writing(2, other), 2, writeFailed, "32", "x      "},
+        {"a failing directory is the status", add, {}, reading(4, other), 3, readFailed, "32", "xxx    "},
+        {"after one skipped", add, {{L"a", unreadable}}, writing(2, other), 3, writeFailed, "32", "x      "},
+        {"an unknown kind", add, {}, failing("GetFileAttributesW", other, 1), 2, "", "", "xxxxxxx"}, // is a directory
+
+        {"the first is told", revoke, {{L"a", unwritable}, {L"f", unreadable}}, {}, 3, writeFailed, "5", "x xxxx "},
+        {"the start", revoke, {{L"", unwritable}}, {}, 3, writeFailed, "5", "       "},
+        {"the start is not there", revoke, {}, reading(1, gone), 3, readFailed, "2", "       "},
+        {"a file has gone", revoke, {}, reading(2, gone), 2, "", "", "x xxxxx"},
+        {"it went while it was read", revoke, {}, writing(2, noPath), 2, "", "", "x xxxxx"},
+        {"a directory has gone", revoke, {}, reading(3, noPath), 2, "", "", "xx    x"},
+        {"not listed", revoke, {}, listing(2, ERROR_ACCESS_DENIED), 3, listFailed, "5", "xxx   x"},
+        {"not found by its listing", revoke, {}, listing(3, noPath), 3, listFailed, "3", "xxxx xx"},
+        {"empty", revoke, {}, listing(3, gone), 2, "", "", "xxxx xx"},
+
+        {"all", check, {{L"b\\.fileid", bad}}, {}, 1, "", "", ""},
+        {"the first one", check, {{L"b\\c\\d", bad}, {L"f", bad}}, {}, 0, lacking("\\b\\c\\d"), "", ""},
+        {"a directory", check, {{L"b\\c", bad}, {L"b\\c\\d", good}}, {}, 0, lacking("\\b\\c"), "", ""},
+        {"gone meanwhile", check, {{L"a", bad}}, reading(2, gone), 1, "", "", ""},
+        {"gone with all below", check, {{L"b\\c\\d", bad}}, reading(3, noPath), 1, "", "", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         Objects described = row.outOfReach;
-        described.emplace(L"", top);
+        described.emplace(L"", &row.call == &check ? good : top);
         describe(described);
-        interception.start(row.fault);
-        secure(row.status, row.message, !*row.message ? "" : row.fault.function ? "32" : "5");
-        EXPECT_THAT(interception.finish().balance, IsEmpty());
-        std::string secured;
+        expect(row.call, row.status, row.message, row.osError, row.fault);
+        const std::string changed = marked({L"", L"a", L"b", L"b\\c", L"b\\c\\d", L"b\\e", L"f"});
+        EXPECT_EQ(changed, *row.changed ? row.changed : "       ");
+    }
+    describe({{L"", good}}); // perhaps the whole path is too long
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(root);
+    expect(checking({1, L".", {"svc"}, 10}), 3, readFailed, "3", reading(2, noPath));
+    std::filesystem::current_path(before);
+    describe({{L"", bad}, {L"a", good}});
+    expect(checking({0, root + L"\\a", {"svc"}, 10}), 1); // a file has nothing below it
+}
+
+TEST_F(Trees, CopiesAreExact)
+{
+    const std::wstring directory = make(L"dir\\");
+    const std::wstring file = make(L"dir\\file");
+    make(L"dir\\same");
+    constexpr wchar_t odd[] = L"D:AI(D;;0x1;;;BG)(A;NP;0x2;;;BO)(A;ID;0x3;;;BU)(A;OICIIO;GA;;;CO)(A;;FA;;;BA)";
+    describe({{L"dir", odd}, {L"dir\\file", L"D:P(A;;FA;;;SY)"}, {L"dir\\same", odd}});
+    expect(copying(directory + L'\\'), 2);
+    EXPECT_THAT(written(), ElementsAre(Pair(L"dir\\file", sddl(L"D:P" + std::wstring(odd + 4)))));
+    describe({{L"dir", L"D:NO_ACCESS_CONTROL"}, {L"dir\\file", unreadable}});
+    expectNodeCases({
+        {"no list", copying(directory), 3, "WSE-000066", ERROR_NO_SECURITY_ON_OBJECT},
+        {"a file", copying(file), 4, "WSE-000063: Input arguments are invalid. Internal error : Not a directory."},
+        {"nothing", copying(directory + L"\\none"), 3, readFailed, ERROR_FILE_NOT_FOUND},
+    });
+}
+
+TEST_F(Trees, OfKeysKeepWhatTheyInherit)
+{
+    constexpr wchar_t ofSvc[] = L"D:P(A;CI;KR;;;svc)";
+    describeKeys(ofSvc, L"D:AI(D;;KR;;;svc)(A;;KA;;;BU)(A;;KA;;;svc)(A;CIID;KR;;;svc)");
+    const char inherits[] = "WSE-00004: MACHINE\\SOFTWARE\\Kestel still inherits .\\svc.";
+    expect(revoking(2, key, {"BUILTIN\\Users", ".\\svc"}), 2, inherits);
+    EXPECT_THAT(written(), ElementsAre(Pair(_, sddl(L"D:AI(D;;KR;;;svc)(A;CIID;KR;;;svc)"))));
+    expect(revoking(2, key, {"BUILTIN\\Users", ".\\svc"}), 2, inherits);
+    EXPECT_THAT(written(), IsEmpty());
+    expect(revoking(2, key, {"S-1-5-19"}), 2);
+    describeKeys(ofSvc, L"D:PAI(A;;KA;;;svc)(A;;KR;;;BU)");
+    expect(revoking(2, key, {"svc", users}), 2);
+    EXPECT_THAT(written(), ElementsAre(Pair(_, sddl(L"D:PAI"))));
+    expectRefused("usernames", {revoking(1, L"x", {"nobody", nullptr})});
+    expect(revoking(4, L"x", {}), 4, "WSE-000064: Internal error : Unsupported permission type.");
+}
+
+TEST_F(Trees, GetTheGroupOfTheServiceSidsOnce)
+{
+    const std::wstring directory = make(L"dir\\");
+    make(L"dir\\file");
+    const std::wstring homeKey = std::wstring(key) + L"\\KEY_keswsec_test";
+    record(local, "KESTEL_HOME_NAME", "h1");
+    expectNodeCases({{"no group", addingGroup(1, directory), 3, "WSE-000014", ERROR_NONE_MAPPED},
+                     {"groups only", addingGroup(3, directory), 4, "WSE-000064"}});
+    const std::wstring group = L";;;" + addGroup(local, L"KES_h1_SVCSIDS").sid + L')';
+    describe({{L"dir", L"D:PAI(D;;0x1" + group + L"(A;;FR;;;BU)"}});
+    expect(addingGroup(1, directory), 2);
+    EXPECT_THAT(written(),
+                ElementsAre(Pair(L"dir", sddl(L"D:(A;OICI;FA" + group + L"(A;;FR;;;BU)")), Key(L"dir\\file")));
+    expect(addingGroup(1, directory), 2);
+    EXPECT_THAT(written(), IsEmpty());
+    const std::wstring admins = L"(A;;KA;;;BA)"; // who read the home's name
+    const struct
+    {
+        std::wstring before, after; // "" for none
+    } keys[] = {
+        {L"D:PAI(A;;KR;;;BU)(A;ID;KR" + group + admins, L"D:PAI(A;OICI;KA" + group + L"(A;;KR;;;BU)" + admins},
+        {L"D:(A;;KR;;;BU)(A;OICI;KR" + group + admins, L"D:AI(A;OICI;KA" + group + L"(A;;KR;;;BU)" + admins},
+        {L"D:P(D;;0x1" + group + L"(A;OICI;KA" + group + admins, L"D:PAI(A;OICI;KA" + group + admins},
+        {L"D:P(A;;KR;;;BU)(A;OICI;KA" + group + admins, L""},
+        {L"D:P(A;;KA" + group + L"(A;CIIO;GA" + group + admins, L""},
+        {L"D:P(A;;KA" + group + L"(A;CINPIO;GA" + group + admins, L"D:PAI(A;OICI;KA" + group + admins},
+        {L"D:NO_ACCESS_CONTROL", L""},
+    };
+    for (const auto& row : keys) {
+        describeKeys(L"D:P(A;;KA;;;SY)", row.before, L"\\KEY_keswsec_test");
+        expect(addingGroup(2, homeKey), 2);
         const Objects objects = written();
-        for (const std::wstring& name : all)
-            secured += objects.count(name) ? 'x' : ' ';
-        EXPECT_EQ(secured, row.secured);
+        EXPECT_EQ(objects.empty() ? L"" : objects.begin()->second, row.after.empty() ? L"" : sddl(row.after));
+        expect(addingGroup(2, homeKey), 2);
+        EXPECT_THAT(written(), IsEmpty());
     }
 }
