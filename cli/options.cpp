@@ -51,6 +51,12 @@ bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b)
     return std::filesystem::equivalent(a, b, ignored);
 }
 
+// An empty name, as of a variable that is not set, is not none.
+std::string isNamed(const std::string& file)
+{
+    return file.empty() ? "a file's name is empty" : "";
+}
+
 // Of those that exclude each other.
 void checkOne(std::initializer_list<std::pair<const char*, bool>> given)
 {
@@ -109,13 +115,21 @@ Options parseOptions(const std::vector<std::string>& words)
     app.add_option("--node", nodes, "act on a described node; further ones are reached by their node name")
         ->type_name("FILE")
         ->allow_extra_args(false);
-    app.add_option("--save", save, "write the node as it is afterwards, as a description")->type_name("FILE");
+    app.add_option("--save", save, "write the node as it is afterwards, as a description")
+        ->type_name("FILE")
+        ->check(isNamed);
     app.add_option("--script", script, "one call a line, # for comments; stops at a failure unless - begins the line")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed);
     app.add_option("--journal", journal, "append to FILE what each call is about to change, and what it did")
-        ->type_name("FILE");
-    app.add_option("--verify", verify, "whether what a journal changed is still as it was left")->type_name("JOURNAL");
-    app.add_option("--undo", undo, "take a journal back; with --what-if only show it")->type_name("JOURNAL");
+        ->type_name("FILE")
+        ->check(isNamed);
+    app.add_option("--verify", verify, "whether what a journal changed is still as it was left")
+        ->type_name("JOURNAL")
+        ->check(isNamed);
+    app.add_option("--undo", undo, "take a journal back; with --what-if only show it")
+        ->type_name("JOURNAL")
+        ->check(isNamed);
     app.add_flag("--force", options.force, "take a journal of another machine");
     app.add_flag("--quiet", options.quiet, "no progress on standard error");
     app.add_flag("--trace", options.trace, "the library's trace, on standard error");

@@ -46,6 +46,14 @@ NET_API_STATUS membersOf(const Machine& machine, const Change& what, std::vector
     return status;
 }
 
+// Of the node's own account: the bare name may be that of one in a domain. The computer's name is the domain of its own
+// accounts but on a domain controller, where these are those of the domain.
+std::wstring ownSidOf(const Machine& machine, const Change& what)
+{
+    const bool isDomain = !machine.sidOf(what.node, what.node).empty();
+    return machine.sidOf(what.node, (isDomain ? what.node + L"\\" : L"") + nameOf(what.object));
+}
+
 // Somebody who is there is told as the change tells it.
 State somebody(const Change& what, bool there)
 {
@@ -62,7 +70,7 @@ State somebody(const Change& what, bool there)
 Reading readGroup(const Machine& machine, const Change& what)
 {
     const std::wstring name = nameOf(what.object);
-    const std::wstring sid = machine.sidOf(what.node, name);
+    const std::wstring sid = ownSidOf(machine, what);
     if (sid.empty())
         return GetLastError() == ERROR_NONE_MAPPED ? Reading()
                                                    : Reading{{}, problemOf(L"LookupAccountNameW", GetLastError())};
@@ -118,7 +126,7 @@ std::wstring writeMember(const Machine& machine, const Change& what, const State
 
 Reading readUser(const Machine& machine, const Change& what)
 {
-    const std::wstring sid = machine.sidOf(what.node, nameOf(what.object));
+    const std::wstring sid = ownSidOf(machine, what);
     if (!sid.empty())
         return {State::Parts{{L"sid", sid}}, L""};
     return GetLastError() == ERROR_NONE_MAPPED ? Reading()

@@ -7,6 +7,8 @@
 #include "whatif/security/access.h"
 #include "whatif/security/descriptors.h"
 
+#include <algorithm>
+
 namespace journal {
 
 // What is read of an object: its group only where the change tells one, since not every platform tells that of an object
@@ -18,14 +20,14 @@ template <class Query>
 Reading readDescriptor(const wchar_t* function, Query query)
 {
     std::vector<BYTE> bytes;
-    DWORD error = ERROR_INSUFFICIENT_BUFFER;
+    DWORD error = ERROR_SUCCESS;
+    DWORD size = 0;
     DWORD needed = 0;
-    while (error == ERROR_INSUFFICIENT_BUFFER && (bytes.empty() || needed > bytes.size())) {
-        bytes.resize(needed);
-        error = query(bytes.data(), static_cast<DWORD>(bytes.size()), &needed);
-        if (!needed)
-            break;
-    }
+    do {
+        size = needed;
+        bytes.resize(std::max<size_t>(size, 1)); // the size query, too, must be given an address
+        error = query(bytes.data(), size, &needed);
+    } while (error == ERROR_INSUFFICIENT_BUFFER && needed > size);
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_SERVICE_DOES_NOT_EXIST)
         return {};
     return error ? Reading{{}, problemOf(function, error)}

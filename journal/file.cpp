@@ -63,7 +63,12 @@ HANDLE openFile(const std::filesystem::path& file)
                                       OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     const DWORD error = GetLastError();
     LocalFree(attributes.lpSecurityDescriptor);
-    SetLastError(handle == INVALID_HANDLE_VALUE ? error : ERROR_SUCCESS);
+    if (handle != INVALID_HANDLE_VALUE && GetFileType(handle) != FILE_TYPE_DISK) { // NUL keeps nothing
+        CloseHandle(handle);
+        SetLastError(ERROR_BAD_DEVICE);
+        return INVALID_HANDLE_VALUE;
+    }
+    SetLastError(error);
     return handle;
 }
 
@@ -168,7 +173,7 @@ Line Writer::end()
 {
     put("]}\n");
     flush();
-    if (!error_ && !FlushFileBuffers(handle_) && GetFileType(handle_) == FILE_TYPE_DISK)
+    if (!error_ && !FlushFileBuffers(handle_))
         error_ = GetLastError();
     if (error_) {
         const DWORD error = error_;
@@ -250,7 +255,7 @@ bool Lines::read(Line& line, bool& isWhole)
     return true;
 }
 
-void Lines::check(const Json& head) const
+void Lines::check(const Json& head)
 {
     const int version = head.value("version", 0);
     if (version > fileVersion)
@@ -258,8 +263,8 @@ void Lines::check(const Json& head) const
     const std::string computer = head.value("computer", "");
     const std::string sid = head.value("sid", "");
     const std::string ownSid = utf8(machine_.sid);
-    const bool isSame = whatif::sameName(cli::wideFromUtf8(computer), machine_.name) &&
-                        (sid.empty() || ownSid.empty() || sid == ownSid);
+    computer_ = cli::wideFromUtf8(computer);
+    const bool isSame = whatif::sameName(computer_, machine_.name) && (sid.empty() || ownSid.empty() || sid == ownSid);
     if (!isSame && !force_)
         throw FileError(source_.file(), "is a journal of " + whose(computer, sid) + ", not of " +
                                             whose(utf8(machine_.name), ownSid) + "; --force takes it all the same");

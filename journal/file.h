@@ -98,15 +98,18 @@ public:
     bool next(Line& line);
     void seek(const Line& line) { source_.seek(line.begin); }
 
+    const std::wstring& computer() const { return computer_; } // whose lines these are
+
     size_t torn = 0;
 
 private:
     bool read(Line& line, bool& isWhole);
-    void check(const Json& head) const;
+    void check(const Json& head);
 
     Source source_;
     const Machine& machine_;
     bool force_;
+    std::wstring computer_;
     size_t number_ = 0;
 };
 

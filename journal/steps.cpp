@@ -2,6 +2,7 @@
 
 #include "cli/text.h"
 #include "journal/sorter.h"
+#include "whatif/redirect/active.h"
 
 #include <tuple>
 
@@ -99,13 +100,30 @@ struct Steps::Work
     {
     }
 
+    // Lines from here on are of this computer, which the machine has been taken for when it is another one.
+    void begin(const Line& line, const std::wstring& computer)
+    {
+        if (computers.empty() || computers.rbegin()->second != computer)
+            computers[line.begin] = computer;
+    }
+
+    // A change of the computer whose line it is in is one of the machine.
+    Change take(const Json& item, std::uint64_t call) const
+    {
+        Change change = changeOf(item);
+        const auto next = computers.upper_bound(call);
+        if (next != computers.begin() && whatif::sameName(change.node, std::prev(next)->second))
+            change.node = machine.name;
+        return change;
+    }
+
     // Accounts that were made: by the SIDs that they were to get and those that they have.
     Sids lookUpSids(const Line& line)
     {
         Sids found;
         Items items(changes, line);
         for (Json item; items.next(item);) {
-            const Change change = changeOf(item);
+            const Change change = take(item, line.begin);
             const std::wstring* const planned = isWhole(change) ? change.after.part(L"sid") : nullptr;
             if (!planned)
                 continue;
@@ -135,7 +153,7 @@ struct Steps::Work
         bool differs = found.next(difference);
         std::uint32_t ordinal = 0;
         for (Json item; items.next(item); ++ordinal, ++size) {
-            Change change = changeOf(item);
+            Change change = take(item, line.begin);
             replaceSids(change, given);
             Entry entry = {familyOf(change),
                            keyOf(change.kind, change, change.attribute),
@@ -272,7 +290,7 @@ struct Steps::Work
 
     Change changeAt(const Spot& spot)
     {
-        Change change = changeOf(Items::at(changes, spot.change));
+        Change change = take(Items::at(changes, spot.change), spot.call);
         const auto known = sids.find(spot.call);
         if (known != sids.end())
             replaceSids(change, known->second);
@@ -290,6 +308,7 @@ struct Steps::Work
     Sorter<Entry, Order> entries;
     Sorter<Step, StepOrder> steps;
     std::map<std::uint64_t, Sids> sids;
+    std::map<std::uint64_t, std::wstring> computers; // from which line on
     size_t torn = 0;
     size_t size = 0;
 };
@@ -309,6 +328,7 @@ try : work_(std::make_unique<Work>(
         Line next;
         isMore = lines.next(next);
         const bool isEnd = isMore && next.head.contains("done");
+        work_->begin(line, lines.computer());
         work_->collect(line, isEnd ? &next : nullptr, !isEnd);
         line = next;
     }

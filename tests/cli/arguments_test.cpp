@@ -39,6 +39,7 @@ TEST(Arguments, WrongUsageIsRefusedWithItsReason)
         {"--node", "--node"},
         {"--what-if --node a.ini IsOSWinDC", "--what-if and --node exclude each other"},
         {"--save a.ini IsOSWinDC", "--save needs a node"},
+        {"--journal \"\" IsOSWinDC", "--journal: a file's name is empty"},
         {"--script a.txt IsOSWinDC", "--script takes no function"},
         {"CreateOSGroups groupname=a", "no function CreateOSGroups"},
         {"FreeMemory pointer=1", "called by keswsec itself"},

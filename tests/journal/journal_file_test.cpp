@@ -15,7 +15,9 @@ namespace {
 
 std::string replaced(std::string text, const std::string& from, const std::string& to)
 {
-    return text.replace(text.find(from), from.size(), to);
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
 }
 
 // What the session throws, on one line.
@@ -80,12 +82,17 @@ TEST_F(JournalTest, WhatIsNoJournalOfThisMachineIsRefused)
     }
     EXPECT_THAT(refusalOf([&] { verify("after", "nosuch"); }), HasSubstr("nosuch: cannot be read"));
     EXPECT_THAT(refusalOf([&] { play(calls, "node", "back", "C"); }), HasSubstr("C: cannot be written, error 5"));
+    EXPECT_THAT(refusalOf([&] { play(calls, "node", "back", "NUL"); }),
+                HasSubstr("NUL: cannot be written, error 1200"));
     EXPECT_THAT(refusalOf([&] {
                     support::run({"--undo", path("bad"), "--journal", path("bad")});
                 }),
                 HasSubstr("the journal of an undo is another one"));
     write("bad", cases[3].bytes);
-    EXPECT_TRUE(support::run({"--node", path("after"), "--force", "--verify", path("bad")}).isGood);
+    for (const char* const option : {"--verify", "--undo"})
+        EXPECT_TRUE(
+            support::run({"--node", path("after"), "--save", path("back"), "--force", option, path("bad")}).isGood);
+    expectSame("node", "back");
 }
 
 TEST_F(JournalTest, ACallIsNotMadeWhenItsLineCannotBeWritten)

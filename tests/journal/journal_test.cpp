@@ -40,11 +40,11 @@ whatif::Service& service(whatif::World& world, const wchar_t* name)
     return made;
 }
 
+// The first one, which is the node's own.
 template <class Records>
 void remove(Records& records, const wchar_t* name)
 {
-    records.erase(std::remove_if(records.begin(), records.end(), [&](const auto& each) { return each.name == name; }),
-                  records.end());
+    records.erase(std::find_if(records.begin(), records.end(), [&](const auto& each) { return each.name == name; }));
 }
 
 void renumber(whatif::World& world, const wchar_t* user)
@@ -265,7 +265,7 @@ TEST_F(JournalTest, EverythingThereAndBack)
     EXPECT_TRUE(done.isGood) << done.output;
     EXPECT_TRUE(verify("after").isGood);
     size_t made = 0;
-    const Told begun = undo("after", "half", "journal", "none", [&](whatif::World& world) {
+    const Told begun = undo("after", "half", "journal", "redo", [&](whatif::World& world) {
         world.watch([&](const whatif::Change&) { cli::interrupt(++made == 5); });
     });
     cli::interrupt(false);
@@ -273,14 +273,22 @@ TEST_F(JournalTest, EverythingThereAndBack)
     EXPECT_EQ(made, 5U);
     const Told undone = undo("half", "back"); // is started again
     EXPECT_THAT(undone.output, HasSubstr(", 4 that cannot be taken back\n"));
-    write("script", "");
-    support::run({"--node", path("node"), "--save", path("expected"), "--script", path("script")},
-                 [](whatif::World& world) {
-                     remove(world.local().groups, L"KES_OLD");
-                     remove(world.local().accounts, L"old");
-                     remove(world.local().services, L"KesUser");
-                 });
-    expectSame("expected", "back");
+    const auto isWithout = [&](const std::string& node, const std::string& whole, const support::Between& lost) {
+        write("script", "");
+        support::run({"--node", path(whole), "--save", path("expected"), "--script", path("script")}, lost);
+        expectSame("expected", node);
+    };
+    isWithout("back", "node", [](whatif::World& world) {
+        remove(world.local().groups, L"KES_OLD");
+        remove(world.local().accounts, L"old");
+        remove(world.local().services, L"KesUser");
+    });
+    EXPECT_THAT(undo("back", "redone", "redo", "undo").output, HasSubstr(", 4 that cannot be taken back"));
+    isWithout("redone", "after", [](whatif::World& world) {
+        for (const wchar_t* const name : {L"KES_NEW", L"KES_FULL", L"KES_VLMADMIN"})
+            remove(world.local().groups, name);
+        remove(world.local().accounts, L"new");
+    });
 }
 
 // As on a machine, whose accounts are numbered on. The line of the call's end tells it; without one the name does.

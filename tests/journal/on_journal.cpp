@@ -16,9 +16,13 @@ namespace {
 constexpr char node[] = R"([node]
 name=NODE
 sid=S-1-5-21-1-2-3
+domain=CORP
 [users]
 svc=Never-to-be-seen
 old=Never-to-be-seen
+[domain accounts]
+CORP\old=Never-to-be-seen
+CORP\KES_OLD=
 [groups]
 KES_DBA=administrators
 KES_OLD=old ones

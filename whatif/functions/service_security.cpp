@@ -15,7 +15,7 @@ BOOL WINAPI querySecurity(SC_HANDLE handle, SECURITY_INFORMATION parts, PSECURIT
 {
     Locked world;
     Node* node = nullptr;
-    if (!parts || !needed)
+    if (!parts || !descriptor || !needed) // not every version takes NULL, not even for the size
         return failWith(ERROR_INVALID_PARAMETER);
     const Service* const service = serviceOf(handle, accessToRead(parts), node);
     if (!service)

@@ -22,9 +22,9 @@ template <class Query>
 std::vector<BYTE> queried(Query query)
 {
     DWORD needed = 0;
-    std::vector<BYTE> buffer;
-    if (query(nullptr, 0, &needed) || GetLastError() != ERROR_INSUFFICIENT_BUFFER)
-        return buffer;
+    std::vector<BYTE> buffer(1); // which must be there even then
+    if (query(buffer.data(), 0, &needed) || GetLastError() != ERROR_INSUFFICIENT_BUFFER)
+        return {};
     buffer.resize(needed);
     if (!query(buffer.data(), needed, &needed))
         buffer.clear();
