@@ -5,18 +5,10 @@
 
 #include <string>
 
-namespace {
-
-// Of every message with these inserts, byte for byte. A text that is changed on purpose changes it; the list of them is
-// in the failure.
-constexpr uint64_t fingerprint = 8537893505061120821u;
-
-constexpr const char* inserts[] = {"first", "C:\\second %1 %n", "th\xEFrd"};
-
-} // namespace
-
 TEST(Catalogue, EveryMessageComesBackByteForByte)
 {
+    // Of every message with these inserts. A text that is changed on purpose changes it; the list is in the failure.
+    constexpr uint64_t fingerprint = 8537893505061120821u;
     const support::LibraryCopy library;
     const auto fill = EXPORT_OF(library, sswseFillErrMsg);
     std::string all;
@@ -24,7 +16,7 @@ TEST(Catalogue, EveryMessageComesBackByteForByte)
     for (const DWORD severity : {SSWSE_INFORMATIONAL_MESSAGE(0), SSWSE_ERROR_MESSAGE(0)})
         for (DWORD id = severity; id < severity + 80; ++id) {
             sswseErrRec rec = {};
-            fill(&rec, id, 0, "routine", "api", inserts[0], inserts[1], inserts[2]);
+            fill(&rec, id, 0, "routine", "api", "first", "C:\\second %1 %n", "th\xEFrd");
             EXPECT_STREQ(rec.oserror, "");
             if (std::string(rec.message) == " ") // there is none
                 continue;

@@ -14,17 +14,6 @@ namespace {
 
 LANGID language;
 
-LANGID WINAPI userLanguage()
-{
-    return language;
-}
-
-HMODULE WINAPI noModule(const char*)
-{
-    SetLastError(ERROR_MOD_NOT_FOUND);
-    return nullptr;
-}
-
 std::string messageFrom(const support::LibraryCopy& library, DWORD osError = 0)
 {
     sswseErrRec rec = {};
@@ -74,7 +63,8 @@ TEST(MessageModule, IsLookedForBesideTheLibrary)
     for (const auto& row : cases) {
         support::LibraryCopy library;
         language = row.user;
-        library.redirect("GetUserDefaultLangID", &userLanguage);
+        library.redirect(
+            "GetUserDefaultLangID", +[]() WINAPI { return language; });
         for (const char* code : row.modules)
             putModule(library, code);
         EXPECT_EQ(messageFrom(library).rfind(row.text, 0), 0u) << messageFrom(library);
@@ -86,7 +76,8 @@ TEST(MessageModule, IsLookedForBesideTheLibrary)
 TEST(MessageModule, WithoutTheOwnModuleABlankAndAnotherTry)
 {
     support::LibraryCopy library;
-    const auto byName = library.redirect("GetModuleHandleA", &noModule);
+    const auto byName = library.redirect(
+        "GetModuleHandleA", +[](const char*) WINAPI { return HMODULE{}; });
     EXPECT_EQ(messageFrom(library), " ");
     EXPECT_EQ(messageFrom(library, 5).rfind(" \nO/S-Error: (OS 5) ", 0), 0u);
     library.redirect("GetModuleHandleA", byName);

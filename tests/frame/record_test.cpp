@@ -49,14 +49,13 @@ TEST(Record, CutsWhatDoesNotFitAndStaysInside)
 {
     const support::LibraryCopy library;
     const auto fill = EXPORT_OF(library, sswseFillErrMsg);
-    const std::string head = "WSE-00005: ";
     for (const size_t length : {480, 497, 498, 499, 500, 2000}) { // with head, blanks and end: 511 at 497
         const std::string insert(length, 'x');
         for (const DWORD osError : {0, 5}) {
             const guarded::Buffer room(sizeof(sswseErrRec), '#');
             auto& rec = *reinterpret_cast<sswseErrRec*>(room.data());
             fill(&rec, SSWSE_INFORMATIONAL_MESSAGE(5), osError, "routine", "", insert.c_str(), "", "");
-            std::string whole = (head + insert + "  .\r\n").substr(0, 511);
+            std::string whole = ("WSE-00005: " + insert + "  .\r\n").substr(0, 511);
             if (osError)
                 whole += "\nO/S-Error: (OS 5) " + systemText(5);
             EXPECT_EQ(rec.message, whole.substr(0, 511)) << length << " " << osError;

@@ -15,16 +15,6 @@ using support::TraceLog;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-namespace {
-
-BOOL WINAPI noVersion(OSVERSIONINFOA*)
-{
-    SetLastError(ERROR_INVALID_FUNCTION);
-    return FALSE;
-}
-
-} // namespace
-
 class TraceOfTheLibrary : public testing::Test
 {
 protected:
@@ -38,7 +28,8 @@ protected:
 
 TEST_F(TraceOfTheLibrary, TellsACallLineByLine)
 {
-    const auto version = library.redirect("GetVersionExA", &noVersion);
+    const auto version = library.redirect(
+        "GetVersionExA", +[](OSVERSIONINFOA*) WINAPI { return FALSE; });
     ASSERT_EQ(on(&rec, &TraceLog::receive, &log, 7), 1u);
     EXPECT_EQ(isController(&rec), 3u);
     const std::string entering = "Entering... sswse", exiting = "Exiting... sswse", line = "<separator>";
@@ -52,21 +43,13 @@ TEST_F(TraceOfTheLibrary, TellsACallLineByLine)
                                         line, exiting + "IsOSWinDC()", line));
 }
 
-TEST_F(TraceOfTheLibrary, ArgumentLineIsCutAt511AndLeftOutWithoutMemory)
+TEST_F(TraceOfTheLibrary, ArgumentLineIsCutAt511)
 {
     on(&rec, &TraceLog::receive, &log, 0);
     DWORD kind = 0;
     const auto classify = EXPORT_OF(library, sswseIsNameBuiltinAcc);
     classify(&rec, std::string(600, 'x').c_str(), &kind);
     EXPECT_EQ(log.take().at(1).substr(500), "xxxxxxxxxxx");
-
-    void* (*const none)(size_t) = [](size_t) -> void* { return nullptr; };
-    void* (*const noneZeroed)(size_t, size_t) = [](size_t, size_t) -> void* { return nullptr; };
-    library.redirect("malloc", none);
-    library.redirect("calloc", noneZeroed); // what the compiler makes of a block that is cleared at once
-    classify(&rec, nullptr, nullptr);
-    EXPECT_THAT(log.take(), ElementsAre("Entering... sswseIsNameBuiltinAcc()\n", std::string("\n") + rec.message,
-                                        "Exiting... sswseIsNameBuiltinAcc()", "<separator>"));
 }
 
 TEST_F(TraceOfTheLibrary, SwitchesOnOnceAndOffAgain)
@@ -90,7 +73,6 @@ TEST_F(TraceOfTheLibrary, SwitchesOnOnceAndOffAgain)
     EXPECT_EQ(onFor(&second)(nullptr), 1u);
     work(&rec);
     EXPECT_EQ(off(nullptr), 1u);
-    EXPECT_THAT(log.take(), IsEmpty());
     EXPECT_EQ(second.take().size(), 3u);
 }
 

@@ -1,5 +1,4 @@
 // The library's own home: key file beside the library, environment, home name; and the names of virtual-account groups.
-#include "home/home_name.h"
 #include "tests/support/cases.h"
 #include "tests/support/home.h"
 
@@ -95,19 +94,11 @@ TEST_F(OwnHome, NameIsReadWithoutClosingAPredefinedKey)
 TEST_F(OwnHome, NameIsReadBelowTheKeyOrWithoutAKeyFromTheEnvironment)
 {
     const auto noKey = "WSE-000010: Unable to open registry key Software\\Kestel\\KEY_keswsec_test under HKLM.";
-    const auto noName = "WSE-000048: Unable to query value for KESTEL_HOME_NAME in registry.";
     const auto noRoom = "WSE-000033: Insufficient output buffer for Kestelhomename.";
     expectTexts({{"no key", name, 16, 6, "", untouched, noKey}});
     const RegistryHome registry;
-    expectTexts({{"no name", name, 16, 3, "", untouched, noName}});
     registry.set("KESTEL_HOME_NAME", "h1\0"s);
     expectTexts({{"fits", name, 4, 2, "h1\0"s, 2}, {"too small", name, 3, 3, "", untouched, noRoom}});
-    std::string path = home.path();
-    const auto ofPath = [&](auto rec, auto... text) {
-        return sswseGetKestelHomeNameForKHPath(rec, path.data(), text..., nullptr);
-    };
-    expectTexts({{"by path", ofPath, 8, 2, "h1\0"s, 3}});
-
     home.removeKeyFile();
     expectTexts({{"not set", name, 16, 3, "", untouched, noHome}});
     const EnvironmentVariable variable("KESTEL_HOME_NAME", "h_env");
@@ -120,8 +111,7 @@ TEST(VirtualAccountGroup, HasItsHomesNameInsideIts)
         return [home](auto rec, auto... group) { return sswseGetVAGroupnameForKHomename(rec, home.c_str(), group...); };
     };
     const auto homeOf = [](const std::string& group) {
-        return
-            [group](auto rec, auto... home) { return sswseGetKHomeNameFromVAGroupName(rec, group.c_str(), home...); };
+        return [group](auto rec, auto... to) { return sswseGetKHomeNameFromVAGroupName(rec, group.c_str(), to...); };
     };
     const std::string longHome(498, 'h');
     const std::string longest = "KES_" + longHome + "_SVCACCTS";

@@ -1,18 +1,14 @@
-// What services are told by texts: the role that an executable's path names, lists of dependencies, and the labels of
-// the calls' arguments.
+// What services are told by texts: the role that an executable's path names, and lists of dependencies.
 #include "services/dependency_list.h"
 #include "services/service_key.h"
 #include "tests/support/cases.h"
 #include "tests/support/guarded_heap.h"
-#include "tests/support/trace_log.h"
 
 #include <gtest/gtest.h>
 
 using namespace std::string_literals;
 
 namespace {
-
-using support::calling;
 
 std::string keyOf(const std::string& binPath, const char* service = "any", size_t size = 512)
 {
@@ -24,12 +20,7 @@ std::string keyOf(const std::string& binPath, const char* service = "any", size_
 
 TEST(ServiceKey, IsTheExecutableOfTheCommandLine)
 {
-    struct
-    {
-        const char* binPath;
-        const char* service;
-        const char* key;
-    } const cases[] = {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
         {"C:\\home.1\\bin\\keslsnr", "any", "keslsnr.exe"},
         {"kestel.exe", "KestelVLMService", "kestel.exe-vlm"},
         {"C:\\bin\\kestel.exe", "KESTELMONDBSERVICE1", "kestel.exe-mondb"},
@@ -40,8 +31,8 @@ TEST(ServiceKey, IsTheExecutableOfTheCommandLine)
         {"C:\\bin\\", "any", ".exe"},
         {"", "KestelVLMService", ".exe-vlm"},
     };
-    for (const auto& each : cases)
-        EXPECT_EQ(keyOf(each.binPath, each.service), each.key) << each.binPath << " of " << each.service;
+    for (const auto& [binPath, service, key] : cases)
+        EXPECT_EQ(keyOf(binPath, service), key) << binPath << " of " << service;
 }
 
 TEST(ServiceKey, StaysWithinItsBuffers)
