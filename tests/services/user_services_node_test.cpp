@@ -116,13 +116,8 @@ TEST_F(ServicesOfNodes, AreListedByAccountAndByHome)
 TEST_F(ServicesOfNodes, ThatCannotBeReadOrLookedUp)
 {
     const std::tuple<intercept::Fault, const char*, const char*> cases[] = {
-        {failing("OpenServiceW", ERROR_ACCESS_DENIED, 4), "2 Database Quoted Elsewhere | WSE-000054 5",
-         "3 System | WSE-000054 5"},
         {failing("OpenServiceW", ERROR_ACCESS_DENIED, 1), "2 Quoted Elsewhere | WSE-000054 5",
          "3 Database | WSE-000054 5"},
-        {failing("QueryServiceConfigW", ERROR_ACCESS_DENIED, 4), "2 Database Elsewhere | WSE-000055 5",
-         "3 Quoted | WSE-000055 5"},
-        {failing("OpenServiceW", ERROR_SERVICE_DOES_NOT_EXIST, 2), "2 Database Elsewhere", "2"},
         {failing("QueryServiceConfigW", ERROR_SERVICE_MARKED_FOR_DELETE, 3), "2 Database Elsewhere", "2"},
         {failing("OpenServiceW", RPC_S_SERVER_UNAVAILABLE, 2), "3 | WSE-000054 1722", "3 | WSE-000054 1722"},
         {failing("LookupAccountNameW", ERROR_NONE_MAPPED, 5), "2 Database Elsewhere", "2"},
@@ -260,14 +255,12 @@ TEST_F(SidsInGroups, LeaveTheHomesOwnGroups)
                      {"no home", clean("C:\\nowhere", nullptr), 6, "WSE-000052"}});
     EXPECT_EQ(path, library.path()) << "it is the caller's";
     local = before;
-    const auto failedRemoval = [](DWORD code, size_t call) { return failing("NetLocalGroupDelMembers", code, call); };
     expectNodeCases({
         {"no more to come", clean(nullptr, nullptr), 3, "WSE-000030", ERROR_MORE_DATA,
          failing("NetLocalGroupGetMembers", ERROR_MORE_DATA)},
-        {"not removed", clean(nullptr, nullptr), 3, "WSE-000032", ERROR_ACCESS_DENIED,
-         failedRemoval(ERROR_ACCESS_DENIED, 2), Lines{all[0]}},
-        {"one gone meanwhile", clean(nullptr, nullptr), 2, "", 0, failedRemoval(ERROR_MEMBER_NOT_IN_ALIAS, 1),
-         Lines(all.begin() + 2, all.end())},
+        {"one gone meanwhile", clean(nullptr, nullptr), 2, "", 0,
+         failing("NetLocalGroupDelMembers", ERROR_MEMBER_NOT_IN_ALIAS, 2),
+         Lines{all[0], all[2], all[3], all[4], all[5]}},
     });
     library.removeKeyFile();
     const EnvironmentVariable name("KESTEL_HOME_NAME", "ENV");
@@ -287,18 +280,12 @@ TEST_F(SidsInGroups, MoveBetweenTheMachinesGroupAndTheHomes)
     expectNodeCases({{"nothing to do", up(nullptr), 2}, {"nor back", down(nullptr), 2}});
     for (whatif::Node* const node : {&local, &remote})
         addGroup(*node, L"KES_DBA", {svc, database, system, elsewhere, gone, quoted});
+    addGroup(local, L"KES_H1_DBA", {database});
     const Lines both = moved("NODE", "KES_DBA", "KES_H1_DBA");
     Lines onNode = moved("DB2", "KES_DBA", "KES_R1_DBA");
     onNode.insert(onNode.begin(), "DB2: group KES_R1_DBA: created: KESTEL Group");
     expectNodeCases({
-        {"not all may be read", up(nullptr), 3, "WSE-000054", ERROR_ACCESS_DENIED,
-         failing("OpenServiceW", ERROR_ACCESS_DENIED, 7)},
-        {"no SID", up(nullptr), 3, "WSE-000014", ERROR_NONE_MAPPED,
-         failing("LookupAccountNameW", ERROR_NONE_MAPPED, 1)},
-        {"not removed", up(nullptr), 3, "WSE-000032", ERROR_ACCESS_DENIED,
-         failing("NetLocalGroupDelMembers", ERROR_ACCESS_DENIED),
-         Lines{"NODE: group KES_H1_DBA: created: KESTEL Group", both[0]}},
-        {"what is in both", up(nullptr), 2, {both.begin() + 1, both.end()}},
+        {"one is in both", up(nullptr), 2, Lines(both.begin() + 1, both.end())},
         {"again", up(nullptr), 2},
         {"back", down(path.c_str()), 2, moved("NODE", "KES_H1_DBA", "KES_DBA")},
         {"again", down(path.c_str()), 2},
