@@ -98,7 +98,11 @@ std::wstring changeSidType(Place& place, const Words& words)
 {
     SERVICE_SID_INFO info = {words.number(L"type", SERVICE_SID_TYPE_NONE)};
     const DWORD level = words.number(L"level", SERVICE_CONFIG_SERVICE_SID_INFO);
-    return said(ON(ChangeServiceConfig2W)(place.services[words[0]], level, &info));
+    const std::wstring answer = said(ON(ChangeServiceConfig2W)(place.services[words[0]], level, &info));
+    DWORD needed = 0;
+    ON(QueryServiceConfig2W)
+    (place.services[words[0]], SERVICE_CONFIG_SERVICE_SID_INFO, reinterpret_cast<BYTE*>(&info), sizeof info, &needed);
+    return answer + L", is " + std::to_wstring(info.dwServiceSidType);
 }
 
 std::wstring security(Place& place, const Words& words)
