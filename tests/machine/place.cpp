@@ -80,10 +80,20 @@ DWORD Words::number(const wchar_t* name, DWORD otherwise) const
     return text ? wcstoul(text, nullptr, 0) : otherwise;
 }
 
-Place::Place(whatif::World* node) : node_(node)
+Place::Place(whatif::World* node) : node_(node), home_(std::in_place), library_(home_->module())
 {
     if (node)
-        redirection_.emplace(library_.module(), *node);
+        redirection_.emplace(library_, *node);
+    open();
+}
+
+Place::Place(whatif::World& node, HMODULE redirected) : node_(&node), library_(redirected)
+{
+    open();
+}
+
+void Place::open()
+{
     std::filesystem::create_directories(scratch_.path() / "top" / "sub");
     std::ofstream(scratch_.path() / "top" / "sub" / "leaf").put('x');
     names_ = {{computerName(), L"{MACHINE}"}, {scratch_.path() / "top", L"{dir}"}};
@@ -153,8 +163,8 @@ std::string Place::answer(const std::string& call)
     for (const std::wstring& word : words)
         texts.push_back(cli::utf8FromWide(word));
     cli::Trace trace;
-    const cli::Outcome outcome = cli::invoke(
-        {library_.module(), node_ ? whatif::closeServiceHandle : CloseServiceHandle, &trace}, cli::parseCall(texts));
+    const cli::Outcome outcome =
+        cli::invoke({library_, node_ ? whatif::closeServiceHandle : CloseServiceHandle, &trace}, cli::parseCall(texts));
     std::string said = std::to_string(outcome.status) + " " + outcome.message;
     if (!outcome.outputs.empty())
         said += " = " + outcome.outputs.dump();

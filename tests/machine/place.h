@@ -24,8 +24,9 @@ struct Words
 class Place
 {
 public:
-    explicit Place(whatif::World* node); // NULL: this machine
-    ~Place();                            // nothing is left of what the calls have made
+    explicit Place(whatif::World* node);            // NULL: this machine
+    Place(whatif::World& node, HMODULE redirected); // a library that calls the node already
+    ~Place();                                       // nothing is left of what the calls have made
     Place(const Place&) = delete;
     Place& operator=(const Place&) = delete;
 
@@ -40,23 +41,39 @@ public:
         Function* const replacement = node_ ? replaced::at(function, name) : nullptr;
         return replacement ? replacement : &function;
     }
-    std::vector<BYTE> sidOf(const std::wstring& name); // or one of nobody
+    std::vector<BYTE> sidOf(const std::wstring& name);                          // or one of nobody
+    std::filesystem::path directory() const { return scratch_.path() / "top"; } // {dir}
 
     std::map<std::wstring, SC_HANDLE> services; // by the names that calls give to handles
     SC_HANDLE manager = nullptr;
 
 private:
+    void open();
     std::wstring filledIn(std::wstring text);
     std::wstring plain(std::wstring text) const;
 
     whatif::World* const node_;
-    const support::TemporaryHome library_;
+    std::optional<support::TemporaryHome> home_;
+    const HMODULE library_;
     const support::ScratchDirectory scratch_;
     std::optional<whatif::Redirection> redirection_;
     std::vector<std::pair<std::wstring, std::wstring>> names_; // what a text of this run is called
 };
 
 #define ON(name) place.at(name, #name)
+
+// The node of the described world; what it answers to calls that the page does not ask.
+class AtNode : public replaced::WhatIf
+{
+protected:
+    void expect(const std::vector<std::pair<std::string, std::string>>& answers)
+    {
+        for (const auto& [call, answer] : answers)
+            EXPECT_EQ(place.answer(call), answer) << call;
+    }
+
+    Place place{world, library.module()};
+};
 
 using Verb = std::wstring (*)(Place& place, const Words& words);
 

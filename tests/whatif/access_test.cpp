@@ -1,5 +1,6 @@
 // Who gets what: the rules of the access check, and of the authorization interface above it.
-#include "tests/whatif/replaced.h"
+#include "tests/machine/place.h"
+#include "whatif/description/ini.h"
 #include "whatif/model/sids.h"
 #include "whatif/security/access.h"
 
@@ -36,7 +37,7 @@ TEST(WhatIfAccess, ConditionsThatNobodyEvaluatesDenyAndDoNotGrant)
     EXPECT_EQ(granted(security, administrator(), nullptr), 0u);
 }
 
-class WhatIfAuthorization : public replaced::WhatIf
+class WhatIfAuthorization : public machine::AtNode
 {
 protected:
     WhatIfAuthorization()
@@ -54,13 +55,12 @@ protected:
                    : nullptr;
     }
 
-    // The mask, or the error of the reply or of the call under the highest bit.
-    static DWORD check(AUTHZ_CLIENT_CONTEXT_HANDLE context, const std::wstring& sddl, DWORD desired = MAXIMUM_ALLOWED,
-                       SECURITY_INFORMATION parts = OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION)
+    // The mask, or the error under the highest bit.
+    static DWORD check(AUTHZ_CLIENT_CONTEXT_HANDLE context, const std::wstring& sddl)
     {
-        std::vector<BYTE> descriptor = selfRelative(securityOf(sddl), parts);
-        AUTHZ_ACCESS_REQUEST request = {};
-        request.DesiredAccess = desired;
+        std::vector<BYTE> descriptor =
+            selfRelative(securityOf(sddl), OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION);
+        AUTHZ_ACCESS_REQUEST request = {MAXIMUM_ALLOWED, nullptr, nullptr, 0, nullptr};
         DWORD mask = 0;
         DWORD error = 0;
         AUTHZ_ACCESS_REPLY reply = {1, &mask, nullptr, &error};
@@ -79,14 +79,14 @@ TEST_F(WhatIfAuthorization, UsersHaveTheirGroupsInOneAnother)
     local.accounts[4].memberOf = {everybody};              // of Operators
     const std::wstring inner = addGroup(local, L"KES_INNER", {everybody}).sid;
     const std::wstring outer = addGroup(local, L"KES_OUTER", {inner}).sid;
-    const auto context = contextOf(dbuser);
+    const auto check = [](const std::wstring& security) {
+        return narrow(L"AuthzAccessCheck CORP\\dbuser " + security);
+    };
     for (const std::wstring& sid : {dbuser, operators, everybody, inner, outer})
-        EXPECT_EQ(check(context, L"O:SYD:(A;;0x6;;;" + sid + L")"), 0x6u) << testing::PrintToString(sid);
-    EXPECT_EQ(check(context, L"O:SYD:(A;;0x6;;;" + svc + L")"), failed | ERROR_ACCESS_DENIED);
-    EXPECT_EQ(check(context, L"O:" + outer + L"D:(D;;0x2;;;" + inner + L")(A;;0x6;;;WD)"), 0x60004u);
-    EXPECT_EQ(check(context, L"O:SYD:(A;;0x6;;;WD)", 0x2), 0x2u);
-    for (const SECURITY_INFORMATION part : {OWNER_SECURITY_INFORMATION, DACL_SECURITY_INFORMATION})
-        EXPECT_EQ(check(context, L"O:SYD:(A;;0x6;;;WD)", MAXIMUM_ALLOWED, part), failed | ERROR_INVALID_PARAMETER);
+        expect({{check(L"O:SYD:(A;;0x6;;;" + sid + L")"), "mask 6"}});
+    expect({{check(L"O:SYD:(A;;0x6;;;" + svc + L")"), "5"},
+            {check(L"O:SYD:(A;;0x6;;;WD) desired=0x2"), "mask 2"},
+            {check(L"O:" + outer + L"D:(D;;0x2;;;" + inner + L")(A;;0x6;;;WD)"), "mask 393220"}});
 }
 
 TEST_F(WhatIfAuthorization, ContextsAreMadeAndExtendedAsDocumented)

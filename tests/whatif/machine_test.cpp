@@ -1,7 +1,6 @@
 // What a node that reads this machine sees of it, and that nothing it writes gets there.
 #include "frame/owned.h"
-#include "tests/support/this_machine.h"
-#include "tests/whatif/replaced.h"
+#include "tests/machine/place.h"
 #include "whatif/model/names.h"
 #include "whatif/model/registry.h"
 #include "whatif/security/descriptors.h"
@@ -11,7 +10,6 @@
 namespace {
 
 using namespace whatif;
-using replaced::errorOf;
 using support::RegistryHome;
 
 struct WhatIfMachine : testing::Test
@@ -82,39 +80,27 @@ TEST_F(WhatIfMachine, SecurityIsReadAndStaysAsItIs)
     }
 }
 
-template <class Query>
-std::wstring binaryPath(Query query, SC_HANDLE service)
-{
-    BYTE buffer[1024] = {};
-    DWORD needed = 0;
-    auto* const config = reinterpret_cast<QUERY_SERVICE_CONFIGW*>(buffer);
-    return query(service, config, sizeof buffer, &needed) ? config->lpBinaryPathName : L"";
-}
-
 TEST_F(WhatIfMachine, ServicesAreReadAndStayAsTheyAre)
 {
-    const auto create = [](auto* function, SC_HANDLE manager, const wchar_t* name, const wchar_t* displayName) {
-        return function(manager, name, displayName, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
-                        SERVICE_ERROR_NORMAL, L"C:\\real.exe", nullptr, nullptr, nullptr, nullptr, nullptr);
+    machine::Place real(nullptr);
+    machine::Place place(world, library.module());
+    const std::string asMade = "16 3 1 0 [C:\\kwt\\kwt.exe -x][][LocalSystem][{Real}]";
+    const std::tuple<machine::Place*, const char*, std::string> steps[] = {
+        {&real, "CreateService {service} display={Real} as=real", "0"},
+        {&place, "CreateService {service}", "1073"},
+        {&place, "CreateService {none} display={REAL}", "1078"},
+        {&place, "OpenService {service} access=0xF01FF as=read", "0"},
+        {&place, "QueryServiceConfig read", asMade},
+        {&place, "ChangeServiceConfig read display={Node}", "0"},
+        {&place, "QueryServiceConfig read", "16 3 1 0 [C:\\kwt\\kwt.exe -x][][LocalSystem][{Node}]"},
+        {&place, "DeleteService read", "0"},
+        {&place, "CloseServiceHandle read", "0"},
+        {&place, "OpenService {service}", "1060"},
+        {&place, "CreateService {service}", "0"},
+        {&real, "QueryServiceConfig real", asMade},
     };
-    const std::wstring serviceName = support::machineName(L"service");
-    const wchar_t* const name = serviceName.c_str();
-    const owned::ServiceHandle realManager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    const owned::ServiceHandle real(create(&CreateServiceW, realManager.get(), name, L"Real display"));
-    const SC_HANDLE manager = CALL(OpenSCManagerW)(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
-    EXPECT_EQ(errorOf(create(CALL(CreateServiceW), manager, name, nullptr)), ERROR_SERVICE_EXISTS);
-    EXPECT_EQ(errorOf(create(CALL(CreateServiceW), manager, L"kwt-none", L"real DISPLAY")),
-              ERROR_DUPLICATE_SERVICE_NAME);
-    const SC_HANDLE service = CALL(OpenServiceW)(manager, name, SERVICE_ALL_ACCESS);
-    EXPECT_EQ(binaryPath(CALL(QueryServiceConfigW), service), L"C:\\real.exe");
-    EXPECT_TRUE(CALL(ChangeServiceConfigW)(service, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE,
-                                           L"C:\\node.exe", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(binaryPath(CALL(QueryServiceConfigW), service), L"C:\\node.exe");
-    EXPECT_TRUE(CALL(DeleteService)(service) && CALL(CloseServiceHandle)(service));
-    EXPECT_EQ(errorOf(CALL(OpenServiceW)(manager, name, SERVICE_QUERY_CONFIG)), ERROR_SERVICE_DOES_NOT_EXIST);
-    EXPECT_TRUE(create(CALL(CreateServiceW), manager, name, nullptr));
-    EXPECT_EQ(binaryPath(&QueryServiceConfigW, real.get()), L"C:\\real.exe");
-    EXPECT_TRUE(DeleteService(real.get()));
+    for (const auto& [where, call, answer] : steps)
+        EXPECT_EQ(where->answer(call), answer) << call;
 }
 
 } // namespace

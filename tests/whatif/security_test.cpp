@@ -1,5 +1,5 @@
 #include "frame/owned.h"
-#include "tests/whatif/replaced.h"
+#include "tests/machine/place.h"
 #include "whatif/description/ini.h"
 #include "whatif/model/registry.h"
 #include "whatif/model/sids.h"
@@ -25,36 +25,15 @@ std::wstring normal(const std::wstring& sddl)
     return textOf(securityOf(sddl));
 }
 
-// A tree dir\sub\file and dir\file of real files.
-class WhatIfSecurity : public replaced::WhatIf
+// {dir} of real files, with "sub\leaf" and "file" in it.
+class WhatIfSecurity : public machine::AtNode
 {
 protected:
-    WhatIfSecurity()
-    {
-        std::filesystem::create_directories(dir / "sub");
-        for (const auto& each : {dir / "sub" / "file", file})
-            std::ofstream(each).put('x');
-    }
+    WhatIfSecurity() { std::ofstream(file).put('x'); }
 
     void describe(const std::filesystem::path& path, const std::wstring& sddl)
     {
         local.security[L"file " + path.wstring()] = sddl;
-    }
-
-    // The object's security as text, or the number of the error.
-    std::wstring read(const std::filesystem::path& path)
-    {
-        BYTE bytes[1024];
-        DWORD needed = 0;
-        const long error =
-            errorOf(CALL(GetFileSecurityW)(path.c_str(), DACL_SECURITY_INFORMATION, bytes, 1024, &needed));
-        return error ? std::to_wstring(error) : textOf(securityOf(static_cast<PSECURITY_DESCRIPTOR>(bytes)));
-    }
-
-    long write(const std::filesystem::path& path, const std::wstring& sddl)
-    {
-        std::vector<BYTE> bytes = selfRelative(securityOf(sddl), DACL_SECURITY_INFORMATION);
-        return errorOf(CALL(SetFileSecurityW)(path.c_str(), DACL_SECURITY_INFORMATION, bytes.data()));
     }
 
     DWORD writeKey(std::wstring name, const std::wstring& sddl)
@@ -82,35 +61,29 @@ protected:
         return L"O:" + sidText(owner) + L"G:" + sidText(group) + textOf(security).substr(textOf(security).find(L"D:"));
     }
 
-    const support::ScratchDirectory scratch;
-    const std::filesystem::path dir = scratch.path();
+    const std::filesystem::path dir = place.directory();
     const std::filesystem::path file = dir / "file";
 };
 
 TEST_F(WhatIfSecurity, UntouchedFilesHaveWhatTheyInheritedWhenTheyWereMade)
 {
     describe(dir, L"D:PAI(A;OICI;FA;;;BA)(A;CIIO;GA;;;CO)(A;OINP;FR;;;BU)");
-    for (const bool changed : {false, true}) {
-        EXPECT_EQ(read(dir / "sub"), normal(L"D:AI(A;OICIID;FA;;;BA)(A;ID;FA;;;BA)(A;CIIOID;GA;;;CO)"));
-        EXPECT_EQ(read(dir / "sub" / "file"), normal(L"D:AI(A;ID;FA;;;BA)"));
-        EXPECT_EQ(read(file), normal(L"D:AI(A;ID;FA;;;BA)(A;ID;FR;;;BU)"));
-        EXPECT_EQ(changed ? ERROR_SUCCESS : write(dir, L"D:NO_ACCESS_CONTROL"), ERROR_SUCCESS); // passes nothing on
-    }
-    EXPECT_EQ(read(dir), L"D:NO_ACCESS_CONTROL");
+    for (int i = 0; i < 2; ++i) // what is written passes nothing on
+        expect({{"GetFileSecurity {dir}\\sub", "D:AI(A;OICIID;FA;;;BA)(A;ID;FA;;;BA)(A;CIIOID;GA;;;CO)"},
+                {"GetFileSecurity {dir}\\sub\\leaf", "D:AI(A;ID;FA;;;BA)"},
+                {"GetFileSecurity {dir}\\file", "D:AI(A;ID;FA;;;BA)(A;ID;FR;;;BU)"},
+                {"SetFileSecurity {dir} D:NO_ACCESS_CONTROL", "0"}});
 }
 
 TEST_F(WhatIfSecurity, AccessIsDeniedToAdministratorsWhereTheListAndTheOwnerSaySo)
 {
-    const std::tuple<const wchar_t*, bool, bool> cases[] = {
-        {L"O:SYD:P(A;;FA;;;SY)", false, false},
-        {L"O:SYD:P(A;;FR;;;BU)", true, false},
-        {L"D:P(A;;FA;;;SY)", true, true}, // the owner gets to the list anyhow
-    };
-    for (const auto& [security, mayRead, mayWrite] : cases) {
-        describe(file, security);
-        EXPECT_EQ(read(file) != std::to_wstring(ERROR_ACCESS_DENIED), mayRead) << testing::PrintToString(security);
-        EXPECT_EQ(write(file, readers) == ERROR_SUCCESS, mayWrite) << testing::PrintToString(security);
-    }
+    const std::string read = "GetFileSecurity {dir}\\file", write = "SetFileSecurity {dir}\\file D:(A;;FR;;;AU)";
+    describe(file, L"O:SYD:P(A;;FA;;;SY)");
+    expect({{read, "5"}, {write, "5"}});
+    describe(file, L"O:SYD:P(A;;FR;;;BU)");
+    expect({{read, "D:P(A;;FR;;;BU)"}, {write, "5"}});
+    describe(file, L"D:P(A;;FA;;;SY)"); // the owner gets to the list anyhow
+    expect({{read, "D:P(A;;FA;;;SY)"}, {write, "0"}});
     const auto attributes = [](const std::filesystem::path& path) {
         return errorOf(CALL(GetFileAttributesW)(path.c_str()) != INVALID_FILE_ATTRIBUTES);
     };
@@ -157,7 +130,7 @@ TEST_F(WhatIfSecurity, WhatTextCannotSayIsKeptByteForByte)
     odd.dacl[sizeof(ACL)] = 0x7F; // an entry of no known type
     EXPECT_EQ(securityOf(textOf(odd)).dacl, odd.dacl);
     describe(file, textOf(odd));
-    EXPECT_EQ(read(file), textOf(odd));
+    expect({{"GetFileSecurity {dir}\\file", narrow(textOf(odd))}});
 }
 
 TEST_F(WhatIfSecurity, NamedKeysInheritAndPassOn)
