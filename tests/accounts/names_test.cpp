@@ -59,6 +59,11 @@ TEST(AccountNames, SidToNameFillsBuffersToTheLastByte)
     }
 }
 
+TEST(AccountNames, AreAskedForBeforeAPlaceForTheirSids)
+{
+    expectRefused("username", {calling(sswseConvertUnameToSIDOnNode, nullptr, nullptr, nullptr)});
+}
+
 TEST(BuiltinAccounts, KeywordsBecomeNames)
 {
     for (const auto& [keyword, name] : {std::pair{"local_system", "NT AUTHORITY\\SYSTEM"},

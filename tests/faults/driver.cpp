@@ -291,22 +291,26 @@ private:
             const bool isReached =
                 outcome.trail.calls.size() >= number && outcome.trail.calls[number - 1].row == call.row;
             complain(what, isReached ? judge(outcome, &failing) : "other calls than before", call.routines);
-            noteMessage(outcome, call);
+            noteMessage(outcome, failing);
             if (number == 1 || number == calls.size())
                 failTextsToo(what, fault, outcome, failing);
         }
     }
 
-    void noteMessage(const Outcome& outcome, const Trail::Call& call)
+    void noteMessage(const Outcome& outcome, const Failing& failing)
     {
+        const Trail::Call& call = failing.call;
         const std::string message = outcome.message.substr(0, outcome.message.find_first_of("\r\n"));
         if (message.empty() || message == recordBefore || call.row->says == Says::memoryNull ||
             strstr(call.row->name, "WideChar"))
             return;
         const std::string routine = (call.routines.empty() ? '|' + std::string(scenario_.function) : call.routines);
         const std::string status = outcome.status == SSWSE_FAILURE ? "" : " (" + std::to_string(outcome.status) + ")";
-        report_.messages[stage_.withoutPlaces(message, false)].insert(
-            '`' + std::string(call.row->name) + "` in `" + routine.substr(routine.rfind('|') + 1) + '`' + status);
+        const std::string its = outcome.osError.empty() ? "no error" : "OS " + outcome.osError;
+        const std::string osError = outcome.osError == errorOf(failing) ? "" : " (" + its + ")";
+        report_.messages[stage_.withoutPlaces(message, false)].insert('`' + std::string(call.row->name) + "` in `" +
+                                                                      routine.substr(routine.rfind('|') + 1) + '`' +
+                                                                      status + osError);
     }
 
     // Without its texts a message is blank, and all else as it is with them.

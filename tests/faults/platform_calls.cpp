@@ -44,7 +44,8 @@ std::string platformCallsOf(const Report& report)
     std::ostringstream page;
     page << "## Rights, values and names\n\n";
     writeSummary(page, report.functions);
-    page << "\n## What a failed call says\n\nWith the status, where it is not 3.\n\n| message | call |\n|---|---|\n";
+    page << "\n## What a failed call says\n\nWith the status, where it is not 3, and the error, where it is not that "
+            "of the call.\n\n| message | call |\n|---|---|\n";
     for (const auto& [message, calls] : report.messages) {
         page << "| " << cell(message) << " |";
         for (const std::string& call : calls)

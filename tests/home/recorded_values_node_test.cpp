@@ -316,7 +316,7 @@ TEST_F(RecordedHome, GetsAUserThatIsClassifiedByTheNameThatWasGiven)
         const char* passwordRequired;
         const char* written = nullptr; // in its place
     } rows[] = {
-        {"LOCAL_SYSTEM", " ", "0", "NT AUTHORITY\\SYSTEM"},
+        {"Local_System", " ", "0", "NT AUTHORITY\\SYSTEM"},
         {"Local_Service", " ", "0", "NT AUTHORITY\\LOCAL SERVICE"},
         {"SYSTEM", " ", "0"},
         {"NT AUTHORITY\\LocalService", " ", "0"},
