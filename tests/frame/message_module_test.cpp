@@ -7,6 +7,7 @@
 
 #include <fstream>
 #include <map>
+#include <tuple>
 
 namespace fs = std::filesystem;
 
@@ -50,25 +51,21 @@ TEST(MessageModule, LanguageCodes)
 
 TEST(MessageModule, IsLookedForBesideTheLibrary)
 {
-    const struct
-    {
-        LANGID user;
-        std::vector<const char*> modules;
-        const char* text; // as much of it as matters
-    } cases[] = {
+    // The user's language, the modules that are there, and as much of the text as matters.
+    const std::tuple<LANGID, std::vector<const char*>, const char*> cases[] = {
         {0x0411, {"JA", "US"}, "JA insert"}, {0x0411, {"US"}, "US insert"},       {0x0411, {}, ownText},
         {0x041B, {"SK", "US"}, ownText}, // not a module
         {0x0407, {"JA", "US"}, "US insert"}, {0x0409, {"JA", "US"}, "US insert"}, {0x0409, {"JA"}, ownText},
     };
-    for (const auto& row : cases) {
+    for (const auto& [user, modules, text] : cases) {
         support::LibraryCopy library;
-        language = row.user;
+        language = user;
         library.redirect(
             "GetUserDefaultLangID", +[]() WINAPI { return language; });
-        for (const char* code : row.modules)
+        for (const char* code : modules)
             putModule(library, code);
-        EXPECT_EQ(messageFrom(library).rfind(row.text, 0), 0u) << messageFrom(library);
+        EXPECT_EQ(messageFrom(library).rfind(text, 0), 0u) << messageFrom(library);
         language = 0x0409; // looked for once
-        EXPECT_EQ(messageFrom(library).rfind(row.text, 0), 0u) << messageFrom(library);
+        EXPECT_EQ(messageFrom(library).rfind(text, 0), 0u) << messageFrom(library);
     }
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 OSVERSIONINFOEXA played;
@@ -23,29 +25,24 @@ BOOL WINAPI playVersion(OSVERSIONINFOA* info)
 
 TEST(OsVersion, PredicatesOfEachRelease)
 {
-    const struct
-    {
-        DWORD major, minor;
-        BYTE product;
-        DWORD vista, win7, win8, dc;
-    } cases[] = {
+    const std::tuple<DWORD, DWORD, BYTE, DWORD, DWORD, DWORD, DWORD> cases[] = {
         {5, 2, 2, 0, 0, 0, 1}, {6, 0, 1, 1, 0, 0, 0},  {6, 1, 3, 1, 1, 0, 0}, {6, 1, 2, 1, 1, 0, 1},
         {6, 2, 1, 1, 1, 1, 0}, {10, 0, 3, 1, 1, 1, 0}, {7, 0, 2, 1, 1, 1, 1}, {5, 9, 1, 0, 0, 0, 0},
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(&row - cases);
+    for (const auto& [major, minor, product, vista, win7, win8, dc] : cases) {
+        SCOPED_TRACE(major);
         support::LibraryCopy library;
         library.redirect("GetVersionExA", &playVersion);
         const auto isDC = EXPORT_OF(library, sswseIsOSWinDC);
         played = {};
         EXPECT_EQ(isDC(nullptr), 3u);
         reads = 0;
-        played = {0, row.major, row.minor, 0, 0, "", 0, 0, 0, row.product, 0};
-        EXPECT_EQ(isDC(nullptr), row.dc);
+        played = {0, major, minor, 0, 0, "", 0, 0, 0, product, 0};
+        EXPECT_EQ(isDC(nullptr), dc);
         played = {}; // is read once
-        EXPECT_EQ(EXPORT_OF(library, sswseIsOSVistaOrAbove)(nullptr), row.vista);
-        EXPECT_EQ(EXPORT_OF(library, sswseIsOSWin7OrAbove)(nullptr), row.win7);
-        EXPECT_EQ(EXPORT_OF(library, sswseIsOSWin8OrAbove)(nullptr), row.win8);
+        EXPECT_EQ(EXPORT_OF(library, sswseIsOSVistaOrAbove)(nullptr), vista);
+        EXPECT_EQ(EXPORT_OF(library, sswseIsOSWin7OrAbove)(nullptr), win7);
+        EXPECT_EQ(EXPORT_OF(library, sswseIsOSWin8OrAbove)(nullptr), win8);
         EXPECT_EQ(reads, 1);
     }
 }

@@ -91,23 +91,17 @@ protected:
 
 TEST_F(RecordedHome, HasItsValuesOnTheNode)
 {
-    const struct
-    {
-        const char* node;
-        std::vector<DWORD> answers; // of the readers, in order
-        const char* user;
-        const char* type;
-    } rows[] = {
+    // The answers of the readers, in order; the user and the type that they read.
+    const std::tuple<const char*, std::vector<DWORD>, std::string, std::string> rows[] = {
         {nullptr, {1, 1, 0, 0, 0, 0, 2, 2, 2}, "CORP\\gmsa$", "0"},
         {"DB2", {0, 0, 0, 1, 1, 1, 2, 2, 2}, "NT AUTHORITY\\LocalService", "2"},
         {"\\\\db2", {0, 0, 0, 1, 1, 1, 2, 2, 2}, "NT AUTHORITY\\LocalService", "2"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.user);
+    for (const auto& [node, answers, user, type] : rows) {
         size_t i = 0;
-        for (const auto& [name, call] : readers(row.node)) {
-            expectNodeCases({{name, call, row.answers[i]}});
-            const std::string wanted = i == 8 ? row.type : row.user;
+        for (const auto& [name, call] : readers(node)) {
+            expectNodeCases({{name, call, answers[i]}});
+            const std::string& wanted = i == 8 ? type : user;
             EXPECT_TRUE(i < 6 || (wanted == text && length == wanted.size() + 1)) << text;
             ++i;
         }
@@ -130,11 +124,8 @@ TEST_F(RecordedHome, IsNotFoundWithStatusesOfEachReader)
 {
     std::string given = path;
     const auto of = readers(nullptr);
-    const struct
-    {
-        std::pair<const char*, Call> reader;
-        DWORD noBackslash, noKey, noFile;
-    } rows[] = {
+    // The statuses without a backslash in the key file, without the key and without the file.
+    const std::tuple<std::pair<const char*, Call>, DWORD, DWORD, DWORD> rows[] = {
         {{"type", typeOfPath(given, nullptr)}, 6, 6, 6},
         {of[0], 6, 6, 6},
         {of[1], 3, 3, 3},
@@ -145,15 +136,15 @@ TEST_F(RecordedHome, IsNotFoundWithStatusesOfEachReader)
         {of[6], 6, 3, 3},
     };
     constexpr DWORD none = ERROR_FILE_NOT_FOUND;
-    for (const auto& row : rows) {
-        const auto& [name, call] = row.reader;
+    for (const auto& [reader, noBackslash, noKey, noFile] : rows) {
+        const auto& [name, call] = reader;
         const bool isType = name == "type"s, isVirtual = name == "virtual"s;
         library.writeKeyFile("KEY_keswsec_test\r\n");
-        expectNodeCases({{name, call, row.noBackslash, isType ? lineAsKey : noHome, isType ? none : 0}});
+        expectNodeCases({{name, call, noBackslash, isType ? lineAsKey : noHome, isType ? none : 0}});
         library.writeKeyFile("SOFTWARE\\Kestel\\KEY_none\r\n");
-        expectNodeCases({{name, call, row.noKey, "WSE-000010: Unable to open registry key ", none}});
+        expectNodeCases({{name, call, noKey, "WSE-000010: Unable to open registry key ", none}});
         library.removeKeyFile();
-        expectNodeCases({{name, call, row.noFile, isVirtual ? "WSE-000053" : noHome, isVirtual ? none : 0}});
+        expectNodeCases({{name, call, noFile, isVirtual ? "WSE-000053" : noHome, isVirtual ? none : 0}});
     }
 }
 
@@ -175,15 +166,8 @@ TEST_F(RecordedHome, HasATypeThatIsReadThroughTheAdministrativeShare)
     remote.drives[whatif::wide(path.substr(0, 1).c_str())] = drive.path().wstring();
     world.registry().setValue(remote, L"SOFTWARE\\Kestel\\KEY_other", L"KESTEL_HOME_TYPE", whatif::registryText(L"1"));
     const std::string share = path.substr(0, 1) + "$" + below;
-    const struct
-    {
-        std::string given;
-        const char* node;
-        DWORD status;
-        std::string type;
-        std::string afterwards; // in place of what was given
-        std::string file;
-    } rows[] = {
+    // What is given and what stands there afterwards; the file that is looked for.
+    const std::tuple<std::string, const char*, DWORD, std::string, std::string, std::string> rows[] = {
         {path, "", 2, "0", path, path + "\\bin\\kestel.key"},
         {path, "DB2", 2, "1", share, "\\\\DB2\\" + share + "\\bin\\kestel.key"},
         {"Q:\\h", "DB2", 6, "", "Q$\\h", "\\\\DB2\\Q$\\h\\bin\\kestel.key"},
@@ -192,13 +176,13 @@ TEST_F(RecordedHome, HasATypeThatIsReadThroughTheAdministrativeShare)
         {"C", "DB2", 6, "", "C", "\\\\DB2\\C\\bin\\kestel.key"},
         {"", "DB2", 6, "", "", "\\\\DB2\\\\bin\\kestel.key"},
     };
-    for (const auto& row : rows) {
-        std::string given = row.given;
+    for (const auto& [before, node, status, type, afterwards, file] : rows) {
+        std::string given = before;
         *text = '\0';
-        expectNodeCases({{row.given.c_str(), typeOfPath(given, row.node), row.status, row.status == 2 ? "" : noHome}});
-        EXPECT_EQ(text, row.type);
-        EXPECT_EQ(given, row.afterwards);
-        EXPECT_EQ(opened, row.file);
+        expectNodeCases({{before.c_str(), typeOfPath(given, node), status, status == 2 ? "" : noHome}});
+        EXPECT_EQ(text, type);
+        EXPECT_EQ(given, afterwards);
+        EXPECT_EQ(opened, file);
     }
 }
 
@@ -309,27 +293,22 @@ TEST_F(RecordedHome, GetsAUserThatIsClassifiedByTheNameThatWasGiven)
 {
     addGroup(local, L"KES_VA");
     addGroup(remote, L"KES_VA");
-    const struct
-    {
-        const char* name;
-        const char* type;
-        const char* passwordRequired;
-        const char* written = nullptr; // in its place
-    } rows[] = {
-        {"Local_System", " ", "0", "NT AUTHORITY\\SYSTEM"},
-        {"Local_Service", " ", "0", "NT AUTHORITY\\LOCAL SERVICE"},
-        {"SYSTEM", " ", "0"},
-        {"NT AUTHORITY\\LocalService", " ", "0"},
-        {"NT AUTHORITY\\NETWORK SERVICE", " ", "1"},
-        {"CORP\\gmsa$", " ", "0"},
-        {"svc", " ", "1"},
-        {"KES_VA", "V", "0"},
-        {"NODE\\KES_VA", " ", "1"}, // no name of a group
-        {"Everyone", " ", "1"},
+    // The name, what is written in its place, the type, and whether there is a password.
+    const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
+        {"Local_System", "NT AUTHORITY\\SYSTEM", " ", "0"},
+        {"Local_Service", "NT AUTHORITY\\LOCAL SERVICE", " ", "0"},
+        {"SYSTEM", "SYSTEM", " ", "0"},
+        {"NT AUTHORITY\\LocalService", "NT AUTHORITY\\LocalService", " ", "0"},
+        {"NT AUTHORITY\\NETWORK SERVICE", "NT AUTHORITY\\NETWORK SERVICE", " ", "1"},
+        {"CORP\\gmsa$", "CORP\\gmsa$", " ", "0"},
+        {"svc", "svc", " ", "1"},
+        {"KES_VA", "KES_VA", "V", "0"},
+        {"NODE\\KES_VA", "NODE\\KES_VA", " ", "1"}, // no name of a group
+        {"Everyone", "Everyone", " ", "1"},
     };
     for (const char* const node : {static_cast<const char*>(nullptr), "DB2"})
-        for (const auto& row : rows)
-            expectRecording(row.name, node, {row.written ? row.written : row.name, row.type, row.passwordRequired});
+        for (const auto& [name, written, type, passwordRequired] : rows)
+            expectRecording(name, node, {written, type, passwordRequired});
 }
 
 // Whose name it is this machine is asked, even for a node; whether it is a group, the node.
