@@ -21,10 +21,14 @@ struct Listing
     size_t next; // 0 and 1 are "." and ".."
 };
 
-const std::vector<BYTE>& descriptor()
+std::vector<BYTE> descriptorOf(const std::wstring& text)
 {
-    static const std::vector<BYTE> bytes =
-        whatif::selfRelative(whatif::securityOf(std::wstring(treeSecurity)), DACL_SECURITY_INFORMATION);
+    return whatif::selfRelative(whatif::securityOf(text), DACL_SECURITY_INFORMATION);
+}
+
+std::vector<BYTE>& descriptor()
+{
+    static std::vector<BYTE> bytes = descriptorOf(treeSecurity);
     return bytes;
 }
 
@@ -103,14 +107,30 @@ BOOL WINAPI getFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRI
 }
 
 // What has the text of the first security has become that one again.
-BOOL WINAPI setFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR given)
+bool takeSecurity(PSECURITY_DESCRIPTOR given)
 {
     whatif::Security security = whatif::securityOf(given);
     whatif::mapGenericRights(security, whatif::fileRights);
     const bool isNew = security.dacl != whatif::securityOf(std::wstring(treeSecurity)).dacl;
     if (isNew && writtenSecurity.empty())
         writtenSecurity = whatif::selfRelative(security, DACL_SECURITY_INFORMATION);
-    written[numberOf(path)] = isNew;
+    return isNew;
+}
+
+// The same list again, as it comes from a walk, costs next to nothing: it is the walk that is measured.
+BOOL WINAPI setFileSecurity(LPCWSTR path, SECURITY_INFORMATION, PSECURITY_DESCRIPTOR given)
+{
+    static std::vector<BYTE> last;
+    static bool lastIsNew;
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    PACL dacl = nullptr;
+    GetSecurityDescriptorDacl(given, &present, &dacl, &defaulted);
+    if (last.size() != dacl->AclSize || memcmp(last.data(), dacl, last.size()) != 0) {
+        last.assign(reinterpret_cast<const BYTE*>(dacl), reinterpret_cast<const BYTE*>(dacl) + dacl->AclSize);
+        lastIsNew = takeSecurity(given);
+    }
+    written[numberOf(path)] = lastIsNew;
     ++writes;
     return TRUE;
 }
@@ -140,6 +160,14 @@ std::vector<whatif::Replacement> treeFunctions()
 std::vector<whatif::Replacement> securityFunctions()
 {
     return {{"GetFileSecurityW", address(getFileSecurity)}, {"SetFileSecurityW", address(setFileSecurity)}};
+}
+
+void giveAccounts(size_t accounts)
+{
+    std::wstring text = L"D:";
+    for (size_t i = 0; i < accounts; ++i)
+        text += L"(A;;FR;;;S-1-5-" + std::to_wstring(1000 + i) + L")";
+    descriptor() = descriptorOf(accounts ? text : treeSecurity);
 }
 
 size_t takeWriteCount()

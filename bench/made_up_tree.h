@@ -19,6 +19,9 @@ void growTree(size_t directories);
 std::vector<whatif::Replacement> treeFunctions();     // attributes and listings
 std::vector<whatif::Replacement> securityFunctions(); // every object's DACL
 
+// From now on every object has a DACL of that many accounts, for 0 the security above.
+void giveAccounts(size_t accounts);
+
 size_t takeWriteCount();
 
 } // namespace bench

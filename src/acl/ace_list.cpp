@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -37,9 +38,23 @@ Kind kindOf(const sswseAce* ace)
     }
 }
 
+// NULL when memory is exhausted.
+AceListNode* newNode(sswseAceList& list)
+{
+    if (!list.blocks || list.blocks->count == std::size(list.blocks->node)) {
+        auto* const block = static_cast<sswseAceNodes*>(malloc(sizeof(sswseAceNodes)));
+        if (!block)
+            return nullptr;
+        block->count = 0;
+        block->next = list.blocks;
+        list.blocks = block;
+    }
+    return &list.blocks->node[list.blocks->count++];
+}
+
 DWORD append(const sswseCall& call, sswseAceList& list, sswseAce* ace)
 {
-    auto* const node = static_cast<AceListNode*>(malloc(sizeof(AceListNode)));
+    AceListNode* const node = newNode(list);
     if (!node)
         return sswseOutOfMemory(call);
     *node = {ace, sswseSidOfAce(ace), nullptr};
@@ -50,8 +65,7 @@ DWORD append(const sswseCall& call, sswseAceList& list, sswseAce* ace)
 
 // One entry an account: an entry of the other kind takes its bits away instead of standing beside it. An empty deny
 // mask stands for everything, so it empties the allow entry that it meets on either side. All of it is deliberate.
-// Returns the entry that the node does not hold afterwards.
-sswseAce* merge(AceListNode& node, sswseAce* newAce)
+void merge(AceListNode& node, sswseAce* newAce)
 {
     auto* const old = static_cast<sswseAce*>(node.ace);
     const Kind newKind = kindOf(newAce);
@@ -59,15 +73,12 @@ sswseAce* merge(AceListNode& node, sswseAce* newAce)
         newAce->Mask = old->Mask ? newAce->Mask & ~old->Mask : 0;
         node.ace = newAce;
         node.sid = sswseSidOfAce(newAce);
-        return old;
-    }
-    if (newKind == Kind::allow)
+    } else if (newKind == Kind::allow)
         old->Mask |= newAce->Mask;
     else if (newKind == Kind::deny && newAce->Mask == 0)
         old->Mask = 0;
     else if (newKind == Kind::deny)
         old->Mask = kindOf(old) == Kind::allow ? old->Mask & ~newAce->Mask : old->Mask | newAce->Mask;
-    return newAce;
 }
 
 } // namespace
@@ -83,10 +94,10 @@ PSID sswseSidOfAce(const sswseAce* ace)
 
 sswseAceList::~sswseAceList()
 {
-    while (first) {
-        AceListNode* const next = first->next;
-        free(first);
-        first = next;
+    while (blocks) {
+        sswseAceNodes* const next = blocks->next;
+        free(blocks);
+        blocks = next;
     }
 }
 
@@ -142,18 +153,13 @@ DWORD sswseAddAceToFinalList(sswseErrRec* err, sswseAceList& list, sswseAce* ace
                           [&](const sswseCall& call) -> DWORD { return append(call, list, ace); });
 }
 
-DWORD sswseMergeOrAddAceToAceList(sswseErrRec* err, sswseAceList& list, sswseAce* newAce, DWORD* counter,
-                                  sswseAce** superseded)
+DWORD sswseMergeOrAddAceToAceList(sswseErrRec* err, sswseAceList& list, sswseAce* newAce, DWORD* counter)
 {
     return sswseRunFramed(err, __func__, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {
-        if (superseded)
-            *superseded = nullptr;
         if (!newAce)
             return sswseBadArgument(call, "pAceNew");
         if (AceListNode* const node = sswseFindSid(list, sswseSidOfAce(newAce))) {
-            sswseAce* const unlisted = merge(*node, newAce);
-            if (superseded)
-                *superseded = unlisted;
+            merge(*node, newAce);
             return SSWSE_SUCCESS;
         }
         if (counter)

@@ -11,11 +11,20 @@ using sswseAce = ACCESS_ALLOWED_ACE; // the layout that allow and deny entries s
 // The entry's SID, NULL when there is none that counts.
 PSID sswseSidOfAce(const sswseAce* ace);
 
+// Nodes are had in blocks: a list is made for each object of a tree.
+struct sswseAceNodes
+{
+    AceListNode node[16];
+    DWORD count; // in use
+    sswseAceNodes* next;
+};
+
 // Owns its nodes, never the entries they point at.
 struct sswseAceList
 {
     AceListNode* first = nullptr;
     AceListNode* last = nullptr;
+    sswseAceNodes* blocks = nullptr; // the latest first
 
     sswseAceList() = default;
     sswseAceList(const sswseAceList&) = delete;
@@ -38,7 +47,6 @@ DWORD sswseCreateAceForSid(sswseErrRec* err, PSID sid, BYTE aceFlags, DWORD mask
 DWORD sswseAddAceToFinalList(sswseErrRec* err, sswseAceList& list, sswseAce* ace);
 
 // Merges `newAce` into the entry of the same SID, or puts it at the tail and adds 1 to `counter` (may be NULL). Masks
-// of the listed entry and of `newAce` change. `superseded` (may be NULL) receives that one of the two that the list
-// does not hold afterwards, NULL when it holds both. 2, 3, or 4 for a NULL `newAce`.
-DWORD sswseMergeOrAddAceToAceList(sswseErrRec* err, sswseAceList& list, sswseAce* newAce, DWORD* counter,
-                                  sswseAce** superseded = nullptr);
+// of the listed entry and of `newAce` change, and either of the two may be the listed one afterwards. 2, 3, or 4 for a
+// NULL `newAce`.
+DWORD sswseMergeOrAddAceToAceList(sswseErrRec* err, sswseAceList& list, sswseAce* newAce, DWORD* counter);

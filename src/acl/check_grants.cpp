@@ -37,11 +37,8 @@ DWORD judge(const sswseCall& call, sswseObjectCheck& check, const wchar_t* path,
 
 DWORD lookAtFile(const sswseCall& call, sswseObjectCheck& check, const wchar_t* path, HKEY /*key*/, DWORD* osError)
 {
-    owned::Heap<char> pathText;
-    if (sswseToMultibyte(call, path, pathText) != SSWSE_SUCCESS)
-        return SSWSE_FAILURE;
     sswseExistingDacl dacl;
-    const DWORD status = sswseReadDacl(call, path, pathText.get(), /*failOnAccessDenied=*/true, dacl);
+    const DWORD status = sswseReadDacl(call, path, /*failOnAccessDenied=*/true, dacl);
     return judge(call, check, path, status, dacl, osError);
 }
 

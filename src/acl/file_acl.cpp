@@ -5,30 +5,28 @@
 #include "acl/object_dacl.h"
 #include "acl/vlfs.h"
 #include "frame/call.h"
-#include "frame/text.h"
 
 DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAclUpdate& update, bool failOnAccessDenied)
 {
     return sswseRunFramed(err, __func__, sswsePathArgs{path}, [&](const sswseCall& call) -> DWORD {
-        owned::Heap<char> pathText;
-        DWORD status = sswseToMultibyte(call, path, pathText);
-        if (status != SSWSE_SUCCESS || sswseIsReservedPath(path))
-            return status;
+        if (sswseIsReservedPath(path))
+            return SSWSE_SUCCESS;
 
+        DWORD status = SSWSE_SUCCESS;
         sswseExistingDacl existing;
         if (update.keepExisting) {
-            status = sswseReadDacl(call, path, pathText.get(), failOnAccessDenied, existing);
+            status = sswseReadDacl(call, path, failOnAccessDenied, existing);
             if (!existing.read)
                 return status;
         }
-        sswseAceArray finalAces;
+        sswseFinalAces finalAces;
         status = sswseCreateFinalAceList(call.rec, existing.aces, update.newAces, update.newCount, update.keepExisting,
                                          &finalAces);
         if (status == SSWSE_SUCCESS && update.skipUnchanged &&
-            sswseIsListOf(existing.aces, finalAces.entries, finalAces.count, sswseFileRights))
+            sswseIsListOf(existing.aces, finalAces.entries.get(), finalAces.count, sswseFileRights))
             return SSWSE_SUCCESS;
         if (status == SSWSE_SUCCESS)
-            status = sswseSetFileSecurity(call.rec, finalAces.entries, finalAces.count, path, false,
+            status = sswseSetFileSecurity(call.rec, finalAces.entries.get(), finalAces.count, path, false,
                                           update.keepExisting, failOnAccessDenied);
         return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
     });

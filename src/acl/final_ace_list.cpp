@@ -6,102 +6,71 @@
 
 namespace {
 
-using OwnedAce = owned::Heap<sswseAce>;
-
-// A list in the making: the entries are its own until they are handed to the final array.
-struct Composition
+size_t sizeOf(const sswseAce* ace)
 {
-    sswseAceList list;
-    DWORD count = 0;
-
-    Composition() = default;
-    Composition(const Composition&) = delete;
-    Composition& operator=(const Composition&) = delete;
-    ~Composition()
-    {
-        for (AceListNode* node = list.first; node; node = node->next)
-            free(node->ace);
-    }
-};
-
-OwnedAce copyOf(const sswseAce* ace)
-{
-    const WORD size = ace->Header.AceSize;
-    OwnedAce copy = owned::allocate<sswseAce>(size);
-    if (copy)
-        memcpy(copy.get(), ace, size);
-    return copy;
+    return owned::roundedFor<sswseAce>(ace->Header.AceSize);
 }
 
-DWORD addNew(const sswseCall& call, Composition& made, const sswseAce* ace)
+// Merging changes entries, so it is done on copies: one block for all of them.
+DWORD mergeNew(const sswseCall& call, sswseAceList& made, const sswseAce* const* newAces, DWORD newCount,
+               sswseFinalAces& finalAces)
 {
-    OwnedAce copy = copyOf(ace);
-    if (!copy)
+    size_t size = 0;
+    for (DWORD i = 0; i < newCount; ++i)
+        size += sizeOf(newAces[i]);
+    finalAces.copies = owned::allocate<BYTE>(size);
+    if (!finalAces.copies)
         return sswseOutOfMemory(call);
-    sswseAce* superseded = nullptr;
-    const DWORD status = sswseMergeOrAddAceToAceList(call.rec, made.list, copy.get(), &made.count, &superseded);
-    if (status == SSWSE_SUCCESS) {
-        static_cast<void>(copy.release()); // the list's, or superseded
-        free(superseded);
+    BYTE* place = finalAces.copies.get();
+    for (DWORD i = 0; i < newCount; place += sizeOf(newAces[i]), ++i) {
+        memcpy(place, newAces[i], newAces[i]->Header.AceSize);
+        if (sswseMergeOrAddAceToAceList(call.rec, made, reinterpret_cast<sswseAce*>(place), &finalAces.count) !=
+            SSWSE_SUCCESS)
+            return SSWSE_FAILURE;
     }
-    return status;
+    return SSWSE_SUCCESS;
 }
 
-DWORD addExisting(const sswseCall& call, Composition& made, const sswseAce* ace)
+// Does one of the first `count` entries name the account?
+bool namesSid(const AceListNode* node, DWORD count, PSID sid)
 {
-    OwnedAce copy = copyOf(ace);
-    if (!copy)
-        return sswseOutOfMemory(call);
-    const DWORD status = sswseAddAceToFinalList(call.rec, made.list, copy.get());
-    if (status == SSWSE_SUCCESS) {
-        static_cast<void>(copy.release());
-        ++made.count;
-    }
-    return status;
-}
-
-bool namesSid(const sswseAce* const* aces, DWORD count, PSID sid)
-{
-    for (DWORD i = 0; sid && i < count; ++i) {
-        const PSID named = sswseSidOfAce(aces[i]);
-        if (named && EqualSid(named, sid))
+    for (; sid && count > 0; node = node->next, --count)
+        if (node->sid && EqualSid(node->sid, sid))
             return true;
-    }
     return false;
 }
 
-DWORD handOver(const sswseCall& call, Composition& made, sswseAceArray& finalAces)
+DWORD handOver(const sswseCall& call, const sswseAceList& made, sswseFinalAces& finalAces)
 {
-    if (!finalAces.reserve(made.count))
+    finalAces.entries = owned::allocate<const sswseAce*>(finalAces.count * sizeof(const sswseAce*));
+    if (!finalAces.entries)
         return sswseOutOfMemory(call);
-    for (AceListNode* node = made.list.first; node; node = node->next) {
-        finalAces.entries[finalAces.count++] = static_cast<sswseAce*>(node->ace);
-        node->ace = nullptr;
-    }
+    const sswseAce** entry = finalAces.entries.get();
+    for (const AceListNode* node = made.first; node; node = node->next)
+        *entry++ = static_cast<const sswseAce*>(node->ace);
     return SSWSE_SUCCESS;
 }
 
 } // namespace
 
 DWORD sswseCreateFinalAceList(sswseErrRec* err, const sswseAceList& existing, const sswseAce* const* newAces,
-                              DWORD newCount, bool keepExisting, sswseAceArray* finalAces)
+                              DWORD newCount, bool keepExisting, sswseFinalAces* finalAces)
 {
     return sswseRunFramed(err, __func__, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {
         if ((newCount && !newAces) || !finalAces)
             return sswseBadArgument(call, "ppNewAceList"); // the same name for both: deliberate
-        Composition made;
-        DWORD status = SSWSE_SUCCESS;
-        for (DWORD i = 0; i < newCount && status == SSWSE_SUCCESS; ++i)
-            status = addNew(call, made, newAces[i]);
-        if (status != SSWSE_SUCCESS || !made.list.first)
+        sswseAceList made;
+        if (newCount == 0 || mergeNew(call, made, newAces, newCount, *finalAces) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
 
         // The new entries of an account stand for all of its old ones: those are dropped, inherited ones too.
+        const DWORD accounts = finalAces->count;
         for (const AceListNode* node = keepExisting ? existing.first : nullptr; node; node = node->next) {
-            if (namesSid(newAces, newCount, node->sid))
+            if (namesSid(made.first, accounts, node->sid))
                 continue;
-            if (addExisting(call, made, static_cast<sswseAce*>(node->ace)) != SSWSE_SUCCESS)
+            if (sswseAddAceToFinalList(call.rec, made, static_cast<sswseAce*>(node->ace)) != SSWSE_SUCCESS)
                 return SSWSE_FAILURE;
+            ++finalAces->count;
         }
         return handOver(call, made, *finalAces);
     });

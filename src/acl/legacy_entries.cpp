@@ -1,6 +1,7 @@
 #include "acl/legacy_entries.h"
 
 #include "frame/call.h"
+#include "frame/owned.h"
 
 #include <cstddef>
 #include <cstring>
@@ -74,14 +75,6 @@ bool isSameSid(const void* left, const void* right)
     return IsValidSid(first) && IsValidSid(second) && EqualSid(first, second);
 }
 
-sswseLegacyGrant* grantOf(const sswseLegacyGrants& grants, const void* sid)
-{
-    for (DWORD i = 0; i < grants.count; ++i)
-        if (isSameSid(grants.rows.get()[i].sid, sid))
-            return &grants.rows.get()[i];
-    return nullptr;
-}
-
 // A denied mask of 0 stands for "everything is denied". Only a first entry that denies exactly the generic rights
 // becomes that; and allow entries after the one that met it add up again: deliberate.
 void mergeAgain(sswseLegacyGrant& grant, BYTE type, ACCESS_MASK mask)
@@ -96,6 +89,15 @@ void mergeAgain(sswseLegacyGrant& grant, BYTE type, ACCESS_MASK mask)
     } else if (isDeny(type) && grant.mask != 0) {
         grant.mask |= mask;
     }
+}
+
+void merge(sswseLegacyGrant& grant, BYTE type, ACCESS_MASK mask)
+{
+    if (grant.isThere)
+        return mergeAgain(grant, type, mask);
+    if (isDeny(type) && mask == GENERIC_ALL)
+        mask = 0;
+    grant = {true, type, mask};
 }
 
 } // namespace
@@ -113,7 +115,7 @@ void sswseMakeLegacyEntries(bool adminOnly, bool isNT4, sswseLegacyEntries& entr
     }
 }
 
-bool sswseMergeLegacyAce(sswseLegacyGrants& grants, const BYTE* ace)
+bool sswseMergeLegacyAce(const sswseLegacyEntries& entries, const BYTE* ace, sswseLegacyGrants& grants)
 {
     constexpr size_t sidHeader = offsetof(SID, SubAuthority);
     const BYTE* const sid = ace + sidOffset; // in object entries too
@@ -125,13 +127,9 @@ bool sswseMergeLegacyAce(sswseLegacyGrants& grants, const BYTE* ace)
     const BYTE type = ace[offsetof(ACE_HEADER, AceType)];
     ACCESS_MASK mask = 0;
     memcpy(&mask, ace + offsetof(ACCESS_ALLOWED_ACE, Mask), sizeof mask);
-    if (sswseLegacyGrant* known = grantOf(grants, sid)) {
-        mergeAgain(*known, type, mask);
-        return true;
-    }
-    if (isDeny(type) && mask == GENERIC_ALL)
-        mask = 0;
-    grants.rows.get()[grants.count++] = {sid, type, mask};
+    for (DWORD i = 0; i < entries.count; ++i)
+        if (isSameSid(&entries.entry[i].ace.SidStart, sid))
+            merge(grants.of[i], type, mask);
     return true;
 }
 
@@ -140,9 +138,9 @@ void sswseLimitLegacyEntries(sswseLegacyEntries& entries, const sswseLegacyGrant
     DWORD kept = 0;
     for (DWORD i = 0; i < entries.count; ++i) {
         sswseLegacyEntry entry = entries.entry[i];
-        if (const sswseLegacyGrant* grant = grantOf(grants, &entry.ace.SidStart)) {
-            const ACCESS_MASK limit = isDeny(grant->type) ? ~grant->mask : grant->mask;
-            entry.ace.Mask = grant->mask == 0 ? 0 : entry.ace.Mask & limit;
+        if (const sswseLegacyGrant& grant = grants.of[i]; grant.isThere) {
+            const ACCESS_MASK limit = isDeny(grant.type) ? ~grant.mask : grant.mask;
+            entry.ace.Mask = grant.mask == 0 ? 0 : entry.ace.Mask & limit;
         }
         if (entry.ace.Mask != 0)
             entries.entry[kept++] = entry;

@@ -2,7 +2,7 @@
 // old limits the new. Shares nothing with the ACE list engine on purpose: other rules, kept apart.
 #pragma once
 
-#include "frame/owned.h"
+#include <windows.h>
 
 // An ACCESS_ALLOWED_ACE with room for any SID.
 struct sswseLegacyEntry
@@ -22,23 +22,23 @@ struct sswseLegacyEntries
 // Users.
 void sswseMakeLegacyEntries(bool adminOnly, bool isNT4, sswseLegacyEntries& entries);
 
-// What the old DACL says of one SID.
+// What the old DACL says of the SID of a new entry.
 struct sswseLegacyGrant
 {
-    const BYTE* sid; // inside the DACL; may not be valid, then nothing equals it
-    BYTE type;       // of the entry that decides: the first one, or the allow entry that met a deny
+    bool isThere; // false: nothing
+    BYTE type;    // of the entry that decides: the first one, or the allow entry that met a deny
     ACCESS_MASK mask;
 };
 
+// Of each new entry, in their order. What the old DACL says of others makes no difference.
 struct sswseLegacyGrants
 {
-    owned::Heap<sswseLegacyGrant> rows; // room for one row per entry of the DACL
-    DWORD count = 0;
+    sswseLegacyGrant of[3];
 };
 
 // Merges the next entry of the old DACL, which lies inside the DACL but need not be aligned. False when its SID does
 // not lie inside it.
-bool sswseMergeLegacyAce(sswseLegacyGrants& grants, const BYTE* ace);
+bool sswseMergeLegacyAce(const sswseLegacyEntries& entries, const BYTE* ace, sswseLegacyGrants& grants);
 
 // Limits the new entries by what the old DACL says of their SIDs and drops those of which nothing is left.
 void sswseLimitLegacyEntries(sswseLegacyEntries& entries, const sswseLegacyGrants& grants);

@@ -3,8 +3,6 @@
 #include "frame/acl_bounds.h"
 #include "frame/call.h"
 
-#include <algorithm>
-
 namespace {
 
 struct Object
@@ -51,22 +49,19 @@ DWORD readDescriptor(const Object& object, Descriptor& descriptor)
     return SSWSE_LEGACY_DONE;
 }
 
-DWORD readGrants(const Object& object, const Descriptor& descriptor, PACL acl, sswseLegacyGrants& grants)
+DWORD readGrants(const Object& object, const Descriptor& descriptor, PACL acl, const sswseLegacyEntries& entries,
+                 sswseLegacyGrants& grants)
 {
     if (!sswseIsAclWhole(acl, descriptor.bytes.get(), descriptor.size))
         return fail(object, ERROR_INVALID_ACL, "GetAclInformation", first);
     ACL_SIZE_INFORMATION size = {};
     if (!GetAclInformation(acl, &size, sizeof size, AclSizeInformation))
         return fail(object, GetLastError(), "GetAclInformation", first);
-    grants.rows = owned::allocate<sswseLegacyGrant>(std::max<size_t>(size.AceCount, 1) * sizeof(sswseLegacyGrant));
-    if (!grants.rows)
-        return sswseLegacyNoMemory(object.call.function);
-
     for (DWORD i = 0; i < size.AceCount; ++i) {
         void* ace = nullptr;
         if (!GetAce(acl, i, &ace))
             return fail(object, GetLastError(), "GetAce", nthEntry, i);
-        if (!sswseMergeLegacyAce(grants, static_cast<const BYTE*>(ace)))
+        if (!sswseMergeLegacyAce(entries, static_cast<const BYTE*>(ace), grants))
             return fail(object, ERROR_INVALID_ACL, "GetAce", nthEntry, i);
     }
     return SSWSE_LEGACY_DONE;
@@ -85,8 +80,8 @@ DWORD limitByOldDacl(const Object& object, sswseLegacyEntries& entries)
     if (!present || !acl)
         return SSWSE_LEGACY_DONE;
 
-    sswseLegacyGrants grants;
-    if (const DWORD status = readGrants(object, descriptor, acl, grants))
+    sswseLegacyGrants grants = {};
+    if (const DWORD status = readGrants(object, descriptor, acl, entries, grants))
         return status;
     sswseLimitLegacyEntries(entries, grants);
     return SSWSE_LEGACY_DONE;

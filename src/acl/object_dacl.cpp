@@ -9,7 +9,8 @@
 
 namespace {
 
-owned::Heap<char> pathForTrace(const wchar_t* path)
+// For traces and messages; NULL when it cannot be converted.
+owned::Heap<char> pathText(const wchar_t* path)
 {
     owned::Heap<char> text;
     size_t length = 0;
@@ -22,7 +23,7 @@ DWORD skipOrFail(const sswseCall& call, DWORD osError, const char* apiName, cons
 {
     const bool denied = osError == ERROR_ACCESS_DENIED;
     if (denied && sswseTraceEnabled())
-        sswseTrace("No access to arg- File/Directory - %s\n", sswseTextOrEmpty(pathForTrace(path).get()));
+        sswseTrace("No access to arg- File/Directory - %s\n", sswseTextOrEmpty(pathText(path).get()));
     sswseReport(call, WSE_API_FAILED, osError, apiName, apiName);
     return denied && !failOnAccessDenied ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
@@ -54,15 +55,18 @@ DWORD listDacl(const sswseCall& call, PACL dacl, const void* block, size_t size,
     return existing.read ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 
-// Of the descriptor in a block of `size` bytes. A message about one without a DACL to be found names `insert`.
-DWORD listDaclOf(const sswseCall& call, size_t size, const char* insert, sswseExistingDacl& existing)
+// Of the descriptor in a block of `size` bytes. Where no DACL is to be found in it the message names the path of a file,
+// not the function: deliberate.
+DWORD listDaclOf(const sswseCall& call, size_t size, const wchar_t* file, sswseExistingDacl& existing)
 {
     BOOL present = FALSE;
     BOOL defaulted = FALSE;
     PACL dacl = nullptr;
     if (!GetSecurityDescriptorDacl(existing.descriptor.get(), &present, &dacl, &defaulted)) {
         existing.osError = GetLastError();
-        return sswseFail(call, WSE_API_FAILED, existing.osError, "GetSecurityDescriptorDAcl", insert);
+        const owned::Heap<char> text = file ? pathText(file) : nullptr;
+        return sswseFail(call, WSE_API_FAILED, existing.osError, "GetSecurityDescriptorDAcl",
+                         file ? text.get() : "GetSecurityDescriptorDacl");
     }
     return listDacl(call, present ? dacl : nullptr, existing.descriptor.get(), size, existing);
 }
@@ -136,11 +140,10 @@ DWORD buildAcl(const sswseCall& call, const sswseAce* const* aces, DWORD count, 
 
 uint32_t sswsePathArgs::operator()(char* buffer, size_t capacity) const
 {
-    return sswseFormat(buffer, capacity, "wFilename = %s", sswseTextOrEmpty(pathForTrace(path).get()));
+    return sswseFormat(buffer, capacity, "wFilename = %s", sswseTextOrEmpty(pathText(path).get()));
 }
 
-DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* pathText, bool failOnAccessDenied,
-                    sswseExistingDacl& existing)
+DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, bool failOnAccessDenied, sswseExistingDacl& existing)
 {
     DWORD needed = 0;
     if (!GetFileSecurityW(path, DACL_SECURITY_INFORMATION, nullptr, 0, &needed)) {
@@ -158,7 +161,7 @@ DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, const char* path
         existing.osError = GetLastError();
         return sswseApiFailed(call, existing.osError, "GetFileSecurityW");
     }
-    return listDaclOf(call, size, pathText, existing); // the message names the path, not the function: deliberate
+    return listDaclOf(call, size, path, existing);
 }
 
 DWORD sswseReadNamedKeyDacl(const sswseCall& call, const wchar_t* path, sswseExistingDacl& existing)
@@ -188,7 +191,7 @@ DWORD sswseReadOpenKeyDacl(const sswseCall& call, HKEY key, sswseExistingDacl& e
         existing.osError = static_cast<DWORD>(result);
         return sswseFail(call, WSE_GET_SECURITY, existing.osError, "RegGetKeySecurity");
     }
-    return listDaclOf(call, size, "GetSecurityDescriptorDacl", existing);
+    return listDaclOf(call, size, nullptr, existing);
 }
 
 DWORD sswseSetFileSecurity(sswseErrRec* err, const sswseAce* const* finalAces, DWORD finalCount, const wchar_t* path,

@@ -44,10 +44,7 @@ DWORD sswseRewriteTree(const sswseCall& call, const wchar_t* path, const void* c
 DWORD sswseReadWalked(const sswseCall& call, const sswseWalkedObject& object, sswseExistingDacl& existing,
                       DWORD* osError)
 {
-    owned::Heap<char> pathText;
-    DWORD status = sswseToMultibyte(call, object.path, pathText);
-    if (status == SSWSE_SUCCESS)
-        status = sswseReadDacl(call, object.path, pathText.get(), /*failOnAccessDenied=*/true, existing);
+    const DWORD status = sswseReadDacl(call, object.path, /*failOnAccessDenied=*/true, existing);
     *osError = existing.osError;
     return status;
 }

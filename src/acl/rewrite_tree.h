@@ -13,7 +13,7 @@ using sswseRewrite = DWORD (*)(const sswseCall& call, const void* context, const
 // that has gone does not count. 2 with an empty record; 3 with the first message.
 DWORD sswseRewriteTree(const sswseCall& call, const wchar_t* path, const void* context, sswseRewrite rewrite);
 
-// Reads the DACL of an object that such a walk has come to. 2; 3 with the messages of sswseReadDacl or WSE-00007.
+// Reads the DACL of an object that such a walk has come to. 2; 3 with the messages of sswseReadDacl.
 DWORD sswseReadWalked(const sswseCall& call, const sswseWalkedObject& object, sswseExistingDacl& existing,
                       DWORD* osError);
 

@@ -64,11 +64,11 @@ DWORD addToKey(const sswseCall& call, const wchar_t* path, const sswseAceArray& 
     DWORD status = sswseReadNamedKeyDacl(call, path, existing);
     if (status != SSWSE_SUCCESS || !existing.hasList || hasEntry(existing.aces, aces.entries[0]))
         return status;
-    sswseAceArray finalAces;
+    sswseFinalAces finalAces;
     status =
         sswseCreateFinalAceList(call.rec, existing.aces, aces.entries, aces.count, /*keepExisting=*/true, &finalAces);
     if (status == SSWSE_SUCCESS)
-        status = sswseSetFileSecurity(call.rec, finalAces.entries, finalAces.count, path, /*useNamedInfo=*/true,
+        status = sswseSetFileSecurity(call.rec, finalAces.entries.get(), finalAces.count, path, /*useNamedInfo=*/true,
                                       /*inheritFromParent=*/true, /*failOnAccessDenied=*/true);
     return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }

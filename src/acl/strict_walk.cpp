@@ -68,7 +68,8 @@ owned::FindHandle openListing(Walk& walk, const wchar_t* path, size_t length, DW
 
 bool walkChild(Walk& walk, size_t length)
 {
-    sswseFormatW(walk.path + length, childPathSize - length, L"\\%ls", walk.entry.cFileName);
+    walk.path[length] = L'\\';
+    wcscpy(walk.path + length + 1, walk.entry.cFileName);
     const sswseWalkedObject child = {walk.path, false};
     if ((walk.entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) && !leadsElsewhere(walk.entry))
         return walkDirectory(walk, child);

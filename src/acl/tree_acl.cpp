@@ -46,7 +46,8 @@ DWORD updateOne(const sswseCall& call, TreeWalk& walk, const wchar_t* path, bool
 // directory changes the status.
 bool updateChild(const sswseCall& call, TreeWalk& walk, size_t length, DWORD* status)
 {
-    sswseFormatW(walk.path + length, childPathSize - length, L"\\%ls", walk.entry.cFileName);
+    walk.path[length] = L'\\';
+    wcscpy(walk.path + length + 1, walk.entry.cFileName);
     if (walk.update.excluded && sswseIsExcluded(*walk.update.excluded, walk.path, walk.startLength))
         return true;
     // Attributes that cannot be read have all bits set: such a child is taken for a directory.

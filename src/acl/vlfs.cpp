@@ -35,6 +35,8 @@ bool isLink(const WIN32_FIND_DATAA& entry)
 
 bool sswseIsReservedName(const wchar_t* name)
 {
+    if (*name != L'.') // as nearly all, without a look at the case of letters
+        return false;
     for (const wchar_t* reserved : reservedNames)
         if (_wcsicmp(name, reserved) == 0)
             return true;

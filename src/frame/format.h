@@ -6,11 +6,10 @@
 
 inline constexpr uint32_t sswseFormatOverflow = 0xFFFFFFFF;
 
-// Writes at most `capacity` bytes (characters) and returns how many, or sswseFormatOverflow when the text did not fit.
+// Writes at most `capacity` bytes and returns how many, or sswseFormatOverflow when the text did not fit.
 // A text that fills the capacity is not terminated: the caller forces the NUL.
 __attribute__((format(ms_printf, 3, 4))) uint32_t sswseFormat(char* destination, size_t capacity, const char* format,
                                                               ...);
-uint32_t sswseFormatW(wchar_t* destination, size_t capacity, const wchar_t* format, ...);
 
 // The same into a whole array, always terminated: at most N - 1 characters of text.
 template <size_t N, class... Arguments>

@@ -73,9 +73,6 @@ TEST(Format, NeverWritesBehindItsCapacity)
         char buffer[9] = "########";
         EXPECT_EQ(sswseFormat(buffer, 5, "%s", text), result);
         EXPECT_EQ(memcmp(buffer, left, 8), 0) << text;
-        wchar_t wide[9] = L"########";
-        EXPECT_EQ(sswseFormatW(wide, 5, L"%hs", text), result);
-        EXPECT_EQ(wide[5], L'#');
         char array[6] = "#####";
         sswseFormatText(array, "%s", text);
         EXPECT_EQ(std::string(array), std::string(text).substr(0, 5));
