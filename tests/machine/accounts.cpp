@@ -49,11 +49,6 @@ std::wstring addUser(Place& place, const Words& words)
     return to_wstring(ON(NetUserAdd)(words.find(L"server"), 1, reinterpret_cast<BYTE*>(&info), nullptr));
 }
 
-std::wstring deleteUser(Place& place, const Words& words)
-{
-    return to_wstring(ON(NetUserDel)(nullptr, words[0]));
-}
-
 struct Policy
 {
     explicit Policy(Place& where) : place(where)
@@ -114,11 +109,6 @@ std::wstring addGroup(Place& place, const Words& words)
     return to_wstring(ON(NetLocalGroupAdd)(nullptr, 1, reinterpret_cast<BYTE*>(&info), nullptr));
 }
 
-std::wstring deleteGroup(Place& place, const Words& words)
-{
-    return to_wstring(ON(NetLocalGroupDel)(nullptr, words[0]));
-}
-
 std::wstring groupInfo(Place& place, const Words& words)
 {
     BYTE* block = nullptr;
@@ -131,24 +121,16 @@ std::wstring groupInfo(Place& place, const Words& words)
 }
 
 // GROUP NAME... or GROUP SID: a member has its name or its SID as the only field of its record.
-std::wstring changeMembers(decltype(NetLocalGroupAddMembers)* function, const Words& words)
+template <bool adds>
+std::wstring changeMembers(Place& place, const Words& words)
 {
+    const auto function = adds ? ON(NetLocalGroupAddMembers) : ON(NetLocalGroupDelMembers);
     std::vector<BYTE> sid = whatif::sidBytes(words[1]);
     std::vector<const void*> members(words.given.size() - 1);
     for (size_t i = 0; i < members.size(); ++i)
         members[i] = sid.empty() ? static_cast<const void*>(words[i + 1]) : sid.data();
     return to_wstring(function(nullptr, words[0], sid.empty() ? 3 : 0, reinterpret_cast<BYTE*>(members.data()),
                                static_cast<DWORD>(members.size())));
-}
-
-std::wstring addMembers(Place& place, const Words& words)
-{
-    return changeMembers(ON(NetLocalGroupAddMembers), words);
-}
-
-std::wstring removeMembers(Place& place, const Words& words)
-{
-    return changeMembers(ON(NetLocalGroupDelMembers), words);
 }
 
 // The order is nobody's promise.
@@ -202,15 +184,16 @@ std::map<std::string, Verb> accountVerbs()
         {"LookupAccountName", lookUpName},
         {"LookupAccountSid", lookUpSid},
         {"NetUserAdd", addUser},
-        {"NetUserDel", deleteUser},
+        {"NetUserDel", [](Place& place, const Words& words) { return to_wstring(ON(NetUserDel)(nullptr, words[0])); }},
         {"LsaAddAccountRights", changeRights<true>},
         {"LsaRemoveAccountRights", changeRights<false>},
         {"LsaEnumerateAccountsWithUserRight", holdersOfRight},
         {"NetLocalGroupAdd", addGroup},
-        {"NetLocalGroupDel", deleteGroup},
+        {"NetLocalGroupDel",
+         [](Place& place, const Words& words) { return to_wstring(ON(NetLocalGroupDel)(nullptr, words[0])); }},
         {"NetLocalGroupGetInfo", groupInfo},
-        {"NetLocalGroupAddMembers", addMembers},
-        {"NetLocalGroupDelMembers", removeMembers},
+        {"NetLocalGroupAddMembers", changeMembers<true>},
+        {"NetLocalGroupDelMembers", changeMembers<false>},
         {"NetLocalGroupGetMembers", members},
         {"NetUserGetLocalGroups", groupsOfUser},
     };

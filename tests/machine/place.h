@@ -75,6 +75,12 @@ protected:
     Place place{world, library.module()};
 };
 
+// The error of the call that has just answered.
+inline std::wstring said(bool done)
+{
+    return std::to_wstring(replaced::errorOf(done));
+}
+
 using Verb = std::wstring (*)(Place& place, const Words& words);
 
 // The functions that calls name, by area; others are the library's.

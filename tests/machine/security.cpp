@@ -13,11 +13,6 @@ namespace {
 
 using std::to_wstring;
 
-std::wstring said(bool done)
-{
-    return to_wstring(replaced::errorOf(done));
-}
-
 SE_OBJECT_TYPE typeOf(const Words& words)
 {
     return wcsncmp(words[0], L"MACHINE", 7) == 0 ? SE_REGISTRY_KEY : SE_FILE_OBJECT;

@@ -9,11 +9,6 @@ namespace machine {
 
 namespace {
 
-std::wstring said(bool done)
-{
-    return std::to_wstring(replaced::errorOf(done));
-}
-
 // NULL when it is not given; names are separated by commas.
 std::optional<std::wstring> dependenciesOf(const Words& words)
 {
