@@ -5,14 +5,16 @@
 #include "acl/object_dacl.h"
 #include "acl/vlfs.h"
 #include "frame/call.h"
+#include "frame/text.h"
 
 DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAclUpdate& update, bool failOnAccessDenied)
 {
     return sswseRunFramed(err, __func__, sswsePathArgs{path}, [&](const sswseCall& call) -> DWORD {
-        if (sswseIsReservedPath(path))
-            return SSWSE_SUCCESS;
+        owned::Heap<char> pathText; // an object that no message could name is not touched
+        DWORD status = sswseToMultibyte(call, path, pathText);
+        if (status != SSWSE_SUCCESS || sswseIsReservedPath(path))
+            return status;
 
-        DWORD status = SSWSE_SUCCESS;
         sswseExistingDacl existing;
         if (update.keepExisting) {
             status = sswseReadDacl(call, path, failOnAccessDenied, existing);

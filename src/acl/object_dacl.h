@@ -23,10 +23,10 @@ struct sswseExistingDacl
     DWORD osError = ERROR_SUCCESS;         // of an object whose security cannot be read or is broken; else none
 };
 
-// Reads the DACL of a file or directory. 2; 3 with WSE-00002, WSE-000053. An
-// object without access that is to be skipped gives 2 with WSE-000053 and stays unread. A DACL that does not lie inside
-// the descriptor, or an entry outside the DACL, is refused as a failure of GetAclInformation (ERROR_INVALID_ACL);
-// unknown types and SIDs that do not fit are no reason to refuse here (the platform may, when they are written back).
+// Reads the DACL of a file or directory. 2; 3 with WSE-00002, WSE-000053. An object without access that is to be skipped
+// gives 2 with WSE-000053 and stays unread. A DACL that does not lie inside the descriptor, or an entry outside the DACL,
+// is refused as a failure of GetAclInformation (ERROR_INVALID_ACL); unknown types and SIDs that do not fit are no reason
+// to refuse here (the platform may, when they are written back).
 DWORD sswseReadDacl(const sswseCall& call, const wchar_t* path, bool failOnAccessDenied, sswseExistingDacl& existing);
 
 // The same for a registry key, by its name or as it is open: 2; 3 with WSE-000066, WSE-00002, WSE-000053.
