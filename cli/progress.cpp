@@ -96,11 +96,13 @@ PassingBy::State* passing;
 // Each object counts once, however often it is asked for in a row. False when it shall not be touched any more.
 bool passes(const wchar_t* name)
 {
+    if (interrupted)
+        return false;
     if (name && passing->last != name) {
         passing->last = name;
         passing->progress.count();
     }
-    return !interrupted;
+    return true;
 }
 
 // Stands in for a function that takes an object's name first; `original` is what it goes on to.
@@ -140,6 +142,39 @@ LSTATUS WINAPI openKey(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, 
     return !isOfWalk || passes(name) ? openKeyOriginal(parent, name, options, access, key) : ERROR_CANCELLED;
 }
 
+// Listings, which come to their end.
+decltype(FindFirstFileW)* findFirstOriginal;
+decltype(FindNextFileW)* findNextOriginal;
+decltype(RegEnumKeyExW)* enumKeyOriginal;
+
+HANDLE WINAPI findFirst(LPCWSTR pattern, LPWIN32_FIND_DATAW entry)
+{
+    if (!interrupted)
+        return findFirstOriginal(pattern, entry);
+    SetLastError(ERROR_FILE_NOT_FOUND);
+    return INVALID_HANDLE_VALUE;
+}
+
+BOOL WINAPI findNext(HANDLE listing, LPWIN32_FIND_DATAW entry)
+{
+    if (!interrupted)
+        return findNextOriginal(listing, entry);
+    SetLastError(ERROR_NO_MORE_FILES);
+    return FALSE;
+}
+
+LSTATUS WINAPI enumKey(HKEY key, DWORD index, LPWSTR name, LPDWORD size, LPDWORD reserved, LPWSTR type,
+                       LPDWORD typeSize, PFILETIME time)
+{
+    return interrupted ? ERROR_NO_MORE_ITEMS : enumKeyOriginal(key, index, name, size, reserved, type, typeSize, time);
+}
+
+template <class Function>
+void redirect(whatif::Imports& imports, const char* name, Function* standIn, Function*& original)
+{
+    original = reinterpret_cast<Function*>(imports.redirect(name, reinterpret_cast<void*>(standIn)));
+}
+
 template <auto function>
 void standIn(whatif::Imports& imports, const char* name)
 {
@@ -157,8 +192,10 @@ PassingBy::PassingBy(HMODULE library, Progress& progress) : state_(std::make_uni
     standIn<&SetFileSecurityW>(state_->imports, "SetFileSecurityW");
     standIn<&GetNamedSecurityInfoW>(state_->imports, "GetNamedSecurityInfoW");
     standIn<&SetNamedSecurityInfoW>(state_->imports, "SetNamedSecurityInfoW");
-    openKeyOriginal = reinterpret_cast<decltype(RegOpenKeyExW)*>(
-        state_->imports.redirect("RegOpenKeyExW", reinterpret_cast<void*>(&openKey)));
+    redirect(state_->imports, "RegOpenKeyExW", &openKey, openKeyOriginal);
+    redirect(state_->imports, "FindFirstFileW", &findFirst, findFirstOriginal);
+    redirect(state_->imports, "FindNextFileW", &findNext, findNextOriginal);
+    redirect(state_->imports, "RegEnumKeyExW", &enumKey, enumKeyOriginal);
 }
 
 PassingBy::~PassingBy()

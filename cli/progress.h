@@ -42,7 +42,7 @@ bool isInterrupted();
 void interrupt(bool is = true); // as Ctrl+C does
 
 // The library's calls for objects pass by here while it lives: they are counted, and after Ctrl+C refused with
-// ERROR_CANCELLED, so that a walk ends between two objects. One at a time.
+// ERROR_CANCELLED, and listings end, so that a walk ends between two objects. One at a time.
 class PassingBy
 {
 public:

@@ -61,7 +61,7 @@ Session::Session(const Options& options, Tell tell, Progress::Show show)
         machine_.name = world_->local().name;
     if (world_ && isJournaled) // the journal tells the changes
         world_->watch([](const whatif::Change&) {});
-    if (!options.journal.empty())
+    if (!options.journal.empty() && options.undo.empty())
         journal_ = openJournal();
     if (options.trace)
         invoke(host_, parseCall({"TraceOn"}));
@@ -112,6 +112,8 @@ bool Session::run(const Call& call)
     if (world_)
         changes.assign(world_->plan().begin() + static_cast<std::ptrdiff_t>(planned), world_->plan().end());
     tell_(options_.json ? asJson(call, outcome, changes) : asText(call, outcome, changes, machine_.name));
+    if (isInterrupted() && !options_.json)
+        tell_(summary("stopped", {{progress_.counted(), "objects done"}}));
     return outcome.verdict.good;
 }
 
@@ -134,6 +136,11 @@ Outcome Session::play(const Call& call)
         throw UsageError(shortName(*call.function) + ": the journal does not reach " + utf8FromWide(copy->unreached()) +
                          ": the call is not made");
     }
+    if (copy->isBroken) {
+        journal_->abandon();
+        throw UsageError(shortName(*call.function) +
+                         ": there is no memory or no room for temporary files to play it: the call is not made");
+    }
     return outcome;
 }
 
@@ -149,7 +156,14 @@ bool Session::runJournaled(const Call& call)
     }
     const journal::Line line = journal_->end();
     const Outcome outcome = invokeHere(call);
-    const bool isThere = finishJournaled(call, line, isPlayed ? played : outcome, outcome);
+    bool isThere = false;
+    try {
+        isThere = finishJournaled(call, line, isPlayed ? played : outcome, outcome);
+    } catch (const std::runtime_error& error) {
+        if (options_.json)
+            tell_(jsonEnd);
+        throw std::runtime_error(std::string(error.what()) + ": the call has been made");
+    }
     isAllThere_ = isAllThere_ && (isThere || !outcome.verdict.good); // one that may fail may also have changed nothing
     return outcome.verdict.good && isThere;
 }
@@ -186,6 +200,9 @@ bool Session::finishJournaled(const Call& call, const journal::Line& line, const
         warn(shortName(*call.function) + ": it has answered " + outcome.verdict.meaning + ", but " +
              played.verdict.meaning + " when it was played: the journal does not hold what it changed");
         isThere = false;
+    } else if (!outcome.verdict.good && played.message != outcome.message) {
+        warn(shortName(*call.function) +
+             ": it has failed otherwise than when it was played: the journal may not hold all that it changed");
     }
     return isThere;
 }
@@ -243,6 +260,8 @@ bool Session::undo()
     journal::Steps steps(options_.undo, machine_, options_.force, true);
     if (steps.torn())
         warnOfTorn(options_.undo);
+    if (!options_.journal.empty())
+        journal_ = openJournal();
     progress_.begin();
     const std::string name = utf8FromWide(options_.undo.wstring());
     const auto tell = [&](const journal::Undone& undone) {

@@ -251,7 +251,8 @@ bool Lines::read(Line& line, bool& isWhole)
     while (end == '\t')
         end = source_.next(piece);
     isWhole = end == '\n' && line.head.is_object() && piece.size() >= 2 &&
-              (!line.items || piece.compare(piece.size() - 2, 2, "]}") == 0);
+              (!line.items ||
+               (piece.compare(piece.size() - 2, 2, "]}") == 0 && Json::accept(piece.substr(0, piece.size() - 2))));
     return true;
 }
 
@@ -264,7 +265,7 @@ void Lines::check(const Json& head)
     const std::string sid = head.value("sid", "");
     const std::string ownSid = utf8(machine_.sid);
     computer_ = cli::wideFromUtf8(computer);
-    const bool isSame = whatif::sameName(computer_, machine_.name) && (sid.empty() || ownSid.empty() || sid == ownSid);
+    const bool isSame = whatif::sameName(computer_, machine_.name) && sid == ownSid; // a domain controller has none
     if (!isSame && !force_)
         throw FileError(source_.file(), "is a journal of " + whose(computer, sid) + ", not of " +
                                             whose(utf8(machine_.name), ownSid) + "; --force takes it all the same");

@@ -107,8 +107,13 @@ std::wstring writeKernelSecurity(const Machine& machine, const Change& what, con
     const Opened object(machine, what, WRITE_DAC);
     if (!object.get())
         return object.problem();
-    const DWORD error = machine.platform.SetSecurityInfo(object.get(), SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION,
-                                                         nullptr, nullptr, dacl, nullptr);
+    SECURITY_DESCRIPTOR_CONTROL control = 0;
+    DWORD revision = 0;
+    GetSecurityDescriptorControl(descriptor.bytes(), &control, &revision);
+    const SECURITY_INFORMATION parts =
+        DACL_SECURITY_INFORMATION | (control & SE_DACL_PROTECTED ? PROTECTED_DACL_SECURITY_INFORMATION : 0);
+    const DWORD error =
+        machine.platform.SetSecurityInfo(object.get(), SE_KERNEL_OBJECT, parts, nullptr, nullptr, dacl, nullptr);
     return error == ERROR_SUCCESS ? L"" : problemOf(L"SetSecurityInfo", error);
 }
 

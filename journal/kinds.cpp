@@ -1,5 +1,11 @@
 #include "journal/kinds.h"
 
+#include "whatif/model/registry_value.h"
+#include "whatif/model/service_settings.h"
+#include "whatif/security/descriptors.h"
+
+#include <stdexcept>
+
 namespace journal {
 
 namespace {
@@ -48,6 +54,39 @@ bool comesLater(const std::wstring& part)
 const Kind& kindOf(const Change& change)
 {
     return kinds[static_cast<size_t>(change.kind)];
+}
+
+namespace {
+
+void check(ChangeKind kind, const std::wstring& attribute, const std::wstring& text)
+{
+    if (kind == ChangeKind::security)
+        whatif::securityOf(text);
+    else if (kind == ChangeKind::registryValue)
+        whatif::registryValueOf(text);
+    whatif::Service service;
+    for (const whatif::ServiceSetting& setting : whatif::serviceSettings())
+        if (kind == ChangeKind::serviceSetting && attribute == setting.name)
+            setting.set(service, text);
+}
+
+} // namespace
+
+void check(const Change& change)
+try {
+    for (const State* const state : {&change.before, &change.after}) {
+        if (state->there && !state->hasParts && !isPassword(change))
+            check(change.kind, change.attribute, state->text);
+        if (state->hasParts && change.kind == ChangeKind::security)
+            throw std::invalid_argument("a text is missing");
+        for (const auto& [name, text] : state->parts)
+            check(isValue(name)         ? ChangeKind::registryValue
+                  : name == L"security" ? ChangeKind::security
+                                        : ChangeKind::serviceSetting,
+                  name, text);
+    }
+} catch (const std::runtime_error& error) {
+    throw std::invalid_argument(error.what());
 }
 
 bool isPassword(const Change& change)

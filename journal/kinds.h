@@ -29,6 +29,9 @@ struct Kind
 };
 const Kind& kindOf(const Change& change);
 
+// Throws std::logic_error for a change whose states nothing can be made into.
+void check(const Change& change);
+
 // Passwords are set and never read.
 bool isPassword(const Change& change);
 

@@ -102,6 +102,11 @@ bool finishCall(Writer& writer, const Line& line, Json outcome, const Machine& m
             else
                 look.change = steps.change(step.last);
             isMore = steps.next(step);
+            if (look.finding == Finding::different && look.change.kind == whatif::ChangeKind::service &&
+                !look.expected.there) {
+                look.finding = Finding::unknown;
+                look.problem = L"it is there until it has stopped and nobody has it open";
+            }
         } else {
             look.change = steps.change({items.offset(), 0, line.begin});
         }

@@ -154,6 +154,7 @@ struct Steps::Work
         std::uint32_t ordinal = 0;
         for (Json item; items.next(item); ++ordinal, ++size) {
             Change change = take(item, line.begin);
+            check(change);
             replaceSids(change, given);
             Entry entry = {familyOf(change),
                            keyOf(change.kind, change, change.attribute),
@@ -336,7 +337,7 @@ try : work_(std::make_unique<Work>(
     work_->settleAll();
 } catch (const Json::exception&) {
     throw FileError(file, "is damaged");
-} catch (const std::invalid_argument&) {
+} catch (const std::logic_error&) {
     throw FileError(file, "is damaged");
 }
 

@@ -89,7 +89,9 @@ private:
         if (!content.empty())
             return verdict(change, Fate::left, L"it has got " + content);
         const std::wstring reason = change.after.there ? kind.lost(undo_.machine, change, change.after) : L"";
-        return verdict(change, reason.empty() ? Fate::back : Fate::lost, reason);
+        if (!reason.empty())
+            return verdict(change, Fate::lost, reason);
+        return verdict(change, Fate::back, isAsLeft ? L"" : L"it was there already; it has been completed");
     }
 
     // Writes what is pending, between the two lines of the journal of the undo.

@@ -70,6 +70,7 @@ public:
     std::unique_ptr<World> copy() const;
 
     std::recursive_mutex mutex;
+    bool isBroken = false; // something was not done for want of memory, or of room for temporary files
 
 private:
     std::shared_ptr<void>& tableAt(std::type_index type);

@@ -16,7 +16,7 @@ using testing::Not;
 namespace {
 
 const std::wstring home = L"SOFTWARE\\Kestel\\KEY_h1";
-const std::wstring log = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\";
+const std::wstring logs = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\";
 
 whatif::Group& group(whatif::World& world, const wchar_t* name)
 {
@@ -117,13 +117,13 @@ const std::vector<Row>& rows()
         {"registry key",
          {"CreateSVCEventRegEntry SVCAppKey=KesLog EventMsgFile=C:\\new.dll Types=7"},
          [](whatif::World& world) {
-             world.registry().setValue(world.local(), log + L"KesLog", L"TypesSupported", whatif::registryNumber(1));
+             world.registry().setValue(world.local(), logs + L"KesLog", L"TypesSupported", whatif::registryNumber(1));
          },
          "KesLog: TypesSupported set: expected"},
         {"registry key deleted",
          {"DeleteSVCEventRegEntry SVCAppKey=KesOldLog"},
          [](whatif::World& world) {
-             world.registry().setValue(world.local(), log + L"KesOldLog", L"x", whatif::registryText(L""));
+             world.registry().setValue(world.local(), logs + L"KesOldLog", L"x", whatif::registryText(L""));
          },
          "KesOldLog: deleted: it is there"},
         {"security of files",
@@ -289,6 +289,31 @@ TEST_F(JournalTest, EverythingThereAndBack)
             remove(world.local().groups, name);
         remove(world.local().accounts, L"new");
     });
+}
+
+TEST_F(JournalTest, WhatIsMadeAgainIsCompletedAndSaid)
+{
+    ASSERT_TRUE(play({"DeleteSVCEventRegEntry SVCAppKey=KesOldLog"}, "node", "after").isGood);
+    const Told undone = undo("after", "back", "journal", "redo", [](whatif::World& world) {
+        world.registry().createKey(world.local(), logs + L"KesOldLog");
+        world.local().security[L"registry HKLM\\" + logs + L"KesOldLog"] = L"D:(A;;KA;;;WD)";
+    });
+    EXPECT_FALSE(undone.isGood);
+    EXPECT_THAT(undone.output, HasSubstr("was there already; it has been completed"));
+    expectSame("node", "back");
+}
+
+TEST_F(JournalTest, AServiceThatGoesLaterComesBack)
+{
+    const Told done = play({"DeleteService servicename=KesOld"}, "node", "after", "journal", [](whatif::World&) {
+        const journal::Platform node = journal::nodePlatform();
+        node.OpenServiceW(node.OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT), L"KesOld", SERVICE_QUERY_STATUS);
+    });
+    EXPECT_FALSE(done.isGood);
+    EXPECT_THAT(done.output, HasSubstr("it is there until it has stopped and nobody has it open"));
+    EXPECT_TRUE(verify("after").isGood) << "it has gone now";
+    EXPECT_TRUE(undo("after", "back").isGood);
+    expectSame("node", "back");
 }
 
 // As on a machine, whose accounts are numbered on. The line of the call's end tells it; without one the name does.

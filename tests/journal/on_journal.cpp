@@ -43,7 +43,7 @@ account=.\svc
 [security]
 file C:\tree=D:PAI(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)
 file C:\tree\own=O:SYD:(A;;FA;;;BA)
-event KesReady=D:(A;;0x1f0003;;;BA)
+event KesReady=D:P(A;;0x1f0003;;;BA)
 [registry SOFTWARE\Kestel\KEY_h1]
 KESTEL_HOME_NAME=h1
 KESTEL_HOME_TYPE=1

@@ -89,7 +89,8 @@ DWORD WINAPI setSecurityInfo(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORM
     Locked world;
     const KernelHandle* opened = nullptr;
     Security before;
-    if (parts != DACL_SECURITY_INFORMATION)
+    const bool isProtected = parts & PROTECTED_DACL_SECURITY_INFORMATION;
+    if ((parts & ~PROTECTED_DACL_SECURITY_INFORMATION) != DACL_SECURITY_INFORMATION)
         return ERROR_NOT_SUPPORTED; // the rest of a descriptor is not the node's to change
     if (dacl && !IsValidAcl(dacl))
         return ERROR_INVALID_ACL;
@@ -101,6 +102,7 @@ DWORD WINAPI setSecurityInfo(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORM
     Security after = securityOfList(dacl);
     after.owner = before.owner;
     after.group = before.group;
+    after.flags |= isProtected ? SE_DACL_PROTECTED : 0;
     mapGenericRights(after, *opened->object.rights);
     writeSecurity(*world, opened->object, before, after);
     return ERROR_SUCCESS;

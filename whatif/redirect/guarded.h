@@ -19,6 +19,7 @@ struct Guarded<function>
         try {
             return function(arguments...);
         } catch (...) {
+            breakOff();
             return static_cast<Result>(ERROR_NOT_ENOUGH_MEMORY);
         }
     }
@@ -29,6 +30,7 @@ struct Guarded<function>
         try {
             return function(arguments...);
         } catch (...) {
+            breakOff();
             return noMemory;
         }
     }
@@ -38,6 +40,7 @@ struct Guarded<function>
         try {
             return function(arguments...);
         } catch (...) {
+            breakOff();
             SetLastError(ERROR_NOT_ENOUGH_MEMORY);
             return Result();
         }

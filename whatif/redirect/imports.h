@@ -37,6 +37,9 @@ std::vector<Replacement> authorizationReplacements(); // what others may do with
 
 std::vector<Replacement> allReplacements();
 
+// Tells the world of the current Redirection that a replacement function has thrown.
+void breakOff() noexcept;
+
 class Imports
 {
 public:

@@ -17,6 +17,12 @@ World& activeWorld()
     return *active;
 }
 
+void breakOff() noexcept
+{
+    if (active)
+        active->isBroken = true;
+}
+
 std::vector<Replacement> allReplacements()
 {
     std::vector<Replacement> all;
