@@ -66,6 +66,10 @@ def copy_project():
         if source.is_file() and not (copy.exists() and copy.read_bytes() == source.read_bytes()):
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source, copy)
+    for folder in 'src', 'whatif', 'journal', 'cli', 'tests':
+        for copy in (COPY / folder).rglob('*'):
+            if copy.is_file() and not (ROOT / copy.relative_to(COPY)).exists():
+                copy.unlink()
 
 
 def judge():
