@@ -50,7 +50,9 @@ DWORD sswseGetKestelHomeNameForKHPath(sswseErrRec* err, char* khomepath, char* k
 
 DWORD sswseNameOfHome(const sswseCall& call, const char* khomepath, const char* nodename, char (&khname)[512])
 {
-    DWORD status = SSWSE_SUCCESS;
+    DWORD status = sswseCheckHomePath(call, khomepath);
+    if (status != SSWSE_SUCCESS)
+        return status;
     if (khomepath) {
         owned::Heap<char> path; // a node's share is written into it
         status = sswseHomePath(call, khomepath, path);

@@ -8,6 +8,6 @@
 DWORD sswseGetKestelHomeNameForKHPath(sswseErrRec* err, char* khomepath, char* khname, size_t khnamel, size_t* outlen,
                                       const char* nodename);
 
-// The name of the home at `khomepath`, whose text is left as it is, or of the library's own home when that is NULL; the
-// path has been checked. 2 with an empty record, or the status and message of the look-up.
+// The name of the home at `khomepath`, whose text is left as it is, or of the library's own home when that is NULL. 2
+// with an empty record, 4 for a path of which nothing is left, or the status and message of the look-up.
 DWORD sswseNameOfHome(const sswseCall& call, const char* khomepath, const char* nodename, char (&khname)[512]);

@@ -3,7 +3,6 @@
 #include "groups/member_sids.h"
 #include "home/home_group.h"
 #include "home/home_name.h"
-#include "home/home_path.h"
 #include "services/role_table.h"
 
 namespace {
@@ -28,9 +27,7 @@ DWORD WINAPI sswseDeleteSVCSidsFromKESHomeGroups(sswseErrRec* err, const char* k
     const auto args = sswseArgs("khomepath=%s\nnodename=%s", khomepath, nodename);
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         char homename[512];
-        DWORD status = sswseCheckHomePath(call, khomepath);
-        if (status == SSWSE_SUCCESS)
-            status = sswseNameOfHome(call, khomepath, nodename, homename);
+        DWORD status = sswseNameOfHome(call, khomepath, nodename, homename);
         if (status != SSWSE_SUCCESS)
             return status;
         const auto leave = [&](const char* suffix) {

@@ -5,7 +5,6 @@
 #include "groups/member_sids.h"
 #include "home/home_group.h"
 #include "home/home_name.h"
-#include "home/home_path.h"
 #include "services/role_table.h"
 #include "services/service_key.h"
 #include "services/service_walk.h"
@@ -100,10 +99,7 @@ template <bool isUpgrade>
 DWORD migrate(const sswseCall& call, const char* khomepath, const char* nodename)
 {
     char homename[512];
-    DWORD status = sswseCheckHomePath(call, khomepath);
-    if (status == SSWSE_SUCCESS)
-        status = sswseNameOfHome(call, khomepath, nodename, homename);
-    if (status != SSWSE_SUCCESS)
+    if (const DWORD status = sswseNameOfHome(call, khomepath, nodename, homename); status != SSWSE_SUCCESS)
         return status;
     char homeGroup[512];
     sswseHomeGroup(homeGroup, homename, sswseDatabaseAdministratorsSuffix);
