@@ -35,8 +35,12 @@ add_dependencies(keswsec_checked_objects keswsec_messages)
 target_include_directories(keswsec_checked_objects PRIVATE src ${KESWSEC_MESSAGES_DIR})
 target_compile_options(keswsec_checked_objects PRIVATE
   ${KESWSEC_LIBRARY_OPTIONS} -O1 -fsanitize=undefined -fsanitize-undefined-trap-on-error -ftrivial-auto-var-init=pattern)
+set(CHECKED_OBJECTS keswsec_checked_objects)
+if(KESWSEC_COVERAGE) # counters instead of traps
+  set(CHECKED_OBJECTS keswsec_objects)
+endif()
 add_library(keswsec_checked SHARED
-  $<TARGET_OBJECTS:keswsec_checked_objects> src/resources/exports.def src/resources/library.rc)
+  $<TARGET_OBJECTS:${CHECKED_OBJECTS}> src/resources/exports.def src/resources/library.rc)
 add_dependencies(keswsec_checked keswsec_messages)
 target_link_libraries(keswsec_checked PRIVATE ${KESWSEC_SYSTEM_LIBRARIES})
 target_link_options(keswsec_checked PRIVATE ${KESWSEC_LINK_OPTIONS})

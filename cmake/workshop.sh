@@ -3,9 +3,11 @@
 build_packages="g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 cmake ninja-build wine wine64 llvm git
 nlohmann-json3-dev libcli11-dev zip"
 test_packages="$build_packages googletest clang-format clang-tidy lld ansible-core ansible-lint"
+coverage_packages="$test_packages gcovr"
 fleet_packages="$build_packages ansible-core"
+workshop_variant= # of the preset and of the build folder: -coverage
 
-workshop_setup() { # build, test or fleet
+workshop_setup() { # build, test, coverage or fleet
     local packages=$1_packages missing=() package
     for package in ${!packages}; do
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
@@ -21,16 +23,17 @@ workshop_setup() { # build, test or fleet
 
 # workshop_build [-D...] TARGET...: configures on first use and whenever an option is new, then builds.
 workshop_build() {
-    local options=()
+    local options=() folder=build$workshop_variant
     while [ "${1#-D}" != "$1" ]; do
-        grep -qs "^$(sed 's/^-D//; s/=/:[A-Z]*=/' <<<"$1")\$" build/CMakeCache.txt || options+=("$1")
+        grep -qs "^$(sed 's/^-D//; s/=/:[A-Z]*=/' <<<"$1")\$" $folder/CMakeCache.txt || options+=("$1")
         shift
     done
-    if [ ! -f build/build.ninja ] || [ ${#options[@]} -gt 0 ]; then
-        mkdir -p build
-        cmake --preset mingw-w64 "${options[@]}" >build/configure.log 2>&1 || { cat build/configure.log >&2; exit 1; }
+    if [ ! -f $folder/build.ninja ] || [ ${#options[@]} -gt 0 ]; then
+        mkdir -p $folder
+        cmake --preset mingw-w64$workshop_variant "${options[@]}" >$folder/configure.log 2>&1 ||
+            { cat $folder/configure.log >&2; exit 1; }
     fi
-    ninja -C build --quiet "$@" | sed '/: no work to do/d'
+    ninja -C $folder --quiet "$@" | sed '/: no work to do/d'
 }
 
 # Runs a Windows program under Wine. The prefix lies in the build folder and is made on first use.
@@ -54,7 +57,22 @@ workshop_wine_environment() {
 # workshop_tests [--gtest_...]: the test program. It has passed when it says so, not when it only ended with 0.
 workshop_tests() {
     workshop_wine_environment
-    cmake/run-tests.sh build/keswsec_tests.exe "$@"
+    cmake/run-tests.sh build$workshop_variant/keswsec_tests.exe "$@"
+}
+
+# workshop_coverage [--gtest_...]: what lines and branches of src/ the tests take. A library that counts has other imports.
+workshop_coverage() {
+    local status=0 report=build-coverage/report
+    workshop_variant=-coverage
+    workshop_build keswsec_tests
+    find build-coverage -name '*.gcda' -delete
+    export GCOV_PREFIX=Z: # where a Windows program finds the paths that the objects hold
+    workshop_tests --gtest_brief=1 --gtest_filter='-Image.*:FaultRuns.ReachEveryExportRowAndException' "$@" || status=$?
+    rm -rf $report && mkdir $report
+    gcovr --root . --filter src/ --gcov-executable x86_64-w64-mingw32-gcov-posix --exclude-unreachable-branches \
+        --html-details $report/index.html --branches --txt $report/branches.txt --print-summary build-coverage
+    echo "file by file: $report/index.html; branches never taken: $report/branches.txt"
+    return $status
 }
 
 workshop_check_format() {

@@ -19,7 +19,8 @@ std::string answered(Subject& subject, const Call& call, const std::string& what
 {
     const Answer answer = subject.run(call, what);
     const std::string message = answer.message.substr(0, answer.message.find_first_of("\r\n"));
-    return std::to_string(answer.status) + (message.empty() ? "" : " ") + message;
+    const bool hasNone = call.function->result == cli::Result::nothing;
+    return (hasNone ? "done" : std::to_string(answer.status)) + (message.empty() ? "" : " ") + message;
 }
 
 // All that may be missing is, then one after the other is given, then each is missing alone.
