@@ -6,220 +6,148 @@
 
 using namespace support;
 
-namespace {
-
-constexpr char notFound[] = "WSE-000014";
-
-class Accounts : public NodeTest
-{
-protected:
-    Call isDomainUser(const char* name) const { return calling(EXPORT(sswseIsUserDomainUser), name); }
-    Call exists(const char* name) const { return calling(EXPORT(sswseCheckUserExists), name); }
-    Call isAdministrator(const char* name) const { return calling(EXPORT(sswseIsAdministrator), name); }
-    Call grant(const char* user, const char* node = nullptr, const char* khtype = "1") const
-    {
-        return calling(EXPORT(sswseGrantPrivilegesToUser), user, node, khtype);
-    }
-    Call revoke(const char* user, const char* node = nullptr, const char* khtype = "1") const
-    {
-        return calling(EXPORT(sswseRevokePrivilegesFromUser), user, node, khtype);
-    }
-    // The missing rights that the check hands out end up in `missing`.
-    Call check(const char* user, const char* khtype = "1")
-    {
-        return [=](sswseErrRec* rec) {
-            char** names = reinterpret_cast<char**>(1);
-            int count = -1;
-            const DWORD answer = EXPORT(sswseCheckUserPrivileges)(rec, user, khtype, &names, &count);
-            EXPECT_EQ(names == nullptr, answer != 0);
-            missing.assign(names, names + count);
-            EXPORT(sswseFreeArrayofStrings)(names, static_cast<size_t>(count));
-            return answer;
-        };
-    }
-    std::vector<std::string> missing;
-
-    Call create(const char* name, const char* password = "long enough") const
-    {
-        return calling(EXPORT(sswseCreateKestelSVCUser), name, password);
-    }
-    Call remove(const char* name) const { return calling(EXPORT(sswseDeleteKestelSVCUser), name); }
-};
-
-using Name = std::tuple<const char*, DWORD, DWORD>; // what two functions answer about it
-
-Lines changes(const std::string& node, const std::string& action, const std::string& account)
-{
-    const std::string end = ": " + action + ": " + account;
-    return {node + ": right SeServiceLogonRight" + end, node + ": right SeCreateSymbolicLinkPrivilege" + end};
-}
-
-} // namespace
-
-TEST_F(Accounts, AreOfTheDomainAndUsersOrNot)
+TEST_F(NodeTest, AccountsAreWhatTheirNamesSay)
 {
     addGroup(local, L"KES_DBA");
-    const Name names[] = {
-        {"svc", 0, 1},         {"NODE\\svc", 0, 1},      {"CORP\\dbuser", 1, 1}, {"CORP\\Operators", 1, 0},
-        {"KES_DBA", 0, 0},     {"Administrators", 1, 0}, {"LocalService", 1, 0}, {"Everyone", 1, 0},
-        {"CORP\\gmsa$", 1, 1}, {"Administrator", 0, 1},
-    };
-    for (const auto& [name, ofDomain, user] : names)
-        expectNodeCases({{name, isDomainUser(name), ofDomain}, {name, exists(name), user}});
-    for (const char* const name : {"DB2\\svc", "nobody", ".\\svc", "LocalSystem"})
-        expectNodeCases({{name, isDomainUser(name), 3, notFound, ERROR_NONE_MAPPED}, {name, exists(name), 0}});
-    local.productType = VER_NT_DOMAIN_CONTROLLER; // its own accounts are the domain's
-    expectNodeCases({{"user of a controller", isDomainUser("svc"), 1}});
-}
-
-TEST_F(Accounts, AreAdministratorsDirectlyOrNested)
-{
-    local.groups[0].members = {svc, operators, L"S-1-5-19"};
+    local.groups[0].members = {svc, operators, L"S-1-5-19"}; // Administrators
     local.groups[1].members = {L"S-1-5-21-7-7-7-1203"};
-    expectNodeCases({
-        {"direct", isAdministrator("svc"), 1},
-        {"nested", isAdministrator("CORP\\dbuser"), 1},
-        {"built-in account", isAdministrator("NT AUTHORITY\\LocalService"), 1},
-        {"no member of any", isAdministrator("NT AUTHORITY\\SYSTEM"), 0},
-        {"member of another", isAdministrator("CORP\\gmsa$"), 0},
-        {"nobody", isAdministrator("nobody"), 3, notFound, ERROR_NONE_MAPPED},
-        {"no user", isAdministrator("Users"), 3, "WSE-000015", NERR_UserNotFound},
-    });
-}
-
-TEST_F(Accounts, AreManagedAsThisMachineKnows)
-{
-    const Name names[] = {
-        {"CORP\\gmsa$", 1, 1}, {"CORP\\gmsa", 1, 1}, {"gmsa$", 1, 0},         {"CORP\\dbuser", 0, 0},
-        {"svc", 0, 0},         {"nobody", 0, 0},     {"CORP\\nobody$", 0, 0}, {"", 0, 0},
+    remote.accounts.clear(); // this machine is asked
+    const std::string unknown = "3 WSE-000014 1332", noUser = "3 WSE-000015 2221";
+    const struct
+    {
+        const char* name;
+        std::string isOfDomain, exists, isAdministrator, isManaged, isGroupManaged, isBuiltin;
+    } rows[] = {
+        {"svc", "0", "1", "1", "0", "0", "3"},
+        {"NODE\\svc", "0", "1", "1", "0", "0", "3"},
+        {"Administrator", "0", "1", "0", "0", "0", "3"},
+        {"CORP\\dbuser", "1", "1", "1", "0", "0", "3"}, // administrator through Operators
+        {"CORP\\gmsa$", "1", "1", "0", "1", "1", "3"},
+        {"gmsa$", "1", "1", noUser, "1", "0", "3"},
+        {"CORP\\gmsa", unknown, "0", unknown, "1", "1", unknown},
+        {"CORP\\nobody$", unknown, "0", unknown, "0", "0", unknown},
+        {"CORP\\Operators", "1", "0", noUser, "0", "0", "3"},
+        {"KES_DBA", "0", "0", noUser, "0", "0", "3"},
+        {"Users", "1", "0", noUser, "0", "0", "3"},
+        {"Everyone", "1", "0", noUser, "0", "0", "3"},
+        {"SYSTEM", "1", "0", noUser, "0", "0", "1 = 11"},
+        {"nt authority\\system", "1", "0", "0", "0", "0", "1 = 11"},
+        {"LocalService", "1", "0", noUser, "0", "0", "1 = 12"},
+        {"NT AUTHORITY\\LOCAL SERVICE", "1", "0", "1", "0", "0", "1 = 12"},
+        {"NT AUTHORITY\\NetworkService", "1", "0", "0", "0", "0", "1 = 13"},
+        {"LocalSystem", unknown, "0", unknown, "0", "0", unknown}, // a name for services only
+        {"DB2\\svc", unknown, "0", unknown, "0", "0", unknown},
+        {".\\svc", unknown, "0", unknown, "0", "0", unknown},
+        {"nobody", unknown, "0", unknown, "0", "0", unknown},
     };
-    const auto isManaged = EXPORT(sswseIsManagedSVCAccount);
-    const auto isGroupManaged = EXPORT(sswseIsGroupManagedSVCAccount);
-    remote.accounts.clear();
-    for (const auto& [name, managed, groupManaged] : names)
-        for (const char* const node : {static_cast<const char*>(nullptr), "DB2", "nowhere"})
-            expectNodeCases({{name, calling(isManaged, name, node), managed},
-                             {name, calling(isGroupManaged, name, node), groupManaged}});
-    local.missing = {L"Logoncli.dll"};
-    expectNodeCases({{"nobody knows: not a word", calling(isManaged, "CORP\\gmsa$", nullptr), 3}});
-}
-
-TEST_F(Accounts, AreGroupManagedOnLaterReleasesOnly)
-{
-    local.major = 6; // the release is read once and kept; this library has not read it yet
-    local.minor = 1;
-    expectNodeCases({{"Windows 7", calling(EXPORT(sswseIsGroupManagedSVCAccount), "CORP\\gmsa$", nullptr), 0}});
-}
-
-TEST_F(Accounts, AreBuiltInByAllTheirNames)
-{
-    const auto isBuiltin = EXPORT(sswseIsNameBuiltinAcc);
-    for (const auto& [name, expected] : {std::pair{"SYSTEM", 11u},
-                                         {"nt authority\\system", 11u},
-                                         {"LocalService", 12u},
-                                         {"NT AUTHORITY\\LOCAL SERVICE", 12u},
-                                         {"NT AUTHORITY\\NetworkService", 13u},
-                                         {"svc", 0u},
-                                         {"LocalSystem", 0u}}) { // a name for services only
-        DWORD kind = 99;
-        const char* const message = name == std::string("LocalSystem") ? notFound : "";
-        expectNodeCases({{name, calling(isBuiltin, name, &kind), expected ? 1u : 3u, message, *message ? 1332u : 0}});
-        EXPECT_EQ(kind, expected);
+    for (const auto& row : rows) {
+        const std::string name = "=\"" + std::string(row.name) + '"';
+        expect({{"IsUserDomainUser username" + name, row.isOfDomain},
+                {"CheckUserExists username" + name, row.exists},
+                {"IsAdministrator username" + name, row.isAdministrator},
+                {"IsNameBuiltinAcc accname" + name, row.isBuiltin}});
+        for (const char* const node : {"", "DB2", "nowhere"})
+            expect({{"IsManagedSVCAccount username" + name + " nodename=" + node, row.isManaged},
+                    {"IsGroupManagedSVCAccount cUser" + name + " cNode=" + node, row.isGroupManaged}});
     }
 }
 
-TEST_F(Accounts, GetAndLoseTheirRightsOnceOnTheNode)
+TEST_F(NodeTest, AccountsDependOnTheRelease)
 {
-    for (const char* const type : {"0", "1", "2"})
-        for (const char* const node : {static_cast<const char*>(nullptr), "DB2"}) {
-            const std::string name = node ? "DB2" : "NODE";
-            const std::string qualified = name + "\\svc";
-            expectNodeCases({
-                {"revoke, no right held", revoke("svc", node, type), 2},
-                {"grant", grant("svc", node, type), 2, changes(name, "granted", qualified)},
-                {"grant again", grant(qualified.c_str(), node, type), 2},
-                {"grant to another", grant("CORP\\dbuser", node, type), 2, changes(name, "granted", "CORP\\dbuser")},
-                {"revoke", revoke("svc", node, type), 2, changes(name, "revoked", qualified)},
-                {"revoke again", revoke("svc", node, type), 2},
-            });
-            (node ? remote : local).rights[L"SeBatchLogonRight"] = {node ? remoteSvc : svc};
-            expectNodeCases({{"revoke, another right held", revoke("svc", node, type), 2}});
-            (node ? remote : local).rights.clear();
-        }
+    local.major = 6; // it is read once and kept; this library has not read it yet
+    local.minor = 1;
+    expect({{"IsGroupManagedSVCAccount cUser=CORP\\gmsa$", "0"}});
+    local.missing = {L"Logoncli.dll"};
+    expect({{"IsManagedSVCAccount username=CORP\\gmsa$", "3"}}); // nobody knows: not a word
+    local.productType = VER_NT_DOMAIN_CONTROLLER;                // its own accounts are the domain's
+    expect({{"IsUserDomainUser username=svc", "1"}});
 }
 
-TEST_F(Accounts, HoldTheRightsOfTheirGroups)
+TEST_F(NodeTest, RightsAreGrantedAndRevokedOnce)
+{
+    for (const std::string type : {"0", "1", "2"}) {
+        const auto changed = [](const std::string& action, const std::string& account) {
+            const std::string end = ": " + action + ": " + account;
+            return Lines{"NODE: right SeServiceLogonRight" + end, "NODE: right SeCreateSymbolicLinkPrivilege" + end};
+        };
+        const std::string grant = "GrantPrivilegesToUser khtype=" + type + " username=",
+                          revoke = "RevokePrivilegesFromUser khtype=" + type + " username=";
+        expectTwiceOnEachNode({
+            {revoke + "svc", "2"},
+            {grant + "svc", "2", changed("granted", "NODE\\svc")},
+            {grant + "NODE\\svc", "2"},
+            {grant + "CORP\\dbuser", "2", changed("granted", "CORP\\dbuser")},
+            {revoke + "svc", "2", changed("revoked", "NODE\\svc")},
+            {revoke + "CORP\\dbuser", "2", changed("revoked", "CORP\\dbuser")},
+        });
+        local.rights[L"SeBatchLogonRight"] = {svc};
+        expect({{revoke + "svc", "2"}}); // another right is held
+        local.rights.clear();
+    }
+    expect({{"GrantPrivilegesToUser username=svc khtype=3", "3 WSE-00008"},
+            {"RevokePrivilegesFromUser username=svc khtype=\"\"", "3 WSE-00008"},
+            {"CheckUserPrivileges username=svc khtype=01", "5 WSE-00008"},
+            {"CheckUserPrivileges username=Users khtype=1", "3 WSE-000015 2221"}});
+}
+
+TEST_F(NodeTest, RightsAreHeldThroughGroups)
 {
     const std::wstring dba = addGroup(local, L"KES_DBA", {svc}).sid;
     const std::wstring nested = addGroup(local, L"KES_NESTED", {operators}).sid;
     const std::wstring everyone = L"S-1-1-0"; // no group that the account database knows
-    const std::vector<std::string> both = {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"};
+    const char *const none = "1 = 0", *const both = "0 = SeServiceLogonRight SeCreateSymbolicLinkPrivilege 2",
+                      *const logon = "0 = SeServiceLogonRight 1", *const link = "0 = SeCreateSymbolicLinkPrivilege 1";
     // The user, the holders of the two rights, and what is missing.
     using Holders = std::vector<std::wstring>;
-    const std::tuple<const char*, Holders, Holders, std::vector<std::string>> rows[] = {
+    const std::tuple<const char*, Holders, Holders, const char*> rows[] = {
         {"svc", {}, {}, both},
         {"svc", {dbuser, everyone}, {nested}, both},
-        {"svc", {dbuser, svc}, {svc}, {}},
-        {"NODE\\svc", {dba}, {}, {both[1]}},
-        {"svc", {}, {dbuser, dba}, {both[0]}},
-        {"svc", {svc}, {dba}, {}},
-        {"CORP\\dbuser", {nested}, {dbuser}, {}},
-        {"CORP\\dbuser", {nested}, {operators}, {both[1]}}, // a group of the domain is no local one
+        {"svc", {dbuser, svc}, {svc}, none},
+        {"NODE\\svc", {dba}, {}, link},
+        {"svc", {}, {dbuser, dba}, logon},
+        {"svc", {svc}, {dba}, none},
+        {"CORP\\dbuser", {nested}, {dbuser}, none},
+        {"CORP\\dbuser", {nested}, {operators}, link}, // a group of the domain is no local one
     };
-    for (const auto& [user, logonHolders, linkHolders, expected] : rows) {
-        local.rights[L"SeServiceLogonRight"] = logonHolders;
-        local.rights[L"SeCreateSymbolicLinkPrivilege"] = linkHolders;
-        for (const char* const khtype : {"0", "1", "2"}) {
-            expectNodeCases({{user, check(user, khtype), expected.empty() ? 1u : 0u}});
-            EXPECT_EQ(missing, expected);
-        }
+    for (const auto& [user, logonHolders, linkHolders, missing] : rows) {
+        local.rights = {{L"SeServiceLogonRight", logonHolders}, {L"SeCreateSymbolicLinkPrivilege", linkHolders}};
+        for (const char* const khtype : {" khtype=0", " khtype=1", " khtype=2"})
+            expect({{std::string("CheckUserPrivileges username=") + user + khtype, missing}});
     }
 }
 
-TEST_F(Accounts, HaveNoRightsInUnknownHomes)
-{
-    expectNodeCases({{"grant", grant("svc", nullptr, "3"), 3, "WSE-00008:"},
-                     {"revoke", revoke("svc", nullptr, ""), 3, "WSE-00008:"},
-                     {"check", check("svc", "01"), 5, "WSE-00008:"},
-                     {"no user", check("Users"), 3, "WSE-000015", NERR_UserNotFound}});
-}
-
-TEST_F(Accounts, AreMadeForServicesOnlyAndUnmade)
+TEST_F(NodeTest, UsersAreMadeForServicesOnlyAndUnmade)
 {
     local.minimumPasswordLength = 8;
-    const Lines made = {"NODE: user kessvc: created", "NODE: user kessvc: password set",
-                        "NODE: right SeDenyInteractiveLogonRight: granted: NODE\\kessvc",
-                        "NODE: right SeDenyRemoteInteractiveLogonRight: granted: NODE\\kessvc"};
-    expectNodeCases({
-        {"no password", create("kessvc", nullptr), 3, "WSE-000024", NERR_PasswordTooShort},
-        {"create", create("kessvc"), 2, made},
-        {"again", create("KESSVC", "another one"), 9, "WSE-000023"},
+    expect({
+        {"CreateKestelSVCUser username=kessvc password=short", "3 WSE-000024 2245"},
+        {"CreateKestelSVCUser username=kessvc password=\"long enough\"",
+         "2",
+         {"NODE: user kessvc: created", "NODE: user kessvc: password set",
+          "NODE: right SeDenyInteractiveLogonRight: granted: NODE\\kessvc",
+          "NODE: right SeDenyRemoteInteractiveLogonRight: granted: NODE\\kessvc"}},
+        {"CreateKestelSVCUser username=KESSVC password=\"another one\"", "9 WSE-000023"},
     });
     const whatif::Account user = local.accounts.back();
-    EXPECT_EQ(user.password, L"long enough");
-    EXPECT_EQ(user.flags, 0x10040u);
-    expectNodeCases({
-        {"a group's name", create("Users"), 3, "WSE-000024", ERROR_ALIAS_EXISTS},
-        {"delete", remove("kessvc"), 2, Lines{"NODE: user kessvc: deleted"}},
-        {"delete again", remove("kessvc"), 3, "WSE-000027", NERR_UserNotFound},
-        {"create in a domain", create("DOM\\svc"), 4, "WSE-000016"},
-        {"last backslash", create("svc\\"), 4, "WSE-000016"},
-        {"delete in a domain", remove(".\\svc"), 4, "WSE-000017"},
+    EXPECT_EQ(std::tuple(user.password, user.flags), std::tuple(L"long enough", 0x10040u));
+    expect({
+        {"CreateKestelSVCUser username=Users password=\"long enough\"", "3 WSE-000024 1379"},
+        {"DeleteKestelSVCUser username=kessvc", "2", {"NODE: user kessvc: deleted"}},
+        {"DeleteKestelSVCUser username=kessvc", "3 WSE-000027 2221"},
+        {"CreateKestelSVCUser username=DOM\\svc password=\"long enough\"", "4 WSE-000016"},
+        {"CreateKestelSVCUser username=svc\\ password=\"long enough\"", "4 WSE-000016"},
+        {"DeleteKestelSVCUser username=.\\svc", "4 WSE-000017"},
+        // a password without a verdict
+        {"IsPasswordValid password=12345678",
+         "3 WSE-000053 254",
+         {},
+         failing("NetValidatePasswordPolicy", NERR_Success)},
     });
     EXPECT_EQ(local.rights[L"SeDenyInteractiveLogonRight"], std::vector<std::wstring>{user.sid}); // not taken back
 }
 
-TEST_F(Accounts, HavePasswordsThatNobodyMayJudge)
+TEST_F(NodeTest, UsersAreLoggedOnByNamesSplitAtTheFirstBackslash)
 {
-    expectNodeCases({{"no verdict", calling(EXPORT(sswseIsPasswordValid), "12345678"), 3, "WSE-000053",
-                      ERROR_INVALID_EA_NAME, failing("NetValidatePasswordPolicy", NERR_Success)}});
-}
-
-TEST_F(Accounts, AreLoggedOnByNamesSplitAtTheFirstBackslash)
-{
-    const auto logOn = EXPORT(sswseCheckValidUser);
-    const std::string domain511(511, 'd');
-    expectRefused("domain name", {calling(logOn, (domain511 + "d\\svc").c_str(), "pw")});
     static std::wstring asked;
     library.redirect(
         "LogonUserW",
@@ -230,6 +158,7 @@ TEST_F(Accounts, AreLoggedOnByNamesSplitAtTheFirstBackslash)
             SetLastError(ERROR_ACCOUNT_LOCKED_OUT);
             return FALSE;
         });
+    const std::string domain511(511, 'd');
     // What is given, and what the platform is asked about: user, domain, password.
     const std::tuple<std::string, const char*, std::wstring> rows[] = {
         {"svc", "pw", L"svc NULL pw "},
@@ -240,7 +169,10 @@ TEST_F(Accounts, AreLoggedOnByNamesSplitAtTheFirstBackslash)
         {std::string(600, 'u'), "pw", std::wstring(511, L'u') + L" NULL pw "},
     };
     for (const auto& [given, password, expected] : rows) {
-        expectNodeCases({{given.c_str(), calling(logOn, given.c_str(), password), 3, "WSE-000018", 1909}});
+        const auto call = calling(EXPORT(sswseCheckValidUser), given.c_str(), password);
+        expectNodeCases({{given.c_str(), call, 3, "WSE-000018", ERROR_ACCOUNT_LOCKED_OUT}});
         EXPECT_EQ(asked, expected);
     }
+    expect({{"CheckValidUser passwd=pw username=" + domain511 + "d\\svc",
+             "4 WSE-000012: Null or invalid domain name parameter."}});
 }

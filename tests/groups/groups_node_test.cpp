@@ -8,26 +8,6 @@ using namespace support;
 
 namespace {
 
-class LocalGroups : public NodeTest
-{
-protected:
-    Call check(const char* group) const { return calling(EXPORT(sswseCheckOSGroup), group, node); }
-    Call remove(const char* group) const { return calling(EXPORT(sswseDeleteOSGroup), group, node); }
-    Call create(const char* group, const char* comment = nullptr) const
-    {
-        return calling(EXPORT(sswseCreateOSGroup), group, comment, node);
-    }
-    Call addMember(const char* user, const char* group) const
-    {
-        return calling(EXPORT(sswseAddUserToGroup), user, group, node);
-    }
-    Call removeMember(const char* user, const char* group) const
-    {
-        return calling(EXPORT(sswseRemoveUserFromGroup), user, group, node);
-    }
-    const char* node = nullptr; // that calls are made about
-};
-
 class Membership : public NodeTest
 {
 protected:
@@ -37,108 +17,83 @@ protected:
         addGroup(local, L"KES_NESTED", {operators, L"S-1-5-80-1-2-3-4-5"}); // one of them of a deleted service
         addGroup(remote, L"KES_REMOTE", {remoteSvc, dbuser});
     }
-
-    Call isMember(const char* user, const char* group, DWORD directly, const char* node = nullptr) const
-    {
-        return calling(EXPORT(sswseCheckUserInGroup), user, group, directly, node);
-    }
 };
 
-constexpr char notFound[] = "WSE-000014";
-constexpr char noGroups[] = "WSE-000015";
+std::string asked(const std::string& user, const std::string& group, const std::string& rest = "")
+{
+    return "CheckUserInGroup username=\"" + user + "\" groupname=" + group + rest;
+}
 
 } // namespace
 
-TEST_F(LocalGroups, AnythingDoneTwiceChangesNothingTheSecondTime)
+TEST_F(NodeTest, GroupsAreMadeAndFilledOnce)
 {
     local.services.emplace_back().name = L"Service1";
     remote.services.emplace_back().name = L"Service1";
-    for (const char* const each : {static_cast<const char*>(nullptr), "", "DB2", "\\\\db2"}) {
-        node = each;
-        const bool isLocal = !node || !*node;
-        const std::string name = isLocal ? "NODE" : "DB2";
-        SCOPED_TRACE(name);
-        const std::string qualified = name + "\\SVC";
-        const auto dba = [&](const std::string& change) { return Lines{name + ": group KES_DBA: " + change}; };
-        const std::string made = name + ": group KES_NEW: ";
-        const std::string member = "member added: ";
-        const std::vector<NodeCase> rows = {
-            {"delete a missing one", remove("KES_DBA"), 2},
-            {"remove from a missing one", removeMember("svc", "KES_DBA"), 2},
-            {"create", create("KES_DBA", "DBAs"), 2, dba("created: DBAs")},
-            {"create with another comment", create("kes_dba", "others"), 2},
-            {"add", addMember("svc", "KES_DBA"), 2, dba(member + name + "\\svc")},
-            {"add by another name", addMember(qualified.c_str(), "Kes_Dba"), 2},
-            {"add of the domain", addMember("CORP\\Operators", "KES_DBA"), 2, dba(member + "CORP\\Operators")},
-            {"add a service", addMember("NT SERVICE\\Service1", "KES_DBA"), 2, dba(member + "NT SERVICE\\Service1")},
-            {"remove", removeMember(qualified.c_str(), "KES_DBA"), 2, dba("member removed: " + name + "\\svc")},
-            {"remove an unknown name", removeMember("nobody", "KES_DBA"), 2},
-            {"add to a missing one", addMember("svc", "KES_NEW"), 2,
-             Lines{made + "created: KESTEL Group", made + member + name + "\\svc"}},
-            {"delete", remove("KES_NEW"), 2, Lines{made + "deleted"}},
-        };
-        for (const NodeCase& row : rows)
-            expectNodeCases({row, {row.what, row.call, 2}});
-        expectNodeCases({{"there", check("KES_dba"), 1},
-                         {"gone", check("KES_NEW"), 0},
-                         {"clean up", remove("KES_DBA"), 2, dba("deleted")}});
-    }
-}
-
-TEST_F(LocalGroups, ExistAlsoAsOlderReleasesSay)
-{
-    expectNodeCases({{"create", create("KES_NEW"), 2, "", 0, failing("NetLocalGroupAdd", NERR_GroupExists)}});
+    const std::string dba = "NODE: group KES_DBA: ", made = "NODE: group KES_NEW: ";
+    expectTwiceOnEachNode({
+        {"DeleteOSGroup groupname=KES_DBA", "2"},
+        {"RemoveUserFromGroup username=svc groupname=KES_DBA", "2"},
+        {"CreateOSGroup groupname=KES_DBA groupdesc=DBAs", "2", {dba + "created: DBAs"}},
+        {"CreateOSGroup groupname=kes_dba groupdesc=others", "2"},
+        {"AddUserToGroup username=svc groupname=KES_DBA", "2", {dba + "member added: NODE\\svc"}},
+        {R"(AddUserToGroup username=NODE\SVC groupname=Kes_Dba)", "2"},
+        {R"(AddUserToGroup username=CORP\Operators groupname=KES_DBA)", "2", {dba + "member added: CORP\\Operators"}},
+        {R"(AddUserToGroup username="NT SERVICE\Service1" groupname=KES_DBA)",
+         "2",
+         {dba + "member added: NT SERVICE\\Service1"}},
+        {R"(RemoveUserFromGroup username=NODE\SVC groupname=KES_DBA)", "2", {dba + "member removed: NODE\\svc"}},
+        {"RemoveUserFromGroup username=nobody groupname=KES_DBA", "2"},
+        {"AddUserToGroup username=svc groupname=KES_NEW",
+         "2",
+         {made + "created: KESTEL Group", made + "member added: NODE\\svc"}},
+        {"DeleteOSGroup groupname=KES_NEW", "2", {made + "deleted"}},
+        {"CheckOSGroup groupname=KES_dba", "1"},
+        {"CheckOSGroup groupname=KES_NEW", "0"},
+        {"DeleteOSGroup groupname=KES_DBA", "2", {dba + "deleted"}},
+    });
+    // as older releases say that it is there
+    expect({{"CreateOSGroup groupname=KES_NEW", "2", {}, failing("NetLocalGroupAdd", NERR_GroupExists)}});
 }
 
 TEST_F(Membership, IsDecidedBySidDirectlyOrThroughNesting)
 {
     // The answers are those for directflg 0 and 1.
-    const std::tuple<const char*, const char*, DWORD, DWORD, const char*> rows[] = {
-        {"svc", "KES_DBA", 1, 1, nullptr},
-        {"node\\SVC", "kes_dba", 1, 1, nullptr},
-        {"svc", "KES_NESTED", 0, 0, nullptr},
-        {"CORP\\dbuser", "KES_NESTED", 1, 0, nullptr},
-        {"corp.example\\dbuser", "KES_NESTED", 1, 0, nullptr},
-        {"dbuser@corp.example", "KES_NESTED", 0, 0, nullptr}, // a spelling in which the user's groups cannot be asked
-        {"CORP\\Operators", "KES_NESTED", 1, 1, nullptr},
-        {"CORP\\Operators", "KES_DBA", 0, 0, nullptr}, // no user whose groups could be asked
-        {"NT AUTHORITY\\NETWORK SERVICE", "KES_DBA", 1, 1, nullptr},
-        {"NT AUTHORITY\\SYSTEM", "KES_DBA", 0, 0, nullptr},
-        {"Administrator", "Administrators", 1, 1, nullptr},
-        {"svc", "KES_REMOTE", 1, 1, "DB2"},
-        {"CORP\\dbuser", "KES_REMOTE", 1, 1, "\\\\db2"},
-        {"LocalService", "KES_REMOTE", 0, 0, "DB2"},
+    const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
+        {"svc", "KES_DBA", "1", "1"},
+        {"node\\SVC", "kes_dba", "1", "1"},
+        {"svc", "KES_NESTED", "0", "0"},
+        {"CORP\\dbuser", "KES_NESTED", "1", "0"},
+        {"corp.example\\dbuser", "KES_NESTED", "1", "0"},
+        {"dbuser@corp.example", "KES_NESTED", "0", "0"}, // a spelling in which the user's groups cannot be asked
+        {"CORP\\Operators", "KES_NESTED", "1", "1"},
+        {"CORP\\Operators", "KES_DBA", "0", "0"}, // no user whose groups could be asked
+        {"NT AUTHORITY\\NETWORK SERVICE", "KES_DBA", "1", "1"},
+        {"NT AUTHORITY\\SYSTEM", "KES_DBA", "0", "0"},
+        {"Administrator", "Administrators", "1", "1"},
+        {"svc", "KES_REMOTE nodename=DB2", "1", "1"},
+        {"CORP\\dbuser", "KES_REMOTE nodename=\\\\db2", "1", "1"},
+        {"LocalService", "KES_REMOTE nodename=DB2", "0", "0"},
     };
-    for (const auto& [user, group, nested, direct, on] : rows) {
-        SCOPED_TRACE(group);
-        expectNodeCases({{user, isMember(user, group, 0, on), nested},
-                         {user, isMember(user, group, 1, on), direct},
-                         {user, isMember(user, group, 0x80000000, on), direct}});
-    }
-}
-
-TEST_F(Membership, NamesAreLookedUpOnTheNode)
-{
-    expectNodeCases({
-        {"unknown group", isMember("svc", "KES_NONE", 0), 3, notFound, ERROR_NONE_MAPPED},
-        {"group of the other node", isMember("svc", "KES_REMOTE", 0), 3, notFound, ERROR_NONE_MAPPED},
-        {"the other way round", isMember("svc", "KES_DBA", 0, "DB2"), 3, notFound, ERROR_NONE_MAPPED},
-        {"user of the other node", isMember("NODE\\svc", "KES_REMOTE", 0, "DB2"), 3, notFound, ERROR_NONE_MAPPED},
+    for (const auto& [user, group, nested, direct] : rows)
+        expect({{asked(user, group), nested},
+                {asked(user, group, " directflg=1"), direct},
+                {asked(user, group, " directflg=0x80000000"), direct}});
+    constexpr char badName[] = "4 WSE-000012: Null or invalid username parameter."; // of a group too
+    constexpr char unreadable[] = "NetLocalGroupGetMembers";
+    expect({
+        {asked("svc", "KES_NONE"), "3 WSE-000014 1332"},
+        {asked("svc", "KES_REMOTE"), "3 WSE-000014 1332"},
+        {asked("svc", "KES_DBA nodename=DB2"), "3 WSE-000014 1332"},
+        {asked("NODE\\svc", "KES_REMOTE nodename=DB2"), "3 WSE-000014 1332"},
         // A name that is found, but not as the plain name of a local group.
-        {"qualified group", isMember("svc", "NODE\\KES_DBA", 0), 3, noGroups, ERROR_NO_SUCH_ALIAS},
-        {"group of a domain", isMember("CORP\\dbuser", "CORP\\Operators", 0), 3, noGroups, ERROR_NO_SUCH_ALIAS},
-    });
-    expectRefused("username", {isMember("DOM\\sub\\user", "g", 0), isMember("u", "\\\\g", 0)}); // a group too
-}
-
-TEST_F(Membership, WhatCannotBeReadDoesNotHideWhatCan)
-{
-    expectNodeCases({
-        {"no members: not even nested", isMember("CORP\\dbuser", "KES_NESTED", 1), 0, "", 0,
-         failing("NetLocalGroupGetMembers", ERROR_ACCESS_DENIED)},
-        {"group gone, as older releases say", isMember("svc", "KES_DBA", 0), 1, "", 0,
-         failing("NetLocalGroupGetMembers", NERR_GroupNotFound)},
-        {"no user's groups: a direct member", isMember("svc", "KES_DBA", 0), 1, "", 0,
-         failing("NetUserGetLocalGroups", ERROR_ACCESS_DENIED)},
+        {asked("svc", "NODE\\KES_DBA"), "3 WSE-000015 1376"},
+        {asked("CORP\\dbuser", "CORP\\Operators"), "3 WSE-000015 1376"},
+        {asked("DOM\\sub\\user", "g"), badName},
+        {asked("u", "\\\\g"), badName},
+        // What cannot be read does not hide what can: not even nested; gone, as older releases say; a direct member.
+        {asked("CORP\\dbuser", "KES_NESTED", " directflg=1"), "0", {}, failing(unreadable, ERROR_ACCESS_DENIED)},
+        {asked("svc", "KES_DBA"), "1", {}, failing(unreadable, NERR_GroupNotFound)},
+        {asked("svc", "KES_DBA"), "1", {}, failing("NetUserGetLocalGroups", ERROR_ACCESS_DENIED)},
     });
 }

@@ -1,12 +1,12 @@
 // What creating a service of a home does to a node: every home type and executable, every kind of service user, with a
 // domain controller or not, here and on a remote node.
-#include "tests/services/home_on_node.h"
+#include "tests/services/service_of_home.h"
 
 #include <set>
 
 namespace {
 
-using namespace services;
+using namespace support;
 using namespace std::string_literals;
 
 using Names = std::vector<const char*>;
@@ -89,11 +89,9 @@ constexpr User users[] = {
 
 struct Place
 {
-    const char* nodename; // NULL: this machine
-    BYTE productType;     // of the machine that the library runs on, wherever the service is
+    std::string node;
+    BYTE productType; // of the machine that the library runs on, wherever the service is
     bool takesSidTypes = true;
-
-    std::string name() const { return nodename ? nodename : "NODE"; }
 };
 
 constexpr char security[] =
@@ -102,106 +100,82 @@ constexpr char security[] =
     " -> D:(A;;RPWP;;;S-1-5-21-7-7-7-2001)(A;;RPWP;;;S-1-5-21-7-7-7-2002)"
     "(A;;CCLCSWRPWPDTLOCRRC;;;SY)(A;;CCDCLCSWRPWPDTLOCRSDRCWDWO;;;BA)(A;;CCLCSWLOCRRC;;;IU)(A;;CCLCSWLOCRRC;;;SU)";
 
-// The lines of an expected plan.
-class Plan
+class Decision : public ServiceOfHome, public testing::WithParamInterface<Place>
 {
-public:
-    explicit Plan(const Place& place) : node_(place.name())
+protected:
+    Lines planFor(const Role& role, const std::string& executable, const User& user) const
     {
-        if (!place.nodename)
-            groups_ = {"KES_DBA", "KES_H1_DBA"};
+        Lines lines;
+        std::set<std::string> there = {"KES_DBA on NODE", "KES_H1_DBA on NODE"};
+        const auto add = [&](const std::string& line) { lines.push_back(place.node + ": " + line); };
+        const auto join = [&](const std::string& group, const std::string& member) {
+            if (there.insert(group + " on " + place.node).second)
+                add("group " + group + ": created: KESTEL Group");
+            if (there.insert(group + "/" + member).second)
+                add("group " + group + ": member added: " + member);
+        };
+        const bool isVirtual = *user.kind == 'V';
+        const std::string own = "NT SERVICE\\"s + role.service, service = "service "s + role.service + ": ";
+        const std::string account = isVirtual ? own : role.account ? role.account : user.account;
+        add(service + "created: " + account + ", manual, C:\\h1\\bin\\" + executable);
+        if (!role.account && user.hasPassword)
+            add(service + "password set");
+        const bool hasSid =
+            place.takesSidTypes && (role.sidType == ownSid || (role.sidType == ownSidUnlessSystem && !user.isSystem));
+        if (hasSid)
+            add(service + "SID type: NONE -> UNRESTRICTED");
+        add(service + security);
+        if (role.khtype == "2"s)
+            join("KES_H1_SVCSIDS", own);
+        if (isVirtual)
+            join("KES_H1_SVCACCTS", own);
+        for (const char* const group : isVirtual ? role.virtualGroups : Names())
+            join(group, own);
+        const std::string member = hasSid                ? own
+                                   : account == asSystem ? "NT AUTHORITY\\SYSTEM"
+                                   : account[0] == '.'   ? place.node + account.substr(1)
+                                                         : account;
+        const bool joins = hasSid || role.khtype == "0"s || !user.isOfServices;
+        if (place.productType != VER_NT_DOMAIN_CONTROLLER && joins)
+            for (const char* const group : role.groups)
+                join(group, member);
+        for (const char* const right : role.rights)
+            add("right "s + right + ": granted: " + own);
+        return lines;
     }
 
-    void add(const std::string& line) { lines.push_back(node_ + ": " + line); }
-
-    void join(const std::string& group, const std::string& member)
-    {
-        if (groups_.insert(group).second)
-            add("group " + group + ": created: KESTEL Group");
-        if (members_.insert(group + "/" + member).second)
-            add("group " + group + ": member added: " + member);
-    }
-
-    Lines lines;
-
-private:
-    std::string node_;
-    std::set<std::string> groups_;
-    std::set<std::string> members_;
+    const Place& place = GetParam();
 };
 
-// Who joins the groups where a service has no SID of its own.
-std::string accountMember(const std::string& account, const Place& place)
+TEST_P(Decision, FollowsTheRoleInEveryHomeUnderEveryUser)
 {
-    if (account == asSystem)
-        return "NT AUTHORITY\\SYSTEM";
-    return account[0] == '.' ? place.name() + account.substr(1) : account;
-}
-
-Lines expectedPlan(const Role& role, const char* executable, const User& user, const Place& place)
-{
-    Plan plan(place);
-    const bool isVirtual = *user.kind == 'V';
-    const std::string own = "NT SERVICE\\"s + role.service;
-    const std::string service = "service "s + role.service + ": ";
-    const std::string account = isVirtual ? own : role.account ? role.account : user.account;
-    plan.add(service + "created: " + account + ", manual, C:\\h1\\bin\\" + executable);
-    if (!role.account && user.hasPassword)
-        plan.add(service + "password set");
-    const bool hasSid =
-        place.takesSidTypes && (role.sidType == ownSid || (role.sidType == ownSidUnlessSystem && !user.isSystem));
-    if (hasSid)
-        plan.add(service + "SID type: NONE -> UNRESTRICTED");
-    plan.add(service + security);
-    if (role.khtype == "2"s)
-        plan.join("KES_H1_SVCSIDS", own);
-    if (isVirtual) {
-        plan.join("KES_H1_SVCACCTS", own);
-        for (const char* const group : role.virtualGroups)
-            plan.join(group, own);
-    }
-    const bool joins = hasSid || role.khtype == "0"s || !user.isOfServices;
-    if (place.productType != VER_NT_DOMAIN_CONTROLLER && joins)
-        for (const char* const group : role.groups)
-            plan.join(group, hasSid ? own : accountMember(account, place));
-    for (const char* const right : role.rights)
-        plan.add("right "s + right + ": granted: " + own);
-    return plan.lines;
-}
-
-void expectCreation(const support::TemporaryHome& library, const Role& role, const char* executable, const User& user,
-                    const Place& place)
-{
-    SCOPED_TRACE(
-        testing::PrintToString(std::tuple(role.khtype, role.service, executable, user.recorded, place.name(),
-                                          place.productType == VER_NT_DOMAIN_CONTROLLER, place.takesSidTypes)));
-    HomeOnNode home(library, place.nodename, place.productType);
-    home.recordHome(role.khtype, user.recorded, user.kind);
+    local.productType = place.productType;
+    const bool isRemote = place.node != "NODE";
+    std::vector<whatif::Account>& others = (isRemote ? local : remote).accounts;
+    others.erase(others.begin()); // svc is the target's alone
+    const whatif::Node freshLocal = local, freshRemote = remote;
+    const std::string where = isRemote ? " nodename=" + place.node : "";
+    intercept::Fault fault;
     if (!place.takesSidTypes)
-        home.fail(failing("ChangeServiceConfig2W", ERROR_ACCESS_DENIED));
-    EXPECT_EQ(home.create({executable, role.service}), SSWSE_SUCCESS) << home.rec.message;
-    EXPECT_TRUE(home.created);
-    EXPECT_EQ(home.plan(), expectedPlan(role, executable, user, place));
-    EXPECT_STREQ(home.rec.message, "");
-
-    EXPECT_EQ(home.update(role.service, executable), SSWSE_SUCCESS) << home.rec.message;
-    EXPECT_EQ(home.plan(), Lines()) << "what is as it should be is not changed again";
+        fault = failing("ChangeServiceConfig2W", ERROR_ACCESS_DENIED);
+    for (const Role& role : roles)
+        for (const char* const executable : role.executables)
+            for (const User& user : users) {
+                SCOPED_TRACE(role.khtype + " "s + (user.recorded ? user.recorded : "nobody"));
+                local = freshLocal;
+                remote = freshRemote;
+                recordHome(isRemote ? remote : local, role.khtype, user.recorded, user.kind);
+                expect(
+                    {{creating(role.service, executable) + where, "2 = open", planFor(role, executable, user), fault},
+                     {updating(role.service, executable) + where, "2", {}, fault}}); // nothing is changed again
+                if (HasFailure())
+                    return;
+            }
 }
 
-TEST(ServiceDecision, FollowsTheRoleInEveryHomeUnderEveryUser)
-{
-    for (const Place& place :
-         {Place{nullptr, VER_NT_SERVER}, Place{remoteName, VER_NT_SERVER}, Place{nullptr, VER_NT_SERVER, false},
-          Place{nullptr, VER_NT_DOMAIN_CONTROLLER}, Place{remoteName, VER_NT_DOMAIN_CONTROLLER}}) {
-        const support::TemporaryHome library; // finds out about its machine once
-        for (const Role& role : roles)
-            for (const char* const executable : role.executables)
-                for (const User& user : users) {
-                    expectCreation(library, role, executable, user, place);
-                    if (HasFailure())
-                        return;
-                }
-    }
-}
+INSTANTIATE_TEST_SUITE_P(Services, Decision,
+                         testing::Values(Place{"NODE", VER_NT_SERVER}, Place{"DB2", VER_NT_SERVER},
+                                         Place{"NODE", VER_NT_SERVER, false}, Place{"NODE", VER_NT_DOMAIN_CONTROLLER},
+                                         Place{"DB2", VER_NT_DOMAIN_CONTROLLER}));
 
 } // namespace

@@ -1,4 +1,5 @@
 // The services of an account and of a home: listed, given a new password; the SIDs of services in the home's groups.
+#include "cli/text.h"
 #include "tests/support/node_test.h"
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"
@@ -42,37 +43,11 @@ protected:
         return service;
     }
 
-    whatif::Service& service(whatif::Node& node, const wchar_t* name)
+    static whatif::Service& service(whatif::Node& node, const wchar_t* name)
     {
         return *std::find_if(node.services.begin(), node.services.end(),
                              [&](const whatif::Service& each) { return each.name == name; });
     }
-
-    // "2 Database Quoted | WSE-000054", with the fault.
-    template <class Function, class... Arguments>
-    string asked(intercept::Fault fault, Function* function, Arguments... arguments)
-    {
-        char** names = reinterpret_cast<char**>(this);
-        int count = 99;
-        sswseErrRec rec = {"old", "old"};
-        interception.start(fault);
-        string answer = std::to_string(function(&rec, arguments..., &names, &count));
-        trail = interception.finish();
-        EXPECT_EQ(names == nullptr, count == 0);
-        for (int i = 0; i < count; ++i)
-            answer += string(" ") + names[i];
-        EXPORT(sswseFreeArrayofStrings)(names, static_cast<size_t>(count));
-        const string message = messageOf(rec);
-        return message.empty() ? answer : answer + " | " + message.substr(0, message.find(':')) + " " + rec.oserror;
-    }
-
-    size_t calls(const char* function) const
-    {
-        return static_cast<size_t>(std::count_if(trail.calls.begin(), trail.calls.end(),
-                                                 [&](const auto& call) { return string(call.row->name) == function; }));
-    }
-
-    intercept::Trail trail;
 };
 
 TEST_F(ServicesOfNodes, AreListedByAccountAndByHome)
@@ -81,55 +56,55 @@ TEST_F(ServicesOfNodes, AreListedByAccountAndByHome)
     const string remoteSid = "s" + string(remoteSvc.begin() + 1, remoteSvc.end());
     const string own = library.path();
     add(local, L"Own", L"NODE\\svc", whatif::wide(("\"" + own + "\\bin\\kestel.exe\"").c_str()));
-    constexpr char anywhere[] = "-";
-    const std::tuple<const char*, const char*, const char*, string> cases[] = {
-        {anywhere, ".\\svc", "DB2", "2 Database Quoted Elsewhere"},
-        {anywhere, "svc", nullptr, "2 Database Quoted Elsewhere Own"},
-        {anywhere, sid.c_str(), "", "2 Database Quoted Elsewhere Own"},
-        {anywhere, sid.c_str(), "DB2", "2"},
-        {anywhere, remoteSid.c_str(), "DB2", "2 Database Quoted Elsewhere"},
-        {anywhere, "localsystem", "DB2", "2 System Nobody"},
-        {anywhere, "NT SERVICE\\Virtual", "DB2", "2 Virtual"},
-        {anywhere, "CORP\\dbuser", "DB2", "2 Domain"},
-        {anywhere, "S-1-5-21-9-9-9-1", "DB2", "2"},
-        {anywhere, "CORP\\gone", "DB2", "3 | WSE-000014 1332"},
-        {anywhere, "s-1-x", "DB2", "3 | WSE-000038 1337"},
-        {anywhere, "svc", "nowhere", "3 | WSE-000014 1722"},
-        {"C:\\h1", "svc", "DB2", "2 Database Quoted"},
-        {"c:/H1//", "svc", "DB2", "2 Database Quoted"},
-        {"C:\\h1\\bin\\kestel", nullptr, "DB2", "2 Nobody"},
-        {"C:\\h1", nullptr, "DB2", "2 Database Quoted System Nobody Gone"},
-        {"C:", nullptr, "DB2", "2 Database Quoted Elsewhere System Nobody Gone Virtual Domain"},
-        {"C:\\h1", "CORP\\dbuser", "DB2", "2"},
-        {nullptr, "svc", nullptr, "2 Own"},
-        {nullptr, nullptr, "DB2", "2"},
-        {own.c_str(), nullptr, nullptr, "2 Own"},
-        {"\\/", "svc", "DB2", "4 | WSE-000012 "},
+    const std::pair<string, const char*> rows[] = {
+        {"ForUser username=.\\svc nodename=DB2", "2 = Database Quoted Elsewhere 3"},
+        {"ForUser username=svc", "2 = Database Quoted Elsewhere Own 4"},
+        {"ForUser nodename=\"\" username=" + sid, "2 = Database Quoted Elsewhere Own 4"},
+        {"ForUser nodename=DB2 username=" + sid, "2 = 0"},
+        {"ForUser nodename=DB2 username=" + remoteSid, "2 = Database Quoted Elsewhere 3"},
+        {"ForUser username=localsystem nodename=DB2", "2 = System Nobody 2"},
+        {"ForUser username=\"NT SERVICE\\Virtual\" nodename=DB2", "2 = Virtual 1"},
+        {"ForUser username=CORP\\dbuser nodename=DB2", "2 = Domain 1"},
+        {"ForUser username=S-1-5-21-9-9-9-1 nodename=DB2", "2 = 0"},
+        {"ForUser username=CORP\\gone nodename=DB2", "3 WSE-000014 1332"},
+        {"ForUser username=s-1-x nodename=DB2", "3 WSE-000038 1337"},
+        {"ForUser username=svc nodename=nowhere", "3 WSE-000014 1722"},
+        {"InKHForUser khomepath=C:\\h1 username=svc nodename=DB2", "2 = Database Quoted 2"},
+        {"InKHForUser khomepath=c:/H1// username=svc nodename=DB2", "2 = Database Quoted 2"},
+        {"InKHForUser khomepath=C:\\h1\\bin\\kestel nodename=DB2", "2 = Nobody 1"},
+        {"InKHForUser khomepath=C:\\h1 nodename=DB2", "2 = Database Quoted System Nobody Gone 5"},
+        {"InKHForUser khomepath=C: nodename=DB2", "2 = Database Quoted Elsewhere System Nobody Gone Virtual Domain 8"},
+        {"InKHForUser khomepath=C:\\h1 username=CORP\\dbuser nodename=DB2", "2 = 0"},
+        {"InKHForUser username=svc", "2 = Own 1"},
+        {"InKHForUser nodename=DB2", "2 = 0"},
+        {"InKHForUser khomepath=\"" + own + '"', "2 = Own 1"},
+        {"InKHForUser khomepath=\\/ username=svc nodename=DB2", "4 WSE-000012"},
     };
-    for (const auto& [home, user, node, answer] : cases)
-        EXPECT_EQ(home != anywhere ? asked({}, EXPORT(sswseGetAllServicesInKHForUser), home, user, node)
-                                   : asked({}, EXPORT(sswseGetAllServicesForUser), user, node),
-                  answer)
-            << home << " " << user;
+    for (const auto& [call, answered] : rows)
+        expect({{"GetAllServices" + call, answered}});
 }
 
 TEST_F(ServicesOfNodes, ThatCannotBeReadOrLookedUp)
 {
-    const std::tuple<intercept::Fault, const char*, const char*> cases[] = {
-        {failing("OpenServiceW", ERROR_ACCESS_DENIED, 1), "2 Quoted Elsewhere | WSE-000054 5",
-         "3 Database | WSE-000054 5"},
-        {failing("QueryServiceConfigW", ERROR_SERVICE_MARKED_FOR_DELETE, 3), "2 Database Elsewhere", "2"},
-        {failing("OpenServiceW", RPC_S_SERVER_UNAVAILABLE, 2), "3 | WSE-000054 1722", "3 | WSE-000054 1722"},
-        {failing("LookupAccountNameW", ERROR_NONE_MAPPED, 5), "2 Database Elsewhere", "2"},
-        {failing("LookupAccountNameW", ERROR_TRUSTED_RELATIONSHIP_FAILURE, 4), "3 | WSE-000014 1789",
-         "3 | WSE-000014 1789"},
-        {failing("EnumServicesStatusExW", ERROR_MORE_DATA), "3 | WSE-000060 234", "3 | WSE-000060 234"},
+    const std::tuple<intercept::Fault, const char*, const char*> rows[] = {
+        {failing("OpenServiceW", ERROR_ACCESS_DENIED, 1), "2 WSE-000054 5 = Quoted Elsewhere 2",
+         "3 WSE-000054 5 = Database 1"},
+        {failing("QueryServiceConfigW", ERROR_SERVICE_MARKED_FOR_DELETE, 3), "2 = Database Elsewhere 2", "2 = 0"},
+        {failing("OpenServiceW", RPC_S_SERVER_UNAVAILABLE, 2), "3 WSE-000054 1722", "3 WSE-000054 1722"},
+        {failing("LookupAccountNameW", ERROR_NONE_MAPPED, 5), "2 = Database Elsewhere 2", "2 = 0"},
+        {failing("LookupAccountNameW", ERROR_TRUSTED_RELATIONSHIP_FAILURE, 4), "3 WSE-000014 1789",
+         "3 WSE-000014 1789"},
+        {failing("EnumServicesStatusExW", ERROR_MORE_DATA), "3 WSE-000060 234", "3 WSE-000060 234"},
     };
-    for (const auto& [fault, ofUser, passwords] : cases) {
+    for (const auto& [fault, ofUser, passwords] : rows) {
         SCOPED_TRACE(string(fault.function) + " " + std::to_string(fault.code));
         // The first two look-ups are those of the account itself, the next two of the first start name.
-        EXPECT_EQ(asked(fault, EXPORT(sswseGetAllServicesForUser), ".\\svc", nullptr), ofUser);
-        EXPECT_EQ(asked(fault, EXPORT(sswseChangeServicesPwdForUser), ".\\svc", "new", nullptr), passwords);
+        interception.start(fault);
+        EXPECT_EQ(answer("GetAllServicesForUser username=.\\svc"), ofUser);
+        interception.finish();
+        interception.start(fault);
+        EXPECT_EQ(answer("ChangeServicesPwdForUser username=.\\svc password=new"), passwords);
+        interception.finish();
     }
 }
 
@@ -140,59 +115,55 @@ TEST_F(ServicesOfNodes, InThousandsCostOneLookUpForEachAccount)
     const std::wstring accounts[] = {L".\\svc", L"db2\\Svc", L"CORP\\dbuser", L"NT SERVICE\\TrustedInstaller",
                                      L"CORP\\gone"};
     remote.services.clear();
-    string all = "2";
+    string all = "2 =";
     for (size_t i = 0; i < perAccount * std::size(accounts); ++i) {
         add(remote, L"Service" + std::to_wstring(i), accounts[i % std::size(accounts)], L"C:\\h1\\a.exe");
         all += i % std::size(accounts) < 2 ? " Service" + std::to_string(i) : "";
     }
-    EXPECT_EQ(asked({}, EXPORT(sswseGetAllServicesForUser), "svc", "DB2"), all);
-    EXPECT_EQ(calls("LookupAccountNameW"), 2 + 3 * 2 + 2 * 1u) << "two do not exist, which the first call tells";
-    EXPECT_EQ(calls("EnumServicesStatusExW"), 2u);
-    EXPECT_EQ(calls("OpenServiceW"), std::size(accounts) * perAccount);
+    interception.start({});
+    EXPECT_EQ(answer("GetAllServicesForUser username=svc nodename=DB2"), all + " 400");
+    std::map<string, size_t> calls;
+    for (const auto& call : interception.finish().calls)
+        ++calls[call.row->name];
+    EXPECT_EQ(calls["LookupAccountNameW"], 2 + 3 * 2 + 2 * 1u) << "two do not exist, which the first call tells";
+    EXPECT_EQ(calls["EnumServicesStatusExW"], 2u);
+    EXPECT_EQ(calls["OpenServiceW"], std::size(accounts) * perAccount);
 }
 
 TEST_F(ServicesOfNodes, GetANewPassword)
 {
-    const auto ofUser = [&](const char* user, const char* password) {
-        return asked({}, EXPORT(sswseChangeServicesPwdForUser), user, password, "DB2");
-    };
-    const auto ofHome = [&](const char* home) {
-        return asked({}, EXPORT(sswseChangeServicesPwdInKHForUser), home, "svc", "new", "DB2");
-    };
-    const auto set = [](const char* name) { return string("DB2: service ") + name + ": password set"; };
-    EXPECT_EQ(ofHome("C:\\h1"), "2");
-    EXPECT_EQ(plan(), (Lines{set("Database"), set("Quoted")}));
-    EXPECT_EQ(ofUser("svc", "new"), "2");
-    EXPECT_EQ(plan(), Lines{set("Elsewhere")}) << "the others have it";
-    EXPECT_EQ(ofUser("svc", ""), "2");
-    EXPECT_EQ(plan(), (Lines{set("Database"), set("Quoted"), set("Elsewhere")}));
-    EXPECT_EQ(service(remote, L"Quoted").account, L"DB2\\SVC");
-    EXPECT_EQ(service(remote, L"Quoted").password, L"");
+    const string ofSvc = "ChangeServicesPwdForUser nodename=DB2 username=svc password=";
+    const string ofHome = "ChangeServicesPwdInKHForUser nodename=DB2 username=svc password=new khomepath=";
+    const string database = "DB2: service Database: password set", quoted = "DB2: service Quoted: password set",
+                 elsewhere = "DB2: service Elsewhere: password set";
+    expect({{ofHome + "C:\\h1", "2 = 0", {database, quoted}},
+            {ofSvc + "new", "2 = 0", {elsewhere}}, // the others have it
+            {ofSvc + "\"\"", "2 = 0", {database, quoted, elsewhere}},
+            {ofHome + "C:\\h3", "2 = 0"}});
+    EXPECT_EQ(std::tuple(service(remote, L"Quoted").account, service(remote, L"Quoted").password),
+              std::tuple(L"DB2\\SVC", L""));
     EXPECT_EQ(service(remote, L"Domain").password, L"old");
-    for (const char* const user : {"LocalSystem", "S-1-5-19", "NT AUTHORITY\\NetworkService", "NT SERVICE\\Virtual",
-                                   "S-1-5-80-0", "CORP\\gmsa$"})
-        EXPECT_EQ(ofUser(user, "new"), "4 | WSE-000063 ") << user;
-    EXPECT_EQ(ofUser("S-1-5-21-9-9-9-1", "new"), "2");
-    EXPECT_EQ(ofHome("C:\\h3"), "2");
+    const string ofOther = "ChangeServicesPwdForUser nodename=DB2 password=new username=";
+    for (const char* const user : {"LocalSystem", "S-1-5-19", "\"NT AUTHORITY\\NetworkService\"",
+                                   "\"NT SERVICE\\Virtual\"", "S-1-5-80-0", "CORP\\gmsa$"})
+        expect({{ofOther + user, "4 WSE-000063"}});
     service(remote, L"Quoted").security = L"D:(A;;CCLC;;;BA)"; // may be read, and no more
-    service(remote, L"Elsewhere").deleted = true;
-    EXPECT_EQ(ofUser("svc", "third"), "3 Quoted | WSE-000054 5");
-    EXPECT_EQ(plan(), Lines{set("Database")}) << "one that is going needs none";
+    service(remote, L"Elsewhere").deleted = true;              // needs none
+    expect({{ofOther + "S-1-5-21-9-9-9-1", "2 = 0"}, {ofSvc + "third", "3 WSE-000054 5 = Quoted 1", {database}}});
     service(remote, L"Database").type = SERVICE_WIN32_OWN_PROCESS | SERVICE_INTERACTIVE_PROCESS;
-    EXPECT_EQ(ofUser("svc", "fourth"), "3 Database Quoted | WSE-000058 87");
-    EXPECT_EQ(plan(), Lines());
+    expect({{ofSvc + "fourth", "3 WSE-000058 87 = Database Quoted 2"}});
 }
 
 TEST_F(ServicesOfNodes, RunAsLocalSystemOrNot)
 {
-    const auto ask = [&](const char* name) { return calling(EXPORT(sswseIsSvcRunningAsLocalSystem), name, "DB2"); };
     add(remote, L"Plain", L"", L"C:\\h1\\drv.sys").type = SERVICE_FILE_SYSTEM_DRIVER;
-    expectNodeCases({{"spelled", ask("System"), 1},
-                     {"empty", ask("nobody"), 1},
-                     {"a user", ask("Database"), 0},
-                     {"a driver", ask("Driver"), 0},
-                     {"a driver without account", ask("Plain"), 0},
-                     {"an account that is gone", ask("Gone"), 3, "WSE-000014", ERROR_NONE_MAPPED}});
+    const string asked = "IsSvcRunningAsLocalSystem nodename=DB2 servicename=";
+    expect({{asked + "System", "1"},
+            {asked + "nobody", "1"}, // has no account
+            {asked + "Database", "0"},
+            {asked + "Driver", "0"},
+            {asked + "Plain", "0"},
+            {asked + "Gone", "3 WSE-000014 1332"}});
 }
 
 class SidsInGroups : public ServicesOfNodes
@@ -209,9 +180,8 @@ protected:
         remote.drives[whatif::wide(path.substr(0, 1).c_str())] = whatif::wide((path.substr(0, 2) + "\\").c_str());
     }
 
-    static Lines moved(const string& node, const string& from, const string& to)
+    static Lines moved(const string& node, const string& from, const string& to, Lines lines = {})
     {
-        Lines lines;
         for (const char* const service : {"Database", "Quoted"}) {
             lines.push_back(node + ": group " + to + ": member added: NT SERVICE\\" + service);
             lines.push_back(node + ": group " + from + ": member removed: NT SERVICE\\" + service);
@@ -229,9 +199,6 @@ protected:
 
 TEST_F(SidsInGroups, LeaveTheHomesOwnGroups)
 {
-    const auto clean = [&](const char* home, const char* node) {
-        return calling(EXPORT(sswseDeleteSVCSidsFromKESHomeGroups), home, node);
-    };
     local.memberPiece = 2;
     addGroup(local, L"KES_H1_SVCSIDS", {svc, database, gone, L"S-1-5-80-1-2-3-4", L"S-1-5-80-0", quoted});
     addGroup(local, L"KES_H1_SYSKM", {gone});
@@ -246,52 +213,47 @@ TEST_F(SidsInGroups, LeaveTheHomesOwnGroups)
                        removed("SVCSIDS", "NT SERVICE\\Quoted"),   removed("SVCACCTS", "NT SERVICE\\Database"),
                        removed("DBA", "NT SERVICE\\Elsewhere"),    removed("SYSKM", "S-1-5-80-1-2-3-4-5")};
     const whatif::Node before = local;
-    const string slashed = path + "/";
-    expectNodeCases({{"own home", clean(nullptr, nullptr), 2, all}, {"again", clean(nullptr, nullptr), 2}});
+    const string clean = "DeleteSVCSidsFromKESHomeGroups", home = " khomepath=" + cli::quoted(path);
+    expect({{clean, "2", all}, {clean, "2"}});
     local = before;
-    expectNodeCases({{"by its path", clean(slashed.c_str(), ""), 2, all},
-                     {"on a node", clean(path.c_str(), "DB2"), 2,
-                      Lines{"DB2: group KES_R1_OPER: member removed: NT SERVICE\\System"}},
-                     {"no home", clean("C:\\nowhere", nullptr), 6, "WSE-000052"}});
-    EXPECT_EQ(path, library.path()) << "it is the caller's";
+    string slashed = path + "/"; // stays the caller's
+    expectNodeCases(
+        {{"by its path", calling(EXPORT(sswseDeleteSVCSidsFromKESHomeGroups), slashed.data(), ""), 2, all}});
+    EXPECT_EQ(slashed, path + "/");
+    expect({{clean + home + " nodename=DB2", "2", {"DB2: group KES_R1_OPER: member removed: NT SERVICE\\System"}},
+            {clean + " khomepath=C:\\nowhere", "6 WSE-000052"}});
     local = before;
-    expectNodeCases({
-        {"no more to come", clean(nullptr, nullptr), 3, "WSE-000030", ERROR_MORE_DATA,
-         failing("NetLocalGroupGetMembers", ERROR_MORE_DATA)},
-        {"one gone meanwhile", clean(nullptr, nullptr), 2, "", 0,
-         failing("NetLocalGroupDelMembers", ERROR_MEMBER_NOT_IN_ALIAS, 2),
-         Lines{all[0], all[2], all[3], all[4], all[5]}},
+    expect({
+        {clean, "3 WSE-000030 234", {}, failing("NetLocalGroupGetMembers", ERROR_MORE_DATA)}, // and no more to come
+        {clean,                                                                               // one gone meanwhile
+         "2",
+         {all[0], all[2], all[3], all[4], all[5]},
+         failing("NetLocalGroupDelMembers", ERROR_MEMBER_NOT_IN_ALIAS, 2)},
     });
     library.removeKeyFile();
     const EnvironmentVariable name("KESTEL_HOME_NAME", "ENV");
     addGroup(local, L"KES_ENV_SVCSIDS", {database});
-    expectNodeCases({{"a name from the environment", clean(nullptr, nullptr), 2,
-                      Lines{"NODE: group KES_ENV_SVCSIDS: member removed: NT SERVICE\\Database"}}});
+    expect({{clean, "2", {"NODE: group KES_ENV_SVCSIDS: member removed: NT SERVICE\\Database"}}});
 }
 
 TEST_F(SidsInGroups, MoveBetweenTheMachinesGroupAndTheHomes)
 {
-    const auto up = [&](const char* home, const char* node = nullptr) {
-        return calling(EXPORT(sswseMigrateDBServiceSidsForUpgrade), home, node);
-    };
-    const auto down = [&](const char* home) {
-        return calling(EXPORT(sswseMigrateDBServiceSidsForDowngrade), home, nullptr);
-    };
-    expectNodeCases({{"nothing to do", up(nullptr), 2}, {"nor back", down(nullptr), 2}});
+    const string up = "MigrateDBServiceSidsForUpgrade", down = "MigrateDBServiceSidsForDowngrade",
+                 home = " khomepath=" + cli::quoted(path);
+    expect({{up, "2"}, {down, "2"}});
     for (whatif::Node* const node : {&local, &remote})
         addGroup(*node, L"KES_DBA", {svc, database, system, elsewhere, gone, quoted});
-    addGroup(local, L"KES_H1_DBA", {database});
+    addGroup(local, L"KES_H1_DBA", {database}); // one is in both
     const Lines both = moved("NODE", "KES_DBA", "KES_H1_DBA");
-    Lines onNode = moved("DB2", "KES_DBA", "KES_R1_DBA");
-    onNode.insert(onNode.begin(), "DB2: group KES_R1_DBA: created: KESTEL Group");
-    expectNodeCases({
-        {"one is in both", up(nullptr), 2, Lines(both.begin() + 1, both.end())},
-        {"again", up(nullptr), 2},
-        {"back", down(path.c_str()), 2, moved("NODE", "KES_H1_DBA", "KES_DBA")},
-        {"again", down(path.c_str()), 2},
-        {"and forth", up(path.c_str()), 2, both},
-        {"on a node", up(path.c_str(), "DB2"), 2, onNode},
-        {"no home", down("C:\\nowhere"), 6, "WSE-000052"},
+    expect({
+        {up, "2", {both[1], both[2], both[3]}},
+        {up, "2"},
+        {down + home, "2", moved("NODE", "KES_H1_DBA", "KES_DBA")},
+        {down + home, "2"},
+        {up + home, "2", both},
+        {up + home + " nodename=DB2", "2",
+         moved("DB2", "KES_DBA", "KES_R1_DBA", {"DB2: group KES_R1_DBA: created: KESTEL Group"})},
+        {down + " khomepath=C:\\nowhere", "6 WSE-000052"},
     });
 }
 

@@ -1,8 +1,15 @@
 #include "tests/support/node_test.h"
 
+#include "cli/invoke.h"
+#include "cli/script.h"
+#include "cli/trace.h"
 #include "whatif/model/names.h"
 #include "whatif/model/registry.h"
 #include "whatif/redirect/active.h"
+
+#include <algorithm>
+#include <cstring>
+#include <regex>
 
 namespace support {
 
@@ -81,6 +88,48 @@ void NodeTest::expectNodeCases(const std::vector<NodeCase>& cases)
         interception.finish();
         EXPECT_EQ(osError, row.osError ? std::to_string(row.osError) : "");
         EXPECT_EQ(plan(), row.changes);
+    }
+}
+
+std::string NodeTest::answer(const std::string& call, bool wholeMessage)
+{
+    cli::Trace trace;
+    const cli::Outcome outcome =
+        cli::invoke({library.module(), whatif::closeServiceHandle, &trace, whatif::openObject, whatif::closeObject},
+                    cli::parseCall(cli::splitWords(call)));
+    std::string said = std::to_string(outcome.status);
+    if (!outcome.message.empty())
+        said += ' ' + outcome.message.substr(0, outcome.message.find_first_of(wholeMessage ? "\r\n" : ":\r\n"));
+    said += (outcome.osError.empty() ? "" : " ") + outcome.osError + (outcome.outputs.empty() ? "" : " =");
+    for (const auto& output : outcome.outputs)
+        for (const auto& value : output.is_array() ? output : nlohmann::ordered_json::array({output}))
+            said += ' ' + (value.is_string() ? value.get<std::string>() : value.dump());
+    return said;
+}
+
+void NodeTest::expect(const std::vector<Asked>& rows)
+{
+    for (const Asked& row : rows) {
+        SCOPED_TRACE(row.call.substr(0, 300));
+        interception.start(row.fault);
+        EXPECT_EQ(answer(row.call, row.answer.find(':') != std::string::npos), row.answer);
+        interception.finish();
+        EXPECT_EQ(plan(), row.changes);
+    }
+}
+
+void NodeTest::expectTwiceOnEachNode(const std::vector<Asked>& rows)
+{
+    for (const char* const node : {"", " nodename=\"\"", " nodename=DB2", " nodename=\\\\db2"}) {
+        const auto there = [&](const std::string& text) {
+            return strlen(node) < 13 ? text : std::regex_replace(text, std::regex("NODE"), "DB2");
+        };
+        for (const Asked& row : rows) {
+            Lines changes = row.changes;
+            std::transform(changes.begin(), changes.end(), changes.begin(), there);
+            const std::string call = there(row.call) + node;
+            expect({{call, row.answer, changes}, {call, row.answer}});
+        }
     }
 }
 

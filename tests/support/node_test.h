@@ -47,6 +47,15 @@ struct NodeCase
     Lines changes;
 };
 
+// The same in the words of keswsec.exe.
+struct Asked
+{
+    std::string call;
+    std::string answer; // as NodeTest::answer tells it; with the whole message where that has a ':'
+    Lines changes = {};
+    intercept::Fault fault = {};
+};
+
 // The nodes, which the calls of a copy of the library go to.
 class Nodes
 {
@@ -81,6 +90,12 @@ protected:
     NodeTest();
 
     void expectNodeCases(const std::vector<NodeCase>& cases);
+    void expect(const std::vector<Asked>& rows);
+    // On this machine and on DB2, whose name then stands for NODE; what is done again changes nothing.
+    void expectTwiceOnEachNode(const std::vector<Asked>& rows);
+
+    // "3 WSE-000014 1332": status, number of the message, the system's error; "2 = svc 4" with what is given back.
+    std::string answer(const std::string& call, bool wholeMessage = false);
 
     intercept::Interception interception;
 };
