@@ -1,11 +1,11 @@
 // What is recorded of a home: type, service user and its facts, read and written for homes of this machine and of a
 // remote node, given by key and by path.
+#include "cli/text.h"
 #include "home/home_name.h"
 #include "tests/support/node_test.h"
 #include "whatif/model/registry.h"
 #include "whatif/redirect/active.h"
 
-#include <cerrno>
 #include <cstring>
 #include <fstream>
 
@@ -14,10 +14,21 @@ using namespace std::string_literals;
 
 namespace {
 
-constexpr char noHome[] = "WSE-000052: Unable to determine Kestel home.";
-constexpr char lineAsKey[] = "WSE-000010: Unable to open registry key KEY_keswsec_test under HKLM.";
-
 std::string opened; // the key file that was looked for last
+
+// Each reads the home that is given by its path, or the library's own.
+const std::string readers[] = {"IsSVCUserMSA khomepath=HOME nodename=",
+                               "IsSVCUserGMSA ckhpath=HOME cNode=",
+                               "IsSvcUserLocalSystem ckhpath=HOME nodename=",
+                               "IsSvcUserLocalService ckhpath=HOME nodename=",
+                               "IsSvcUserVirtualAccount khomepath=HOME nodename=",
+                               "IsSVCUserPasswordRequired khomepath=HOME nodename=",
+                               "GetUnameForKhomePath khomepath=HOME nodename=",
+                               "GetUnameForKhome nodename=",
+                               "GetKestelHomeType khomekey=KEY_keswsec_test nodename="};
+const std::string &isLocalSystem = readers[2], &isLocalService = readers[3], &isVirtual = readers[4],
+                  &needsPassword = readers[5];
+const std::string ofPath = "GetKestelHomeTypeForKHPath khomepath=HOME ";
 
 class RecordedHome : public NodeTest
 {
@@ -33,26 +44,10 @@ protected:
         }
     }
 
-    // All but the last are given the home by its path, or read the library's own.
-    std::vector<std::pair<const char*, Call>> readers(const char* node)
+    void expectOf(const std::string& home, const std::string& call, const std::string& answered)
     {
-        const char* const home = path.c_str();
-        return {
-            {"managed", calling(EXPORT(sswseIsSVCUserMSA), home, node)},
-            {"group managed", calling(EXPORT(sswseIsSVCUserGMSA), home, node)},
-            {"LocalSystem", calling(EXPORT(sswseIsSvcUserLocalSystem), home, node)},
-            {"LocalService", calling(EXPORT(sswseIsSvcUserLocalService), home, node)},
-            {"virtual", calling(EXPORT(sswseIsSvcUserVirtualAccount), home, node)},
-            {"password", calling(EXPORT(sswseIsSVCUserPasswordRequired), home, node)},
-            {"user", calling(EXPORT(sswseGetUnameForKhomePath), home, text, sizeof text, &length, node)},
-            {"own home's user", calling(EXPORT(sswseGetUnameForKhome), text, sizeof text, &length, node)},
-            {"type", calling(EXPORT(sswseGetKestelHomeType), key, text, sizeof text, &length, node)},
-        };
-    }
-
-    Call typeOfPath(std::string& given, const char* node)
-    {
-        return calling(EXPORT(sswseGetKestelHomeTypeForKHPath), given.data(), text, sizeof text, &length, node);
+        const size_t at = call.find("HOME");
+        expect({{at < call.size() ? std::string(call).replace(at, 4, cli::quoted(home)) : call, answered}});
     }
 
     void store(const wchar_t* value, const std::wstring& stored, DWORD type = REG_SZ, size_t extraBytes = 0) const
@@ -65,87 +60,64 @@ protected:
     }
 
     // Into a home of its own; `values` is what is written, in order.
-    void expectRecording(const char* user, const char* node, const std::vector<std::string>& values, DWORD status = 2,
-                         const char* message = "", DWORD osError = 0)
+    void expectRecording(const std::string& user, const std::string& node, const Lines& values,
+                         const std::string& answered = "2")
     {
-        SCOPED_TRACE(node ? node : "this machine");
         const char* const names[] = {"KESTEL_SVCUSER", "KESTEL_SVCUSER_TYPE", "KESTEL_SVCUSER_PWDREQ"};
         const std::string homeKey = "KEY_" + std::to_string(++homes);
-        world.registry().createKey(node ? remote : local, whatif::wide(("SOFTWARE\\Kestel\\" + homeKey).c_str()));
+        world.registry().createKey(node == "DB2" ? remote : local,
+                                   whatif::wide(("SOFTWARE\\Kestel\\" + homeKey).c_str()));
         Lines lines;
         for (const std::string& value : values)
-            lines.push_back((node ? "DB2" : "NODE") + (": registry HKLM\\software\\Kestel\\" + homeKey) + ": " +
-                            names[lines.size()] + " set: " + (value == " " ? "\" \"" : value));
-        const auto call = calling(EXPORT(sswseSetUnameForKhome), user, node, homeKey.c_str());
-        expectNodeCases({{user, call, status, message, osError, {}, lines}});
+            lines.push_back(node + ": registry HKLM\\software\\Kestel\\" + homeKey + ": " + names[lines.size()] +
+                            " set: " + (value == " " ? "\" \"" : value));
+        expect({{"SetUnameForKhome uname=\"" + user + "\" khomekey=" + homeKey + (node == "DB2" ? " nodename=DB2" : ""),
+                 answered, lines}});
     }
 
     const std::string path = library.path();
-    const char* const key = "KEY_keswsec_test";
-    char text[64] = "";
-    size_t length = 0;
     int homes = 0;
 };
 
 } // namespace
 
+// Under the key that the home's key file names, on the node; or with a status of each reader.
 TEST_F(RecordedHome, HasItsValuesOnTheNode)
 {
-    // The answers of the readers, in order; the user and the type that they read.
-    const std::tuple<const char*, std::vector<DWORD>, std::string, std::string> rows[] = {
-        {nullptr, {1, 1, 0, 0, 0, 0, 2, 2, 2}, "CORP\\gmsa$", "0"},
-        {"DB2", {0, 0, 0, 1, 1, 1, 2, 2, 2}, "NT AUTHORITY\\LocalService", "2"},
-        {"\\\\db2", {0, 0, 0, 1, 1, 1, 2, 2, 2}, "NT AUTHORITY\\LocalService", "2"},
+    const std::string own = "SOFTWARE\\KESTEL\\KEY_keswsec_test\r\n";
+    const std::string user = "2 = NT AUTHORITY\\LocalService 26", noKey = " WSE-000010 2", noHome = " WSE-000052";
+    // The key file, the node, and the answers of the readers.
+    const std::tuple<std::string, const char*, Lines> rows[] = {
+        {own, "\"\"", {"1", "1", "0", "0", "0", "0", "2 = CORP\\gmsa$ 11", "2 = CORP\\gmsa$ 11", "2 = 0 2"}},
+        {own, "DB2", {"0", "0", "0", "1", "1", "1", user, user, "2 = 2 2"}},
+        {own, "\\\\db2", {"0", "0", "0", "1", "1", "1", user, user, "2 = 2 2"}},
+        {own, "nowhere", Lines(9, "3 WSE-000044 53")},
+        {"KEY_keswsec_test\r\n",
+         "\"\"",
+         {"6" + noHome, "3" + noHome, "3" + noHome, "3" + noHome, "6" + noHome, "3" + noHome, "6" + noHome}},
+        {"SOFTWARE\\Kestel\\KEY_none\r\n",
+         "\"\"",
+         {"6" + noKey, "3" + noKey, "3" + noKey, "3" + noKey, "3" + noKey, "6" + noKey, "3" + noKey}},
+        {"",
+         "\"\"",
+         {"6" + noHome, "3" + noHome, "3" + noHome, "3" + noHome, "3 WSE-000053 2", "6" + noHome, "3" + noHome}},
     };
-    for (const auto& [node, answers, user, type] : rows) {
-        size_t i = 0;
-        for (const auto& [name, call] : readers(node)) {
-            expectNodeCases({{name, call, answers[i]}});
-            const std::string& wanted = i == 8 ? type : user;
-            EXPECT_TRUE(i < 6 || (wanted == text && length == wanted.size() + 1)) << text;
-            ++i;
-        }
+    for (const auto& [keyFile, node, answers] : rows) {
+        library.writeKeyFile(keyFile);
+        if (keyFile.empty())
+            library.removeKeyFile();
+        for (size_t i = 0; i < answers.size(); ++i)
+            expectOf(path, readers[i] + node, i || *node != 'n' ? answers[i] : "6 WSE-000044 53");
+        if (keyFile != own)
+            expectOf(path, ofPath, "6" + (answers[1] == "3" + noKey || keyFile[0] == 'K' ? noKey : noHome));
     }
+    library.writeKeyFile(own);
     record(remote, "KESTEL_SVCUSER", "DB2\\svc"); // that this machine does not know
-    expectNodeCases({{"LocalSystem", readers("DB2")[2].second, 3, "WSE-000014", ERROR_NONE_MAPPED},
-                     {"LocalService", readers("DB2")[3].second, 3, "WSE-000014", ERROR_NONE_MAPPED}});
+    expectOf(path, isLocalSystem + "DB2", "3 WSE-000014 1332");
+    expectOf(path, isLocalService + "DB2", "3 WSE-000014 1332");
     record(remote, "KESTEL_SVCUSER", "SYSTEM");
-    expectNodeCases({{"LocalSystem", readers("DB2")[2].second, 1}, {"LocalService", readers("DB2")[3].second, 0}});
-}
-
-TEST_F(RecordedHome, IsNotReachedWithAStatusOfEachReader)
-{
-    for (const auto& [name, call] : readers("nowhere"))
-        expectNodeCases({{name, call, name == "managed"s ? 6u : 3u, "WSE-000044", ERROR_BAD_NETPATH}});
-}
-
-// What each that is given a home by its path answers when the key file or what it names is not there.
-TEST_F(RecordedHome, IsNotFoundWithStatusesOfEachReader)
-{
-    std::string given = path;
-    const auto of = readers(nullptr);
-    // The statuses without a backslash in the key file, without the key and without the file.
-    const std::tuple<std::pair<const char*, Call>, DWORD, DWORD, DWORD> rows[] = {
-        {{"type", typeOfPath(given, nullptr)}, 6, 6, 6},
-        {of[0], 6, 6, 6},
-        {of[1], 3, 3, 3},
-        {of[2], 3, 3, 3},
-        {of[3], 3, 3, 3},
-        {of[4], 6, 3, 3},
-        {of[5], 3, 6, 6},
-        {of[6], 6, 3, 3},
-    };
-    constexpr DWORD none = ERROR_FILE_NOT_FOUND;
-    for (const auto& [reader, noBackslash, noKey, noFile] : rows) {
-        const auto& [name, call] = reader;
-        const bool isType = name == "type"s, isVirtual = name == "virtual"s;
-        library.writeKeyFile("KEY_keswsec_test\r\n");
-        expectNodeCases({{name, call, noBackslash, isType ? lineAsKey : noHome, isType ? none : 0}});
-        library.writeKeyFile("SOFTWARE\\Kestel\\KEY_none\r\n");
-        expectNodeCases({{name, call, noKey, "WSE-000010: Unable to open registry key ", none}});
-        library.removeKeyFile();
-        expectNodeCases({{name, call, noFile, isVirtual ? "WSE-000053" : noHome, isVirtual ? none : 0}});
-    }
+    expectOf(path, isLocalSystem + "DB2", "1");
+    expectOf(path, isLocalService + "DB2", "0");
 }
 
 TEST_F(RecordedHome, HasATypeThatIsReadThroughTheAdministrativeShare)
@@ -166,127 +138,109 @@ TEST_F(RecordedHome, HasATypeThatIsReadThroughTheAdministrativeShare)
     remote.drives[whatif::wide(path.substr(0, 1).c_str())] = drive.path().wstring();
     world.registry().setValue(remote, L"SOFTWARE\\Kestel\\KEY_other", L"KESTEL_HOME_TYPE", whatif::registryText(L"1"));
     const std::string share = path.substr(0, 1) + "$" + below;
-    // What is given and what stands there afterwards; the file that is looked for.
-    const std::tuple<std::string, const char*, DWORD, std::string, std::string, std::string> rows[] = {
-        {path, "", 2, "0", path, path + "\\bin\\kestel.key"},
-        {path, "DB2", 2, "1", share, "\\\\DB2\\" + share + "\\bin\\kestel.key"},
-        {"Q:\\h", "DB2", 6, "", "Q$\\h", "\\\\DB2\\Q$\\h\\bin\\kestel.key"},
-        {share, "nowhere", 6, "", share, "\\\\nowhere\\" + share + "\\bin\\kestel.key"},
-        {"C:", "DB2", 6, "", "C$", "\\\\DB2\\C$\\bin\\kestel.key"},
-        {"C", "DB2", 6, "", "C", "\\\\DB2\\C\\bin\\kestel.key"},
-        {"", "DB2", 6, "", "", "\\\\DB2\\\\bin\\kestel.key"},
+    // What is given; the answer, with the path as it is afterwards where that is another; the file that is looked for.
+    const std::tuple<std::string, const char*, std::string, std::string> rows[] = {
+        {path, "\"\"", "2 = 0 2", path + "\\bin\\kestel.key"},
+        {path, "DB2", "2 = " + share + " 1 2", "\\\\DB2\\" + share + "\\bin\\kestel.key"},
+        {"Q:\\h", "DB2", "6 WSE-000052 = Q$\\h", "\\\\DB2\\Q$\\h\\bin\\kestel.key"},
+        {share, "nowhere", "6 WSE-000052", "\\\\nowhere\\" + share + "\\bin\\kestel.key"},
+        {"C:", "DB2", "6 WSE-000052 = C$", "\\\\DB2\\C$\\bin\\kestel.key"},
+        {"C", "DB2", "6 WSE-000052", "\\\\DB2\\C\\bin\\kestel.key"},
+        {"", "DB2", "6 WSE-000052", "\\\\DB2\\\\bin\\kestel.key"},
     };
-    for (const auto& [before, node, status, type, afterwards, file] : rows) {
-        std::string given = before;
-        *text = '\0';
-        expectNodeCases({{before.c_str(), typeOfPath(given, node), status, status == 2 ? "" : noHome}});
-        EXPECT_EQ(text, type);
-        EXPECT_EQ(given, afterwards);
+    for (const auto& [home, node, answered, file] : rows) {
+        expectOf(home, ofPath + "nodename=" + node, answered);
         EXPECT_EQ(opened, file);
     }
 }
 
 TEST_F(RecordedHome, HasATypeThatIsCopiedWithItsStoredSize)
 {
-    std::string given = path;
-    const auto ofKey = EXPORT(sswseGetKestelHomeType);
-    const auto ofPath = EXPORT(sswseGetKestelHomeTypeForKHPath);
-    const auto byKey = [&](auto rec, auto... type) { return ofKey(rec, key, type..., ""); };
-    const auto byPath = [&](auto rec, auto... type) { return ofPath(rec, given.data(), type..., nullptr); };
+    const std::string ofKey = "GetKestelHomeType khomekey=KEY_keswsec_test khtype.size=";
     const std::wstring longest(255, L'\x3131');
-    for (const auto& [type, stored, read] : {std::tuple{REG_SZ, L"1\0"s, "1\0"s},
-                                             {REG_SZ, L"1"s, "1"s},
-                                             {REG_SZ, L""s, ""s},
-                                             {REG_DWORD, L"\x3231\x3433"s, "1234"s},
-                                             {REG_BINARY, longest, std::string(510, '1')}}) {
+    for (const auto& [type, stored, read, size] : {std::tuple{REG_SZ, L"1\0"s, "1"s, 2},
+                                                   {REG_SZ, L"1"s, "1"s, 1},
+                                                   {REG_SZ, L""s, ""s, 0},
+                                                   {REG_DWORD, L"\x3231\x3433"s, "1234"s, 4},
+                                                   {REG_BINARY, longest, std::string(510, '1'), 510}}) {
         store(L"KESTEL_HOME_TYPE", stored, static_cast<DWORD>(type));
-        const size_t required = read.size() + 1;
-        expectTexts({{read, byKey, required, 2, read, read.size()},
-                     {read, byPath, required, 2, read, read.size()},
-                     {read, byPath, required - 1, 3, "", untouched,
-                      "WSE-000033: Insufficient output buffer for Kestelhometype."}});
+        const std::string its = "2 = " + read + ' ' + std::to_string(size), room = std::to_string(size + 1);
+        expect({{ofKey + room, its}});
+        expectOf(path, ofPath + "khtype.size=" + room, its);
+        expectOf(path, ofPath + "khtype.size=" + std::to_string(size),
+                 "3 WSE-000033: Insufficient output buffer for Kestelhometype.");
     }
     store(L"KESTEL_HOME_TYPE", longest, REG_BINARY, 2);
-    expectTexts({{"longer than any type", byKey, 600, 3, "", untouched,
-                  "WSE-000048: Unable to query value for KESTEL_HOME_TYPE in registry."}});
+    expect({{ofKey + "600", "3 WSE-000048: Unable to query value for KESTEL_HOME_TYPE in registry. 234"}});
 }
 
 TEST_F(RecordedHome, HasATypeThatIsSetOnlyWhenValidAndOnlyBelowAnExistingKey)
 {
-    const auto isValid = EXPORT(sswseIsKhomeTypeValid);
-    const auto set = EXPORT(sswseSetKestelHomeType);
-    for (const char* invalid : {"3", "", "01", " 1", "1 ", "one"})
-        expectNodeCases(
-            {{invalid, calling(isValid, invalid), 0}, {invalid, calling(set, key, invalid, nullptr), 5, "WSE-00008:"}});
+    const std::string isValid = "IsKhomeTypeValid khometype=", set = "SetKestelHomeType khomekey=KEY_keswsec_test ";
+    for (const char* const invalid : {"3", "\"\"", "01", "\" 1\"", "\"1 \"", "one"})
+        expect({{isValid + invalid, "0"}, {set + "khometype=" + invalid, "5 WSE-00008"}});
     const std::string line = "NODE: registry HKLM\\Software\\Kestel\\KEY_keswsec_test: KESTEL_HOME_TYPE set: ";
     for (const auto& [type, change] : {std::pair{"2", "0 -> 2"}, {"1", "2 -> 1"}, {"0", "1 -> 0"}})
-        expectNodeCases(
-            {{type, calling(isValid, type), 1}, {type, calling(set, key, type, nullptr), 2, Lines{line + change}}});
-    for (const char* const time : {"missing", "still missing"})
-        expectNodeCases({{time, calling(set, "KEY_none", "2", nullptr), 6, "WSE-000010", ERROR_FILE_NOT_FOUND}});
+        expect({{isValid + type, "1"}, {set + "khometype=" + type, "2", {line + change}}});
+    for (int i = 0; i < 2; ++i) // still missing then
+        expect({{"SetKestelHomeType khomekey=KEY_none khometype=2", "6 WSE-000010 2"}});
 }
 
 TEST_F(RecordedHome, HasAUserThatIsReadFromAnyStoredText)
 {
-    const auto ofPath = EXPORT(sswseGetUnameForKhomePath);
-    const auto get = [&](auto rec, auto... user) { return ofPath(rec, path.c_str(), user..., nullptr); };
     constexpr size_t most = 32766 / sizeof(wchar_t);
     const std::wstring longest(most, L'u');
-    const auto expect = [&](const std::wstring& stored, DWORD type, size_t extraBytes, TextCase expected) {
-        store(L"KESTEL_SVCUSER", stored, type, extraBytes);
-        expectTexts({std::move(expected)});
+    const std::tuple<std::wstring, DWORD, size_t, const char*, std::string> rows[] = {
+        // with bytes more
+        {L"svc_1\0"s, REG_SZ, 0, "6", "2 = svc_1 6"},
+        {L"svc_1", REG_SZ, 0, "6", "2 = svc_1 6"},
+        {L"svc_1", REG_BINARY, 1, "6", "2 = svc_1 6"},
+        {L"", REG_SZ, 0, "1", "2 =  1"},
+        {longest, REG_SZ, 0, "32768", "2 = " + std::string(most, 'u') + ' ' + std::to_string(most + 1)},
+        {longest, REG_BINARY, 1, "32768", "3 WSE-000048: Unable to query value for KESTEL_SVCUSER in registry. 234"},
     };
-    expect(L"svc_1\0"s, REG_SZ, 0, {"terminated", get, 6, 2, "svc_1", 6});
-    expect(L"svc_1", REG_SZ, 0, {"not terminated", get, 6, 2, "svc_1", 6});
-    expect(L"svc_1", REG_BINARY, 1, {"half a character", get, 6, 2, "svc_1", 6});
-    expect(L"", REG_SZ, 0, {"empty", get, 1, 2, "", 1});
-    expect(longest, REG_SZ, 0, {"longest", get, 32768, 2, std::string(most, 'u'), most + 1});
-    const auto notRead = "WSE-000048: Unable to query value for KESTEL_SVCUSER in registry.";
-    expect(longest, REG_BINARY, 1, {"too long", get, 32768, 3, "", untouched, notRead});
+    for (const auto& [stored, type, extraBytes, room, answered] : rows) {
+        store(L"KESTEL_SVCUSER", stored, type, extraBytes);
+        expectOf(path, std::string("GetUnameForKhomePath khomepath=HOME uname.size=") + room, answered);
+    }
 }
 
 TEST_F(RecordedHome, IsNotTheOneThatANameOrPathCutShortWouldBe)
 {
-    const std::string longKey(259 - strlen("Software\\Kestel\\"), 'k');
-    std::string longPath(259 - strlen("\\bin\\kestel.key"), 'p');
+    const std::string key(259 - strlen("Software\\Kestel\\"), 'k'), longest(259 - strlen("\\bin\\kestel.key"), 'p');
     for (const bool isCut : {false, true}) {
-        const auto typeOf = EXPORT(sswseGetKestelHomeType);
-        const auto isVirtual = EXPORT(sswseIsSvcUserVirtualAccount);
-        const DWORD tooLong = isCut ? ERROR_FILENAME_EXCED_RANGE : 0;
-        const std::string its = longKey + std::string(isCut, 'k');
-        longPath += std::string(isCut, 'p');
-        expectNodeCases(
-            {{"key", calling(typeOf, its.c_str(), text, 9, &length, ""), 6, "WSE-000010", isCut ? tooLong : 2},
-             {"path", calling(isVirtual, longPath.c_str(), ""), 3, "WSE-000053", isCut ? tooLong : 3},
-             {"its type", typeOfPath(longPath, ""), 6, "WSE-000052", tooLong}});
+        expect({{"GetKestelHomeType khomekey=" + key + (isCut ? "k" : ""),
+                 isCut ? "6 WSE-000010 206" : "6 WSE-000010 2"}});
+        expectOf(longest + (isCut ? "p" : ""), isVirtual + "\"\"", isCut ? "3 WSE-000053 206" : "3 WSE-000053 3");
+        expectOf(longest + (isCut ? "p" : ""), ofPath, isCut ? "6 WSE-000052 206" : "6 WSE-000052");
     }
-    longPath.resize(longPath.size() - 2); // with "\\\\DB2\\" before it
-    expectNodeCases({{"path on a node", typeOfPath(longPath, "DB2"), 6, "WSE-000052", 206}});
+    expectOf(longest.substr(1), ofPath + "nodename=DB2",
+             "6 WSE-000052 206 = p$" + longest.substr(3)); // with "\\\\DB2\\" before it
+    expect({{"SetUnameForKhome uname=u khomekey=" + std::string(496, 'k'), "3 WSE-000053 34"}}); // one too many
+    expect({{"SetUnameForKhome uname=svc nodename=DB2 khomekey=KEY_1", "3 WSE-000010 2"}});      // not a home there
 }
 
 TEST_F(RecordedHome, HasFactsOfTheUserThatAreReadLeniently)
 {
-    const Call isVirtual = readers(nullptr)[4].second;
-    const Call password = readers(nullptr)[5].second;
-    for (const auto& [stored, answer] : {std::pair{L"0"s, 0u},
-                                         {L"-1"s, 0u},
-                                         {L"abc"s, 0u},
-                                         {L""s, 0u},
-                                         {std::wstring(511, L'0'), 0u},
-                                         {L"2"s, 1u},
-                                         {L" 1"s, 1u},
-                                         {L"99999999999"s, 1u}}) {
+    for (const auto& [stored, answered] : {std::pair{L"0"s, "0"},
+                                           {L"-1"s, "0"},
+                                           {L"abc"s, "0"},
+                                           {L""s, "0"},
+                                           {std::wstring(511, L'0'), "0"},
+                                           {L"2"s, "1"},
+                                           {L" 1"s, "1"},
+                                           {L"99999999999"s, "1"}}) {
         store(L"KESTEL_SVCUSER_PWDREQ", stored);
-        expectNodeCases({{"password", password, answer}});
+        expectOf(path, needsPassword + "\"\"", answered);
     }
-    for (const auto& [stored, answer] : {std::pair{L"V", 1u}, {L"v", 1u}, {L" ", 0u}, {L"", 0u}, {L"VV", 0u}}) {
+    for (const auto& [stored, answered] : {std::pair{L"V", "1"}, {L"v", "1"}, {L" ", "0"}, {L"", "0"}, {L"VV", "0"}}) {
         store(L"KESTEL_SVCUSER_TYPE", stored);
-        expectNodeCases({{"type", isVirtual, answer}});
+        expectOf(path, isVirtual + "\"\"", answered);
     }
-    world.registry().createKey(local, L"SOFTWARE\\Kestel\\KEY_empty");
+    world.registry().createKey(local, L"SOFTWARE\\Kestel\\KEY_empty"); // nothing is recorded
     library.writeKeyFile("SOFTWARE\\Kestel\\KEY_empty\n");
-    expectNodeCases({{"password not recorded", password, 3, "WSE-000048", ERROR_FILE_NOT_FOUND},
-                     {"type not recorded", isVirtual, 0}});
+    expectOf(path, needsPassword + "\"\"", "3 WSE-000048 2");
+    expectOf(path, isVirtual + "\"\"", "0");
 }
 
 TEST_F(RecordedHome, GetsAUserThatIsClassifiedByTheNameThatWasGiven)
@@ -306,7 +260,7 @@ TEST_F(RecordedHome, GetsAUserThatIsClassifiedByTheNameThatWasGiven)
         {"NODE\\KES_VA", "NODE\\KES_VA", " ", "1"}, // no name of a group
         {"Everyone", "Everyone", " ", "1"},
     };
-    for (const char* const node : {static_cast<const char*>(nullptr), "DB2"})
+    for (const char* const node : {"NODE", "DB2"})
         for (const auto& [name, written, type, passwordRequired] : rows)
             expectRecording(name, node, {written, type, passwordRequired});
 }
@@ -316,26 +270,31 @@ TEST_F(RecordedHome, GetsAUserWhoseNameIsThisMachinesAndWhoseGroupIsTheNodes)
 {
     addGroup(local, L"KES_LOCAL");
     addGroup(remote, L"KES_REMOTE");
-    expectRecording("KES_LOCAL", nullptr, {"KES_LOCAL", "V", "0"});
+    const std::string unknown = "3 WSE-000014 1332";
+    expectRecording("KES_LOCAL", "NODE", {"KES_LOCAL", "V", "0"});
     expectRecording("KES_LOCAL", "DB2", {"KES_LOCAL", " ", "1"});
-    expectRecording("KES_REMOTE", "DB2", {"KES_REMOTE"}, 3, "WSE-000014", ERROR_NONE_MAPPED);
+    expectRecording("KES_REMOTE", "DB2", {"KES_REMOTE"}, unknown);
     expectRecording("NODE\\svc", "DB2", {"NODE\\svc", " ", "1"});
-    expectRecording("DB2\\svc", "DB2", {"DB2\\svc"}, 3, "WSE-000014", ERROR_NONE_MAPPED);
-    expectRecording("NETWORK_SERVICE", nullptr, {"NETWORK_SERVICE"}, 3, "WSE-000014", ERROR_NONE_MAPPED);
-    expectRecording(std::string(700, 'u').c_str(), nullptr, {std::string(511, 'u')}, 3, "WSE-000014",
-                    ERROR_NONE_MAPPED);
+    expectRecording("DB2\\svc", "DB2", {"DB2\\svc"}, unknown);
+    expectRecording("NETWORK_SERVICE", "NODE", {"NETWORK_SERVICE"}, unknown);
+    expectRecording(std::string(700, 'u'), "NODE", {std::string(511, 'u')}, unknown);
     local.missing = {L"Logoncli.dll"}; // nobody knows of managed accounts
-    expectRecording("CORP\\gmsa$", nullptr, {"CORP\\gmsa$", " ", "1"});
+    expectRecording("CORP\\gmsa$", "NODE", {"CORP\\gmsa$", " ", "1"});
 }
 
-TEST_F(RecordedHome, GetsNoUserWhereItIsNotReached)
+TEST_F(NodeTest, EventSourcesAreOverwrittenAndHaveWholeNames)
 {
-    const auto set = EXPORT(sswseSetUnameForKhome);
-    const std::string longKey(496, 'k'); // one more than there is room for behind "software\Kestel\"
-    expectNodeCases({
-        {"a home of this machine only", calling(set, "svc", "DB2", "KEY_1"), 3, "WSE-000010", ERROR_FILE_NOT_FOUND},
-        {"long home key", calling(set, "u", nullptr, longKey.c_str()), 3, "WSE-000053", ERANGE},
-    });
+    const std::string log = "NODE: registry HKLM\\SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestel: ",
+                      create = "CreateSVCEventRegEntry nodename=\"\" SVCAppKey=";
+    expect({{create + "Kestel EventMsgFile=%SystemRoot%\\a.dll",
+             "2",
+             {log + "created", log + "EventMessageFile set: expand:%SystemRoot%\\a.dll",
+              log + "TypesSupported set: dword:7"}},
+            {create + "Kestel EventMsgFile=\"\" Types=0xFFFFFFFF",
+             "2",
+             {log + "EventMessageFile set: expand:%SystemRoot%\\a.dll -> expand:",
+              log + "TypesSupported set: dword:7 -> dword:4294967295"}},
+            {create + std::string(700, 's') + " EventMsgFile=m", "3 WSE-000050 87"}});
 }
 
 TEST(Home, KeepsTheCallersPathWhenABufferIsMissing)
