@@ -2,42 +2,30 @@
 // each documented way to fail, allocations included. After each run status, record, outputs, plan and what is still
 // held are looked at.
 //
-//     stage        the machine, the loaded library, the inputs and outputs of a call
-//     scenarios_*  the calls, by area
+//     scenarios    the calls, by area
 //     driver       the runs, and what must hold after each
 //     exceptions   what need not, and why
 //     report       docs/reliability.md
 //     platform_calls  docs/platform-calls.md
 #pragma once
 
-#include "tests/faults/stage.h"
-
-#include <map>
-#include <set>
+#include "tests/support/subject.h"
 
 namespace faults {
 
+using support::Subject;
+
 struct Scenario
 {
-    const char* function; // the exported one
-    DWORD (*call)(Stage&);
+    const char* call; // a line for Subject::call
     const char* name;
     DWORD status; // of the run in which nothing is made to fail
-    std::function<void(Stage&)> prepare = {};
-    bool isForThePage = false; // made as it is only: nothing more is made to fail
+    Subject::Prepare prepare = {};
+    bool isForThePage = false;   // made as it is only: nothing more is made to fail
+    const char* about = nullptr; // the function that it counts for, when that is one that releases what the call gives
 };
 
-// CALL(sswseCheckOSGroup, "KES_DBA", nullptr): the first two members of a scenario. The stage is `s`.
-#define CALL(name, ...) #name, [](Stage & s) -> DWORD { return s.call(EXPORT_OF(s.library(), name), ##__VA_ARGS__); }
-
-// The arguments for a text: buffer, size, length.
-#define BUFFER(size) s.text(size), size, s.value<size_t>()
-
-std::vector<Scenario> frameScenarios();
-std::vector<Scenario> accountScenarios();
-std::vector<Scenario> homeScenarios();
-std::vector<Scenario> serviceScenarios();
-std::vector<Scenario> accessScenarios();
+const std::vector<Scenario>& scenarios();
 
 // What is not as it is otherwise when a platform call fails: otherwise the status is a failure that the function may answer,
 // there is a message, the operating system's error in it is the one of the call, outputs are as they were or valid, and
@@ -123,7 +111,7 @@ struct Report
     std::map<std::string, std::set<std::string>> messages;
 };
 
-Report run(const std::vector<Scenario>& scenarios);
+Report runAll();
 
 // The parts of docs/reliability.md and docs/platform-calls.md that are written by the runs.
 std::string tableOf(const std::map<std::string, FunctionReport>& functions);

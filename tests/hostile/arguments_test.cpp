@@ -1,5 +1,5 @@
 // Every exported function with texts, buffers and numbers that nobody would pass.
-#include "tests/hostile/subject.h"
+#include "tests/support/subject.h"
 
 #include <gmock/gmock.h>
 
@@ -8,11 +8,18 @@
 
 using testing::StartsWith;
 
-namespace hostile {
-
 namespace {
 
+using namespace support;
+
 constexpr UINT codePages[] = {0, 932, CP_UTF8}; // the machine's, one with lead bytes, and one of many bytes
+
+bool isText(const cli::Parameter& parameter)
+{
+    constexpr cli::Kind texts[] = {cli::Kind::text,  cli::Kind::secret,  cli::Kind::writableText, cli::Kind::wideText,
+                                   cli::Kind::names, cli::Kind::strings, cli::Kind::inserts};
+    return std::find(std::begin(texts), std::end(texts), parameter.kind) != std::end(texts);
+}
 
 class Dice
 {
@@ -45,13 +52,13 @@ private:
     std::mt19937 random_;
 };
 
-void setText(Call& call, size_t i, const std::string& text)
+void setText(SubjectCall& call, size_t i, const std::string& text)
 {
     call.values[i].given = true;
     call.values[i].texts = {text};
 }
 
-void makeHostile(Dice& dice, Call& call)
+void makeHostile(Dice& dice, SubjectCall& call)
 {
     static const std::vector<DWORD> numbers = {0, 1, 2, 3, 6, 7, 8, 9, 10, 16, 32, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
     static const std::vector<DWORD> sizes = {0, 1, 2, 3, 14, 22, 28, 259, 260, 511, 512, 1024, 70100};
@@ -76,7 +83,7 @@ void makeHostile(Dice& dice, Call& call)
 
 struct HostileArguments : testing::Test
 {
-    Subject subject;
+    Subject subject{&Subject::makeGroup};
 };
 
 TEST_F(HostileArguments, Texts)
@@ -96,7 +103,7 @@ TEST_F(HostileArguments, Texts)
             texts.insert(texts.end(), plain.begin(), plain.end());
         for (const cli::Function* const function : callableFunctions())
             for (size_t i = 0; i < function->parameters.size(); ++i) {
-                Call call = subject.ordinary(*function);
+                SubjectCall call = subject.call(function->name);
                 const std::string what =
                     std::string(function->parameters[i].name) + ", code page " + std::to_string(codePage);
                 for (size_t row = 0; isText(function->parameters[i]) && row < texts.size(); ++row) {
@@ -117,7 +124,7 @@ TEST_F(HostileArguments, Buffers)
         for (size_t i = 0; i < function->parameters.size(); ++i) {
             if (function->parameters[i].kind != cli::Kind::textOut)
                 continue;
-            Call call = subject.ordinary(*function);
+            SubjectCall call = subject.call(function->name);
             const nlohmann::ordered_json whole = subject.run(call, "a large buffer").outputs;
             const std::string text = whole.at(function->parameters[i].name);
             const bool cuts = std::string(function->name) == "sswseGetKestelHomeKey";
@@ -151,7 +158,7 @@ void makeDataHostile(Dice& dice, Subject& subject)
     subject.setValue(dice.oneIn(2) ? L"KESTEL_HOME_TYPE" : L"KESTEL_SVCUSER_TYPE",
                      whatif::registryText(dice.of<std::wstring>({L"0", L"1", L"2", L"V"})));
     if (dice.oneIn(3))
-        subject.home.writeKeyFile(dice.text("SOFTWARE\\KESTEL\\KEY_keswsec_test"));
+        subject.home.writeKeyFile(dice.text("SOFTWARE\\KESTEL\\KEY_h1"));
     const std::string account = dice.text(".\\svc");
     subject.local.services.front().account.assign(account.begin(), account.end());
 }
@@ -165,13 +172,13 @@ TEST(HostileMixtures, OfArgumentsAndData)
     const unsigned first = given ? static_cast<unsigned>(strtoul(given, nullptr, 10)) : 1;
     const Functions functions = callableFunctions();
     for (unsigned seed = first; (given || seed < first + usualSeeds) && !testing::Test::HasFailure(); ++seed) {
-        Subject subject;
+        Subject subject{&Subject::makeGroup};
         Dice dice(seed);
         subject.setCodePage(codePages[dice.below(std::size(codePages))]);
         subject.setTracing(dice.oneIn(2));
         makeDataHostile(dice, subject);
         for (int i = 0; i < callsOfASeed; ++i) {
-            Call call = subject.ordinary(*dice.of(functions));
+            SubjectCall call = subject.call(dice.of(functions)->name);
             makeHostile(dice, call);
             subject.run(call, "seed " + std::to_string(seed) + ", call " + std::to_string(i));
         }
@@ -179,5 +186,3 @@ TEST(HostileMixtures, OfArgumentsAndData)
 }
 
 } // namespace
-
-} // namespace hostile

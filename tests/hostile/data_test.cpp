@@ -1,18 +1,18 @@
 // What the library reads: key file, registry, service configurations, groups, rights and security, as nothing, in
 // thousands, and in sizes that are wrong; and the lists and SIDs of the caller.
-#include "tests/hostile/subject.h"
 #include "tests/support/guarded_heap.h"
 #include "tests/support/last_words.h"
 #include "tests/support/statuses.h"
+#include "tests/support/subject.h"
 #include "whatif/model/sids.h"
 #include "whatif/security/descriptors.h"
 
 #include <accctrl.h>
 #include <gtest/gtest.h>
 
-namespace hostile {
-
 namespace {
+
+using namespace support;
 
 constexpr size_t thousands = 2000;
 constexpr size_t sidOffset = offsetof(ACCESS_ALLOWED_ACE, SidStart);
@@ -85,19 +85,52 @@ HLOCAL WINAPI freeUnlessLent(HLOCAL block)
 
 void expectStatus(const char* name, DWORD status)
 {
-    support::underWay = std::string("after ") + name;
-    EXPECT_TRUE(support::mayAnswer(*cli::findFunction(name), status)) << name << " " << status;
+    underWay = std::string("after ") + name;
+    EXPECT_TRUE(mayAnswer(*cli::findFunction(name), status)) << name << " " << status;
+}
+
+template <class Thing>
+Thing& named(std::vector<Thing>& things, const std::wstring& name)
+{
+    return *std::find_if(things.begin(), things.end(), [&](const Thing& each) { return each.name == name; });
 }
 
 struct HostileData : testing::Test
 {
-    Subject subject;
+    // Those whose ordinary call comes to one of them; all are reached.
+    Functions readers(const std::set<std::string>& imports, size_t least)
+    {
+        Functions found;
+        std::set<std::string> called;
+        for (const cli::Function* const function : callableFunctions()) {
+            const Answer answer = subject.run(subject.call(function->name), "ordinary");
+            const cli::Verdict verdict = cli::verdictOf(*function, answer.status, !answer.message.empty());
+            EXPECT_TRUE(verdict.good || verdict.meaning == "no") << function->name << " " << answer.message;
+            for (const intercept::Trail::Call& each : answer.trail.calls)
+                if (imports.count(each.row->name)) {
+                    called.insert(each.row->name);
+                    if (found.empty() || found.back() != function)
+                        found.push_back(function);
+                }
+        }
+        EXPECT_EQ(called, imports);
+        EXPECT_GE(found.size(), least);
+        return found;
+    }
+
+    void runAll(const Functions& functions, const std::string& what)
+    {
+        for (const cli::Function* const function : functions)
+            subject.run(subject.call(function->name), what);
+    }
+
+    Subject subject{&Subject::makeGroup};
 };
 
 TEST_F(HostileData, KeyFiles)
 {
-    const std::string usual = "SOFTWARE\\KESTEL\\KEY_keswsec_test"; // without a line end
-    const std::string section = "SOFTWARE\\";                       // 9 characters
+    const std::string usual = "SOFTWARE\\KESTEL\\KEY_h1"; // without a line end
+    const std::string section = "SOFTWARE\\";             // 9 characters
     std::string binary = section;
     for (int i = 0; i < 4 * 256; ++i)
         binary += static_cast<char>(0x80 | i * 7);
@@ -106,7 +139,7 @@ TEST_F(HostileData, KeyFiles)
                                  usual,
                                  usual + "\xE2",
                                  section + "KESTEL\\",
-                                 section + "KESTEL\\" + std::string(1, '\0') + "KEY_keswsec_test",
+                                 section + "KESTEL\\" + std::string(1, '\0') + "KEY_h1",
                                  std::string(511, 'x'),
                                  section + std::string(502, 'x'),
                                  section + std::string(503, 'x'),
@@ -114,12 +147,12 @@ TEST_F(HostileData, KeyFiles)
                                  std::string(512, '\\'),
                                  std::string(70000, '\\'),
                                  binary};
-    const Functions readers = subject.readers({"ReadFile"}, 12);
+    const Functions reading = readers({"ReadFile"}, 12);
     for (const UINT codePage : {0, 932})
         for (size_t row = 0; row < std::size(files); ++row) {
             subject.setCodePage(codePage);
             subject.home.writeKeyFile(files[row]);
-            subject.runAll(readers, "key file, row " + std::to_string(row));
+            runAll(reading, "key file, row " + std::to_string(row));
         }
 }
 
@@ -128,7 +161,7 @@ TEST_F(HostileData, RegistryValues)
     const std::pair<size_t, wchar_t> texts[] = {
         {0, L'x'},        {1, L'1'},          {2, L'\0'},    {254, L'x'},   {255, L'x'},   {510, L'x'}, {511, L'\xE9'},
         {512, L'\xD800'}, {16381, L'\x4E2D'}, {16382, L'x'}, {16383, L'x'}, {32500, L'x'}, {40, L'%'}};
-    const Functions readers = subject.readers({"RegQueryValueExA", "RegQueryValueExW"}, 12);
+    const Functions reading = readers({"RegQueryValueExA", "RegQueryValueExW"}, 12);
     for (const auto& [name, usual] : usualValues) {
         for (DWORD type = REG_NONE; type <= REG_QWORD + 1; ++type)
             for (const auto& [length, letter] : texts)
@@ -139,17 +172,17 @@ TEST_F(HostileData, RegistryValues)
                     whatif::RegistryValue value = {type, std::vector<BYTE>(length * sizeof(wchar_t) + odd)};
                     memcpy(value.data.data(), text.data(), value.data.size());
                     subject.setValue(name, value);
-                    subject.runAll(readers, "value of type " + std::to_string(type) + " and length " +
-                                                std::to_string(value.data.size()));
+                    runAll(reading, "value of type " + std::to_string(type) + " and length " +
+                                        std::to_string(value.data.size()));
                 }
-        subject.restore();
+        subject.restoreHome();
     }
 }
 
 TEST_F(HostileData, ServiceConfigurations)
 {
-    const Functions readers = subject.readers({"OpenServiceW", "QueryServiceConfigW"}, 4);
-    Call query = subject.ordinary(*cli::findFunction("GetSvcUserForService"));
+    const Functions reading = readers({"OpenServiceW", "QueryServiceConfigW"}, 4);
+    SubjectCall query = subject.call("GetSvcUserForService");
     for (const DWORD length : {0, 1, 510, 511, 512, 70000})
         for (const size_t dependencies : {size_t{0}, thousands}) {
             whatif::Service& service = subject.local.services.front();
@@ -157,7 +190,7 @@ TEST_F(HostileData, ServiceConfigurations)
             service.binaryPath = service.displayName = std::wstring(length, L'\\');
             service.dependencies.assign(dependencies, L"RpcSs");
             const std::string what = "an account of " + std::to_string(length);
-            subject.runAll(readers, what);
+            runAll(reading, what);
             query.values[1].number = length + 1;
             const bool fits = length < 1000 && dependencies == 0; // into the 8 KB that may be asked for
             const Answer answer = subject.run(query, what);
@@ -170,13 +203,13 @@ TEST_F(HostileData, ServiceConfigurations)
 
 TEST_F(HostileData, GroupsAndRights)
 {
-    const Functions readers =
-        subject.readers({"NetUserGetLocalGroups", "NetLocalGroupGetMembers", "LsaEnumerateAccountsWithUserRight"}, 4);
+    const Functions reading =
+        readers({"NetUserGetLocalGroups", "NetLocalGroupGetMembers", "LsaEnumerateAccountsWithUserRight"}, 4);
     const auto expect = [&](const char* what, DWORD inGroup, DWORD privileged) {
-        subject.runAll(readers, what);
+        runAll(reading, what);
         for (const auto& [function, status] :
              {std::pair("CheckUserInGroup", inGroup), {"CheckUserPrivileges", privileged}, {"IsAdministrator", 0u}})
-            EXPECT_EQ(subject.run(subject.ordinary(*cli::findFunction(function)), what).status, status) << what;
+            EXPECT_EQ(subject.run(subject.call(function), what).status, status) << what;
     };
     whatif::Node& node = subject.local;
     const std::wstring user = named(node.accounts, L"svc").sid;
@@ -203,8 +236,7 @@ TEST_F(HostileData, GroupsAndRights)
 
 TEST_F(HostileData, AccessControlLists)
 {
-    const Functions readers =
-        subject.readers({"GetFileSecurityW", "RegGetKeySecurity", "QueryServiceObjectSecurity"}, 5);
+    const Functions reading = readers({"GetFileSecurityW", "RegGetKeySecurity", "QueryServiceObjectSecurity"}, 5);
     whatif::Imports imports(subject.home.module());
     imports.redirect("GetFileSecurityW", reinterpret_cast<void*>(&handOut<LPCWSTR>));
     imports.redirect("RegGetKeySecurity", reinterpret_cast<void*>(&handOutOfKey));
@@ -215,18 +247,18 @@ TEST_F(HostileData, AccessControlLists)
         for (size_t i = 0; i < count; ++i)
             sddl += L"(A;;0x1;;;S-1-7-" + std::to_wstring(i) + L")";
         heldDescriptor = descriptorOf(sddl);
-        subject.runAll(readers, std::to_string(count) + " entries");
+        runAll(reading, std::to_string(count) + " entries");
     }
     const std::string small = descriptorOf(L"D:(A;;0x1;;;LS)(D;ID;FA;;;BA)");
     const Functions oneOfEachKind = {cli::findFunction("UpdateService"), cli::findFunction("AddACLOnObjectForUser"),
                                      cli::findFunction("CheckACLsOnReg"), cli::findFunction("setPermissions")};
     withEachByteChanged(small, [&](const std::string& changed) {
         heldDescriptor = changed;
-        subject.runAll(oneOfEachKind, "changed bytes of a descriptor");
+        runAll(oneOfEachKind, "changed bytes of a descriptor");
     });
     for (size_t size = 0; size < small.size(); size += sizeof(DWORD)) {
         heldDescriptor = small.substr(0, size);
-        subject.runAll(readers, "a descriptor of " + std::to_string(size) + " bytes");
+        runAll(reading, "a descriptor of " + std::to_string(size) + " bytes");
     }
 }
 
@@ -243,7 +275,7 @@ TEST_F(HostileData, ListsAndSidsOfTheCaller)
         expectStatus("AddACEOnKernelObjectForUserOrGroup", addToObject(nullptr, none, "svc", 1));
         expectStatus("AddACEOnDefaultDACLForSvcUser", addToToken(nullptr, none, "svc", 1));
     }
-    subject.world.local() = subject.local;
+    subject.world().local() = subject.local;
     const HANDLE event = whatif::openObject(L"event Ready", READ_CONTROL | WRITE_DAC);
     const auto addTo = [&](PACL list, PSID trustee) {
         lent = list;
@@ -284,5 +316,3 @@ TEST_F(HostileData, ListsAndSidsOfTheCaller)
 }
 
 } // namespace
-
-} // namespace hostile

@@ -1,21 +1,21 @@
 // docs/refused-arguments.md: what each function says when something is missing, and in which order it looks.
-#include "tests/hostile/subject.h"
 #include "tests/support/document.h"
+#include "tests/support/subject.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 
-namespace hostile {
-
 namespace {
+
+using namespace support;
 
 bool mayBeMissing(const cli::Parameter& parameter)
 {
     return parameter.kind != cli::Kind::inserts && parameter.kind != cli::Kind::hosted;
 }
 
-std::string answered(Subject& subject, const Call& call, const std::string& what)
+std::string answered(Subject& subject, const SubjectCall& call, const std::string& what)
 {
     const Answer answer = subject.run(call, what);
     const std::string message = answer.message.substr(0, answer.message.find_first_of("\r\n"));
@@ -26,7 +26,7 @@ std::string answered(Subject& subject, const Call& call, const std::string& what
 // All that may be missing is, then one after the other is given, then each is missing alone.
 void write(std::ostream& page, Subject& subject, const cli::Function& function)
 {
-    Call call = subject.ordinary(function);
+    SubjectCall call = subject.call(function.name);
     const std::string usual = answered(subject, call, "ordinary");
     page << "\n## `" << function.name << "`\n\n    " << usual << "\n";
     for (size_t i = 0; i < function.parameters.size(); ++i)
@@ -53,13 +53,11 @@ void write(std::ostream& page, Subject& subject, const cli::Function& function)
 
 TEST(HostileRefusals, AreWhatTheDocumentSays)
 {
-    Subject subject;
+    Subject subject{&Subject::makeGroup};
     std::ostringstream page;
     for (const cli::Function* const function : callableFunctions())
         write(page, subject, *function);
-    support::expectDocument("refused-arguments.md", page.str());
+    expectDocument("refused-arguments.md", page.str());
 }
 
 } // namespace
-
-} // namespace hostile
