@@ -65,7 +65,7 @@ DWORD sswseChangeRights(const sswseCall& call, const sswseRightsChange& change, 
 {
     const NTSTATUS result = change.apply(policy, sid, rights, count);
     const DWORD osError = result == 0 ? ERROR_SUCCESS : LsaNtStatusToWinError(result);
-    if (result == 0 || (osError == change.tolerated && osError != ERROR_SUCCESS))
+    if (result == 0 || (change.tolerated != ERROR_SUCCESS && osError == change.tolerated))
         return SSWSE_SUCCESS;
     return sswseFail(call, change.messageId, osError, change.apiName);
 }

@@ -63,9 +63,8 @@ DWORD isRightHeld(const sswseCall& call, LSA_HANDLE policy, const char* right, c
         return sswseFail(call, WSE_ENUMERATE_ACCOUNTS, LsaNtStatusToWinError(result),
                          "LsaEnumerateAccountsWithUserRight");
     const LSA_ENUMERATION_INFORMATION* const first = accounts.get();
-    held = result == 0 && first &&
-           std::any_of(first, first + count,
-                       [&holders](const LSA_ENUMERATION_INFORMATION& row) { return sswseIsListed(holders, row.Sid); });
+    held = result == 0 &&
+           std::any_of(first, first + count, [&](const auto& row) { return sswseIsListed(holders, row.Sid); });
     return SSWSE_SUCCESS;
 }
 

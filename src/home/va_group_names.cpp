@@ -25,10 +25,7 @@ DWORD WINAPI sswseGetVAGroupnameForKHomename(sswseErrRec* err, const char* homen
         char work[512];
         sswseHomeGroup(work, homename, sswseServiceAccountsSuffix);
         const size_t length = strlen(work);
-        if (gamel < length) // though the first guard is the stricter one: deliberate
-            return sswseBufferTooSmall(call, "groupname");
-        if (const DWORD status = sswseCopy(call, groupname, length + 1, work); status != SSWSE_SUCCESS)
-            return status;
+        strcpy(groupname, work);
         if (outlen)
             *outlen = length;
         return SSWSE_SUCCESS;
@@ -63,8 +60,7 @@ DWORD WINAPI sswseGetKHomeNameFromVAGroupName(sswseErrRec* err, const char* grou
         const size_t length = static_cast<size_t>(end - name);
         if (length + 1 > hnamel)
             return sswseBufferTooSmall(call, "homename");
-        if (const DWORD status = sswseCopy(call, homename, hnamel, name); status != SSWSE_SUCCESS)
-            return status;
+        strcpy(homename, name);
         *outlen = length;
         return SSWSE_SUCCESS;
     });

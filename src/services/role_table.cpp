@@ -110,7 +110,7 @@ const sswseRoleTable* sswseRoleTableOf(const char* khtype)
 
 const sswseServiceRole& sswseRoleAt(const sswseRoleTable& table, int index)
 {
-    return index >= 0 && index < table.count ? table.rows[index] : noRole;
+    return index == sswseNoRole ? noRole : table.rows[index];
 }
 
 const char* sswseHomeGroupSuffix(const char* name)

@@ -32,7 +32,7 @@ inline constexpr int sswseNoRole = -1;
 // The table of a home type, compared exactly; NULL when it has none, or is NULL.
 const sswseRoleTable* sswseRoleTableOf(const char* khtype);
 
-// The row at an index. Outside the table, sswseNoRole included, it is a row without key, groups and rights.
+// The row at an index; for sswseNoRole a row without key, groups and rights.
 const sswseServiceRole& sswseRoleAt(const sswseRoleTable& table, int index);
 
 // What is behind the home's name in the name of a group of its own, "_DBA" for "KES_HN_DBA"; NULL for a group that all

@@ -18,7 +18,7 @@ enum class SidType
 
 struct SidTypeRule
 {
-    const char* khtype; // NULL: any
+    const char* khtype;
     const char* svckey; // NULL: any
     SidType sidType;
 };
@@ -30,14 +30,12 @@ constexpr SidTypeRule rules[] = {
     {"0", "kestel.exe-mondb", SidType::unrestrictedUnlessLocalSystem},
     {"0", nullptr, SidType::untouched},
     {"1", nullptr, SidType::unrestrictedUnlessLocalSystem},
-    {nullptr, nullptr, SidType::unrestricted},
 };
 
 SidType sidTypeFor(const char* khtype, const char* svckey)
 {
     for (const SidTypeRule& rule : rules)
-        if ((!rule.khtype || strcmp(rule.khtype, khtype) == 0) &&
-            (!rule.svckey || sswseSameServiceKey(rule.svckey, svckey)))
+        if (strcmp(rule.khtype, khtype) == 0 && (!rule.svckey || sswseSameServiceKey(rule.svckey, svckey)))
             return rule.sidType;
     return SidType::unrestricted;
 }
