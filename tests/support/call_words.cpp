@@ -17,80 +17,75 @@ namespace {
 
 struct Constant
 {
-    const char* name;
+    std::string name;
     DWORD value;
 };
 
-#define NAMED(constant)                                                                                                \
-    {                                                                                                                  \
-#constant, static_cast < DWORD>(constant)                                                                      \
-    }
+template <class... Values>
+std::vector<Constant> named(const char* names, Values... values)
+{
+    std::vector<Constant> all;
+    std::istringstream words(names);
+    for (const DWORD value : {static_cast<DWORD>(values)...})
+        std::getline(words >> std::ws, all.emplace_back(Constant{"", value}).name, ',');
+    return all;
+}
+
+#define NAMED(...) named(#__VA_ARGS__, __VA_ARGS__)
 
 // Whole values come before the bits that they are made of.
 const std::map<std::string, std::vector<Constant>>& constants()
 {
     static const std::map<std::string, std::vector<Constant>> all = {
-        {"codepage", {NAMED(CP_ACP), NAMED(CP_OEMCP)}},
-        {"towide", {NAMED(MB_PRECOMPOSED), NAMED(MB_ERR_INVALID_CHARS)}},
-        {"fromwide", {NAMED(WC_NO_BEST_FIT_CHARS), NAMED(WC_COMPOSITECHECK)}},
-        {"format",
-         {NAMED(FORMAT_MESSAGE_ALLOCATE_BUFFER), NAMED(FORMAT_MESSAGE_FROM_SYSTEM),
-          NAMED(FORMAT_MESSAGE_FROM_HMODULE)}},
-        {"loading", {NAMED(LOAD_LIBRARY_AS_DATAFILE), NAMED(LOAD_LIBRARY_AS_IMAGE_RESOURCE)}},
-        {"fileaccess", {NAMED(GENERIC_READ), NAMED(GENERIC_WRITE), NAMED(READ_CONTROL), NAMED(WRITE_DAC)}},
-        {"share", {NAMED(FILE_SHARE_READ), NAMED(FILE_SHARE_WRITE), NAMED(FILE_SHARE_DELETE)}},
-        {"disposition", {NAMED(OPEN_EXISTING), NAMED(CREATE_ALWAYS)}},
-        {"attributes", {NAMED(FILE_ATTRIBUTE_NORMAL)}},
-        {"wellknown",
-         {NAMED(WinLocalSystemSid), NAMED(WinLocalServiceSid), NAMED(WinNetworkServiceSid),
-          NAMED(WinBuiltinAdministratorsSid), NAMED(WinAuthenticatedUserSid), NAMED(WinWorldSid)}},
-        {"token", {NAMED(TOKEN_QUERY), NAMED(TOKEN_ADJUST_DEFAULT)}},
-        {"tokenclass", {NAMED(TokenUser), NAMED(TokenOwner), NAMED(TokenDefaultDacl)}},
-        {"logon", {NAMED(LOGON32_LOGON_NETWORK)}},
-        {"provider", {NAMED(LOGON32_PROVIDER_DEFAULT)}},
-        {"policy",
-         {NAMED(POLICY_ALL_ACCESS), NAMED(POLICY_VIEW_LOCAL_INFORMATION), NAMED(POLICY_LOOKUP_NAMES),
-          NAMED(POLICY_CREATE_ACCOUNT)}},
-        {"policyclass", {NAMED(PolicyAccountDomainInformation)}},
-        {"manageraudit", {NAMED(AUTHZ_RM_FLAG_NO_AUDIT)}},
-        {"contextgroups", {NAMED(AUTHZ_SKIP_TOKEN_GROUPS)}},
-        {"nested", {NAMED(LG_INCLUDE_INDIRECT)}},
-        {"length", {NAMED(MAX_PREFERRED_LENGTH)}},
-        {"privilege", {NAMED(USER_PRIV_USER)}},
-        {"userflags",
-         {NAMED(UF_SCRIPT), NAMED(UF_NORMAL_ACCOUNT), NAMED(UF_DONT_EXPIRE_PASSWD), NAMED(UF_PASSWD_CANT_CHANGE)}},
-        {"validation", {NAMED(NetValidateAuthentication), NAMED(NetValidatePasswordChange)}},
-        {"key",
-         {NAMED(KEY_ALL_ACCESS), NAMED(KEY_READ), NAMED(KEY_WRITE), NAMED(KEY_QUERY_VALUE), NAMED(KEY_SET_VALUE),
-          NAMED(KEY_ENUMERATE_SUB_KEYS), NAMED(READ_CONTROL), NAMED(WRITE_DAC)}},
-        {"keyoptions", {NAMED(REG_OPTION_NON_VOLATILE)}},
-        {"valuetype", {NAMED(REG_SZ), NAMED(REG_EXPAND_SZ), NAMED(REG_DWORD)}},
+        {"codepage", NAMED(CP_ACP, CP_OEMCP)},
+        {"towide", NAMED(MB_PRECOMPOSED, MB_ERR_INVALID_CHARS)},
+        {"fromwide", NAMED(WC_NO_BEST_FIT_CHARS, WC_COMPOSITECHECK)},
+        {"format", NAMED(FORMAT_MESSAGE_ALLOCATE_BUFFER, FORMAT_MESSAGE_FROM_SYSTEM, FORMAT_MESSAGE_FROM_HMODULE)},
+        {"loading", NAMED(LOAD_LIBRARY_AS_DATAFILE, LOAD_LIBRARY_AS_IMAGE_RESOURCE)},
+        {"fileaccess", NAMED(GENERIC_READ, GENERIC_WRITE, READ_CONTROL, WRITE_DAC)},
+        {"share", NAMED(FILE_SHARE_READ, FILE_SHARE_WRITE, FILE_SHARE_DELETE)},
+        {"disposition", NAMED(OPEN_EXISTING, CREATE_ALWAYS)},
+        {"attributes", NAMED(FILE_ATTRIBUTE_NORMAL)},
+        {"wellknown", NAMED(WinLocalSystemSid, WinLocalServiceSid, WinNetworkServiceSid, WinBuiltinAdministratorsSid,
+                            WinAuthenticatedUserSid, WinWorldSid)},
+        {"token", NAMED(TOKEN_QUERY, TOKEN_ADJUST_DEFAULT)},
+        {"tokenclass", NAMED(TokenUser, TokenOwner, TokenDefaultDacl)},
+        {"logon", NAMED(LOGON32_LOGON_NETWORK)},
+        {"provider", NAMED(LOGON32_PROVIDER_DEFAULT)},
+        {"policy", NAMED(POLICY_ALL_ACCESS, POLICY_VIEW_LOCAL_INFORMATION, POLICY_LOOKUP_NAMES, POLICY_CREATE_ACCOUNT)},
+        {"policyclass", NAMED(PolicyAccountDomainInformation)},
+        {"manageraudit", NAMED(AUTHZ_RM_FLAG_NO_AUDIT)},
+        {"contextgroups", NAMED(AUTHZ_SKIP_TOKEN_GROUPS)},
+        {"nested", NAMED(LG_INCLUDE_INDIRECT)},
+        {"length", NAMED(MAX_PREFERRED_LENGTH)},
+        {"privilege", NAMED(USER_PRIV_USER)},
+        {"userflags", NAMED(UF_SCRIPT, UF_NORMAL_ACCOUNT, UF_DONT_EXPIRE_PASSWD, UF_PASSWD_CANT_CHANGE)},
+        {"validation", NAMED(NetValidateAuthentication, NetValidatePasswordChange)},
+        {"key", NAMED(KEY_ALL_ACCESS, KEY_READ, KEY_WRITE, KEY_QUERY_VALUE, KEY_SET_VALUE, KEY_ENUMERATE_SUB_KEYS,
+                      READ_CONTROL, WRITE_DAC)},
+        {"keyoptions", NAMED(REG_OPTION_NON_VOLATILE)},
+        {"valuetype", NAMED(REG_SZ, REG_EXPAND_SZ, REG_DWORD)},
         {"manager",
-         {NAMED(SC_MANAGER_ALL_ACCESS), NAMED(SC_MANAGER_CONNECT), NAMED(SC_MANAGER_CREATE_SERVICE),
-          NAMED(SC_MANAGER_ENUMERATE_SERVICE)}},
-        {"service",
-         {NAMED(SERVICE_ALL_ACCESS), NAMED(SERVICE_QUERY_CONFIG), NAMED(SERVICE_CHANGE_CONFIG), NAMED(SERVICE_START),
-          NAMED(SERVICE_STOP), NAMED(SERVICE_QUERY_STATUS), NAMED(DELETE), NAMED(READ_CONTROL), NAMED(WRITE_DAC)}},
-        {"information", {NAMED(SC_ENUM_PROCESS_INFO)}},
-        {"servicestate", {NAMED(SERVICE_STATE_ALL), NAMED(SERVICE_ACTIVE), NAMED(SERVICE_INACTIVE)}},
-        {"servicetype",
-         {NAMED(SERVICE_WIN32), NAMED(SERVICE_NO_CHANGE), NAMED(SERVICE_WIN32_OWN_PROCESS),
-          NAMED(SERVICE_KERNEL_DRIVER)}},
-        {"starttype", {NAMED(SERVICE_NO_CHANGE), NAMED(SERVICE_DEMAND_START)}},
-        {"errorcontrol", {NAMED(SERVICE_NO_CHANGE), NAMED(SERVICE_ERROR_NORMAL)}},
-        {"configuration", {NAMED(SERVICE_CONFIG_SERVICE_SID_INFO)}},
-        {"sidtype", {NAMED(SERVICE_SID_TYPE_UNRESTRICTED), NAMED(SERVICE_SID_TYPE_RESTRICTED)}},
-        {"security",
-         {NAMED(OWNER_SECURITY_INFORMATION), NAMED(GROUP_SECURITY_INFORMATION), NAMED(DACL_SECURITY_INFORMATION),
-          NAMED(PROTECTED_DACL_SECURITY_INFORMATION), NAMED(UNPROTECTED_DACL_SECURITY_INFORMATION)}},
-        {"control", {NAMED(SE_DACL_AUTO_INHERIT_REQ), NAMED(SE_DACL_AUTO_INHERITED), NAMED(SE_DACL_PROTECTED)}},
-        {"object", {NAMED(SE_FILE_OBJECT), NAMED(SE_SERVICE), NAMED(SE_REGISTRY_KEY), NAMED(SE_KERNEL_OBJECT)}},
-        {"desired", {NAMED(MAXIMUM_ALLOWED)}},
-        {"atend", {NAMED(MAXDWORD)}},
-        {"aclclass", {NAMED(AclSizeInformation)}},
-        {"mode", {NAMED(GRANT_ACCESS), NAMED(SET_ACCESS), NAMED(DENY_ACCESS), NAMED(REVOKE_ACCESS)}},
-        {"form", {NAMED(TRUSTEE_IS_SID), NAMED(TRUSTEE_IS_NAME)}},
-        {"trustee", {NAMED(TRUSTEE_IS_UNKNOWN), NAMED(TRUSTEE_IS_USER), NAMED(TRUSTEE_IS_GROUP)}},
+         NAMED(SC_MANAGER_ALL_ACCESS, SC_MANAGER_CONNECT, SC_MANAGER_CREATE_SERVICE, SC_MANAGER_ENUMERATE_SERVICE)},
+        {"service", NAMED(SERVICE_ALL_ACCESS, SERVICE_QUERY_CONFIG, SERVICE_CHANGE_CONFIG, SERVICE_START, SERVICE_STOP,
+                          SERVICE_QUERY_STATUS, DELETE, READ_CONTROL, WRITE_DAC)},
+        {"information", NAMED(SC_ENUM_PROCESS_INFO)},
+        {"servicestate", NAMED(SERVICE_STATE_ALL, SERVICE_ACTIVE, SERVICE_INACTIVE)},
+        {"servicetype", NAMED(SERVICE_WIN32, SERVICE_NO_CHANGE, SERVICE_WIN32_OWN_PROCESS, SERVICE_KERNEL_DRIVER)},
+        {"starttype", NAMED(SERVICE_NO_CHANGE, SERVICE_DEMAND_START)},
+        {"errorcontrol", NAMED(SERVICE_NO_CHANGE, SERVICE_ERROR_NORMAL)},
+        {"configuration", NAMED(SERVICE_CONFIG_SERVICE_SID_INFO)},
+        {"sidtype", NAMED(SERVICE_SID_TYPE_UNRESTRICTED, SERVICE_SID_TYPE_RESTRICTED)},
+        {"security", NAMED(OWNER_SECURITY_INFORMATION, GROUP_SECURITY_INFORMATION, DACL_SECURITY_INFORMATION,
+                           PROTECTED_DACL_SECURITY_INFORMATION, UNPROTECTED_DACL_SECURITY_INFORMATION)},
+        {"control", NAMED(SE_DACL_AUTO_INHERIT_REQ, SE_DACL_AUTO_INHERITED, SE_DACL_PROTECTED)},
+        {"object", NAMED(SE_FILE_OBJECT, SE_SERVICE, SE_REGISTRY_KEY, SE_KERNEL_OBJECT)},
+        {"desired", NAMED(MAXIMUM_ALLOWED)},
+        {"atend", NAMED(MAXDWORD)},
+        {"aclclass", NAMED(AclSizeInformation)},
+        {"mode", NAMED(GRANT_ACCESS, SET_ACCESS, DENY_ACCESS, REVOKE_ACCESS)},
+        {"form", NAMED(TRUSTEE_IS_SID, TRUSTEE_IS_NAME)},
+        {"trustee", NAMED(TRUSTEE_IS_UNKNOWN, TRUSTEE_IS_USER, TRUSTEE_IS_GROUP)},
     };
     return all;
 }
@@ -191,8 +186,10 @@ class Describing
 public:
     Describing(const Row& row, const Raw& arguments, const Names& names) : row_(row), raw_(arguments), names_(names) {}
 
-    std::string argument(const std::string& kind, size_t i) const
+    std::string argument(size_t i) const
     {
+        std::string kind = i < row_.arguments.size() ? row_.arguments[i] : "";
+        kind.erase(0, kind.rfind('+', 0) == 0);
         const auto domain = constants().find(kind);
         if (domain != constants().end())
             return constantWords(domain->second, number(i));
@@ -201,8 +198,9 @@ public:
     }
 
     // "service {1}{ of 0}": what is in braces is an argument with what comes before it, or nothing.
-    std::string result(const std::string& form, const std::vector<std::string>& kinds) const
+    std::string result() const
     {
+        const std::string& form = row_.result;
         std::string text;
         for (size_t at = 0; at < form.size(); ++at) {
             if (form[at] != '{') {
@@ -211,7 +209,7 @@ public:
             }
             const size_t end = form.find('}', at);
             const auto i = static_cast<size_t>(form[end - 1] - '0');
-            std::string word = argument(i < kinds.size() ? kinds[i] : "_", i);
+            std::string word = argument(i);
             if (word.front() == '"')
                 word = word.substr(1, word.size() - 2);
             if (word != "NULL")
@@ -376,123 +374,16 @@ const std::map<std::string, Describing::Kind>& Describing::kinds()
     return all;
 }
 
-// What types do not tell. "_" is an argument whose type does, as do those behind the last one; "+" stands before what
-// an administrator wants to know of.
-struct Described
-{
-    const char* function;
-    const char* arguments;
-    const char* result = "";
-};
-
-const Described& describedFor(const Row& row)
-{
-    static const Described none = {"", ""};
-    static const Described all[] = {
-        {"MultiByteToWideChar", "codepage towide counted _ _ room"},
-        {"WideCharToMultiByte", "codepage fromwide _ _ _ room"},
-        {"FormatMessageA", "format _ hex hex _ _ in"},
-        {"GetModuleHandleA", "_", "{0}"},
-        {"LoadLibraryA", "+_", "{0}"},
-        {"LoadLibraryExA", "_ _ +loading", "{0}"},
-        {"GetProcAddress", "_ +_"},
-        {"CreateFileA", "_ +fileaccess share _ disposition attributes", "{0}"},
-        {"GetEnvironmentVariableA", "+_"},
-        {"GetComputerNameW", "_ size"},
-        {"GetVersionExA", "version"},
-        {"GetVersionExW", "version"},
-        {"ConvertStringSidToSidA", "_", "SID {0}"},
-        {"ConvertStringSidToSidW", "_", "SID {0}"},
-        {"CopySid", "_ _ sid"},
-        {"CreateWellKnownSid", "wellknown sid _ size"},
-        {"LookupAccountNameW", "_ _ _ size _ size"},
-        {"LookupAccountSidW", "_ sid _ size _ size"},
-        {"OpenProcessToken", "_ +token", "token of {0}"},
-        {"GetTokenInformation", "_ +tokenclass"},
-        {"SetTokenInformation", "_ +tokenclass defaultdacl"},
-        {"LogonUserW", "_ _ secret +logon provider", "token of {0}"},
-        {"LsaOpenPolicy", "lsa in +policy", "policy{ of 0}"},
-        {"LsaQueryInformationPolicy", "_ +policyclass", "account domain"},
-        {"LsaAddAccountRights", "_ sid +rights"},
-        {"LsaRemoveAccountRights", "_ sid _ +rights"},
-        {"LsaEnumerateAccountsWithUserRight", "_ +lsa", "accounts with {1}"},
-        {"NetLocalGroupAdd", "_ _ group"},
-        {"NetLocalGroupEnum", "_ _ _ length", "groups"},
-        {"NetLocalGroupGetInfo", "_ _ _ _", "group {1}"},
-        {"NetLocalGroupAddMembers", "_ _ _ members"},
-        {"NetLocalGroupDelMembers", "_ _ _ members"},
-        {"NetLocalGroupGetMembers", "_ _ _ _ length", "members of {1}"},
-        {"NetUserGetLocalGroups", "_ _ _ +nested _ length", "groups of {1}"},
-        {"NetUserAdd", "_ _ +user"},
-        {"NetValidatePasswordPolicy", "_ _ validation password", "verdict"},
-        {"NetIsServiceAccount", "wide wide"},
-        {"NetQueryServiceAccount", "wide wide", "managed account {1}"},
-        {"RegConnectRegistryA", "", "{1}{ of 0}"},
-        {"RegConnectRegistryW", "", "{1}{ of 0}"},
-        {"RegOpenKeyExA", "_ _ _ +key", "{0}\\{1}"},
-        {"RegOpenKeyExW", "_ _ _ +key", "{0}\\{1}"},
-        {"RegCreateKeyExA", "_ _ _ ansi keyoptions +key", "{0}\\{1}"},
-        {"RegQueryValueExA", "_ +_ _ _ _ size"},
-        {"RegQueryValueExW", "_ +_ _ _ _ size"},
-        {"RegSetValueExA", "_ +_ _ valuetype data"},
-        {"RegSetValueExW", "_ +_ _ valuetype data"},
-        {"RegEnumKeyExW", "_ _ _ size"},
-        {"RegGetKeySecurity", "_ +security _ size"},
-        {"OpenSCManagerW", "_ _ +manager", "service manager{ of 0}"},
-        {"OpenServiceW", "_ _ +service", "service {1}"},
-        {"EnumServicesStatusExW", "_ information +servicetype +servicestate _ _ _ _ size"},
-        {"CreateServiceW", "_ _ _ +service servicetype starttype errorcontrol _ _ _ names _ secret", "service {1}"},
-        {"ChangeServiceConfigW", "_ servicetype starttype errorcontrol _ _ _ names _ secret"},
-        {"ChangeServiceConfig2W", "_ configuration +sidinfo"},
-        {"QueryServiceConfigW", "_ _ twice"},
-        {"QueryServiceObjectSecurity", "_ +security"},
-        {"SetServiceObjectSecurity", "_ +security descriptor"},
-        {"FindFirstFileW", "_", "search for {0}"},
-        {"FindFirstFileA", "_", "search for {0}"},
-        {"GetVolumePathNameW", "_ _ pathroom"},
-        {"AllocateAndInitializeSid", "authority", "SID"},
-        {"AddAce", "_ _ atend ace"},
-        {"GetAclInformation", "_ _ _ aclclass"},
-        {"GetFileSecurityW", "_ +security"},
-        {"SetFileSecurityW", "_ +security descriptor"},
-        {"GetNamedSecurityInfoW", "_ object +security", "security of {0}"},
-        {"SetNamedSecurityInfoW", "wide object +security sid sid acl acl"},
-        {"SetEntriesInAclA", "_ entries acl", "merged list"},
-        {"SetEntriesInAclW", "_ entries acl", "merged list"},
-        {"GetSecurityInfo", "_ object +security", "security of {0}"},
-        {"SetSecurityInfo", "_ object +security sid sid acl acl"},
-        {"SetSecurityDescriptorDacl", "_ _ acl"},
-        {"SetSecurityDescriptorControl", "_ control control"},
-        {"AuthzInitializeResourceManager", "manageraudit", "authorization"},
-        {"AuthzInitializeContextFromSid", "contextgroups sid", "context of {1}"},
-        {"AuthzAddSidsToContext", "_ groups", "{0} and groups"},
-        {"AuthzAccessCheck", "_ _ +request _ descriptor"},
-    };
-    for (const Described& each : all)
-        if (strcmp(each.function, row.name) == 0)
-            return each;
-    return none;
-}
-
-std::vector<std::string> kindsOf(const Described& described)
-{
-    std::istringstream words(described.arguments);
-    return {std::istream_iterator<std::string>(words), {}};
-}
-
 } // namespace
 
 CallWords wordsOf(const Row& row, const Raw& arguments, const Names& names)
 {
     const Describing describing(row, arguments, names);
-    const std::vector<std::string> kinds = kindsOf(describedFor(row));
     CallWords words = {std::string(row.name) + '(', ""};
     for (size_t i = 0; row.types[i]; ++i) {
-        const std::string kind = i < kinds.size() ? kinds[i] : "_";
-        const bool isAsked = kind.front() == '+';
-        const std::string argument = describing.argument(kind.substr(isAsked), i);
+        const std::string argument = describing.argument(i);
         words.all += (i ? ", " : "") + argument;
-        if (isAsked)
+        if (i < row.arguments.size() && row.arguments[i][0] == '+')
             words.asked += (words.asked.empty() ? "" : ", ") + argument;
     }
     words.all += ')';
@@ -501,11 +392,7 @@ CallWords wordsOf(const Row& row, const Raw& arguments, const Names& names)
 
 std::string resultOf(const Row& row, const Raw& arguments, const Names& names)
 {
-    const Described& described = describedFor(row);
-    std::vector<std::string> kinds = kindsOf(described);
-    for (std::string& kind : kinds)
-        kind = kind.substr(kind.front() == '+');
-    return Describing(row, arguments, names).result(described.result, kinds);
+    return Describing(row, arguments, names).result();
 }
 
 } // namespace intercept

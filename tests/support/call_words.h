@@ -14,9 +14,12 @@ struct CallWords
     std::string asked; // SERVICE_QUERY_CONFIG: rights, flags and names that an administrator wants to know of
 };
 
+// By the row's words for its arguments: a domain of constants, a kind of data, "_" where the type tells enough, as for those
+// behind the last; "+" stands before what is asked.
 CallWords wordsOf(const Row& row, const Raw& arguments, const Names& names);
 
-// What the call gives is called; empty where the table has no word for it.
+// What the call gives is called: "service {1}{ of 0}", in braces an argument with what comes before it, or nothing.
+// Empty where the row has no word for it.
 std::string resultOf(const Row& row, const Raw& arguments, const Names& names);
 
 } // namespace intercept

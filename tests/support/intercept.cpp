@@ -21,7 +21,7 @@ struct Run
     Fault fault;
     size_t counted = 0; // calls that the fault looks at
     Trail trail;
-    std::map<uintptr_t, Kind> held;
+    std::map<uintptr_t, std::string> held;
     std::string object;
     std::map<uintptr_t, std::string> searches; // and what is searched
 
@@ -107,7 +107,7 @@ std::string firstLine(const std::string& text)
 
 void writeCall(const Row& row, const Raw& arguments)
 {
-    const bool isOfHeap = row.says == Says::memoryNull || row.releases == Kind::heap;
+    const bool isOfHeap = row.says == Says::memoryNull || row.releases == "heap";
     run.isWritten = run.inWords && !isOfHeap && strcmp(row.name, "IsValidSid") != 0; // which only computes
     if (!run.isWritten)
         return;
@@ -194,7 +194,7 @@ bool isSuccess(const Row& row, uintptr_t result)
 
 uintptr_t resourceOf(const Row& row, uintptr_t result, const Raw& arguments)
 {
-    if (row.through == fromResult)
+    if (row.through < 0)
         return result;
     const auto* const place = reinterpret_cast<const uintptr_t*>(arguments[static_cast<size_t>(row.through)]);
     return place ? *place : 0;
@@ -208,15 +208,6 @@ void nameResult(const Row& row, uintptr_t result, const Raw& arguments)
 }
 
 } // namespace
-
-const char* nameOf(Kind kind)
-{
-    constexpr const char* names[] = {
-        "none",       "heap block", "LocalAlloc block", "registry key",    "service handle",
-        "LSA policy", "LSA buffer", "network buffer",   "password output", "search",
-        "handle",     "SID",        "module",           "authorization",   "authorization context"};
-    return names[static_cast<size_t>(kind)];
-}
 
 const Row& rowOf(void** original)
 {
@@ -260,7 +251,7 @@ bool releasing(const Row& row, const Raw& arguments)
     if (resource && row.releasesThroughAddress)
         resource = *reinterpret_cast<const uintptr_t*>(resource);
     const std::lock_guard lock(mutex);
-    if (!run.on || row.releases == Kind::none || !resource)
+    if (!run.on || row.releases.empty() || !resource)
         return true;
     run.names.erase(resource);
     const auto known = run.held.find(resource);
@@ -269,7 +260,7 @@ bool releasing(const Row& row, const Raw& arguments)
         return true;
     }
     run.trail.offences.push_back(std::string(row.name) + " of " +
-                                 (known == run.held.end() ? "what is not held" : nameOf(known->second)));
+                                 (known == run.held.end() ? "what is not held" : known->second));
     return false;
 }
 
@@ -282,7 +273,7 @@ uintptr_t finished(const Row& row, uintptr_t result, const Raw& arguments)
         return findAtRunTime(reinterpret_cast<const char*>(arguments[1]), result);
     if (run.inWords && row.says != Says::nothing && isSuccess(row, result))
         nameResult(row, result, arguments);
-    if (row.acquires == Kind::none || !isSuccess(row, result))
+    if (row.acquires.empty() || !isSuccess(row, result))
         return result;
     const uintptr_t resource = resourceOf(row, result, arguments);
     const std::lock_guard lock(mutex);
@@ -290,7 +281,7 @@ uintptr_t finished(const Row& row, uintptr_t result, const Raw& arguments)
         run.argumentBuffers.push_back(resource);
     else if (run.on && resource)
         run.held[resource] = row.acquires;
-    if (row.acquires == Kind::search)
+    if (row.acquires == "search")
         run.searches[resource] = run.object;
     return result;
 }
@@ -326,23 +317,23 @@ Trail Interception::finish()
     const std::lock_guard lock(mutex);
     run.on = false;
     for (const auto& [resource, kind] : run.held)
-        ++run.trail.balance[nameOf(kind)];
+        ++run.trail.balance[kind];
     for (const uintptr_t buffer : run.argumentBuffers)
         guarded::release(reinterpret_cast<void*>(buffer));
     return std::move(run.trail);
 }
 
-void Interception::give(Kind kind, const void* resource)
+void Interception::give(const std::string& kind, const void* resource)
 {
     run.held[reinterpret_cast<uintptr_t>(resource)] = kind;
-    run.names[reinterpret_cast<uintptr_t>(resource)] = std::string("given ") + nameOf(kind);
+    run.names[reinterpret_cast<uintptr_t>(resource)] = "given " + kind;
 }
 
-void Interception::take(Kind kind, const void* resource)
+void Interception::take(const std::string& kind, const void* resource)
 {
     const auto known = run.held.find(reinterpret_cast<uintptr_t>(resource));
     if (known == run.held.end() || known->second != kind)
-        run.trail.offences.push_back(std::string("the caller is given a ") + nameOf(kind) + " that is none");
+        run.trail.offences.push_back("the caller is given a " + kind + " that is none");
     else
         run.held.erase(known);
 }

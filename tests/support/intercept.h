@@ -29,28 +29,6 @@ enum class Says
     memoryNull // NULL from the heap
 };
 
-enum class Kind
-{
-    none,
-    heap,
-    localBlock,
-    registryKey,
-    serviceHandle,
-    policy,
-    lsaBuffer,
-    netBuffer,
-    passwordOutput,
-    search,
-    handle, // files and tokens
-    sid,
-    module,
-    authzManager,
-    authzContext
-};
-const char* nameOf(Kind kind);
-
-constexpr int fromResult = -1;
-
 // The arguments of a call as they are passed.
 using Raw = std::array<uintptr_t, 16>;
 
@@ -71,13 +49,15 @@ struct Row
     void** original;   // where the wrapper finds what it stands before
     const char* types; // of the arguments: 'a' text, 'w' wide text, 'i' signed and 'n' other number, 'p' other pointer
     Says says = Says::nothing;
-    std::vector<DWORD> codes = {}; // documented failures worth trying; the first is the usual one
-    Kind acquires = Kind::none;
-    int through = fromResult;            // the argument that receives the resource, or fromResult
-    Kind releases = Kind::none;          // its first argument
-    bool releasesThroughAddress = false; // the first argument is the address of it
-    void* standIn = nullptr;             // called instead of the platform's function
-    bool isFoundAtRunTime = false;       // not imported: GetProcAddress finds it
+    std::vector<DWORD> codes = {};           // documented failures worth trying; the first is the usual one
+    std::string acquires = {};               // the kind of a resource: what it gives goes to that kind's release
+    int through = -1;                        // the argument that receives the resource; -1: it is the result
+    std::string releases = {};               // the kind of its first argument
+    bool releasesThroughAddress = false;     // the first argument is the address of it
+    std::vector<std::string> arguments = {}; // words for them, see call_words.h
+    std::string result = {};
+    void* standIn = nullptr;       // called instead of the platform's function
+    bool isFoundAtRunTime = false; // not imported: GetProcAddress finds it
     bool writesBeforeItFails = false;
 };
 
@@ -131,8 +111,8 @@ public:
     Trail finish(); // argument lines that the library has not released are released here
 
     // What the caller hands to the library to release, and what the library hands to the caller.
-    static void give(Kind kind, const void* resource);
-    static void take(Kind kind, const void* resource);
+    static void give(const std::string& kind, const void* resource);
+    static void take(const std::string& kind, const void* resource);
     // What stays the caller's, too.
     static void lend(const void* resource, const std::string& name);
 

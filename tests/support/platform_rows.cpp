@@ -45,14 +45,23 @@ void* bits(R (*function)(A...))
     return reinterpret_cast<void*>(function);
 }
 
+// The arguments in the words of call_words.h, ">kind" for the one that receives a resource. What the result is called,
+// behind ">kind" if it is a resource itself.
 Row calls(const char* name, void* wrapper, void** original, const char* types, Says says = Says::nothing,
-          std::vector<DWORD> codes = {}, Kind acquired = Kind::none, int through = fromResult)
+          std::vector<DWORD> codes = {}, const char* arguments = "", const char* result = "")
 {
-    Row row = {name, wrapper, original, types};
-    row.says = says;
-    row.codes = std::move(codes);
-    row.acquires = acquired;
-    row.through = through;
+    Row row = {name, wrapper, original, types, says, std::move(codes)};
+    std::istringstream words(arguments);
+    for (std::string word; words >> word; row.arguments.push_back(word))
+        if (word[0] == '>') {
+            row.acquires = word.substr(1);
+            row.through = static_cast<int>(row.arguments.size());
+        }
+    row.result = result;
+    if (*result == '>') {
+        row.acquires = row.result.substr(1, row.result.find(' ') - 1);
+        row.result.erase(0, row.acquires.size() + 2);
+    }
     return row;
 }
 
@@ -61,13 +70,12 @@ std::vector<DWORD> withStatus(NTSTATUS more)
     return {static_cast<DWORD>(STATUS_ACCESS_DENIED), static_cast<DWORD>(more)};
 }
 
-// Its first argument, or what is at the address in it.
-Row releases(const char* name, void* wrapper, void** original, const char* types, Kind released,
-             bool throughAddress = false)
+// Its first argument; "*kind": what is at the address in it.
+Row releases(const char* name, void* wrapper, void** original, const char* types, const char* kind)
 {
     Row row = {name, wrapper, original, types};
-    row.releases = released;
-    row.releasesThroughAddress = throughAddress;
+    row.releasesThroughAddress = *kind == '*';
+    row.releases = kind + (*kind == '*');
     return row;
 }
 
@@ -104,135 +112,151 @@ const std::vector<Row>& rows()
     static const Codes ntDenied = {static_cast<DWORD>(STATUS_ACCESS_DENIED)};
     static const Codes noGroup = {ERROR_ACCESS_DENIED, NERR_GroupNotFound, ERROR_NO_SUCH_ALIAS};
     static const Codes conversion = {ERROR_NO_UNICODE_TRANSLATION};
+    constexpr Says zero = Says::zero;
+    constexpr Says allBits = Says::allBits;
+    constexpr Says result = Says::result;
+    constexpr Says ntStatus = Says::ntStatus;
     static const std::vector<Row> table = {
         // heap and text
-        standingIn(bits(heapAllocate), calls(FUNCTION(malloc), Says::memoryNull, memory, Kind::heap)),
-        standingIn(bits(heapAllocateZeroed), calls(FUNCTION(calloc), Says::memoryNull, memory, Kind::heap)),
-        standingIn(bits(heapRelease), releases(FUNCTION(free), Kind::heap)),
-        releases(FUNCTION(LocalFree), Kind::localBlock),
-        halfWay(calls(FUNCTION(MultiByteToWideChar), Says::zero, conversion)),
-        halfWay(calls(FUNCTION(WideCharToMultiByte), Says::zero, conversion)),
-        calls(FUNCTION(FormatMessageA), Says::zero, {ERROR_MR_MID_NOT_FOUND}, Kind::localBlock, 4),
+        standingIn(bits(heapAllocate), calls(FUNCTION(malloc), Says::memoryNull, memory, "", ">heap")),
+        standingIn(bits(heapAllocateZeroed), calls(FUNCTION(calloc), Says::memoryNull, memory, "", ">heap")),
+        standingIn(bits(heapRelease), releases(FUNCTION(free), "heap")),
+        releases(FUNCTION(LocalFree), "LocalAlloc"),
+        halfWay(calls(FUNCTION(MultiByteToWideChar), zero, conversion, "codepage towide counted _ _ room")),
+        halfWay(calls(FUNCTION(WideCharToMultiByte), zero, conversion, "codepage fromwide _ _ _ room")),
+        calls(FUNCTION(FormatMessageA), zero, {ERROR_MR_MID_NOT_FOUND}, "format _ hex hex >LocalAlloc _ in"),
         // modules, files, machine
-        calls(FUNCTION(GetModuleHandleA), Says::zero, {ERROR_MOD_NOT_FOUND}),
-        calls(FUNCTION(GetModuleFileNameA), Says::zero, denied),
-        calls(FUNCTION(LoadLibraryA), Says::zero, {ERROR_MOD_NOT_FOUND}, Kind::module),
-        calls(FUNCTION(LoadLibraryExA), Says::zero, {ERROR_BAD_EXE_FORMAT}),
-        calls(FUNCTION(GetProcAddress), Says::zero, {ERROR_PROC_NOT_FOUND}),
-        releases(FUNCTION(FreeLibrary), Kind::module),
-        calls(FUNCTION(CreateFileA), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}, Kind::handle),
-        calls(FUNCTION(ReadFile), Says::zero, {ERROR_READ_FAULT}),
-        releases(FUNCTION(CloseHandle), Kind::handle),
-        calls(FUNCTION(GetEnvironmentVariableA), Says::zero, {ERROR_ENVVAR_NOT_FOUND}),
-        calls(FUNCTION(GetComputerNameW), Says::zero, {ERROR_BUFFER_OVERFLOW}),
-        calls(FUNCTION(GetVersionExA), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
+        calls(FUNCTION(GetModuleHandleA), zero, {ERROR_MOD_NOT_FOUND}, "_", "{0}"),
+        calls(FUNCTION(GetModuleFileNameA), zero, denied),
+        calls(FUNCTION(LoadLibraryA), zero, {ERROR_MOD_NOT_FOUND}, "+_", ">module {0}"),
+        calls(FUNCTION(LoadLibraryExA), zero, {ERROR_BAD_EXE_FORMAT}, "_ _ +loading", "{0}"),
+        calls(FUNCTION(GetProcAddress), zero, {ERROR_PROC_NOT_FOUND}, "_ +_"),
+        releases(FUNCTION(FreeLibrary), "module"),
+        calls(FUNCTION(CreateFileA), allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED},
+              "_ +fileaccess share _ disposition attributes", ">handle {0}"),
+        calls(FUNCTION(ReadFile), zero, {ERROR_READ_FAULT}),
+        releases(FUNCTION(CloseHandle), "handle"),
+        calls(FUNCTION(GetEnvironmentVariableA), zero, {ERROR_ENVVAR_NOT_FOUND}, "+_"),
+        calls(FUNCTION(GetComputerNameW), zero, {ERROR_BUFFER_OVERFLOW}, "_ size"),
+        calls(FUNCTION(GetVersionExA), zero, {ERROR_INSUFFICIENT_BUFFER}, "version"),
         // SIDs and accounts
-        calls(FUNCTION(ConvertStringSidToSidA), Says::zero, {ERROR_INVALID_SID}, Kind::localBlock, 1),
-        calls(FUNCTION(ConvertStringSidToSidW), Says::zero, {ERROR_INVALID_SID}, Kind::localBlock, 1),
-        calls(FUNCTION(IsValidSid), Says::zero, {ERROR_INVALID_SID}),
-        calls(FUNCTION(CopySid), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
-        calls(FUNCTION(CreateWellKnownSid), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
-        calls(FUNCTION(LookupAccountNameW), Says::zero, unmapped),
-        calls(FUNCTION(LookupAccountSidW), Says::zero, unmapped),
-        calls(FUNCTION(OpenProcessToken), Says::zero, denied, Kind::handle, 2),
-        calls(FUNCTION(GetTokenInformation), Says::zero, denied),
-        calls(FUNCTION(SetTokenInformation), Says::zero, {ERROR_ALLOTTED_SPACE_EXCEEDED, ERROR_ACCESS_DENIED}),
-        calls(FUNCTION(LogonUserW), Says::zero, {ERROR_LOGON_FAILURE, ERROR_ACCOUNT_LOCKED_OUT}, Kind::handle, 5),
+        calls(FUNCTION(ConvertStringSidToSidA), zero, {ERROR_INVALID_SID}, "_ >LocalAlloc", "SID {0}"),
+        calls(FUNCTION(ConvertStringSidToSidW), zero, {ERROR_INVALID_SID}, "_ >LocalAlloc", "SID {0}"),
+        calls(FUNCTION(IsValidSid), zero, {ERROR_INVALID_SID}),
+        calls(FUNCTION(CopySid), zero, {ERROR_INSUFFICIENT_BUFFER}, "_ _ sid"),
+        calls(FUNCTION(CreateWellKnownSid), zero, {ERROR_INSUFFICIENT_BUFFER}, "wellknown sid _ size"),
+        calls(FUNCTION(LookupAccountNameW), zero, unmapped, "_ _ _ size _ size"),
+        calls(FUNCTION(LookupAccountSidW), zero, unmapped, "_ sid _ size _ size"),
+        calls(FUNCTION(OpenProcessToken), zero, denied, "_ +token >handle", "token of {0}"),
+        calls(FUNCTION(GetTokenInformation), zero, denied, "_ +tokenclass"),
+        calls(FUNCTION(SetTokenInformation), zero, {ERROR_ALLOTTED_SPACE_EXCEEDED, ERROR_ACCESS_DENIED},
+              "_ +tokenclass defaultdacl"),
+        calls(FUNCTION(LogonUserW), zero, {ERROR_LOGON_FAILURE, ERROR_ACCOUNT_LOCKED_OUT},
+              "_ _ secret +logon provider >handle", "token of {0}"),
         // rights
-        calls(FUNCTION(LsaOpenPolicy), Says::ntStatus, ntDenied, Kind::policy, 3),
-        releases(FUNCTION(LsaClose), Kind::policy),
-        calls(FUNCTION(LsaQueryInformationPolicy), Says::ntStatus, ntDenied, Kind::lsaBuffer, 2),
-        calls(FUNCTION(LsaAddAccountRights), Says::ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND)),
-        calls(FUNCTION(LsaRemoveAccountRights), Says::ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND)),
-        calls(FUNCTION(LsaEnumerateAccountsWithUserRight), Says::ntStatus, withStatus(STATUS_NO_MORE_ENTRIES),
-              Kind::lsaBuffer, 2),
-        releases(FUNCTION(LsaFreeMemory), Kind::lsaBuffer),
+        calls(FUNCTION(LsaOpenPolicy), ntStatus, ntDenied, "lsa in +policy >policy", "policy{ of 0}"),
+        releases(FUNCTION(LsaClose), "policy"),
+        calls(FUNCTION(LsaQueryInformationPolicy), ntStatus, ntDenied, "_ +policyclass >LSA", "account domain"),
+        calls(FUNCTION(LsaAddAccountRights), ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND), "_ sid +rights"),
+        calls(FUNCTION(LsaRemoveAccountRights), ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND), "_ sid _ +rights"),
+        calls(FUNCTION(LsaEnumerateAccountsWithUserRight), ntStatus, withStatus(STATUS_NO_MORE_ENTRIES), "_ +lsa >LSA",
+              "accounts with {1}"),
+        releases(FUNCTION(LsaFreeMemory), "LSA"),
         // groups and users
-        calls(FUNCTION(NetLocalGroupAdd), Says::result, {RPC_S_SERVER_UNAVAILABLE, ERROR_ALIAS_EXISTS}),
-        calls(FUNCTION(NetLocalGroupEnum), Says::result, denied, Kind::netBuffer, 2),
-        calls(FUNCTION(NetLocalGroupGetInfo), Says::result, noGroup, Kind::netBuffer, 3),
-        calls(FUNCTION(NetLocalGroupDel), Says::result, noGroup),
-        calls(FUNCTION(NetLocalGroupAddMembers), Says::result, {ERROR_NO_SUCH_MEMBER, ERROR_MEMBER_IN_ALIAS}),
-        calls(FUNCTION(NetLocalGroupDelMembers), Says::result,
-              {ERROR_ACCESS_DENIED, ERROR_MEMBER_NOT_IN_ALIAS, ERROR_NO_SUCH_MEMBER, ERROR_NO_SUCH_ALIAS}),
-        calls(FUNCTION(NetLocalGroupGetMembers), Says::result, {ERROR_ACCESS_DENIED, ERROR_NO_SUCH_ALIAS},
-              Kind::netBuffer, 3),
-        calls(FUNCTION(NetUserGetLocalGroups), Says::result, {ERROR_ACCESS_DENIED, NERR_UserNotFound}, Kind::netBuffer,
-              4),
-        calls(FUNCTION(NetUserAdd), Says::result, {ERROR_ACCESS_DENIED, NERR_PasswordTooShort, NERR_UserExists}),
-        calls(FUNCTION(NetUserDel), Says::result, {ERROR_ACCESS_DENIED, NERR_UserNotFound}),
-        releases(FUNCTION(NetApiBufferFree), Kind::netBuffer),
-        calls(FUNCTION(NetValidatePasswordPolicy), Says::result, denied, Kind::passwordOutput, 4),
-        releases(FUNCTION(NetValidatePasswordPolicyFree), Kind::passwordOutput, true),
-        atRunTime(calls(FUNCTION(NetIsServiceAccount), Says::ntStatus, ntDenied)),
-        atRunTime(calls(FUNCTION(NetQueryServiceAccount), Says::ntStatus, ntDenied, Kind::netBuffer, 3)),
+        calls(FUNCTION(NetLocalGroupAdd), result, {RPC_S_SERVER_UNAVAILABLE, ERROR_ALIAS_EXISTS}, "_ _ group"),
+        calls(FUNCTION(NetLocalGroupEnum), result, denied, "_ _ >network length", "groups"),
+        calls(FUNCTION(NetLocalGroupGetInfo), result, noGroup, "_ _ _ >network", "group {1}"),
+        calls(FUNCTION(NetLocalGroupDel), result, noGroup),
+        calls(FUNCTION(NetLocalGroupAddMembers), result, {ERROR_NO_SUCH_MEMBER, ERROR_MEMBER_IN_ALIAS},
+              "_ _ _ members"),
+        calls(FUNCTION(NetLocalGroupDelMembers), result,
+              {ERROR_ACCESS_DENIED, ERROR_MEMBER_NOT_IN_ALIAS, ERROR_NO_SUCH_MEMBER, ERROR_NO_SUCH_ALIAS},
+              "_ _ _ members"),
+        calls(FUNCTION(NetLocalGroupGetMembers), result, {ERROR_ACCESS_DENIED, ERROR_NO_SUCH_ALIAS},
+              "_ _ _ >network length", "members of {1}"),
+        calls(FUNCTION(NetUserGetLocalGroups), result, {ERROR_ACCESS_DENIED, NERR_UserNotFound},
+              "_ _ _ +nested >network length", "groups of {1}"),
+        calls(FUNCTION(NetUserAdd), result, {ERROR_ACCESS_DENIED, NERR_PasswordTooShort, NERR_UserExists}, "_ _ +user"),
+        calls(FUNCTION(NetUserDel), result, {ERROR_ACCESS_DENIED, NERR_UserNotFound}),
+        releases(FUNCTION(NetApiBufferFree), "network"),
+        calls(FUNCTION(NetValidatePasswordPolicy), result, denied, "_ _ validation password >verdict", "verdict"),
+        releases(FUNCTION(NetValidatePasswordPolicyFree), "*verdict"),
+        atRunTime(calls(FUNCTION(NetIsServiceAccount), ntStatus, ntDenied, "wide wide")),
+        atRunTime(
+            calls(FUNCTION(NetQueryServiceAccount), ntStatus, ntDenied, "wide wide _ >network", "managed account {1}")),
         // registry
-        calls(FUNCTION(RegConnectRegistryA), Says::result, {ERROR_BAD_NETPATH}, Kind::registryKey, 2),
-        calls(FUNCTION(RegConnectRegistryW), Says::result, {ERROR_BAD_NETPATH}, Kind::registryKey, 2),
-        calls(FUNCTION(RegOpenKeyExA), Says::result, registry, Kind::registryKey, 4),
-        calls(FUNCTION(RegOpenKeyExW), Says::result, registry, Kind::registryKey, 4),
-        calls(FUNCTION(RegCreateKeyExA), Says::result, denied, Kind::registryKey, 7),
-        calls(FUNCTION(RegDeleteKeyA), Says::result, registry),
-        calls(FUNCTION(RegQueryValueExA), Says::result, {ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA}),
-        calls(FUNCTION(RegQueryValueExW), Says::result, {ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA}),
-        calls(FUNCTION(RegSetValueExA), Says::result, denied),
-        calls(FUNCTION(RegSetValueExW), Says::result, denied),
-        calls(FUNCTION(RegEnumKeyExW), Says::result, {ERROR_ACCESS_DENIED, ERROR_KEY_DELETED}),
-        calls(FUNCTION(RegGetKeySecurity), Says::result, {ERROR_ACCESS_DENIED, ERROR_KEY_DELETED}),
+        calls(FUNCTION(RegConnectRegistryA), result, {ERROR_BAD_NETPATH}, "_ _ >key", "{1}{ of 0}"),
+        calls(FUNCTION(RegConnectRegistryW), result, {ERROR_BAD_NETPATH}, "_ _ >key", "{1}{ of 0}"),
+        calls(FUNCTION(RegOpenKeyExA), result, registry, "_ _ _ +key >key", "{0}\\{1}"),
+        calls(FUNCTION(RegOpenKeyExW), result, registry, "_ _ _ +key >key", "{0}\\{1}"),
+        calls(FUNCTION(RegCreateKeyExA), result, denied, "_ _ _ ansi keyoptions +key _ >key", "{0}\\{1}"),
+        calls(FUNCTION(RegDeleteKeyA), result, registry),
+        calls(FUNCTION(RegQueryValueExA), result, {ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA}, "_ +_ _ _ _ size"),
+        calls(FUNCTION(RegQueryValueExW), result, {ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA}, "_ +_ _ _ _ size"),
+        calls(FUNCTION(RegSetValueExA), result, denied, "_ +_ _ valuetype data"),
+        calls(FUNCTION(RegSetValueExW), result, denied, "_ +_ _ valuetype data"),
+        calls(FUNCTION(RegEnumKeyExW), result, {ERROR_ACCESS_DENIED, ERROR_KEY_DELETED}, "_ _ _ size"),
+        calls(FUNCTION(RegGetKeySecurity), result, {ERROR_ACCESS_DENIED, ERROR_KEY_DELETED}, "_ +security _ size"),
         calls(FUNCTION(RegFlushKey)),
-        releases(FUNCTION(RegCloseKey), Kind::registryKey),
+        releases(FUNCTION(RegCloseKey), "key"),
         // services
-        calls(FUNCTION(OpenSCManagerW), Says::zero, network, Kind::serviceHandle),
-        calls(FUNCTION(OpenServiceW), Says::zero, {ERROR_SERVICE_DOES_NOT_EXIST, ERROR_ACCESS_DENIED},
-              Kind::serviceHandle),
-        calls(FUNCTION(EnumServicesStatusExW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_MORE_DATA}),
-        calls(FUNCTION(CreateServiceW), Says::zero, {ERROR_SERVICE_EXISTS, ERROR_INVALID_SERVICE_ACCOUNT},
-              Kind::serviceHandle),
-        calls(FUNCTION(ChangeServiceConfigW), Says::zero,
-              {ERROR_INVALID_SERVICE_ACCOUNT, ERROR_SERVICE_MARKED_FOR_DELETE}),
-        calls(FUNCTION(ChangeServiceConfig2W), Says::zero, denied),
-        calls(FUNCTION(QueryServiceConfigW), Says::zero, denied),
-        calls(FUNCTION(QueryServiceObjectSecurity), Says::zero, denied),
-        calls(FUNCTION(SetServiceObjectSecurity), Says::zero, denied),
-        calls(FUNCTION(DeleteService), Says::zero, {ERROR_SERVICE_MARKED_FOR_DELETE}),
-        releases(FUNCTION(CloseServiceHandle), Kind::serviceHandle),
+        calls(FUNCTION(OpenSCManagerW), zero, network, "_ _ +manager", ">service service manager{ of 0}"),
+        calls(FUNCTION(OpenServiceW), zero, {ERROR_SERVICE_DOES_NOT_EXIST, ERROR_ACCESS_DENIED}, "_ _ +service",
+              ">service service {1}"),
+        calls(FUNCTION(EnumServicesStatusExW), zero, {ERROR_ACCESS_DENIED, ERROR_MORE_DATA},
+              "_ information +servicetype +servicestate _ _ _ _ size"),
+        calls(FUNCTION(CreateServiceW), zero, {ERROR_SERVICE_EXISTS, ERROR_INVALID_SERVICE_ACCOUNT},
+              "_ _ _ +service servicetype starttype errorcontrol _ _ _ names _ secret", ">service service {1}"),
+        calls(FUNCTION(ChangeServiceConfigW), zero, {ERROR_INVALID_SERVICE_ACCOUNT, ERROR_SERVICE_MARKED_FOR_DELETE},
+              "_ servicetype starttype errorcontrol _ _ _ names _ secret"),
+        calls(FUNCTION(ChangeServiceConfig2W), zero, denied, "_ configuration +sidinfo"),
+        calls(FUNCTION(QueryServiceConfigW), zero, denied, "_ _ twice"),
+        calls(FUNCTION(QueryServiceObjectSecurity), zero, denied, "_ +security"),
+        calls(FUNCTION(SetServiceObjectSecurity), zero, denied, "_ +security descriptor"),
+        calls(FUNCTION(DeleteService), zero, {ERROR_SERVICE_MARKED_FOR_DELETE}),
+        releases(FUNCTION(CloseServiceHandle), "service"),
         // files
-        calls(FUNCTION(FindFirstFileW), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}, Kind::search),
-        calls(FUNCTION(FindFirstFileA), Says::allBits, {ERROR_FILE_NOT_FOUND}, Kind::search),
-        calls(FUNCTION(FindNextFileW), Says::zero, {ERROR_NO_MORE_FILES, ERROR_ACCESS_DENIED}),
-        releases(FUNCTION(FindClose), Kind::search),
-        calls(FUNCTION(GetFileAttributesW), Says::allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}),
-        calls(FUNCTION(GetVolumePathNameA), Says::zero, {ERROR_BUFFER_OVERFLOW}),
-        calls(FUNCTION(GetVolumePathNameW), Says::zero, {ERROR_PATH_NOT_FOUND}),
-        calls(FUNCTION(GetVolumeInformationW), Says::zero, {ERROR_NOT_READY}),
-        calls(FUNCTION(GetVersionExW), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
+        calls(FUNCTION(FindFirstFileW), allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}, "_",
+              ">search search for {0}"),
+        calls(FUNCTION(FindFirstFileA), allBits, {ERROR_FILE_NOT_FOUND}, "_", ">search search for {0}"),
+        calls(FUNCTION(FindNextFileW), zero, {ERROR_NO_MORE_FILES, ERROR_ACCESS_DENIED}),
+        releases(FUNCTION(FindClose), "search"),
+        calls(FUNCTION(GetFileAttributesW), allBits, {ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED}),
+        calls(FUNCTION(GetVolumePathNameA), zero, {ERROR_BUFFER_OVERFLOW}),
+        calls(FUNCTION(GetVolumePathNameW), zero, {ERROR_PATH_NOT_FOUND}, "_ _ pathroom"),
+        calls(FUNCTION(GetVolumeInformationW), zero, {ERROR_NOT_READY}),
+        calls(FUNCTION(GetVersionExW), zero, {ERROR_INSUFFICIENT_BUFFER}, "version"),
         // access-control lists
-        calls(FUNCTION(AllocateAndInitializeSid), Says::zero, {ERROR_NOT_ENOUGH_MEMORY}, Kind::sid, 10),
-        releases(FUNCTION(FreeSid), Kind::sid),
-        calls(FUNCTION(AddAce), Says::zero, {ERROR_ALLOTTED_SPACE_EXCEEDED}),
-        calls(FUNCTION(GetAce), Says::zero, {ERROR_INVALID_PARAMETER}),
-        calls(FUNCTION(GetAclInformation), Says::zero, {ERROR_INVALID_PARAMETER}),
-        calls(FUNCTION(InitializeAcl), Says::zero, {ERROR_INSUFFICIENT_BUFFER}),
-        calls(FUNCTION(GetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND}),
-        calls(FUNCTION(SetFileSecurityW), Says::zero, {ERROR_ACCESS_DENIED, ERROR_INVALID_OWNER}),
-        calls(FUNCTION(GetNamedSecurityInfoW), Says::result, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND},
-              Kind::localBlock, 7),
-        calls(FUNCTION(SetNamedSecurityInfoW), Says::result, denied),
-        calls(FUNCTION(SetEntriesInAclA), Says::result, {ERROR_NONE_MAPPED}, Kind::localBlock, 3),
-        calls(FUNCTION(SetEntriesInAclW), Says::result, {ERROR_NOT_ENOUGH_MEMORY}, Kind::localBlock, 3),
-        calls(FUNCTION(GetSecurityInfo), Says::result, denied, Kind::localBlock, 7),
-        calls(FUNCTION(SetSecurityInfo), Says::result, denied),
-        calls(FUNCTION(GetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
-        calls(FUNCTION(SetSecurityDescriptorDacl), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
-        calls(FUNCTION(SetSecurityDescriptorControl), Says::zero, {ERROR_INVALID_PARAMETER}),
-        calls(FUNCTION(InitializeSecurityDescriptor), Says::zero, {ERROR_UNKNOWN_REVISION}),
+        calls(FUNCTION(AllocateAndInitializeSid), zero, {ERROR_NOT_ENOUGH_MEMORY}, "authority _ _ _ _ _ _ _ _ _ >SID",
+              "SID"),
+        releases(FUNCTION(FreeSid), "SID"),
+        calls(FUNCTION(AddAce), zero, {ERROR_ALLOTTED_SPACE_EXCEEDED}, "_ _ atend ace"),
+        calls(FUNCTION(GetAce), zero, {ERROR_INVALID_PARAMETER}),
+        calls(FUNCTION(GetAclInformation), zero, {ERROR_INVALID_PARAMETER}, "_ _ _ aclclass"),
+        calls(FUNCTION(InitializeAcl), zero, {ERROR_INSUFFICIENT_BUFFER}),
+        calls(FUNCTION(GetFileSecurityW), zero, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND}, "_ +security"),
+        calls(FUNCTION(SetFileSecurityW), zero, {ERROR_ACCESS_DENIED, ERROR_INVALID_OWNER}, "_ +security descriptor"),
+        calls(FUNCTION(GetNamedSecurityInfoW), result, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND},
+              "_ object +security _ _ _ _ >LocalAlloc", "security of {0}"),
+        calls(FUNCTION(SetNamedSecurityInfoW), result, denied, "wide object +security sid sid acl acl"),
+        calls(FUNCTION(SetEntriesInAclA), result, {ERROR_NONE_MAPPED}, "_ entries acl >LocalAlloc", "merged list"),
+        calls(FUNCTION(SetEntriesInAclW), result, {ERROR_NOT_ENOUGH_MEMORY}, "_ entries acl >LocalAlloc",
+              "merged list"),
+        calls(FUNCTION(GetSecurityInfo), result, denied, "_ object +security _ _ _ _ >LocalAlloc", "security of {0}"),
+        calls(FUNCTION(SetSecurityInfo), result, denied, "_ object +security sid sid acl acl"),
+        calls(FUNCTION(GetSecurityDescriptorDacl), zero, {ERROR_INVALID_SECURITY_DESCR}),
+        calls(FUNCTION(SetSecurityDescriptorDacl), zero, {ERROR_INVALID_SECURITY_DESCR}, "_ _ acl"),
+        calls(FUNCTION(SetSecurityDescriptorControl), zero, {ERROR_INVALID_PARAMETER}, "_ control control"),
+        calls(FUNCTION(InitializeSecurityDescriptor), zero, {ERROR_UNKNOWN_REVISION}),
         // what others may do
-        calls(FUNCTION(AuthzInitializeResourceManager), Says::zero, {ERROR_PRIVILEGE_NOT_HELD}, Kind::authzManager, 5),
-        releases(FUNCTION(AuthzFreeResourceManager), Kind::authzManager),
-        calls(FUNCTION(AuthzInitializeContextFromSid), Says::zero, denied, Kind::authzContext, 6),
-        calls(FUNCTION(AuthzAddSidsToContext), Says::zero, memory, Kind::authzContext, 5),
-        releases(FUNCTION(AuthzFreeContext), Kind::authzContext),
-        calls(FUNCTION(AuthzAccessCheck), Says::zero, {ERROR_INVALID_SECURITY_DESCR}),
+        calls(FUNCTION(AuthzInitializeResourceManager), zero, {ERROR_PRIVILEGE_NOT_HELD},
+              "manageraudit _ _ _ _ >authorization", "authorization"),
+        releases(FUNCTION(AuthzFreeResourceManager), "authorization"),
+        calls(FUNCTION(AuthzInitializeContextFromSid), zero, denied, "contextgroups sid _ _ _ _ >context",
+              "context of {1}"),
+        calls(FUNCTION(AuthzAddSidsToContext), zero, memory, "_ groups _ _ _ >context", "{0} and groups"),
+        releases(FUNCTION(AuthzFreeContext), "context"),
+        calls(FUNCTION(AuthzAccessCheck), zero, {ERROR_INVALID_SECURITY_DESCR}, "_ _ +request _ descriptor"),
     };
     return table;
 }

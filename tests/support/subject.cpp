@@ -418,7 +418,7 @@ std::string Subject::callLibrary(const SubjectCall& call, Answer& answer)
         if (kind == Kind::traceContext)
             slot = rawOf(rec);
         if (places[i] && kind == Kind::aclInOut && cells[i].word)
-            Interception::give(intercept::Kind::localBlock, cells[i].as<void*>());
+            Interception::give("LocalAlloc", cells[i].as<void*>());
         if ((kind == Kind::object || kind == Kind::token) && cells[i].word)
             Interception::lend(cells[i].as<void*>(), cli::objectName(parameters[i], call.values[i].texts.front()));
     }
@@ -434,8 +434,7 @@ std::string Subject::callLibrary(const SubjectCall& call, Answer& answer)
         if (isInOut(kind) && cells[i].word == before)
             kept.push_back(parameters[i].name);
         if (places[i] && cells[i].word && (kind == Kind::aclInOut || kind == Kind::serviceOut))
-            Interception::take(kind == Kind::aclInOut ? intercept::Kind::localBlock : intercept::Kind::serviceHandle,
-                               cells[i].as<void*>());
+            Interception::take(kind == Kind::aclInOut ? "LocalAlloc" : "service", cells[i].as<void*>());
     }
     if (!isUntouched(record)) {
         EXPECT_LT(strnlen(rec->message, sizeof rec->message), sizeof rec->message);
