@@ -1,7 +1,7 @@
 #include "journal/file.h"
 
 #include "cli/text.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 #include <sddl.h>
 

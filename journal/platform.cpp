@@ -1,8 +1,8 @@
 #include "journal/platform.h"
 
 #include "whatif/model/sids.h"
-#include "whatif/redirect/active.h"
 #include "whatif/redirect/imports.h"
+#include "whatif/spelling.h"
 
 #include <cstring>
 #include <stdexcept>

@@ -2,7 +2,7 @@
 
 #include "cli/text.h"
 #include "journal/sorter.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 #include <tuple>
 
@@ -33,10 +33,8 @@ bool inOrder(const Entry& a, const Entry& b)
 std::uint64_t hashOf(std::initializer_list<std::wstring> texts)
 {
     std::uint64_t hash = 0xcbf29ce484222325;
-    for (std::wstring text : texts) {
-        CharUpperBuffW(text.data(), static_cast<DWORD>(text.size()));
-        text += L'\n';
-        for (const wchar_t c : text)
+    for (const std::wstring& text : texts) {
+        for (const wchar_t c : whatif::upperCase(text) + L'\n')
             hash = (hash ^ c) * 0x100000001b3;
     }
     return hash;

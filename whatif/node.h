@@ -3,6 +3,7 @@
 #pragma once
 
 #include "whatif/change.h"
+#include "whatif/spelling.h"
 #include "whatif/texts.h"
 
 #include <windows.h>

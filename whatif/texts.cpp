@@ -35,12 +35,6 @@ bool readText(FILE* file, std::wstring& text, size_t size)
 
 } // namespace
 
-bool NoCase::operator()(const std::wstring& a, const std::wstring& b) const
-{
-    return CompareStringOrdinal(a.c_str(), static_cast<int>(a.size()), b.c_str(), static_cast<int>(b.size()), TRUE) ==
-           CSTR_LESS_THAN;
-}
-
 Texts::Texts(const Texts& other) : recent_(other.recent_), heads_(other.heads_), end_(other.end_)
 {
     if (!other.file_)

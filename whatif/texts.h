@@ -2,9 +2,8 @@
 // temporary file.
 #pragma once
 
+#include "whatif/spelling.h"
 #include "whatif/temporary_file.h"
-
-#include <windows.h>
 
 #include <cstdint>
 #include <functional>
@@ -13,11 +12,6 @@
 #include <vector>
 
 namespace whatif {
-
-struct NoCase
-{
-    bool operator()(const std::wstring& a, const std::wstring& b) const;
-};
 
 class Texts
 {

@@ -6,7 +6,7 @@
 #include "whatif/model/registry.h"
 #include "whatif/model/sids.h"
 #include "whatif/model/standard_node.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 #include <stdexcept>
 
@@ -155,14 +155,6 @@ std::unique_ptr<World> World::copy() const
 void World::clearPlan()
 {
     state_->plan.clear();
-}
-
-std::wstring wide(const char* text)
-{
-    const int size = text ? MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0) : 0;
-    std::wstring result(static_cast<size_t>(size), L'\0');
-    MultiByteToWideChar(CP_ACP, 0, text, -1, result.data(), size);
-    return result.substr(0, result.find(L'\0'));
 }
 
 } // namespace whatif

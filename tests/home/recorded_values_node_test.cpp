@@ -4,7 +4,8 @@
 #include "home/home_name.h"
 #include "tests/support/node_test.h"
 #include "whatif/model/registry.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
+#include "whatif/whatif.h"
 
 #include <cstring>
 #include <fstream>

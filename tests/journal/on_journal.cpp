@@ -4,8 +4,8 @@
 
 #include "whatif/model/kernel_objects.h"
 #include "whatif/model/service_handles.h"
-#include "whatif/redirect/active.h"
 #include "whatif/security/object_security.h"
+#include "whatif/whatif.h"
 
 #include <fstream>
 

@@ -2,7 +2,7 @@
 #include "cli/text.h"
 #include "tests/support/node_test.h"
 #include "whatif/model/sids.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 #include <algorithm>
 

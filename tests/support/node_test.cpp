@@ -5,7 +5,8 @@
 #include "cli/trace.h"
 #include "whatif/model/names.h"
 #include "whatif/model/registry.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
+#include "whatif/whatif.h"
 
 #include <algorithm>
 #include <cstring>

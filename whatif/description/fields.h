@@ -2,7 +2,7 @@
 #pragma once
 
 #include "whatif/description/ini.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 #include <stdexcept>
 

@@ -1,6 +1,7 @@
 #include "whatif/description/ini.h"
 
 #include "whatif/node.h"
+#include "whatif/spelling.h"
 
 #include <algorithm>
 #include <cwctype>

@@ -6,8 +6,8 @@
 #include "whatif/model/service_handles.h"
 #include "whatif/model/sids.h"
 #include "whatif/model/standard_node.h"
-#include "whatif/redirect/active.h"
 #include "whatif/security/descriptors.h"
+#include "whatif/spelling.h"
 
 #include <algorithm>
 #include <functional>

@@ -8,6 +8,7 @@
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
 #include "whatif/security/object_security.h"
+#include "whatif/spelling.h"
 
 #include <algorithm>
 

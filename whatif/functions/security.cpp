@@ -8,6 +8,7 @@
 #include "whatif/security/explicit_entries.h"
 #include "whatif/security/inheritance.h"
 #include "whatif/security/object_security.h"
+#include "whatif/spelling.h"
 
 #include <accctrl.h>
 #include <aclapi.h>

@@ -5,6 +5,7 @@
 #include "whatif/model/service_settings.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
+#include "whatif/spelling.h"
 
 namespace whatif {
 

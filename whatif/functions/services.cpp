@@ -6,6 +6,7 @@
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
 #include "whatif/security/access.h"
+#include "whatif/spelling.h"
 
 namespace whatif {
 

@@ -3,6 +3,7 @@
 #include "whatif/model/names.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
+#include "whatif/spelling.h"
 
 #include <lm.h>
 

@@ -5,6 +5,7 @@
 #include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
+#include "whatif/spelling.h"
 
 #include <algorithm>
 

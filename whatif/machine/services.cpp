@@ -1,7 +1,6 @@
 // Services of the real machine, as a node that reads it takes them over.
 #include "whatif/model/service_handles.h"
 #include "whatif/model/service_settings.h"
-#include "whatif/redirect/active.h"
 #include "whatif/security/descriptors.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 #include "whatif/model/files.h"
 
 #include "frame/owned.h"
-#include "whatif/redirect/active.h"
+#include "whatif/whatif.h"
 
 #include <cstring>
 

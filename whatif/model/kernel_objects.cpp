@@ -1,7 +1,8 @@
 #include "whatif/model/kernel_objects.h"
 
-#include "whatif/redirect/active.h"
 #include "whatif/security/entries.h"
+#include "whatif/spelling.h"
+#include "whatif/whatif.h"
 
 #include <aclapi.h>
 

@@ -3,7 +3,8 @@
 #include "whatif/functions/packed.h"
 #include "whatif/machine/groups.h"
 #include "whatif/model/sids.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
+#include "whatif/whatif.h"
 
 #include <algorithm>
 

@@ -11,7 +11,7 @@
 #include "whatif/machine/accounts.h"
 #include "whatif/model/sids.h"
 #include "whatif/model/well_known.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 namespace whatif {
 

@@ -2,8 +2,9 @@
 
 #include "whatif/model/files.h"
 #include "whatif/model/registry.h"
-#include "whatif/redirect/active.h"
 #include "whatif/security/access.h"
+#include "whatif/spelling.h"
+#include "whatif/whatif.h"
 
 #include <algorithm>
 

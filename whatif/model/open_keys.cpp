@@ -1,6 +1,6 @@
 #include "whatif/model/open_keys.h"
 
-#include "whatif/redirect/active.h"
+#include "whatif/whatif.h"
 
 namespace whatif {
 

@@ -2,7 +2,7 @@
 
 #include "frame/owned.h"
 #include "whatif/model/names.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 #include <algorithm>
 #include <atomic>

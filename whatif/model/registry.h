@@ -9,6 +9,7 @@
 #pragma once
 
 #include "whatif/model/registry_value.h"
+#include "whatif/spelling.h"
 
 #include <map>
 #include <memory>

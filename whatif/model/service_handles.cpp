@@ -2,6 +2,7 @@
 
 #include "whatif/redirect/active.h"
 #include "whatif/security/access.h"
+#include "whatif/spelling.h"
 
 #include <algorithm>
 

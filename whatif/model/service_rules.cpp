@@ -1,7 +1,7 @@
 // What the service control manager accepts.
 #include "whatif/model/names.h"
 #include "whatif/model/service_handles.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 #include <algorithm>
 

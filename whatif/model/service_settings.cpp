@@ -1,7 +1,7 @@
 #include "whatif/model/service_settings.h"
 
 #include "whatif/model/service_handles.h"
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 #include <algorithm>
 

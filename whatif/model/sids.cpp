@@ -1,8 +1,10 @@
 #include "whatif/model/sids.h"
 
 #include "frame/owned.h"
+#include "whatif/spelling.h"
 
-#include <bcrypt.h>
+#include <wincrypt.h>
+
 #include <sddl.h>
 
 #include <array>
@@ -16,30 +18,23 @@ namespace {
 
 using Hash = std::array<DWORD, 5>;
 
-std::wstring upperCase(const std::wstring& text)
-{
-    std::wstring upper(text.size(), L'\0');
-    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, text.c_str(), static_cast<int>(text.size()), upper.data(),
-                  static_cast<int>(upper.size()), nullptr, nullptr, 0);
-    return upper;
-}
-
 // SHA-1 of the upper-cased UTF-16 text without its terminator.
 Hash hashOf(const std::wstring& name)
 {
-    std::wstring upper = upperCase(name);
+    const std::wstring upper = upperCase(name);
     Hash hash = {};
-    BCRYPT_ALG_HANDLE algorithm = nullptr;
-    if (BCryptOpenAlgorithmProvider(&algorithm, BCRYPT_SHA1_ALGORITHM, nullptr, 0) < 0)
+    DWORD size = sizeof hash;
+    HCRYPTPROV provider = 0;
+    if (!CryptAcquireContextW(&provider, nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT | CRYPT_SILENT))
         throw std::runtime_error("SHA-1 is not available");
-    BCRYPT_HASH_HANDLE state = nullptr;
-    const bool done = BCryptCreateHash(algorithm, &state, nullptr, 0, nullptr, 0, 0) >= 0 &&
-                      BCryptHashData(state, reinterpret_cast<PUCHAR>(upper.data()),
-                                     static_cast<ULONG>(upper.size() * sizeof(wchar_t)), 0) >= 0 &&
-                      BCryptFinishHash(state, reinterpret_cast<PUCHAR>(hash.data()), sizeof hash, 0) >= 0;
+    HCRYPTHASH state = 0;
+    const bool done = CryptCreateHash(provider, CALG_SHA1, 0, 0, &state) &&
+                      CryptHashData(state, reinterpret_cast<const BYTE*>(upper.data()),
+                                    static_cast<DWORD>(upper.size() * sizeof(wchar_t)), 0) &&
+                      CryptGetHashParam(state, HP_HASHVAL, reinterpret_cast<BYTE*>(hash.data()), &size, 0);
     if (state)
-        BCryptDestroyHash(state);
-    BCryptCloseAlgorithmProvider(algorithm, 0);
+        CryptDestroyHash(state);
+    CryptReleaseContext(provider, 0);
     if (!done)
         throw std::runtime_error("SHA-1 failed");
     return hash;

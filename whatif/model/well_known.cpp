@@ -1,6 +1,6 @@
 #include "whatif/model/well_known.h"
 
-#include "whatif/redirect/active.h"
+#include "whatif/spelling.h"
 
 namespace whatif {
 

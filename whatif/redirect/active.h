@@ -46,19 +46,4 @@ Result failWith(DWORD error)
     return Result();
 }
 
-// Text of the ANSI code page; NULL is empty.
-std::wstring wide(const char* text);
-
-inline std::wstring textOrEmpty(const wchar_t* text)
-{
-    return text ? text : L"";
-}
-
-// Names compared as Windows compares them.
-inline bool sameName(const std::wstring& a, const std::wstring& b)
-{
-    return CompareStringOrdinal(a.c_str(), static_cast<int>(a.size()), b.c_str(), static_cast<int>(b.size()), TRUE) ==
-           CSTR_EQUAL;
-}
-
 } // namespace whatif

@@ -2,8 +2,9 @@
 
 #include "whatif/model/names.h"
 #include "whatif/model/sids.h"
-#include "whatif/redirect/active.h"
 #include "whatif/security/inheritance.h"
+#include "whatif/spelling.h"
+#include "whatif/whatif.h"
 
 namespace whatif {
 
