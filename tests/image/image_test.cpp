@@ -62,7 +62,7 @@ TEST_F(Image, ImportsSystemLibrariesOnly)
     EXPECT_EQ(directory(IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT), 0u);
 }
 
-TEST_F(Image, IsHardened)
+TEST_F(Image, IsSmallAndHardened)
 {
     EXPECT_FALSE(headers.FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED);
     EXPECT_NE(directory(IMAGE_DIRECTORY_ENTRY_BASERELOC), 0u); // or it could not move
@@ -71,11 +71,14 @@ TEST_F(Image, IsHardened)
                                       IMAGE_DLLCHARACTERISTICS_NX_COMPAT})
         EXPECT_TRUE(headers.OptionalHeader.DllCharacteristics & flag) << std::hex << flag;
     const IMAGE_SECTION_HEADER* const sections = IMAGE_FIRST_SECTION(&headers);
+    DWORD size = headers.OptionalHeader.SizeOfHeaders;
     for (WORD i = 0; i < headers.FileHeader.NumberOfSections; ++i) {
+        size += sections[i].SizeOfRawData;
         const DWORD flags = sections[i].Characteristics;
         EXPECT_FALSE((flags & IMAGE_SCN_MEM_WRITE) && (flags & IMAGE_SCN_MEM_EXECUTE))
             << std::string(reinterpret_cast<const char*>(sections[i].Name), IMAGE_SIZEOF_SHORT_NAME);
     }
+    EXPECT_LE(size, 152u << 10); // 1.9 KB an exported function
 }
 
 TEST_F(Image, CarriesItsVersion)
