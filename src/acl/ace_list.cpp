@@ -41,7 +41,7 @@ Kind kindOf(const sswseAce* ace)
 // NULL when memory is exhausted.
 AceListNode* newNode(sswseAceList& list)
 {
-    if (!list.blocks || list.blocks->count == std::size(list.blocks->node)) {
+    if (list.blocks->count == std::size(list.blocks->node)) {
         auto* const block = static_cast<sswseAceNodes*>(malloc(sizeof(sswseAceNodes)));
         if (!block)
             return nullptr;
@@ -94,7 +94,7 @@ PSID sswseSidOfAce(const sswseAce* ace)
 
 sswseAceList::~sswseAceList()
 {
-    while (blocks) {
+    while (blocks != &own) {
         sswseAceNodes* const next = blocks->next;
         free(blocks);
         blocks = next;

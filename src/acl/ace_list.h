@@ -11,12 +11,12 @@ using sswseAce = ACCESS_ALLOWED_ACE; // the layout that allow and deny entries s
 // The entry's SID, NULL when there is none that counts.
 PSID sswseSidOfAce(const sswseAce* ace);
 
-// Nodes are had in blocks: a list is made for each object of a tree.
+// Nodes are had in blocks, the first of which is the list's own: a list is made for each object of a tree.
 struct sswseAceNodes
 {
     AceListNode node[16];
-    DWORD count; // in use
-    sswseAceNodes* next;
+    DWORD count = 0; // in use
+    sswseAceNodes* next = nullptr;
 };
 
 // Owns its nodes, never the entries they point at.
@@ -24,7 +24,8 @@ struct sswseAceList
 {
     AceListNode* first = nullptr;
     AceListNode* last = nullptr;
-    sswseAceNodes* blocks = nullptr; // the latest first
+    sswseAceNodes own;
+    sswseAceNodes* blocks = &own; // the latest first
 
     sswseAceList() = default;
     sswseAceList(const sswseAceList&) = delete;

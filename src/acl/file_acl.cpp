@@ -10,8 +10,7 @@
 DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAclUpdate& update, bool failOnAccessDenied)
 {
     return sswseRunFramed(err, __func__, sswsePathArgs{path}, [&](const sswseCall& call) -> DWORD {
-        owned::Heap<char> pathText; // an object that no message could name is not touched
-        DWORD status = sswseToMultibyte(call, path, pathText);
+        DWORD status = sswseRequireMultibyte(call, path); // an object that no message could name is not touched
         if (status != SSWSE_SUCCESS || sswseIsReservedPath(path))
             return status;
 

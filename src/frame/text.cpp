@@ -97,6 +97,14 @@ DWORD sswseToMultibyte(const sswseCall& call, const wchar_t* source, owned::Heap
     return convertAndReport(call, sswseWideToMb, source, multibyte, length, WSE_WIDE_TO_MB, "WideCharToMultiByte");
 }
 
+DWORD sswseRequireMultibyte(const sswseCall& call, const wchar_t* source)
+{
+    if (source &&
+        WideCharToMultiByte(CP_ACP, flagsFor(GetACP(), exactAnsi), source, -1, nullptr, 0, nullptr, nullptr) == 0)
+        return sswseFail(call, WSE_WIDE_TO_MB, GetLastError(), "WideCharToMultiByte");
+    return SSWSE_SUCCESS;
+}
+
 // The runtime's own bounded copies end the process on an overflow; these report it instead.
 DWORD sswseAppend(const sswseCall& call, char* destination, size_t size, const char* text)
 {

@@ -18,6 +18,8 @@ DWORD sswseWideToOem(const wchar_t* source, owned::Heap<char>& oem, size_t* leng
 DWORD sswseToWide(const sswseCall& call, const char* source, owned::Heap<wchar_t>& wide, size_t* length = nullptr);
 DWORD sswseToMultibyte(const sswseCall& call, const wchar_t* source, owned::Heap<char>& multibyte,
                        size_t* length = nullptr);
+// Whether the second would succeed, without the text.
+DWORD sswseRequireMultibyte(const sswseCall& call, const wchar_t* source);
 
 // "software\Kestel\" + text and the like: appends within the array. 2, or 3 with WSE-000053 "strcat_s" and ERANGE.
 DWORD sswseAppend(const sswseCall& call, char* destination, size_t size, const char* text);
