@@ -314,8 +314,7 @@ private:
 
     void complain(const std::string& what, const std::string& wrong, const std::string& routines = "")
     {
-        if (!wrong.empty())
-            report_.complaints[nameOf(routines) + ": " + wrong] += what + "; ";
+        EXPECT_EQ(wrong, "") << nameOf(what) << routines;
     }
 
     Subject& subject_;

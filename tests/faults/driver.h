@@ -5,8 +5,7 @@
 //     scenarios    the calls, by area
 //     driver       the runs, and what must hold after each
 //     exceptions   what need not, and why
-//     report       docs/reliability.md
-//     platform_calls  docs/platform-calls.md
+//     report       docs/reliability.md, docs/platform-calls.md
 #pragma once
 
 #include "tests/support/subject.h"
@@ -105,7 +104,6 @@ struct FunctionReport
 struct Report
 {
     std::map<std::string, FunctionReport> functions;
-    std::map<std::string, std::string> complaints; // what went wrong where -> in which runs
     // First line -> the calls after whose failure it was left, each with the routine that made it. Without memory and
     // the conversion of texts, whose messages every routine has.
     std::map<std::string, std::set<std::string>> messages;

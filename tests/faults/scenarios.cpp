@@ -109,43 +109,35 @@ void allowOnVlfs(Subject& s)
     s.putOnVlfs();
 }
 
-void closeFile(Subject& s)
+auto closing(const wchar_t* sddl)
 {
-    describe(s, L"\\file", L"O:SYD:P");
+    return [=](Subject& s) { describe(s, L"\\file", sddl); };
 }
 
-void sealFile(Subject& s)
-{
-    describe(s, L"\\file", L"O:SYD:P(A;;FR;;;BA)");
-}
+const auto closeFile = closing(L"O:SYD:P");
 
 // The tree and the key of the home, with one below.
-void secure(Subject& s, const std::wstring& entries)
+auto securing(const wchar_t* entries)
 {
-    const std::wstring sddl = L"O:BAG:SYD:P(A;OICI;GA;;;BA)" + entries;
-    s.local.security[L"file " + s.files()] = s.remote.security[L"file E:"] = sddl;
-    for (whatif::Node* const node : {&s.local, &s.remote}) {
-        node->security[L"registry HKLM\\" + std::wstring(homeKey)] = sddl;
-        s.world().registry().createKey(*node, std::wstring(homeKey) + L"\\sub");
-    }
+    return [=](Subject& s) {
+        const std::wstring sddl = std::wstring(L"O:BAG:SYD:P(A;OICI;GA;;;BA)") + entries;
+        s.local.security[L"file " + s.files()] = s.remote.security[L"file E:"] = sddl;
+        for (whatif::Node* const node : {&s.local, &s.remote}) {
+            node->security[L"registry HKLM\\" + std::wstring(homeKey)] = sddl;
+            s.world().registry().createKey(*node, std::wstring(homeKey) + L"\\sub");
+        }
+    };
 }
 
 // All that a check can ask for, but something for the service.
-void give(Subject& s)
-{
-    secure(s, L"(A;OICI;GA;;;SY)(A;OICI;GA;;;S-1-5-21-1-2-3-2001)(A;OICI;0x20039;;;WD)");
-}
+const auto give = securing(L"(A;OICI;GA;;;SY)(A;OICI;GA;;;S-1-5-21-1-2-3-2001)(A;OICI;0x20039;;;WD)");
+const auto giveLittle = securing(L"(A;OICI;GR;;;WD)");
 
 void giveOnVlfs(Subject& s)
 {
     give(s);
     s.local.security[L"file C:\\"] = L"D:P(A;;GA;;;BA)(A;;GA;;;SY)(A;;GA;;;S-1-5-21-1-2-3-2001)"; // the volume
     s.putOnVlfs();
-}
-
-void giveLittle(Subject& s)
-{
-    secure(s, L"(A;OICI;GR;;;WD)");
 }
 
 } // namespace
@@ -308,7 +300,8 @@ const std::vector<Scenario>& scenarios()
         {"setPermissions wFilename=FILES\\file", "a file", 0},
         {"setPermissions wFilename=FILES", "a tree", 0},
         {"setPermissions wFilename=FILES", "a tree with a file out of reach", 3, closeFile, true},
-        {"setPermissions2 wFilename=FILES isAdmin=1", "a tree with a file that cannot be written", 3, sealFile, true},
+        {"setPermissions2 wFilename=FILES isAdmin=1", "a tree with a file that cannot be written", 3,
+         closing(L"O:SYD:P(A;;FR;;;BA)"), true},
         {"setPermissions2 wFilename=FILES isAdmin=1", "a tree for administrators", 0},
     };
     return all;

@@ -2,7 +2,7 @@
 #include "cli/invoke.h"
 #include "cli/script.h"
 #include "tests/support/node_test.h"
-#include "tests/support/trace_log.h"
+#include "tests/support/subject.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstring>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <thread>
 
@@ -19,13 +20,6 @@ namespace {
 
 constexpr int threadCount = 8;
 constexpr int rounds = 25;
-
-std::string replaced(std::string text, const std::string& what, const std::string& with)
-{
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
-        text.replace(at, what.size(), with);
-    return text;
-}
 
 // Some lines have an address, which is another one in each thread.
 std::string withoutLongNumbers(std::string text)
@@ -90,12 +84,12 @@ protected:
         for (int round = 0; round < rounds; ++round)
             for (const Row& row : rows) {
                 const std::string name = tag + std::to_string(round);
-                const auto words = cli::splitWords(replaced(row.call, "@", name));
+                const auto words = cli::splitWords(support::replaced(row.call, "@", name));
                 const cli::Outcome outcome = cli::invoke(host, cli::parseCall(words));
                 const std::string text = outcome.message + outcome.outputs.value("out", "");
                 EXPECT_EQ(outcome.status, row.status) << outcome.message;
                 EXPECT_EQ(text.substr(0, text.find_first_of("\r\n")),
-                          replaced(hasModule && row.inModule ? row.inModule : row.says, "@", name));
+                          support::replaced(hasModule && row.inModule ? row.inModule : row.says, "@", name));
             }
     }
 
@@ -116,19 +110,18 @@ protected:
 
     // What a log has of each of the threads that ran last, with a form feed behind each line and the thread's own name
     // as "@".
-    std::vector<std::string> textsOf(TraceLog& log) const
+    std::map<DWORD, std::string> textsOf(const TraceLog& log) const
     {
-        std::vector<std::string> all;
-        for (const auto& [id, lines] : log.takeByThread()) {
-            const auto i = std::find(std::begin(ids), std::end(ids), id) - std::begin(ids);
-            std::string& text = all.emplace_back();
-            for (const std::string& line : lines)
-                text += withoutLongNumbers(replaced(line, tagOf(static_cast<int>(i)), "@")) + '\f';
+        std::map<DWORD, std::string> all;
+        for (size_t i = 0; i < log.lines.size(); ++i) {
+            const auto thread = std::find(std::begin(ids), std::end(ids), log.threads[i]) - std::begin(ids);
+            all[log.threads[i]] +=
+                withoutLongNumbers(support::replaced(log.lines[i], tagOf(static_cast<int>(thread)), "@")) + '\f';
         }
         return all;
     }
 
-    std::vector<std::string> textsOfThreads(int count)
+    std::map<DWORD, std::string> textsOfThreads(int count)
     {
         TraceLog log;
         traceOn(nullptr, &TraceLog::receive, &log, 0);
@@ -150,10 +143,10 @@ protected:
 
 TEST_F(Threads, TraceEveryLineOfEveryCall)
 {
-    const std::vector<std::string> texts = textsOfThreads(threadCount);
-    const std::string alone = textsOfThreads(1).front(); // whom nothing disturbs
+    const std::map<DWORD, std::string> texts = textsOfThreads(threadCount);
+    const std::string alone = textsOfThreads(1).begin()->second; // whom nothing disturbs
     EXPECT_EQ(texts.size(), size_t{threadCount});
-    for (const std::string& text : texts) {
+    for (const auto& [thread, text] : texts) {
         const auto differs = std::mismatch(text.begin(), text.end(), alone.begin(), alone.end()).first;
         EXPECT_TRUE(text == alone) << std::string(differs, text.end()).substr(0, 200);
     }
@@ -179,9 +172,9 @@ TEST_F(Threads, BearTracingSwitchedOnAndOff)
     switching.join();
     std::vector<std::string> pieces;
     for (TraceLog& log : logs)
-        for (const std::string& text : textsOf(log))
+        for (const auto& [thread, text] : textsOf(log))
             pieces.push_back(text.substr(text.find('\f'))); // the first line may come before tracing is on again
-    const std::string alone = textsOfThreads(1).front();
+    const std::string alone = textsOfThreads(1).begin()->second;
     for (const std::string& piece : pieces)
         EXPECT_NE(alone.find(piece), std::string::npos) << piece.substr(0, 200);
     EXPECT_GT(logs.size(), 5u);

@@ -127,13 +127,6 @@ std::string ordinaryValue(const std::string& function, const std::string& parame
     return found == values.end() ? "" : found->second;
 }
 
-std::string replaced(std::string text, const std::string& what, const std::string& with)
-{
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
-        text.replace(at, what.size(), with);
-    return text;
-}
-
 // ---- what a call is given and fills ----------------------------------------------------------------------------------
 
 using Place = std::unique_ptr<guarded::Buffer>;
@@ -222,13 +215,19 @@ Functions callableFunctions()
     return all;
 }
 
-Subject::Subject(const Prepare& prepare)
+std::string replaced(std::string text, const std::string& what, const std::string& with)
+{
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
+        text.replace(at, what.size(), with);
+    return text;
+}
+
+Subject::Subject(const Prepare& prepare) : prepare_(prepare)
 {
     std::filesystem::create_directory("sub");
     std::ofstream("file") << "content";
     std::ofstream("sub/file");
     listedTree = files();
-    prepare_ = prepare;
     furnish();
 }
 

@@ -2,6 +2,7 @@
 
 #include "cli/text.h"
 #include "frame/owned.h"
+#include "whatif/machine/groups.h"
 #include "whatif/model/sids.h"
 #include "whatif/whatif.h"
 
@@ -48,33 +49,18 @@ std::wstring productType() // of a domain controller "LanmanNT"
 
 using Names = std::vector<std::wstring>;
 
-// A user and a group begin with their names at these levels.
-template <class Enumerate>
-Names namesFrom(Enumerate enumerate)
+Names users()
 {
-    BYTE* block = nullptr;
+    USER_INFO_0* block = nullptr;
     DWORD read = 0;
     DWORD total = 0;
     Names names;
-    if (enumerate(&block, &read, &total) == NERR_Success)
-        for (DWORD i = 0; i < read; ++i)
-            names.emplace_back(reinterpret_cast<const wchar_t**>(block)[i]);
+    if (NetUserEnum(nullptr, 0, FILTER_NORMAL_ACCOUNT, reinterpret_cast<BYTE**>(&block), MAX_PREFERRED_LENGTH, &read,
+                    &total, nullptr) == NERR_Success)
+        std::transform(block, block + read, std::back_inserter(names),
+                       [](const auto& user) { return user.usri0_name; });
     NetApiBufferFree(block);
     return names;
-}
-
-Names users()
-{
-    return namesFrom([](BYTE** block, DWORD* read, DWORD* total) {
-        return NetUserEnum(nullptr, 0, FILTER_NORMAL_ACCOUNT, block, MAX_PREFERRED_LENGTH, read, total, nullptr);
-    });
-}
-
-Names groups()
-{
-    return namesFrom([](BYTE** block, DWORD* read, DWORD* total) {
-        return NetLocalGroupEnum(nullptr, 0, block, MAX_PREFERRED_LENGTH, read, total, nullptr);
-    });
 }
 
 Names subkeys(const wchar_t* path)
@@ -85,9 +71,7 @@ Names subkeys(const wchar_t* path)
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, &opened) == ERROR_SUCCESS)
         key.reset(opened);
     wchar_t name[256];
-    for (DWORD size = 256; key && !RegEnumKeyExW(opened, static_cast<DWORD>(names.size()), name, &size, nullptr,
-                                                 nullptr, nullptr, nullptr);
-         size = 256)
+    while (key && RegEnumKeyW(opened, static_cast<DWORD>(names.size()), name, 256) == ERROR_SUCCESS)
         names.emplace_back(name);
     return names;
 }
@@ -179,7 +163,8 @@ std::string removeLeftovers(Whose whose)
         }
     };
     each("user", users(), removeUser);
-    each("group", groups(), [](const std::wstring& name) { return NetLocalGroupDel(nullptr, name.c_str()); });
+    each("group", whatif::machineGroupNames(),
+         [](const std::wstring& name) { return NetLocalGroupDel(nullptr, name.c_str()); });
     each("service", subkeys(L"SYSTEM\\CurrentControlSet\\Services"), removeService);
     each("key", subkeys(software), removeKey<software>);
     each("event source", subkeys(eventSources), removeKey<eventSources>);

@@ -33,16 +33,6 @@ std::vector<std::string> TraceLog::take()
     return std::exchange(lines, {});
 }
 
-std::map<DWORD, std::vector<std::string>> TraceLog::takeByThread()
-{
-    const std::vector<DWORD> owners = threads;
-    std::map<DWORD, std::vector<std::string>> taken;
-    size_t i = 0;
-    for (std::string& line : take())
-        taken[owners[i++]].push_back(std::move(line));
-    return taken;
-}
-
 std::string argumentLine(const Call& call)
 {
     TraceLog log;

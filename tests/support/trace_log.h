@@ -3,7 +3,6 @@
 
 #include "tests/support/cases.h"
 
-#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -17,7 +16,6 @@ struct TraceLog
 
     // The lines so far; the line after a routine's exit, which no printf can print, is "<separator>".
     std::vector<std::string> take();
-    std::map<DWORD, std::vector<std::string>> takeByThread();
 
     std::mutex mutex;
     std::vector<std::string> lines;
