@@ -17,9 +17,9 @@ struct Mount
     DWORD attributes; // all bits: it cannot be found
     DWORD tag;
     bool hasVolume = true; // whose path fits
-    DWORD status = 2;
-    const char* message = "";
+    bool isSecured = true;
     bool isMountPoint = false;
+    const char* failure = "";
 };
 const Mount* mount;
 std::string volumePath;
@@ -51,29 +51,31 @@ TEST_F(OnNode, PermissionTypesGiveAccessToTheirObjectsOnly)
         {{2, 9}, keys + L"(A;OICI;KA;;;svc)(A;OICI;KA;;;BO)"},
         {{3, 7}, system + L"(A;OICI;FA;;;vlm)(A;OICI;FA;;;dbs)"},
     };
-    const std::wstring directory = make(L"dir\\");
-    const std::wstring file = make(L"dir\\file");
+    const std::string directory = make(L"dir\\"), file = make(L"dir\\file");
     constexpr wchar_t before[] = L"D:(A;;0x1;;;BU)";
-    constexpr char mismatch[] = "WSE-000063: Input arguments are invalid. Internal error : Windows object type and "
+    constexpr char mismatch[] = "4 WSE-000063: Input arguments are invalid. Internal error : Windows object type and "
                                 "Permission type mismatch.";
     for (const unsigned wtype : {0u, 1u, 2u, 3u, 4u, 0xFFFFFFFFu})
         for (int ptype = -1; ptype <= 11; ++ptype)
             for (const bool inheritable : {false, true}) {
-                SCOPED_TRACE(std::to_string(wtype) + ", " + std::to_string(ptype) + (inheritable ? ", tree" : ""));
                 const auto entries = allowed.find({wtype, ptype});
                 const bool isAllowed = entries != allowed.end();
-                const std::wstring path = wtype == 0 ? file : wtype == 2 ? key : directory;
-                const Access access = {wtype, path,       {"svc", "Backup Operators"}, ptype, false, nullptr,
-                                       {},    inheritable};
+                const std::string words = "ACLOnObjectForUser wtype=" + std::to_string(wtype) +
+                                          " ptype=" + std::to_string(static_cast<unsigned>(ptype)) +
+                                          " inheritable=" + (inheritable ? "0x80" : "0") +
+                                          " usernames=svc usernames=\"Backup Operators\" path=" +
+                                          (wtype == 0   ? file
+                                           : wtype == 2 ? key
+                                                        : directory);
                 describe({{L"dir", before}, {L"dir\\file", before}});
-                expectCases({{"before", checking(access), isAllowed ? 0u : 4u, isAllowed ? "WSE-00004: " : mismatch},
-                             {"call", giving(access), isAllowed ? 2u : 4u, isAllowed ? "" : mismatch},
-                             {"after", checking(access), isAllowed ? 1u : 4u, isAllowed ? "" : mismatch}});
+                expectAnswers({{"Check" + words, isAllowed ? "0 WSE-00004" : mismatch},
+                               {"Add" + words, isAllowed ? "2" : mismatch},
+                               {"Check" + words, isAllowed ? "1" : mismatch}});
                 const auto objects = written();
-                ASSERT_EQ(objects.size(), !isAllowed ? 0u : wtype == 1 && inheritable ? 2u : 1u);
+                ASSERT_EQ(objects.size(), !isAllowed ? 0u : wtype == 1 && inheritable ? 2u : 1u) << words;
                 if (isAllowed) {
                     const std::wstring after = entries->second + (wtype == 2 ? L"" : before + 2);
-                    EXPECT_EQ(objects.begin()->second, sddl((wtype == 2 ? L"D:AI" : L"D:") + after));
+                    EXPECT_EQ(objects.begin()->second, sddl((wtype == 2 ? L"D:AI" : L"D:") + after)) << words;
                 }
             }
 }
@@ -82,59 +84,58 @@ TEST_F(OnNode, AccountsAreThoseOfTheMachineThatOwnsTheObject)
 {
     constexpr wchar_t before[] = L"D:PAI(A;;0x1;;;BU)(A;ID;0x1;;;BG)";
     const std::wstring kept = L"(A;;0x1;;;BU)(A;ID;0x1;;;BG)"; // unless access is set
-    const std::wstring dir = make(L"dir\\");
-    const std::wstring dir2 = L"\\\\db2\\c$\\dir";
-    const std::wstring key2 = std::wstring(L"\\\\DB2\\") + key;
+    const std::string dir = make(L"dir\\"), dir2 = "\\\\db2\\c$\\dir", key2 = std::string("\\\\DB2\\") + key;
     const std::wstring system = L"D:(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)";
     const std::wstring mesh = system + L"(A;OICI;FA;;;mesh)(A;OICI;FA;;;clx)(A;OICI;FA;;;svc)";
     const std::wstring mesh2 = system + L"(A;OICI;FA;;;mesh2)(A;OICI;FA;;;clx2)(A;OICI;FA;;;svc2)";
     const std::wstring vlm = system + L"(A;OICI;FA;;;vlm)(A;OICI;FA;;;dbs)"; // the node's own
     const std::wstring keys = L"(A;OICI;KA;;;BA)(A;OICI;0x20039;;;WD)";
     const std::wstring full = L"(A;OICI;FA;;;svc)";
+    const std::string add = "AddACLOnObjectForUser wtype=", set = "SetACLOnObjectForUser inheritable=0x80 wtype=",
+                      add2 = "AddACLOnObjectForUser2 wtype=", set2 = "SetACLOnObjectForUser2 inheritable=0x80 wtype=";
     const struct
     {
-        Access access;
+        std::string call;
         std::wstring after;
         std::wstring machine = L"NODE"; // that changes
     } rows[] = {
-        {{1, dir, {"svc"}, 5}, mesh + kept},
-        {{1, L"\\\\NODE\\C$\\dir", {"svc"}, 5}, mesh + kept},
-        {{1, dir2, {"svc"}, 5}, mesh2 + kept, L"DB2"},
-        {{3, dir2, {nullptr}, 7}, vlm + kept, L"DB2"},
-        {{2, key, {"svc"}, 9}, L"D:AI" + keys + L"(A;OICI;KA;;;svc)"},
-        {{2, key2, {"svc", "svc"}, 9}, L"D:AI" + keys + L"(A;OICI;KA;;;svc2)(A;OICI;KA;;;svc2)", L"DB2"},
-        {{1, dir, {"svc"}, 1, true}, system + full},
-        {{0, dir, {".\\svc", "localsystem", "s-1-5-11"}, 10, true},
+        {add + "1 ptype=5 usernames=svc path=" + dir, mesh + kept},
+        {add + "1 ptype=5 usernames=svc path=\\\\NODE\\C$\\dir", mesh + kept},
+        {add + "1 ptype=5 usernames=svc path=" + dir2, mesh2 + kept, L"DB2"},
+        {add + "3 ptype=7 usernames=nobody path=" + dir2, vlm + kept, L"DB2"}, // users are ignored
+        {add + "2 ptype=9 usernames=svc path=" + key, L"D:AI" + keys + L"(A;OICI;KA;;;svc)"},
+        {add + "2 ptype=9 usernames=svc usernames=svc path=" + key2,
+         L"D:AI" + keys + L"(A;OICI;KA;;;svc2)(A;OICI;KA;;;svc2)", L"DB2"},
+        {set + "1 ptype=1 usernames=svc path=" + dir, system + full},
+        {set + "0 ptype=10 usernames=.\\svc usernames=localsystem usernames=s-1-5-11 path=" + dir,
          L"D:(A;OICI;0x1200a9;;;svc)(A;OICI;0x1200a9;;;SY)(A;OICI;0x1200a9;;;AU)"},
-        {{2, key, {"svc"}, 9, true}, L"D:PAI" + keys + L"(A;OICI;KA;;;svc)"},
-        {{2, key, {"nobody"}, 8, true}, L"D:PAI" + keys}, // users are ignored
-        {{1, dir2, {".\\svc"}, 1, true, "svc"}, system + L"(A;OICI;FA;;;svc2)", L"DB2"},
+        {set + "2 ptype=9 usernames=svc path=" + key, L"D:PAI" + keys + L"(A;OICI;KA;;;svc)"},
+        {set + "2 ptype=8 usernames=nobody path=" + key, L"D:PAI" + keys}, // users are ignored
+        {set2 + "1 ptype=1 usernames=.\\svc installuser=svc path=" + dir2, system + L"(A;OICI;FA;;;svc2)", L"DB2"},
         // the install user comes before the users
-        {{1, dir, {}, 10, true, "svc"}, L"D:" + full},
-        {{1, dir, {"S-1-5-32-551", "svc"}, 1, true, ".\\svc"}, system + full + L"(A;OICI;FA;;;BO)"},
-        {{2, key, {}, 8, true, "LocalSystem"}, L"D:PAI" + keys + L"(A;OICI;KA;;;SY)"},
-        {{3, dir, {}, 7, false, "svc"}, vlm + full + kept},
-        {{2, key, {"svc"}, 9, false, "S-1-5-18"}, L"D:AI" + keys + L"(A;OICI;KA;;;SY)(A;OICI;KA;;;svc)"},
+        {set2 + "1 ptype=10 installuser=svc path=" + dir, L"D:" + full},
+        {set2 + "1 ptype=1 usernames=S-1-5-32-551 usernames=svc installuser=.\\svc path=" + dir,
+         system + full + L"(A;OICI;FA;;;BO)"},
+        {set2 + "2 ptype=8 installuser=LocalSystem path=" + key, L"D:PAI" + keys + L"(A;OICI;KA;;;SY)"},
+        {add2 + "3 ptype=7 installuser=svc path=" + dir, vlm + full + kept},
+        {add2 + "2 ptype=9 usernames=svc installuser=S-1-5-18 path=" + key,
+         L"D:AI" + keys + L"(A;OICI;KA;;;SY)(A;OICI;KA;;;svc)"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows);
-        Access access = row.access;
-        access.inheritable = access.set;
         describe({{L"dir", before}});
-        expectCases({{"call", giving(access), 2}});
-        ASSERT_EQ(world.plan().size(), 1u);
-        EXPECT_EQ(world.plan()[0].node, row.machine);
-        EXPECT_EQ(written().begin()->second, sddl(row.after));
+        expectAnswers({{row.call, "2"}});
+        ASSERT_EQ(world.plan().size(), 1u) << row.call;
+        EXPECT_EQ(world.plan()[0].node, row.machine) << row.call;
+        EXPECT_EQ(written().begin()->second, sddl(row.after)) << row.call;
     }
     addGroup(local, L"KES_LOCAL");
-    const std::wstring nowhere = L"\\\\nowhere\\C$\\dir";
-    expectNodeCases({
-        {"unknown there", giving({1, dir2, {"svc", "KES_LOCAL"}, 1}), 3, "WSE-000014", ERROR_NONE_MAPPED},
-        {"no machine", giving({1, nowhere, {"svc"}, 1}), 3, "WSE-000014", RPC_S_SERVER_UNAVAILABLE},
-        {"machine \"?\"", giving({1, L"\\\\?\\" + root, {"svc"}, 1}), 3, "WSE-000014", RPC_S_SERVER_UNAVAILABLE},
-        {"no drive", giving({1, L"\\\\DB2\\E$\\dir", {"svc"}, 1}), 3, "WSE-000053", ERROR_BAD_NET_NAME},
-        {"no path, on this machine", giving({1, L"\\\\DB2", {"KES_LOCAL"}, 1}), 3, "WSE-000053", ERROR_BAD_PATHNAME},
-        {"no key", giving({2, key2 + L"\\none", {}, 8}), 3, "WSE-000067", ERROR_FILE_NOT_FOUND},
+    expect({
+        {add + "1 ptype=1 usernames=svc usernames=KES_LOCAL path=" + dir2, "3 WSE-000014 1332"}, // unknown there
+        {add + "1 ptype=1 usernames=svc path=\\\\nowhere\\C$\\dir", "3 WSE-000014 1722"},
+        {add + "1 ptype=1 usernames=svc path=\\\\?\\" + narrowRoot, "3 WSE-000014 1722"}, // a machine "?"
+        {add + "1 ptype=1 usernames=svc path=\\\\DB2\\E$\\dir", "3 WSE-000053 67"},
+        {add + "1 ptype=1 usernames=KES_LOCAL path=\\\\DB2", "3 WSE-000053 161"}, // no path, on this machine
+        {add + "2 ptype=8 path=" + key2 + "\\none", "3 WSE-000067 2"},
     });
 }
 
@@ -144,10 +145,11 @@ TEST_F(OnNode, MountPointsAreSecuredWithTheirVolume)
         {"another file system", L"NTFS", link, IO_REPARSE_TAG_MOUNT_POINT},
         {"no link", L"VLFS", FILE_ATTRIBUTE_DIRECTORY, IO_REPARSE_TAG_MOUNT_POINT},
         {"a tag without any of the bits", L"VLFS", link, 0x40000010},
-        {"a mount point", L"vlfs", link, IO_REPARSE_TAG_MOUNT_POINT, true, 2, "", true},
-        {"another tag that shares bits", L"VLFS", link, IO_REPARSE_TAG_SYMLINK, true, 2, "", true},
-        {"not found", L"VLFS", INVALID_FILE_ATTRIBUTES, 0, true, 3, "WSE-000012: Null or invalid  parameter."},
-        {"a volume path that does not fit", L"VLFS", link, IO_REPARSE_TAG_MOUNT_POINT, false, 3, " "},
+        {"a mount point", L"vlfs", link, IO_REPARSE_TAG_MOUNT_POINT, true, true, true},
+        {"another tag that shares bits", L"VLFS", link, IO_REPARSE_TAG_SYMLINK, true, true, true},
+        {"not found", L"VLFS", INVALID_FILE_ATTRIBUTES, 0, true, false, false,
+         "3 WSE-000012: Null or invalid  parameter."},
+        {"a volume path that does not fit", L"VLFS", link, IO_REPARSE_TAG_MOUNT_POINT, false, false, false, "3  "},
     };
     library.redirect(
         "GetVolumeInformationW",
@@ -166,27 +168,26 @@ TEST_F(OnNode, MountPointsAreSecuredWithTheirVolume)
         "GetVolumePathNameA", +[](LPCSTR, LPSTR buffer, DWORD size) -> BOOL {
             return mount->hasVolume && volumePath.size() < size && strcpy(buffer, volumePath.c_str());
         });
-    const std::wstring directory = make(L"dir\\");
-    const std::wstring volume = make(L"volume\\");
+    const std::string directory = make(L"dir\\");
+    volumePath = make(L"volume\\");
     make(L"dir\\in");
-    volumePath.assign(volume.begin(), volume.end());
     for (const Mount& row : rows) {
         SCOPED_TRACE(row.what);
         mount = &row;
         describe({{L"dir", L"D:"}, {L"dir\\in", unreadable}, {L"volume", L"D:"}});
-        const bool isChildSkipped = row.status == 2;
-        expectCases({{row.what, giving({1, directory, {"svc"}, 1}), row.status,
-                      isChildSkipped ? API_FAILED("GetFileSecurityW") : row.message}});
+        expectAnswers({{"AddACLOnObjectForUser wtype=1 ptype=1 inheritable=1 usernames=svc path=" + directory,
+                        row.isSecured ? "2 WSE-000053 5" : row.failure}}); // the child is skipped
         const auto objects = written();
-        EXPECT_EQ(objects.count(L"dir"), row.status == 2);
+        EXPECT_EQ(objects.count(L"dir"), row.isSecured);
         EXPECT_EQ(objects.count(L"volume"), row.isMountPoint);
     }
 }
 
 TEST_F(OnNode, ExcludedPathsAreLeftAloneWithAllBelowThem)
 {
-    const std::wstring start = make(L"dir\\");
-    const std::string narrowStart = narrowRoot + "\\dir";
+    const std::string start = make(L"dir\\");
+    const std::string add = "AddACLOnObjectForUser2 inheritable=1 wtype=1 ptype=1 path=" + start + "/ usernames=svc",
+                      set = "SetACLOnObjectForUser2 inheritable=1 wtype=1 ptype=1 path=" + start;
     make({L"dir\\a b\\", L"dir\\a b\\c", L"dir\\sub\\", L"dir\\sub\\\xC4", L"dir\\sub2"});
     const struct
     {
@@ -196,39 +197,45 @@ TEST_F(OnNode, ExcludedPathsAreLeftAloneWithAllBelowThem)
         {{"none", "su", "c", "sub2\\none", narrowRoot, "dir"}, "      "},
         {{"none", "su", "c", "sub2\\none", narrowRoot + "\\di", "dir", "\\\\NODE\\C$"}, "xxxxxx"},
         {{"SUB\\"}, "xxx  x"},
-        {{"sub//\xE4", "a b\\c\\\\"}, "xx x x"},
-        {{narrowStart + "/Sub2", "A B"}, "x  xx "},
-        {{narrowStart + "\\\\sub\\"}, "xxx  x"},
-        {{narrowStart}, "      "},
+        {{"sub//\xC3\xA4", "a b\\c\\\\"}, "xx x x"},
+        {{start + "/Sub2", "A B"}, "x  xx "},
+        {{start + "\\\\sub\\"}, "xxx  x"},
+        {{start}, "      "},
         {{narrowRoot.substr(0, 3)}, "      "},
-        {{"\\\\" + narrowStart.substr(3)}, "xxxxxx"},
+        {{"\\\\" + start.substr(3)}, "xxxxxx"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(PrintToString(row.excluded));
         describe({{L"dir", top}});
-        expectCases({{"call", giving({1, start + L'/', {"svc"}, 1, false, nullptr, row.excluded}), 2}});
+        std::string call = add;
+        for (const std::string& path : row.excluded)
+            call += " excludelist=\"" + path + '"';
+        expectAnswers({{call, "2"}});
         EXPECT_EQ(marked({L"dir", L"dir\\a b", L"dir\\a b\\c", L"dir\\sub", L"dir\\sub\\\xC4", L"dir\\sub2"}),
-                  row.secured);
+                  row.secured)
+            << call;
     }
+    constexpr char badPath[] = "4 WSE-000012: Null or invalid excludelist parameter.";
     for (const char* const path : {"", "\\sub", "/", "C:", "c:sub", "sub\\..", ".", "a/./b", "\\\\.\\x", "C:\\a\\.."})
-        expectRefused("excludelist", {giving({2, start, {"nobody"}, 9, true, nullptr, {"sub", path}})});
-    expectNodeCases({
-        {"users are resolved first", giving({1, start, {"nobody"}, 1, true, nullptr, {narrowStart}}), 3, "WSE-000014",
-         ERROR_NONE_MAPPED},
-        {"the install user too", giving({1, start, {}, 1, true, "nobody", {narrowStart}}), 3, "WSE-000014",
-         ERROR_NONE_MAPPED},
-        {"a key", giving({2, key, {}, 8, true, nullptr, {"sub"}}), 4,
-         "WSE-000063: Input arguments are invalid. Internal error : Excluded paths need a file or directory."},
-        {"no such type", giving({1, start, {}, 8, true, nullptr, {""}}), 4, "WSE-000063"},
+        expect({{std::string("SetACLOnObjectForUser2 wtype=2 ptype=9 path=x usernames=nobody excludelist=sub ") +
+                     "excludelist=\"" + path + '"',
+                 badPath}});
+    expect({
+        {set + " usernames=nobody excludelist=" + start, "3 WSE-000014 1332"}, // users are resolved first
+        {set + " installuser=nobody excludelist=" + start, "3 WSE-000014 1332"},
+        {"SetACLOnObjectForUser2 wtype=2 ptype=8 excludelist=sub path=" + std::string(key),
+         "4 WSE-000063: Input arguments are invalid. Internal error : Excluded paths need a file or directory."},
+        {"SetACLOnObjectForUser2 wtype=1 ptype=8 excludelist=\"\" path=x", "4 WSE-000063"},
     });
-    char none[] = "none";
-    char* lists[] = {none, nullptr};
-    const auto set = EXPORT(sswseSetACLOnObjectForUser2);
-    expectRefused("excludelist", {calling(set, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, -1),
-                                  calling(set, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, 2)});
-    expectRefused("usernames",
-                  {giving({1, start, {}, 10, true}), giving({0, start, {}, 10, false, "", {""}}),
-                   giving({1, L"none", {"nobody", nullptr}, 1, true}), giving({2, key, {nullptr}, 8, true}),
-                   calling(set, 1u, nullptr, lists, -1, 11, BYTE{0}, nullptr, nullptr, -1),
-                   calling(EXPORT(sswseAddACLOnObjectForUser), 2u, "MACHINE\\x", nullptr, -1, 8, BYTE{0})});
+    char some[] = "none";
+    char* lists[] = {some, nullptr};
+    const auto set2 = EXPORT(sswseSetACLOnObjectForUser2);
+    const auto setting = [&](unsigned wtype, char** users, int count, int ptype) {
+        return calling(EXPORT(sswseSetACLOnObjectForUser), wtype, start.c_str(), users, count, ptype, BYTE{0});
+    };
+    expectRefused("excludelist", {calling(set2, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, -1),
+                                  calling(set2, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, 2)});
+    expectRefused("usernames", {setting(1, nullptr, 0, 10), setting(1, lists, 2, 1), setting(2, &lists[1], 1, 8),
+                                calling(EXPORT(sswseAddACLOnObjectForUser), 2u, "MACHINE\\x", nullptr, -1, 8, BYTE{0}),
+                                calling(set2, 0u, "x", nullptr, 0, 10, BYTE{0}, "", lists, 1),
+                                calling(set2, 1u, nullptr, lists, -1, 11, BYTE{0}, nullptr, nullptr, -1)});
 }

@@ -11,62 +11,27 @@ namespace {
 class ChecksOnNode : public OnNode
 {
 protected:
-    using Users = std::vector<const char*>;
-
-    // Runs a check with the users as the functions take them; what it leaves is looked at, released and told: "1", or
-    // "0" and the findings below C: or the key, "3" and the message with the error.
-    template <class Run>
-    std::string run(const Users& users, bool listed, Run check)
+    // "1", or "0" and the findings below C: or the key, "3" and the message with the error.
+    std::string said(const std::string& call, intercept::Fault fault = {})
     {
-        std::vector<char*> names;
-        for (const char* const user : users)
-            names.push_back(const_cast<char*>(user));
-        char** findings = reinterpret_cast<char**>(1);
-        int count = 99;
-        sswseErrRec rec;
-        memset(&rec, 'x', sizeof rec);
         interception.start(fault);
-        const DWORD status = check(&rec, names.data(), static_cast<int>(names.size()), listed ? &findings : nullptr,
-                                   listed ? &count : nullptr);
+        const cli::Outcome outcome = invoke(call);
         EXPECT_THAT(interception.finish().balance, IsEmpty());
         EXPECT_EQ(plan(), Lines());
-        EXPECT_TRUE(!listed || (findings == nullptr) == (count == 0));
-        std::string said = std::to_string(status);
-        const std::string message = messageOf(rec);
-        if (status != 0)
-            said += message.empty() ? "" : ' ' + message + rec.oserror;
-        else if (!listed)
-            said += ' ' + message.substr(11, message.size() - 12);
-        for (int i = 0; listed && i < count; ++i)
-            said += (i ? "| " : " ") + std::string(findings[i]);
-        EXPECT_TRUE(status != 0 || !listed || message == "WSE-00004: " + std::string(findings[0]) + '.');
-        EXPORT(sswseFreeArrayofStrings)(listed ? findings : nullptr, static_cast<size_t>(count));
-        for (const std::string& place : {narrowRoot, std::string("MACHINE\\SOFTWARE\\Kestel")})
-            for (size_t at = said.find(place); at != std::string::npos; at = said.find(place))
-                said.erase(at, place.size() + 1);
-        return said;
-    }
-
-    std::string grants(const Access& access)
-    {
-        return run({}, false, [&](sswseErrRec* rec, char**, int, char***, int*) { return checking(access)(rec); });
-    }
-
-    std::string keysGrant(const std::wstring& path, const Users& users, int ptype, bool listed = true)
-    {
-        const std::string name(path.begin(), path.end());
-        return run(users, listed, [&](sswseErrRec* rec, char** names, int number, char*** findings, int* count) {
-            return EXPORT(sswseCheckACLsOnReg)(rec, name.c_str(), names, number, ptype, findings, count);
-        });
-    }
-
-    std::string allows(unsigned wtype, const std::wstring& path, const Users& users, DWORD mask, bool tree = false,
-                       bool listed = true)
-    {
-        const std::string name(path.begin(), path.end());
-        return run(users, listed, [&](sswseErrRec* rec, char** names, int number, char*** findings, int* count) {
-            return EXPORT(sswseCheckACLsOnObject)(rec, wtype, name.c_str(), names, number, mask, tree, findings, count);
-        });
+        const std::string message = outcome.message.substr(0, outcome.message.find('\r'));
+        std::string text = std::to_string(outcome.status) + (outcome.status && !message.empty() ? ' ' + message : "");
+        if (outcome.status == 0 && !outcome.outputs.contains("findings"))
+            text += ' ' + message.substr(11, message.size() - 12);
+        else if (outcome.status == 0) {
+            const std::vector<std::string> findings = outcome.outputs["findings"];
+            EXPECT_EQ(message, "WSE-00004: " + findings.at(0) + '.');
+            for (const std::string& finding : findings)
+                text += (&finding == &findings[0] ? " " : "| ") + finding;
+        }
+        for (const std::string& place : {narrowRoot, std::string(key)})
+            for (size_t at = text.find(place); at != std::string::npos; at = text.find(place))
+                text.erase(at, place.size() + 1);
+        return text + outcome.osError;
     }
 
     // Of the key and those below it ("\\a"), on both nodes.
@@ -77,15 +42,13 @@ protected:
             for (const auto& [name, text] : security)
                 node->security[L"registry HKLM\\SOFTWARE\\Kestel" + name] = sddl(text);
     }
-
-    intercept::Fault fault; // of the next checks
 };
 
 } // namespace
 
 TEST_F(ChecksOnNode, TheFirstEntryThatHasABitDecidesAboutIt)
 {
-    const std::wstring file = make(L"file");
+    const std::string check = "CheckACLOnObjectForUser wtype=0 usernames=svc ptype=10 path=" + make(L"file");
     const struct
     {
         const char* what;
@@ -112,14 +75,13 @@ TEST_F(ChecksOnNode, TheFirstEntryThatHasABitDecidesAboutIt)
     };
     for (const auto& row : rows) {
         describe({{L"file", row.security}});
-        EXPECT_EQ(grants({0, file, {"svc"}, 10}), row.said) << row.what;
+        EXPECT_EQ(said(check), row.said) << row.what;
     }
 }
 
 // Principals, then users; the first one that falls short is told, by the name that the caller knows.
 TEST_F(ChecksOnNode, AccountsAreAskedForInTheOrderOfAdding)
 {
-    const std::wstring directory = make(L"dir\\");
     const std::pair<const wchar_t*, const char*> accounts[] = {
         {L"(A;;FA;;;BA)", "S-1-5-32-544 0x001F01FF"},
         {L"(A;;FA;;;SY)", "S-1-5-18 0x001F01FF"},
@@ -129,16 +91,17 @@ TEST_F(ChecksOnNode, AccountsAreAskedForInTheOrderOfAdding)
         {L"(A;;FA;;;S-1-5-21-7-7-7-9)", "s-1-5-21-7-7-7-9 0x001F01FF"}, // gone
         {L"(A;;FA;;;LS)", "NT AUTHORITY\\LocalService 0x001F01FF"},
     };
-    Access access = {1, directory, {".\\svc", "s-1-5-21-7-7-7-9", "NT AUTHORITY\\LocalService", "LocalSystem"}, 4};
-    access.inheritable = false; // the list lets nobody list the directory
+    const std::string check = "CheckACLOnObjectForUser wtype=1 usernames=.\\svc usernames=s-1-5-21-7-7-7-9 usernames="
+                              "\"NT AUTHORITY\\LocalService\" usernames=LocalSystem ptype=4 path=" +
+                              make(L"dir\\");
     std::wstring security = L"D:";
     for (const auto& [entry, missing] : accounts) {
         describe({{L"dir", security}});
-        EXPECT_EQ(grants(access), std::string("0 dir does not grant ") + missing);
+        EXPECT_EQ(said(check), std::string("0 dir does not grant ") + missing);
         security += entry;
     }
     describe({{L"dir", security}});
-    EXPECT_EQ(grants(access), "1");
+    EXPECT_EQ(said(check), "1");
 }
 
 TEST_F(ChecksOnNode, KeysAreCheckedWithEveryKeyBelow)
@@ -149,30 +112,34 @@ TEST_F(ChecksOnNode, KeysAreCheckedWithEveryKeyBelow)
     constexpr wchar_t good[] = L"D:P(A;CI;KA;;;BA)(A;CI;0x20039;;;WD)(A;CI;GA;;;svc)(A;CI;GA;;;svc2)";
     constexpr wchar_t bad[] = L"D:P(D;;KW;;;BA)(A;;KA;;;BA)(A;;KR;;;WD)";
     describeKeys({{L"", good}, {L"\\a", bad}, {L"\\a\\b", L"O:SY"}, {L"\\c", L"D:P(A;;KR;;;BA)"}});
-    EXPECT_EQ(keysGrant(key, {"svc"}, 9), // each account that falls short, each key before those below
+    const std::string check = "CheckACLsOnReg usernames=svc ptype=9 path=", own = check + key;
+    EXPECT_EQ(said(own), // each account that falls short, each key before those below
               "0 a denies S-1-5-32-544 0x00020006| a does not grant S-1-1-0 0x00020039| a does not grant svc 0x000F003F"
               "| a\\b has no access-control list| c does not grant S-1-5-32-544 0x000F003F"
               "| c does not grant S-1-1-0 0x00020039| c does not grant svc 0x000F003F");
     describeKeys({{L"", good}, {L"\\a", L"O:SYD:P"}, {L"\\c", L"O:SY"}});
-    EXPECT_EQ(keysGrant(key, {"svc"}, 9), "0 a cannot be read (5)| c has no access-control list");
+    EXPECT_EQ(said(own), "0 a cannot be read (5)| c has no access-control list");
     describeKeys({{L"", good}, {L"\\c", bad}});
-    fault = failing("RegGetKeySecurity", ERROR_KEY_DELETED, 7); // of c
-    EXPECT_EQ(keysGrant(key, {"svc"}, 9), "1");
-    fault = {};
+    EXPECT_EQ(said(own, failing("RegGetKeySecurity", ERROR_KEY_DELETED, 7)), "1"); // c is
     describeKeys({{L"", bad}});
-    EXPECT_EQ(keysGrant(key, {"svc"}, 9, false), "0 denies S-1-5-32-544 0x00020006"); // nobody wants the others
+    char user[] = "svc";
+    char* users[] = {user};
+    expectNodeCases(
+        {{"nobody wants the others", calling(EXPORT(sswseCheckACLsOnReg), key, users, 1, 9, nullptr, nullptr), 0,
+          "WSE-00004: MACHINE\\SOFTWARE\\Kestel denies S-1-5-32-544 0x00020006."}});
     describeKeys({{L"", good}});
-    for (const std::wstring& node : {std::wstring(), std::wstring(L"\\\\DB2\\")})
-        for (const std::wstring& path : {node + key, node + L"machine\\SOFTWARE\\Kestel\\", node + key + L"\\a"})
-            EXPECT_EQ(keysGrant(path, {"svc"}, 9), "1") << PrintToString(path);
-    for (const wchar_t* const path : {L"CONFIG\\x", L"PERFORMANCE_DATA\\x", L"HKLM\\x", L"MACHINE", L"\\\\DB2",
-                                      L"\\\\DB2\\CLASSES_ROOT\\x", L"\\\\DB2\\CURRENT_USER\\x"})
-        EXPECT_EQ(keysGrant(path, {"nobody"}, 9), "4 WSE-000012: Null or invalid Registry Path parameter.");
+    for (const std::string node : {"", "\\\\DB2\\"})
+        for (const std::string& path : {node + key, node + "machine\\SOFTWARE\\Kestel\\", node + key + "\\a"})
+            EXPECT_EQ(said(check + path), "1") << path;
+    for (const char* const path : {"CONFIG\\x", "PERFORMANCE_DATA\\x", "HKLM\\x", "MACHINE", "\\\\DB2",
+                                   "\\\\DB2\\CLASSES_ROOT\\x", "\\\\DB2\\CURRENT_USER\\x"})
+        EXPECT_EQ(said(std::string("CheckACLsOnReg usernames=nobody ptype=9 path=") + path),
+                  "4 WSE-000012: Null or invalid Registry Path parameter.");
 }
 
 TEST_F(ChecksOnNode, UsersAreAllowedWhatTheirGroupsAre)
 {
-    const std::wstring file = make(L"file");
+    const std::string check = "CheckACLsOnObject wtype=0 path=" + make(L"file") + " mask=";
     const std::wstring service = L"S-1-5-80-1-2-3-4-5";
     local.memberPiece = 1;
     addGroup(local, L"KES_OUTER", {addGroup(local, L"KES_NESTED", {operators, service}).sid});
@@ -205,23 +172,24 @@ TEST_F(ChecksOnNode, UsersAreAllowedWhatTheirGroupsAre)
     for (const auto& row : rows) {
         describe({{L"file", L"O:BAG:SYD:" + row.list}});
         const std::string finding = std::string("0 file allows ") + row.user + ' ' + row.finding;
-        EXPECT_EQ(allows(0, file, {row.user}, row.mask), *row.finding ? finding : "1") << row.user << &row - rows;
+        EXPECT_EQ(said(check + std::to_string(row.mask) + " usernames=\"" + row.user + '"'),
+                  *row.finding ? finding : "1")
+            << row.user << &row - rows;
     }
     describe({{L"file", L"O:BAG:SYD:"}});
     const std::string sid(svc.begin(), svc.end());
-    const Users named = {".\\svc", "CORP\\dbuser", "svc", sid.c_str()}; // each account once
-    EXPECT_EQ(allows(0, file, named, 1), "0 file allows .\\svc 0x00000000 of 0x00000001"
-                                         "| file allows CORP\\dbuser 0x00000000 of 0x00000001");
-    EXPECT_EQ(allows(0, file, named, 1, false, false), "0 file allows .\\svc 0x00000000 of 0x00000001");
+    EXPECT_EQ(said(check + "1 usernames=.\\svc usernames=CORP\\dbuser usernames=svc usernames=" + sid), // each once
+              "0 file allows .\\svc 0x00000000 of 0x00000001| file allows CORP\\dbuser 0x00000000 of 0x00000001");
     for (const char* const group : {"KES_OUTER", "S-1-5-32-544", "Everyone", "CORP\\Operators", "S-1-5-80-0"})
-        EXPECT_EQ(allows(0, file, {"svc", group}, 1),
+        EXPECT_EQ(said(check + "1 usernames=svc usernames=" + group),
                   "4 WSE-000063: Input arguments are invalid. Internal error : Not a user account.");
-    for (const DWORD mask : {0ul, 0x01000001ul, 0x02000001ul})
-        EXPECT_EQ(allows(0, file, {"svc"}, mask), "4 WSE-000012: Null or invalid mask parameter.");
-    EXPECT_EQ(allows(0, file, {}, 1), "4 WSE-000012: Null or invalid usernames parameter.");
-    EXPECT_EQ(grants({2, key, {}, 10}), "4 WSE-000012: Null or invalid usernames parameter.");
-    EXPECT_EQ(allows(4, file, {}, 0), "4 WSE-000064: Internal error : Unsupported permission type.");
-    EXPECT_EQ(keysGrant(key, {"svc"}, 6).substr(0, 12), "4 WSE-000063");
+    for (const char* const mask : {"0", "0x01000001", "0x02000001"})
+        EXPECT_EQ(said(check + mask + " usernames=svc"), "4 WSE-000012: Null or invalid mask parameter.");
+    const std::string ofKey = std::string(" path=") + key;
+    for (const std::string& nobody : {check + "1", "CheckACLOnObjectForUser wtype=2 ptype=10" + ofKey})
+        EXPECT_EQ(said(nobody), "4 WSE-000012: Null or invalid usernames parameter.");
+    expect({{"CheckACLsOnObject wtype=4 mask=0 path=x", "4 WSE-000064"},
+            {"CheckACLsOnReg usernames=svc ptype=6" + ofKey, "4 WSE-000063"}});
 }
 
 TEST_F(ChecksOnNode, UsersAreAskedForBelowAsFarAsThereIsSomethingToRead)
@@ -247,13 +215,14 @@ TEST_F(ChecksOnNode, UsersAreAskedForBelowAsFarAsThereIsSomethingToRead)
     };
     for (const auto& row : rows) {
         describe(row.security);
-        fault = row.fault;
-        EXPECT_EQ(allows(1, root, {"svc"}, 3, true), row.said) << "row " << &row - rows;
+        EXPECT_EQ(said("CheckACLsOnObject wtype=1 inheritable=1 usernames=svc mask=3 path=" + narrowRoot, row.fault),
+                  row.said)
+            << "row " << &row - rows;
     }
-    fault = {};
     const std::string lacksKey = "allows svc 0x00020019 of 0x000F003F";
+    const std::string ofKey = std::string("CheckACLsOnObject wtype=2 usernames=svc path=") + key + " mask=";
     describeKeys({{L"", L"O:SYG:SYD:P(A;CI;KR;;;svc)(A;CI;KA;;;BA)"}});
-    EXPECT_EQ(allows(2, key, {"svc"}, KEY_ALL_ACCESS), "0 " + lacksKey);
-    EXPECT_EQ(allows(2, key, {"svc"}, GENERIC_ALL, true), "0 " + lacksKey + "| a " + lacksKey);
-    EXPECT_EQ(allows(2, key, {"svc"}, GENERIC_READ, true), "1");
+    EXPECT_EQ(said(ofKey + "0xF003F"), "0 " + lacksKey);
+    EXPECT_EQ(said(ofKey + "0x10000000 inheritable=1"), "0 " + lacksKey + "| a " + lacksKey);
+    EXPECT_EQ(said(ofKey + "0x80000000 inheritable=1"), "1");
 }

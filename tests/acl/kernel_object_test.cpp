@@ -8,35 +8,12 @@ namespace {
 constexpr wchar_t event[] = L"event KestelReady";
 constexpr wchar_t token[] = L"token of process 4711";
 constexpr DWORD ready = EVENT_MODIFY_STATE; // in SDDL "DC"
+constexpr DWORD denied = ERROR_ACCESS_DENIED;
 
-class KernelObjects : public acl::OnNode
-{
-protected:
-    ~KernelObjects() override
-    {
-        for (const HANDLE handle : opened_)
-            EXPECT_TRUE(!handle || whatif::closeObject(handle));
-    }
+using KernelObjects = acl::OnNode;
 
-    HANDLE open(const wchar_t* object, DWORD access)
-    {
-        return opened_.emplace_back(whatif::openObject(object, access));
-    }
-    HANDLE openEvent() { return open(event, READ_CONTROL | WRITE_DAC); }
-    HANDLE openToken() { return open(token, TOKEN_QUERY | TOKEN_ADJUST_DEFAULT); }
-
-    Call adding(HANDLE object, const char* user, DWORD mask = ready) const
-    {
-        return calling(EXPORT(sswseAddACEOnKernelObjectForUserOrGroup), object, user, mask);
-    }
-    Call addingTo(HANDLE held, const char* user, DWORD mask = ready) const
-    {
-        return calling(EXPORT(sswseAddACEOnDefaultDACLForSvcUser), held, user, mask);
-    }
-
-private:
-    std::vector<HANDLE> opened_;
-};
+const std::string ofEvent = "AddACEOnKernelObjectForUserOrGroup object=\"event KestelReady\"",
+                  ofToken = "AddACEOnDefaultDACLForSvcUser token=\"process 4711\"";
 
 } // namespace
 
@@ -70,25 +47,24 @@ TEST_F(KernelObjects, GetTheEntryUnlessTheyHaveAsMuch)
         SCOPED_TRACE(&row - rows);
         local.security = {{event, sddl(row.before)}, {token, sddl(row.before)}};
         const std::wstring after = sddl(row.after ? row.after : row.before);
+        const std::string words = " username=svc accessmask=" + std::to_string(row.mask);
         if (row.isOfEvent) {
-            expectCases({{"event", adding(openEvent(), "svc", row.mask), 2}});
+            expectAnswers({{ofEvent + words, "2"}});
             EXPECT_EQ(local.security[event], after);
         }
         if (row.isOfToken) {
-            expectCases({{"token", addingTo(openToken(), "svc", row.mask), 2}});
+            expectAnswers({{ofToken + words, "2"}});
             EXPECT_EQ(local.security[token], after);
         }
         EXPECT_EQ(plan().size(), row.after ? size_t{row.isOfEvent} + row.isOfToken : 0);
     }
     local.security = {{event, sddl(L"D:(A;;0x1f0003;;;svc)")}, {token, sddl(L"D:(A;;GA;;;svc)")}};
-    constexpr DWORD denied = ERROR_ACCESS_DENIED;
-    expectNodeCases({
-        {"a generic right is always written", adding(openEvent(), "svc", GENERIC_ALL), 3, "WSE-000067", denied,
-         failing("SetSecurityInfo", denied)},
-        {"and to a token", addingTo(openToken(), "svc", GENERIC_ALL), 3, "WSE-000053", denied,
-         failing("SetTokenInformation", denied)},
-        {"what it maps to is there", adding(openEvent(), "svc", EVENT_ALL_ACCESS), 2, "", 0,
-         failing("SetSecurityInfo", denied)},
+    const std::string all = " username=svc accessmask=0x10000000";
+    expect({
+        // a generic right is always written; what it maps to is there
+        {ofEvent + all, "3 WSE-000067 5", {}, failing("SetSecurityInfo", denied)},
+        {ofToken + all, "3 WSE-000053 5", {}, failing("SetTokenInformation", denied)},
+        {ofEvent + " username=svc accessmask=0x1f0003", "2", {}, failing("SetSecurityInfo", denied)},
     });
 }
 
@@ -105,39 +81,45 @@ TEST_F(KernelObjects, AreReachedByHandlesAndAccountsByAnySpelling)
     };
     const std::wstring usual = L"(A;;GA;;;BA)(A;;GA;;;SY)";
     const Lines own = change(L"token of this process", L"(A;;DC;;;svc)", usual);
-    const HANDLE dumb = open(event, WRITE_DAC);
-    const HANDLE mute = open(event, READ_CONTROL);
-    const HANDLE none = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    constexpr DWORD denied = ERROR_ACCESS_DENIED;
-    expectNodeCases({
-        {"gone", adding(openEvent(), "s-1-5-21-9-9-9-9"), 2,
-         change(event, L"(A;;DC;;;S-1-5-21-9-9-9-9)", L"(A;;FA;;;SY)")},
-        {"no SID", adding(openEvent(), "S-1-5-x"), 3, "WSE-000038", ERROR_INVALID_SID},
-        {"nobody", adding(openEvent(), "nobody"), 3, "WSE-000014", ERROR_NONE_MAPPED},
-        {"nobody here", adding(openEvent(), ".\\dbuser"), 3, "WSE-000014", ERROR_NONE_MAPPED},
-        {"cannot be read", adding(dumb, "svc"), 3, "WSE-000066", denied},
-        {"cannot be written", adding(mute, "svc"), 3, "WSE-000067", denied},
-        {"not the node's", adding(none, "svc"), 3, "WSE-000066", ERROR_INVALID_HANDLE},
-        {"a token", adding(openToken(), "svc"), 3, "WSE-000066", ERROR_INVALID_HANDLE},
-        {"no token", addingTo(openEvent(), "svc"), 3, "WSE-000036", ERROR_INVALID_HANDLE},
-        {"without a list", addingTo(open(L"token of process 7", TOKEN_QUERY), "svc"), 2},
-        {"a token's", addingTo(open(token, TOKEN_QUERY), "svc"), 3, "WSE-000053", denied},
-        {"its own", addingTo(nullptr, ".\\svc"), 2, own},
-        {"no user recorded", addingTo(nullptr, nullptr), 3, "WSE-000010", ERROR_FILE_NOT_FOUND},
+    const std::string gone = " username=s-1-5-21-9-9-9-9 accessmask=2";
+    expect({
+        {ofEvent + gone, "2", change(event, L"(A;;DC;;;S-1-5-21-9-9-9-9)", L"(A;;FA;;;SY)")},
+        {ofEvent + " username=S-1-5-x accessmask=2", "3 WSE-000038 1337"},
+        {ofEvent + " username=nobody accessmask=2", "3 WSE-000014 1332"},
+        {ofEvent + " username=.\\dbuser accessmask=2", "3 WSE-000014 1332"},
+        {"AddACEOnDefaultDACLForSvcUser token=\"process 7\" username=svc accessmask=2", "2"},
+        {"AddACEOnDefaultDACLForSvcUser username=.\\svc accessmask=2", "2", own},
+        {"AddACEOnDefaultDACLForSvcUser accessmask=2", "3 WSE-000010 2"}, // no user is recorded
     });
+    const HANDLE opened[] = {whatif::openObject(event, WRITE_DAC), whatif::openObject(event, READ_CONTROL),
+                             whatif::openObject(token, TOKEN_QUERY), CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+    const auto adding = [&](HANDLE object, const char* user = "svc", DWORD mask = ready) {
+        return calling(EXPORT(sswseAddACEOnKernelObjectForUserOrGroup), object, user, mask);
+    };
+    const auto addingTo = [&](HANDLE object) {
+        return calling(EXPORT(sswseAddACEOnDefaultDACLForSvcUser), object, "svc", ready);
+    };
+    expectNodeCases({
+        {"cannot be read", adding(opened[0]), 3, "WSE-000066", denied},
+        {"cannot be written", adding(opened[1]), 3, "WSE-000067", denied},
+        {"a token", adding(opened[2]), 3, "WSE-000066", ERROR_INVALID_HANDLE},
+        {"not the node's", adding(opened[3]), 3, "WSE-000066", ERROR_INVALID_HANDLE},
+        {"no token", addingTo(opened[0]), 3, "WSE-000036", ERROR_INVALID_HANDLE},
+        {"cannot be changed", addingTo(opened[2]), 3, "WSE-000053", denied},
+    });
+    expectRefused("object", {adding(nullptr, nullptr, 0), adding(GetCurrentProcess(), nullptr, 0)});
+    expectRefused("username", {adding(opened[0], nullptr, 0)});
+    for (const HANDLE each : opened)
+        EXPECT_TRUE(each == opened[3] ? CloseHandle(each) : whatif::closeObject(each));
     local.security.erase(L"token of this process");
     record(local, "KESTEL_SVCUSER", "NODE\\svc");
-    expectNodeCases({{"the user recorded", addingTo(nullptr, ""), 2, own}});
-    record(local, "KESTEL_SVCUSER", "KES_h1_SVCACCTS");
-    expectNodeCases({{"a group", addingTo(openToken(), nullptr, GENERIC_ALL), 2,
-                      change(token, L"(A;;GA;;;" + local.groups.back().sid + L")", L"(A;;GA;;;SY)")}});
+    expect({{"AddACEOnDefaultDACLForSvcUser username=\"\" accessmask=2", "2", own}});
+    record(local, "KESTEL_SVCUSER", "KES_h1_SVCACCTS"); // a group
+    expect({{ofToken + " accessmask=0x10000000", "2",
+             change(token, L"(A;;GA;;;" + local.groups.back().sid + L")", L"(A;;GA;;;SY)")}});
     local.productType = VER_NT_DOMAIN_CONTROLLER; // whose own accounts are the domain's
     local.security[event] = L"D:";
-    expectNodeCases(
-        {{"of the domain", adding(openEvent(), ".\\dbuser"), 2, change(event, L"(A;;DC;;;" + dbuser + L")", L"")}});
-    expectRefused("object", {adding(nullptr, nullptr, 0), adding(GetCurrentProcess(), nullptr, 0)});
-    expectRefused("username", {adding(openEvent(), nullptr, 0)});
-    CloseHandle(none);
+    expect({{ofEvent + " username=.\\dbuser accessmask=2", "2", change(event, L"(A;;DC;;;" + dbuser + L")", L"")}});
 }
 
 TEST_F(KernelObjects, AreOpenedByTheirNames)
@@ -156,8 +138,9 @@ TEST_F(KernelObjects, AreOpenedByTheirNames)
     };
     for (const auto& [object, error] : rows) {
         SetLastError(0);
-        const HANDLE handle = open(object, READ_CONTROL | WRITE_DAC);
-        EXPECT_EQ(handle ? 0 : GetLastError(), error) << testing::PrintToString(std::wstring(object));
+        const HANDLE handle = whatif::openObject(object, READ_CONTROL | WRITE_DAC);
+        EXPECT_EQ(handle && whatif::closeObject(handle) ? 0 : GetLastError(), error)
+            << testing::PrintToString(std::wstring(object));
     }
     for (const wchar_t* const wrong :
          {L"", L"event", L"event ", L"pipe x", L"process x", L"token of event x", L"token"})

@@ -14,14 +14,6 @@ constexpr const wchar_t* groups[][2] = {{L"KES_MESH_LISTENERS", L"mesh"},
                                         {L"KES_VLMADMIN", L"vlm"},
                                         {L"KES_DBSVCACCTS", L"dbs"}};
 
-std::vector<char*> pointersTo(const std::vector<const char*>& texts)
-{
-    std::vector<char*> pointers;
-    for (const char* const text : texts)
-        pointers.push_back(const_cast<char*>(text));
-    return pointers;
-}
-
 std::string narrow(const std::wstring& text)
 {
     return {text.begin(), text.end()};
@@ -61,7 +53,7 @@ std::wstring OnNode::sddl(std::wstring text) const
     return whatif::textOf(whatif::securityOf(text));
 }
 
-std::wstring OnNode::make(const std::wstring& name)
+std::string OnNode::make(const std::wstring& name)
 {
     const bool isDirectory = name.back() == L'\\';
     const std::wstring path = root + L'\\' + name.substr(0, name.size() - isDirectory);
@@ -71,7 +63,7 @@ std::wstring OnNode::make(const std::wstring& name)
         EXPECT_TRUE(
             CloseHandle(CreateFileW((anyLength + path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr)));
     made_.push_back(path);
-    return path;
+    return narrow(path);
 }
 
 void OnNode::make(std::initializer_list<std::wstring> names)
@@ -90,45 +82,6 @@ void OnNode::describe(const Objects& security)
             node->security[L"file " + (node == &local ? root : L"C:") + (name.empty() ? L"" : L'\\' + name)] =
                 sddl(text);
     }
-}
-
-support::Call OnNode::giving(const Access& access) const
-{
-    return [this, access](sswseErrRec* err) {
-        const std::string path = narrow(access.path);
-        std::vector<char*> users = pointersTo(access.users);
-        std::vector<char*> excluded;
-        for (const std::string& each : access.excludelist)
-            excluded.push_back(const_cast<char*>(each.c_str()));
-        const int count = static_cast<int>(users.size());
-        const BYTE inheritable = access.inheritable ? 0x80 : 0;
-        if (access.installuser || !excluded.empty()) {
-            const auto function =
-                access.set ? EXPORT(sswseSetACLOnObjectForUser2) : EXPORT(sswseAddACLOnObjectForUser2);
-            return function(err, access.wtype, path.c_str(), users.data(), count, access.ptype, inheritable,
-                            access.installuser, excluded.data(), static_cast<int>(excluded.size()));
-        }
-        const auto function = access.set ? EXPORT(sswseSetACLOnObjectForUser) : EXPORT(sswseAddACLOnObjectForUser);
-        return function(err, access.wtype, path.c_str(), users.data(), count, access.ptype, inheritable);
-    };
-}
-
-support::Call OnNode::checking(const Access& access) const
-{
-    return [this, access](sswseErrRec* err) {
-        std::vector<char*> users = pointersTo(access.users);
-        return EXPORT(sswseCheckACLOnObjectForUser)(err, access.wtype, narrow(access.path).c_str(), users.data(),
-                                                    static_cast<int>(users.size()), access.ptype, access.inheritable);
-    };
-}
-
-support::Call OnNode::revoking(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users) const
-{
-    return [=](sswseErrRec* err) {
-        std::vector<char*> names = pointersTo(users);
-        return EXPORT(sswseRevokeACLOnObjectForUser)(err, wtype, narrow(path).c_str(), names.data(),
-                                                     static_cast<int>(names.size()), 0x80);
-    };
 }
 
 legacy::Result OnNode::applyLegacy(const std::wstring& path, DWORD isAdmin, bool second)

@@ -18,7 +18,7 @@ constexpr wchar_t top[] = L"D:P(A;OICI;FR;;;BU)";
 constexpr wchar_t unreadable[] = L"O:SYD:P(A;OICI;FA;;;SY)";
 constexpr wchar_t unwritable[] = L"O:SYD:P(A;OICI;FR;;;BU)";
 
-constexpr wchar_t key[] = L"MACHINE\\SOFTWARE\\Kestel"; // which both nodes have
+constexpr char key[] = "MACHINE\\SOFTWARE\\Kestel"; // which both nodes have
 
 class OnNode : public support::NodeTest
 {
@@ -32,25 +32,11 @@ protected:
     void name(const std::wstring& shortName, const std::wstring& sid) { sids_[shortName] = sid; }
 
     // Makes a file, or a directory where the name ends in a backslash, below C:; answers its path. Any length will do.
-    std::wstring make(const std::wstring& name);
+    std::string make(const std::wstring& name);
     void make(std::initializer_list<std::wstring> names);
 
     void describe(const Objects& security); // of both nodes, and nothing else
 
-    struct Access
-    {
-        unsigned wtype;
-        std::wstring path;
-        std::vector<const char*> users;
-        int ptype;
-        bool set = false;
-        const char* installuser = nullptr;
-        std::vector<std::string> excludelist = {};
-        bool inheritable = true;
-    };
-    support::Call giving(const Access& access) const; // it is added or set, by the first functions where they will do
-    support::Call checking(const Access& access) const;
-    support::Call revoking(unsigned wtype, const std::wstring& path, const std::vector<const char*>& users) const;
     legacy::Result applyLegacy(const std::wstring& path, DWORD isAdmin, bool second = false);
 
     Objects written();                                          // since the last call; no object is written twice

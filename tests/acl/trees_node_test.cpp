@@ -8,10 +8,10 @@ using namespace testing;
 
 namespace {
 
-constexpr char readFailed[] = API_FAILED("GetFileSecurityW");
-constexpr char writeFailed[] = API_FAILED("SetFileSecurityW");
-constexpr char listFailed[] = "WSE-000065: Unable to iterate through files.";
-constexpr char users[] = "S-1-5-32-545";
+// Behind a status.
+constexpr char readFailed[] = " " API_FAILED("GetFileSecurityW");
+constexpr char writeFailed[] = " " API_FAILED("SetFileSecurityW");
+constexpr char listFailed[] = " WSE-000065: Unable to iterate through files.";
 
 DWORD linkTag; // of the directory "link"
 
@@ -28,32 +28,6 @@ BOOL WINAPI findNextFile(HANDLE search, LPWIN32_FIND_DATAW entry)
 class Trees : public OnNode
 {
 protected:
-    // What a call leaves in the record.
-    void expect(const Call& call, DWORD status, const std::string& message = "", const std::string& osError = "",
-                intercept::Fault fault = {})
-    {
-        interception.start(fault);
-        sswseErrRec rec = {};
-        EXPECT_EQ(call(&rec), status);
-        EXPECT_THAT(interception.finish().balance, IsEmpty());
-        EXPECT_EQ(messageOf(rec), message);
-        EXPECT_EQ(rec.oserror, osError);
-    }
-
-    Call copying(const std::wstring& path) const
-    {
-        return [this, path = std::string(path.begin(), path.end())](sswseErrRec* err) {
-            return EXPORT(sswseCopyPermissionsFromParentToChildren)(err, path.c_str());
-        };
-    }
-
-    Call addingGroup(unsigned wtype, const std::wstring& path) const
-    {
-        return [=, path = std::string(path.begin(), path.end())](sswseErrRec* err) {
-            return EXPORT(sswseAddFullPermForSVCSIDSGroup)(err, wtype, path.c_str(), 1);
-        };
-    }
-
     void describeKeys(const std::wstring& above, const std::wstring& own, const wchar_t* name = L"")
     {
         describe({});
@@ -61,9 +35,11 @@ protected:
         local.security[std::wstring(L"registry HKLM\\SOFTWARE\\Kestel") + name] = sddl(own);
     }
 
-    const Call add = giving({1, root, {"svc"}, 1});
-    const Call revoke = revoking(1, root, {users});
-    const Call check = checking({1, root, {"svc"}, 10});
+    const std::string addTo = "AddACLOnObjectForUser wtype=1 ptype=1 usernames=svc inheritable=1 path=";
+    const std::string revokeFrom = "RevokeACLOnObjectForUser wtype=1 inheritable=1 usernames=S-1-5-32-545 path=";
+    const std::string copyFrom = "CopyPermissionsFromParentToChildren path=";
+    const std::string checkOf = "CheckACLOnObjectForUser wtype=1 ptype=10 usernames=svc inheritable=1 path=";
+    const std::string add = addTo + narrowRoot, revoke = revokeFrom + narrowRoot, check = checkOf + narrowRoot;
 };
 
 } // namespace
@@ -85,33 +61,29 @@ TEST_F(Trees, OfManyObjectsTakeTheMemoryOfFewAndNoWriteTheSecondTime)
     const std::wstring added = L"D:(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FA;;;svc)";
     const struct
     {
-        Call ofFew, ofAll;
+        std::string ofFew, ofAll;
         std::wstring dir, file; // afterwards
         size_t objects;
     } rows[] = {
-        {giving({1, root + L"\\empty", {"svc"}, 1}), add, added + L"(A;;0x1;;;BO)(A;OICIID;FR;;;BU)",
-         added + L"(A;ID;FR;;;BU)", files + 3},
-        {revoking(0, root + L"\\empty", {"svc"}), revoke, L"D:AI(A;;0x1;;;BO)(A;OICIID;FA;;;BA)", L"D:AI(A;ID;FA;;;BA)",
-         files + 3},
-        {copying(root + L"\\empty"), copying(root), L"D:AI(A;OICI;FA;;;BA)(A;OICI;FR;;;BU)",
+        {add + "\\empty", add, added + L"(A;;0x1;;;BO)(A;OICIID;FR;;;BU)", added + L"(A;ID;FR;;;BU)", files + 3},
+        {revoke + "\\empty", revoke, L"D:AI(A;;0x1;;;BO)(A;OICIID;FA;;;BA)", L"D:AI(A;ID;FA;;;BA)", files + 3},
+        {copyFrom + narrowRoot + "\\empty", copyFrom + narrowRoot, L"D:AI(A;OICI;FA;;;BA)(A;OICI;FR;;;BU)",
          L"D:AI(A;OICI;FA;;;BA)(A;OICI;FR;;;BU)", files + 2},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows);
         describe({{L"", L"D:PAI(A;OICI;FA;;;BA)(A;OICI;FR;;;BU)"},
                   {L"dir", L"D:AI(A;;0x1;;;BO)(A;OICIID;FA;;;BA)(A;OICIID;FR;;;BU)"}});
-        expectCases({{"few", row.ofFew, 2}});
+        expectAnswers({{row.ofFew, "2"}});
         const long ofFew = std::exchange(most, 0);
         written();
         local.security.erase(L"file " + root + L"\\empty");
-        expectCases({{"all", row.ofAll, 2}});
+        expectAnswers({{row.ofAll, "2"}});
         EXPECT_LE(most, ofFew + 3);
         const Objects after = written();
         EXPECT_THAT(after, SizeIs(row.objects));
         EXPECT_THAT(after, Contains(Pair(L"dir", sddl(row.dir))));
         EXPECT_THAT(after, Contains(Pair(L"dir\\1", sddl(row.file))));
-        expectCases({{"again", row.ofAll, 2}});
-        EXPECT_THAT(written(), IsEmpty());
+        expect({{row.ofAll, "2"}});
     }
 }
 
@@ -124,13 +96,12 @@ TEST_F(Trees, AreSecuredFortyLevelsDownWhateverTheNames)
     make({deep + L"file", other, other + L"2\\", other + L"2\\\xD83D\xDE00", L"...x", L".securit\xEFy", L".vlfs2\\"});
     make({L".VLFS", L".fileID\\", L".fileID\\x", other + L"2\\.sEcUrItY\\", other + L"2\\.sEcUrItY\\x"}); // reserved
     describe({{L"", top}});
-    expect(add, 2);
+    expectAnswers({{add, "2"}});
     const auto objects = written();
     EXPECT_THAT(objects, SizeIs(1 + 40 + 7));
     EXPECT_EQ(objects.count(deep + L"file") + objects.count(other + L"2\\\xD83D\xDE00"), 2u);
-    expectCases({{"also when it is named itself", giving({0, root + L"\\.VLFS", {"svc"}, 6}), 2},
-                 {"and is not asked for", checking({0, root + L"\\.VLFS", {"svc"}, 6}), 1}});
-    EXPECT_THAT(written(), IsEmpty());
+    expect({{"AddACLOnObjectForUser wtype=0 ptype=6 usernames=svc path=" + narrowRoot + "\\.VLFS", "2"},
+            {"CheckACLOnObjectForUser wtype=0 ptype=6 usernames=svc path=" + narrowRoot + "\\.VLFS", "1"}});
 }
 
 TEST_F(Trees, OfOthersAreEnteredWhereTheyAreNamed)
@@ -141,10 +112,10 @@ TEST_F(Trees, OfOthersAreEnteredWhereTheyAreNamed)
          {std::pair(DWORD{IO_REPARSE_TAG_MOUNT_POINT}, "xx "), {IO_REPARSE_TAG_SYMLINK, "xx "}, {0x80000013, "xxx"}}) {
         linkTag = tag;
         describe({{L"", top}});
-        expect(revoke, 2);
+        expectAnswers({{revoke, "2"}});
         EXPECT_EQ(marked({L"", L"link", L"link\\in"}), changed) << tag;
         describe({{L"", top}});
-        expect(revoking(1, root + L"\\link", {users}), 2);
+        expectAnswers({{revoke + "\\link", "2"}});
         EXPECT_EQ(marked({L"", L"link", L"link\\in"}), " xx");
     }
 }
@@ -158,15 +129,14 @@ TEST_F(Trees, AreLeftAloneWherePathsAreTooLong)
     const std::wstring unlisted = base + std::wstring(100, L'n');
     make({base, listed, listed + L"f", unlisted + L'\\', unlisted + L"\\f"});
     describe({{L"", top}});
-    expect(add, 2, API_FAILED("FindFirstFileW"), "206");
+    expectAnswers({{add, "2 " API_FAILED("FindFirstFileW") " 206"}});
     EXPECT_EQ(marked({listed + L"f", unlisted, unlisted + L"\\f"}), "xx ");
     describe({{L"", top}});
-    expect(revoke, 3, listFailed, "206");
+    expectAnswers({{revoke, std::string("3") + listFailed + " 206"}});
     EXPECT_EQ(marked({listed + L"f", unlisted, unlisted + L"\\f"}), "xx ");
     make(listed + L"ff");
     describe({{L"", top}});
-    expect(add, 3, readFailed, "3");
-    expect(revoke, 3, readFailed, "3");
+    expectAnswers({{add, std::string("3") + readFailed + " 3"}, {revoke, std::string("3") + readFailed + " 3"}});
 }
 
 // When access is added, an object without access is skipped, but not the first; other failures end the directory that a
@@ -182,113 +152,139 @@ TEST_F(Trees, AreWalkedAroundObjectsOutOfReach)
     const auto writing = [](size_t object, DWORD code) { return failing("SetFileSecurityW", code, object); };
     const auto listing = [](size_t directory, DWORD code) { return failing("FindFirstFileW", code, directory); };
     const auto lacking = [&](const char* name) {
-        return "WSE-00004: " + narrowRoot + name + " does not grant svc 0x001200A9.";
+        return "0 WSE-00004: " + narrowRoot + name + " does not grant svc 0x001200A9.";
     };
     const struct
     {
         const char* what;
-        const Call& call;
+        const std::string& call;
         Objects outOfReach;
         intercept::Fault fault;
-        DWORD status;
-        std::string message;
-        const char* osError;
+        std::string answer;
         const char* changed; // "x" for each object that is, in the order of the walk
     } rows[] = {
-        {"a file without access", add, {{L"a", unreadable}}, {}, 2, readFailed, "5", "x xxxxx"},
-        {"listed all the same", add, {{L"b", unwritable}, {L"b\\c", unwritable}}, {}, 2, writeFailed, "5", "xx  xxx"},
-        {"the last is told", add, {{L"b\\c\\d", unwritable}, {L"f", unreadable}}, {}, 2, readFailed, "5", "xxxx x "},
-        {"unreadable itself", add, {{L"", unreadable}}, {}, 3, readFailed, "5", "       "},
-        {"unwritable itself", add, {{L"", unwritable}}, {}, 3, writeFailed, "5", "       "},
-        {"a failing file ends its directory only", add, {}, reading(5, other), 2, readFailed, "32", "xxxx xx"},
-        {"a failing file ends the walk", add, {}, writing(2, other), 2, writeFailed, "32", "x      "},
-        {"a failing directory is the status", add, {}, reading(4, other), 3, readFailed, "32", "xxx    "},
-        {"after one skipped", add, {{L"a", unreadable}}, writing(2, other), 3, writeFailed, "32", "x      "},
-        {"an unknown kind", add, {}, failing("GetFileAttributesW", other, 1), 2, "", "", "xxxxxxx"}, // is a directory
+        {"a file without access", add, {{L"a", unreadable}}, {}, std::string("2") + readFailed + " 5", "x xxxxx"},
+        {"listed all the same",
+         add,
+         {{L"b", unwritable}, {L"b\\c", unwritable}},
+         {},
+         std::string("2") + writeFailed + " 5",
+         "xx  xxx"},
+        {"the last is told",
+         add,
+         {{L"b\\c\\d", unwritable}, {L"f", unreadable}},
+         {},
+         std::string("2") + readFailed + " 5",
+         "xxxx x "},
+        {"unreadable itself", add, {{L"", unreadable}}, {}, std::string("3") + readFailed + " 5", "       "},
+        {"unwritable itself", add, {{L"", unwritable}}, {}, std::string("3") + writeFailed + " 5", "       "},
+        {"a failing file ends its directory only",
+         add,
+         {},
+         reading(5, other),
+         std::string("2") + readFailed + " 32",
+         "xxxx xx"},
+        {"a failing file ends the walk", add, {}, writing(2, other), std::string("2") + writeFailed + " 32", "x      "},
+        {"a failing directory is the status",
+         add,
+         {},
+         reading(4, other),
+         std::string("3") + readFailed + " 32",
+         "xxx    "},
+        {"after one skipped",
+         add,
+         {{L"a", unreadable}},
+         writing(2, other),
+         std::string("3") + writeFailed + " 32",
+         "x      "},
+        {"an unknown kind", add, {}, failing("GetFileAttributesW", other, 1), "2", "xxxxxxx"}, // is a directory
 
-        {"the first is told", revoke, {{L"a", unwritable}, {L"f", unreadable}}, {}, 3, writeFailed, "5", "x xxxx "},
-        {"the start", revoke, {{L"", unwritable}}, {}, 3, writeFailed, "5", "       "},
-        {"the start is not there", revoke, {}, reading(1, gone), 3, readFailed, "2", "       "},
-        {"a file has gone", revoke, {}, reading(2, gone), 2, "", "", "x xxxxx"},
-        {"it went while it was read", revoke, {}, writing(2, noPath), 2, "", "", "x xxxxx"},
-        {"a directory has gone", revoke, {}, reading(3, noPath), 2, "", "", "xx    x"},
-        {"not listed", revoke, {}, listing(2, ERROR_ACCESS_DENIED), 3, listFailed, "5", "xxx   x"},
-        {"not found by its listing", revoke, {}, listing(3, noPath), 3, listFailed, "3", "xxxx xx"},
-        {"empty", revoke, {}, listing(3, gone), 2, "", "", "xxxx xx"},
+        {"the first is told",
+         revoke,
+         {{L"a", unwritable}, {L"f", unreadable}},
+         {},
+         std::string("3") + writeFailed + " 5",
+         "x xxxx "},
+        {"the start", revoke, {{L"", unwritable}}, {}, std::string("3") + writeFailed + " 5", "       "},
+        {"the start is not there", revoke, {}, reading(1, gone), std::string("3") + readFailed + " 2", "       "},
+        {"a file has gone", revoke, {}, reading(2, gone), "2", "x xxxxx"},
+        {"it went while it was read", revoke, {}, writing(2, noPath), "2", "x xxxxx"},
+        {"a directory has gone", revoke, {}, reading(3, noPath), "2", "xx    x"},
+        {"not listed", revoke, {}, listing(2, ERROR_ACCESS_DENIED), std::string("3") + listFailed + " 5", "xxx   x"},
+        {"not found by its listing", revoke, {}, listing(3, noPath), std::string("3") + listFailed + " 3", "xxxx xx"},
+        {"empty", revoke, {}, listing(3, gone), "2", "xxxx xx"},
 
-        {"all", check, {{L"b\\.fileid", bad}}, {}, 1, "", "", ""},
-        {"the first one", check, {{L"b\\c\\d", bad}, {L"f", bad}}, {}, 0, lacking("\\b\\c\\d"), "", ""},
-        {"a directory", check, {{L"b\\c", bad}, {L"b\\c\\d", good}}, {}, 0, lacking("\\b\\c"), "", ""},
-        {"gone meanwhile", check, {{L"a", bad}}, reading(2, gone), 1, "", "", ""},
-        {"gone with all below", check, {{L"b\\c\\d", bad}}, reading(3, noPath), 1, "", "", ""},
+        {"all", check, {{L"b\\.fileid", bad}}, {}, "1", ""},
+        {"the first one", check, {{L"b\\c\\d", bad}, {L"f", bad}}, {}, lacking("\\b\\c\\d"), ""},
+        {"a directory", check, {{L"b\\c", bad}, {L"b\\c\\d", good}}, {}, lacking("\\b\\c"), ""},
+        {"gone meanwhile", check, {{L"a", bad}}, reading(2, gone), "1", ""},
+        {"gone with all below", check, {{L"b\\c\\d", bad}}, reading(3, noPath), "1", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         Objects described = row.outOfReach;
         described.emplace(L"", &row.call == &check ? good : top);
         describe(described);
-        expect(row.call, row.status, row.message, row.osError, row.fault);
+        expectAnswers({{row.call, row.answer, {}, row.fault}});
         const std::string changed = marked({L"", L"a", L"b", L"b\\c", L"b\\c\\d", L"b\\e", L"f"});
         EXPECT_EQ(changed, *row.changed ? row.changed : "       ");
     }
     describe({{L"", good}}); // perhaps the whole path is too long
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(root);
-    expect(checking({1, L".", {"svc"}, 10}), 3, readFailed, "3", reading(2, noPath));
+    expect({{checkOf + ".", std::string("3") + readFailed + " 3", {}, reading(2, noPath)}});
     std::filesystem::current_path(before);
-    describe({{L"", bad}, {L"a", good}});
-    expect(checking({0, root + L"\\a", {"svc"}, 10}), 1); // a file has nothing below it
+    describe({{L"", bad}, {L"a", good}}); // a file has nothing below it
+    expect({{"CheckACLOnObjectForUser wtype=0 ptype=10 usernames=svc inheritable=1 path=" + narrowRoot + "\\a", "1"}});
 }
 
 TEST_F(Trees, CopiesAreExact)
 {
-    const std::wstring directory = make(L"dir\\");
-    const std::wstring file = make(L"dir\\file");
-    make(L"dir\\same");
+    const std::string copy = copyFrom + make(L"dir\\");
+    make({L"dir\\file", L"dir\\same"});
     constexpr wchar_t odd[] = L"D:AI(D;;0x1;;;BG)(A;NP;0x2;;;BO)(A;ID;0x3;;;BU)(A;OICIIO;GA;;;CO)(A;;FA;;;BA)";
     describe({{L"dir", odd}, {L"dir\\file", L"D:P(A;;FA;;;SY)"}, {L"dir\\same", odd}});
-    expect(copying(directory + L'\\'), 2);
+    expectAnswers({{copy + '\\', "2"}});
     EXPECT_THAT(written(), ElementsAre(Pair(L"dir\\file", sddl(L"D:P" + std::wstring(odd + 4)))));
     describe({{L"dir", L"D:NO_ACCESS_CONTROL"}, {L"dir\\file", unreadable}});
-    expectNodeCases({
-        {"no list", copying(directory), 3, "WSE-000066", ERROR_NO_SECURITY_ON_OBJECT},
-        {"a file", copying(file), 4, "WSE-000063: Input arguments are invalid. Internal error : Not a directory."},
-        {"nothing", copying(directory + L"\\none"), 3, readFailed, ERROR_FILE_NOT_FOUND},
-    });
+    expect({{copy, "3 WSE-000066 1350"},
+            {copy + "\\file", "4 WSE-000063: Input arguments are invalid. Internal error : Not a directory."},
+            {copy + "\\none", std::string("3") + readFailed + " 2"}});
 }
 
 TEST_F(Trees, OfKeysKeepWhatTheyInherit)
 {
     constexpr wchar_t ofSvc[] = L"D:P(A;CI;KR;;;svc)";
     describeKeys(ofSvc, L"D:AI(D;;KR;;;svc)(A;;KA;;;BU)(A;;KA;;;svc)(A;CIID;KR;;;svc)");
-    const char inherits[] = "WSE-00004: MACHINE\\SOFTWARE\\Kestel still inherits .\\svc.";
-    expect(revoking(2, key, {"BUILTIN\\Users", ".\\svc"}), 2, inherits);
+    const std::string revokeOn = "RevokeACLOnObjectForUser wtype=2 path=MACHINE\\SOFTWARE\\Kestel ";
+    const Asked twice = {revokeOn + "usernames=BUILTIN\\Users usernames=.\\svc",
+                         "2 WSE-00004: MACHINE\\SOFTWARE\\Kestel still inherits .\\svc."};
+    expectAnswers({twice});
     EXPECT_THAT(written(), ElementsAre(Pair(_, sddl(L"D:AI(D;;KR;;;svc)(A;CIID;KR;;;svc)"))));
-    expect(revoking(2, key, {"BUILTIN\\Users", ".\\svc"}), 2, inherits);
-    EXPECT_THAT(written(), IsEmpty());
-    expect(revoking(2, key, {"S-1-5-19"}), 2);
+    expect({twice, {revokeOn + "usernames=S-1-5-19", "2"}});
     describeKeys(ofSvc, L"D:PAI(A;;KA;;;svc)(A;;KR;;;BU)");
-    expect(revoking(2, key, {"svc", users}), 2);
+    expectAnswers({{revokeOn + "usernames=svc usernames=S-1-5-32-545", "2"}});
     EXPECT_THAT(written(), ElementsAre(Pair(_, sddl(L"D:PAI"))));
-    expectRefused("usernames", {revoking(1, L"x", {"nobody", nullptr})});
-    expect(revoking(4, L"x", {}), 4, "WSE-000064: Internal error : Unsupported permission type.");
+    char nobody[] = "nobody";
+    char* users[] = {nobody, nullptr};
+    expectRefused("usernames", {calling(EXPORT(sswseRevokeACLOnObjectForUser), 1u, "x", users, 2, BYTE{0})});
+    expect({{"RevokeACLOnObjectForUser wtype=4 path=x", "4 WSE-000064"}});
 }
 
 TEST_F(Trees, GetTheGroupOfTheServiceSidsOnce)
 {
-    const std::wstring directory = make(L"dir\\");
+    const std::string addOn = "AddFullPermForSVCSIDSGroup inheritable=1 wtype=",
+                      toDir = addOn + "1 path=" + make(L"dir\\"),
+                      toKey = addOn + "2 path=MACHINE\\SOFTWARE\\Kestel\\KEY_keswsec_test";
     make(L"dir\\file");
-    const std::wstring homeKey = std::wstring(key) + L"\\KEY_keswsec_test";
     record(local, "KESTEL_HOME_NAME", "h1");
-    expectNodeCases({{"no group", addingGroup(1, directory), 3, "WSE-000014", ERROR_NONE_MAPPED},
-                     {"groups only", addingGroup(3, directory), 4, "WSE-000064"}});
+    expect({{toDir, "3 WSE-000014 1332"}, {addOn + "3 path=x", "4 WSE-000064"}}); // no group, and groups only
     const std::wstring group = L";;;" + addGroup(local, L"KES_h1_SVCSIDS").sid + L')';
     describe({{L"dir", L"D:PAI(D;;0x1" + group + L"(A;;FR;;;BU)"}});
-    expect(addingGroup(1, directory), 2);
+    expectAnswers({{toDir, "2"}});
     EXPECT_THAT(written(),
                 ElementsAre(Pair(L"dir", sddl(L"D:(A;OICI;FA" + group + L"(A;;FR;;;BU)")), Key(L"dir\\file")));
-    expect(addingGroup(1, directory), 2);
-    EXPECT_THAT(written(), IsEmpty());
+    expect({{toDir, "2"}});
     const std::wstring admins = L"(A;;KA;;;BA)"; // who read the home's name
     const struct
     {
@@ -304,10 +300,9 @@ TEST_F(Trees, GetTheGroupOfTheServiceSidsOnce)
     };
     for (const auto& row : keys) {
         describeKeys(L"D:P(A;;KA;;;SY)", row.before, L"\\KEY_keswsec_test");
-        expect(addingGroup(2, homeKey), 2);
+        expectAnswers({{toKey, "2"}});
         const Objects objects = written();
         EXPECT_EQ(objects.empty() ? L"" : objects.begin()->second, row.after.empty() ? L"" : sddl(row.after));
-        expect(addingGroup(2, homeKey), 2);
-        EXPECT_THAT(written(), IsEmpty());
+        expect({{toKey, "2"}});
     }
 }

@@ -1,6 +1,5 @@
 #include "tests/support/node_test.h"
 
-#include "cli/invoke.h"
 #include "cli/script.h"
 #include "cli/trace.h"
 #include "whatif/model/names.h"
@@ -92,12 +91,16 @@ void NodeTest::expectNodeCases(const std::vector<NodeCase>& cases)
     }
 }
 
-std::string NodeTest::answer(const std::string& call, bool wholeMessage)
+cli::Outcome NodeTest::invoke(const std::string& call) const
 {
     cli::Trace trace;
-    const cli::Outcome outcome =
-        cli::invoke({library.module(), whatif::closeServiceHandle, &trace, whatif::openObject, whatif::closeObject},
-                    cli::parseCall(cli::splitWords(call)));
+    return cli::invoke({library.module(), whatif::closeServiceHandle, &trace, whatif::openObject, whatif::closeObject},
+                       cli::parseCall(cli::splitWords(call)));
+}
+
+std::string NodeTest::answer(const std::string& call, bool wholeMessage) const
+{
+    const cli::Outcome outcome = invoke(call);
     std::string said = std::to_string(outcome.status);
     if (!outcome.message.empty())
         said += ' ' + outcome.message.substr(0, outcome.message.find_first_of(wholeMessage ? "\r\n" : ":\r\n"));
@@ -108,14 +111,23 @@ std::string NodeTest::answer(const std::string& call, bool wholeMessage)
     return said;
 }
 
-void NodeTest::expect(const std::vector<Asked>& rows)
+void NodeTest::expectAnswers(const std::vector<Asked>& rows)
 {
     for (const Asked& row : rows) {
         SCOPED_TRACE(row.call.substr(0, 300));
         interception.start(row.fault);
-        EXPECT_EQ(answer(row.call, row.answer.find(':') != std::string::npos), row.answer);
-        interception.finish();
-        EXPECT_EQ(plan(), row.changes);
+        const std::string said = answer(row.call, row.answer.find(':') != std::string::npos);
+        EXPECT_EQ(said, row.answer);
+        const auto left = interception.finish().balance;
+        EXPECT_TRUE(left.empty() || said.find(" open") < said.size()) << "not released: " << left.begin()->first;
+    }
+}
+
+void NodeTest::expect(const std::vector<Asked>& rows)
+{
+    for (const Asked& row : rows) {
+        expectAnswers({row});
+        EXPECT_EQ(plan(), row.changes) << row.call;
     }
 }
 

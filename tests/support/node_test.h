@@ -2,6 +2,7 @@
 // the two has a user "svc" of its own. The library's calls of the platform go through the test, which can fail them.
 #pragma once
 
+#include "cli/invoke.h"
 #include "tests/support/cases.h"
 #include "tests/support/home.h"
 #include "tests/support/intercept.h"
@@ -91,11 +92,13 @@ protected:
 
     void expectNodeCases(const std::vector<NodeCase>& cases);
     void expect(const std::vector<Asked>& rows);
+    void expectAnswers(const std::vector<Asked>& rows); // whatever they change
     // On this machine and on DB2, whose name then stands for NODE; what is done again changes nothing.
     void expectTwiceOnEachNode(const std::vector<Asked>& rows);
 
+    cli::Outcome invoke(const std::string& call) const;
     // "3 WSE-000014 1332": status, number of the message, the system's error; "2 = svc 4" with what is given back.
-    std::string answer(const std::string& call, bool wholeMessage = false);
+    std::string answer(const std::string& call, bool wholeMessage = false) const;
 
     intercept::Interception interception;
 };
