@@ -15,30 +15,7 @@ using testing::Not;
 
 namespace {
 
-const std::wstring home = L"SOFTWARE\\Kestel\\KEY_h1";
 const std::wstring logs = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\";
-
-whatif::Group& group(whatif::World& world, const wchar_t* name)
-{
-    for (whatif::Group& each : world.local().groups)
-        if (each.name == name)
-            return each;
-    world.local().groups.push_back({name, L"another", world.local().sid + L"-4711", {}});
-    return world.local().groups.back();
-}
-
-whatif::Service& service(whatif::World& world, const wchar_t* name)
-{
-    for (whatif::Service& each : world.local().services)
-        if (each.name == name)
-            return each;
-    whatif::Service& made = world.local().services.emplace_back();
-    made.name = made.displayName = name;
-    made.binaryPath = L"C:\\other.exe";
-    made.account = L"LocalSystem";
-    made.security = L"D:(A;;CCDCLCSWRPWPDTLOCRSDRCWDWO;;;BA)";
-    return made;
-}
 
 // The first one, which is the node's own.
 template <class Records>
@@ -47,149 +24,91 @@ void remove(Records& records, const wchar_t* name)
     records.erase(std::find_if(records.begin(), records.end(), [&](const auto& each) { return each.name == name; }));
 }
 
-void renumber(whatif::World& world, const wchar_t* user)
-{
-    for (whatif::Account& account : world.local().accounts)
-        if (account.name == user)
-            account.sid = world.local().sid + L"-4712";
-}
-
 struct Row
 {
     const char* kind;
-    std::vector<std::string> calls;
-    support::Between drift; // what is changed then, so that the change is not as it was left
-    const char* drifted;    // the line that tells so
-    const char* lost = "";  // why it does not come back
-    bool isBack = false;    // by what is changed then
+    std::string calls; // a line each
+    // What is set in the node's description then, so that the change is not as it was left; without a value, or even a
+    // key, what stands there goes.
+    const char* section;
+    const char* key;
+    const char* value;
+    const char* drifted;   // the line that tells so
+    const char* lost = ""; // why it does not come back
+    bool isBack = false;   // by what is changed then
 };
-
-const std::wstring sid = L"S-1-5-21-1-2-3-";
 
 // Changes that the calls make are told of in the order of the calls, and each row can follow the ones before it.
 const std::vector<Row>& rows()
 {
     static const std::vector<Row> all = {
-        {"group",
-         {"CreateOSGroup groupname=KES_NEW groupdesc=\"new ones\""},
-         [](whatif::World& world) { group(world, L"KES_NEW").comment = L"other"; },
+        {"group", "CreateOSGroup groupname=KES_NEW groupdesc=\"new ones\"", "groups", "KES_NEW", "other",
          "? group KES_NEW: created: comment expected new ones, found other"},
-        {"group with a member since",
-         {"CreateOSGroup groupname=KES_FULL"},
-         [](whatif::World& world) { group(world, L"KES_FULL").members.push_back(L"S-1-5-18"); },
+        {"group with a member since", "CreateOSGroup groupname=KES_FULL", "members", "KES_FULL", "S-1-5-18",
          "? group KES_FULL: deleted: left alone: it has got members S-1-5-18"},
-        {"member",
-         {"AddUserToGroup username=svc groupname=KES_OLD"},
-         [](whatif::World& world) { group(world, L"KES_OLD").members.clear(); },
-         "? group KES_OLD: member added: expected NODE\\svc, found nothing",
-         "",
-         true},
-        {"member removed",
-         {"RemoveUserFromGroup username=svc groupname=KES_DBA"},
-         [](whatif::World& world) { group(world, L"KES_DBA").members.push_back(sid + L"1001"); },
-         "? group KES_DBA: member removed: expected nothing, found NODE\\svc",
-         "",
-         true},
-        {"user",
-         {"CreateKestelSVCUser username=new password=Never-to-be-seen"},
-         [](whatif::World& world) { renumber(world, L"new"); },
+        {"member", "AddUserToGroup username=svc groupname=KES_OLD", "members", "KES_OLD", nullptr,
+         "? group KES_OLD: member added: expected NODE\\svc, found nothing", "", true},
+        {"member removed", "RemoveUserFromGroup username=svc groupname=KES_DBA", "members", "KES_DBA",
+         "svc, NT SERVICE\\KesOld", "? group KES_DBA: member removed: expected nothing, found NODE\\svc", "", true},
+        {"user", "CreateKestelSVCUser username=new password=Never-to-be-seen", "sids", "new", "S-1-5-21-1-2-3-4712",
          "? user new: created: sid expected S-1-5-21-1-2-3-"},
-        {"right",
-         {"GrantPrivilegesToUser username=svc khtype=1"},
-         [](whatif::World& world) { world.local().rights[L"SeServiceLogonRight"].clear(); },
-         "? right SeServiceLogonRight: granted: expected NODE\\svc, found nothing",
-         "",
-         true},
-        {"service",
-         {"CreateService servicename=KesNew binpath=C:\\h1\\bin\\norow.exe dependencies=RpcSs"},
-         [](whatif::World& world) { service(world, L"KesNew").binaryPath = L"C:\\other.exe"; },
+        {"right", "GrantPrivilegesToUser username=svc khtype=1", "rights", "SeServiceLogonRight", "",
+         "? right SeServiceLogonRight: granted: expected NODE\\svc, found nothing", "", true},
+        {"service", "CreateService servicename=KesNew binpath=C:\\h1\\bin\\norow.exe dependencies=RpcSs",
+         "service KesNew", "binary path", "C:\\other.exe",
          "? service KesNew: created: binary path expected C:\\h1\\bin\\norow.exe, found C:\\other.exe"},
-        {"service setting",
-         {"UpdateService servicename=KesOld binpath=\"C:\\h1\\bin\\kestel.exe new\""},
-         [](whatif::World& world) { service(world, L"KesOld").binaryPath = L"C:\\other.exe"; },
+        {"service setting", "UpdateService servicename=KesOld binpath=\"C:\\h1\\bin\\kestel.exe new\"",
+         "service KesOld", "binary path", "C:\\other.exe",
          "? service KesOld: binary path: expected C:\\h1\\bin\\kestel.exe new, found C:\\other.exe"},
-        {"registry value",
-         {"SetKestelHomeType khomekey=KEY_h1 khometype=2"},
-         [](whatif::World& world) {
-             world.registry().setValue(world.local(), home, L"KESTEL_HOME_TYPE", whatif::registryText(L"3"));
-         },
-         "KESTEL_HOME_TYPE set: expected 2, found 3"},
-        {"registry key",
-         {"CreateSVCEventRegEntry SVCAppKey=KesLog EventMsgFile=C:\\new.dll Types=7"},
-         [](whatif::World& world) {
-             world.registry().setValue(world.local(), logs + L"KesLog", L"TypesSupported", whatif::registryNumber(1));
-         },
+        {"registry value", "SetKestelHomeType khomekey=KEY_h1 khometype=2", "registry SOFTWARE\\Kestel\\KEY_h1",
+         "KESTEL_HOME_TYPE", "3", "KESTEL_HOME_TYPE set: expected 2, found 3"},
+        {"registry key", "CreateSVCEventRegEntry SVCAppKey=KesLog EventMsgFile=C:\\new.dll Types=7",
+         R"(registry SYSTEM\CurrentControlSet\Services\EventLog\Application\KesLog)", "TypesSupported", "dword:1",
          "KesLog: TypesSupported set: expected"},
-        {"registry key deleted",
-         {"DeleteSVCEventRegEntry SVCAppKey=KesOldLog"},
-         [](whatif::World& world) {
-             world.registry().setValue(world.local(), logs + L"KesOldLog", L"x", whatif::registryText(L""));
-         },
+        {"registry key deleted", "DeleteSVCEventRegEntry SVCAppKey=KesOldLog",
+         R"(registry SYSTEM\CurrentControlSet\Services\EventLog\Application\KesOldLog)", "x", "",
          "KesOldLog: deleted: it is there"},
         {"security of files",
-         {"AddACLOnObjectForUser wtype=1 path=\\\\NODE\\C$\\tree usernames=Everyone ptype=1 inheritable=1",
-          "SetACLOnObjectForUser wtype=1 path=\\\\NODE\\C$\\tree\\below usernames=svc ptype=1 inheritable=1",
-          "RevokeACLOnObjectForUser wtype=0 path=\\\\NODE\\C$\\tree\\below\\file usernames=svc",
-          "CopyPermissionsFromParentToChildren path=\\\\NODE\\C$\\tree",
-          "setPermissions wFilename=\\\\NODE\\C$\\tree isAdmin=1"},
-         [](whatif::World& world) { world.local().security[L"file C:\\tree\\own"] = L"D:(A;;FR;;;WD)"; },
-         "? file C:\\tree\\own: security: expected "},
+         "AddACLOnObjectForUser wtype=1 path=\\\\NODE\\C$\\tree usernames=Everyone ptype=1 inheritable=1\n"
+         "SetACLOnObjectForUser wtype=1 path=\\\\NODE\\C$\\tree\\below usernames=svc ptype=1 inheritable=1\n"
+         "RevokeACLOnObjectForUser wtype=0 path=\\\\NODE\\C$\\tree\\below\\file usernames=svc\n"
+         "CopyPermissionsFromParentToChildren path=\\\\NODE\\C$\\tree\n"
+         "setPermissions wFilename=\\\\NODE\\C$\\tree isAdmin=1",
+         "security", "file C:\\tree\\own", "D:(A;;FR;;;WD)", "? file C:\\tree\\own: security: expected "},
         {"security of a key",
-         {"AddACLOnObjectForUser wtype=2 path=MACHINE\\SOFTWARE\\Kestel\\KEY_h1 usernames=svc ptype=9",
-          "AddFullPermForSVCSIDSGroup wtype=2 path=MACHINE\\SOFTWARE\\Kestel\\KEY_h1",
-          "RevokeACLOnObjectForUser wtype=2 path=MACHINE\\SOFTWARE\\Kestel\\KEY_h1 usernames=svc"},
-         [](whatif::World& world) {
-             world.local().security[L"registry HKLM\\SOFTWARE\\Kestel\\KEY_h1"] = L"D:(A;;KR;;;WD)";
-         },
+         "AddACLOnObjectForUser wtype=2 path=MACHINE\\SOFTWARE\\Kestel\\KEY_h1 usernames=svc ptype=9\n"
+         "AddFullPermForSVCSIDSGroup wtype=2 path=MACHINE\\SOFTWARE\\Kestel\\KEY_h1\n"
+         "RevokeACLOnObjectForUser wtype=2 path=MACHINE\\SOFTWARE\\Kestel\\KEY_h1 usernames=svc",
+         "security", "registry HKLM\\SOFTWARE\\Kestel\\KEY_h1", "D:(A;;KR;;;WD)",
          "? registry HKLM\\SOFTWARE\\Kestel\\KEY_h1: security: expected "},
         {"security of a kernel object",
-         {"AddACEOnKernelObjectForUserOrGroup object=\"event KesReady\" username=svc accessmask=0x100000"},
-         [](whatif::World& world) { world.local().security[L"event KesReady"] = L"D:(A;;0x1f0003;;;WD)"; },
-         "? event KesReady: security: expected "},
-        {"list of a token",
-         {"AddACEOnDefaultDACLForSvcUser username=svc accessmask=0x100000"},
-         [](whatif::World& world) { world.local().security[whatif::tokenOfThisProcess] = L"D:(A;;GA;;;WD)"; },
-         "? token of this process: security: expected "},
+         "AddACEOnKernelObjectForUserOrGroup object=\"event KesReady\" username=svc accessmask=0x100000", "security",
+         "event KesReady", "D:(A;;0x1f0003;;;WD)", "? event KesReady: security: expected "},
+        {"list of a token", "AddACEOnDefaultDACLForSvcUser username=svc accessmask=0x100000", "security",
+         "token of this process", "D:(A;;GA;;;WD)", "? token of this process: security: expected "},
         {"members moved",
-         {"DeleteSVCSidsFromKESHomeGroups", "MigrateDBServiceSidsForUpgrade khomepath=C:\\h1 nodename=NODE",
-          "MigrateDBServiceSidsForDowngrade khomepath=C:\\h1 nodename=NODE",
-          "MigrateDBServiceSidsForUpgrade khomepath=C:\\h1 nodename=NODE"},
-         [](whatif::World& world) { group(world, L"KES_h1_DBA").members.clear(); },
-         "? group KES_h1_DBA: member added: expected NT SERVICE\\KesOld, found nothing",
-         "",
-         true},
+         "DeleteSVCSidsFromKESHomeGroups\n"
+         "MigrateDBServiceSidsForUpgrade khomepath=C:\\h1 nodename=NODE\n"
+         "MigrateDBServiceSidsForDowngrade khomepath=C:\\h1 nodename=NODE\n"
+         "MigrateDBServiceSidsForUpgrade khomepath=C:\\h1 nodename=NODE",
+         "members", "KES_h1_DBA", nullptr,
+         "? group KES_h1_DBA: member added: expected NT SERVICE\\KesOld, found nothing", "", true},
         {"made and removed again",
-         {"CreateOSGroup groupname=KES_TEMP", "AddUserToGroup username=svc groupname=KES_TEMP",
-          "DeleteOSGroup groupname=KES_TEMP"},
-         [](whatif::World& world) { group(world, L"KES_TEMP"); },
-         "? group KES_TEMP: deleted: it is there"},
-        {"password of a service",
-         {"ChangeServicesPwdForUser username=svc password=Never-to-be-seen"},
-         [](whatif::World& world) { remove(world.local().services, L"KesUser"); },
-         "? service KesUser: password set: it is not there",
+         "CreateOSGroup groupname=KES_TEMP\n"
+         "AddUserToGroup username=svc groupname=KES_TEMP\n"
+         "DeleteOSGroup groupname=KES_TEMP",
+         "groups", "KES_TEMP", "another", "? group KES_TEMP: deleted: it is there"},
+        {"password of a service", "ChangeServicesPwdForUser username=svc password=Never-to-be-seen", "service KesUser",
+         nullptr, nullptr, "? service KesUser: password set: it is not there",
          "? service KesUser: password set: cannot be taken back: nobody can read what it was"},
-        {"service deleted",
-         {"DeleteService servicename=KesOld"},
-         [](whatif::World& world) { service(world, L"KesOld").deleted = false; },
+        {"service deleted", "DeleteService servicename=KesOld", "service KesOld", "binary path", "C:\\other.exe",
          "? service KesOld: deleted: it is there"},
-        {"service with a password deleted",
-         {"DeleteService servicename=KesUser"},
-         [](whatif::World& world) { service(world, L"KesUser").deleted = false; },
-         "? service KesUser: deleted: it is there",
+        {"service with a password deleted", "DeleteService servicename=KesUser", "service KesUser", "binary path",
+         "C:\\other.exe", "? service KesUser: deleted: it is there",
          "? service KesUser: created: cannot be taken back: the password of .\\svc is lost"},
-        {"group deleted",
-         {"DeleteOSGroup groupname=KES_OLD"},
-         [](whatif::World& world) { group(world, L"KES_OLD"); },
-         "? group KES_OLD: deleted: it is there",
-         "? group KES_OLD: created: cannot be taken back: its SID is lost"},
-        {"user deleted",
-         {"DeleteKestelSVCUser username=old"},
-         [](whatif::World& world) {
-             world.local().accounts.push_back({});
-             world.local().accounts.back().name = L"old";
-             world.local().accounts.back().sid = sid + L"4711";
-         },
-         "? user old: deleted: it is there",
+        {"group deleted", "DeleteOSGroup groupname=KES_OLD", "groups", "KES_OLD", "another",
+         "? group KES_OLD: deleted: it is there", "? group KES_OLD: created: cannot be taken back: its SID is lost"},
+        {"user deleted", "DeleteKestelSVCUser username=old", "users", "old", "", "? user old: deleted: it is there",
          "? user old: created: cannot be taken back: its SID is lost"},
     };
     return all;
@@ -199,21 +118,13 @@ class Kinds : public JournalTest, public testing::WithParamInterface<Row>
 {
 };
 
-std::vector<std::string> allCalls()
-{
-    std::vector<std::string> calls;
-    for (const Row& row : rows())
-        calls.insert(calls.end(), row.calls.begin(), row.calls.end());
-    return calls;
-}
-
 } // namespace
 
 // A kind whose loss is told does not come back, and nothing else is lost.
 TEST_P(Kinds, ThereAndBack)
 {
     const Row& row = GetParam();
-    const Told done = play(row.calls, "node", "after");
+    const Told done = play({row.calls}, "node", "after");
     EXPECT_TRUE(done.isGood) << done.output;
     EXPECT_THAT(done.output, AllOf(HasSubstr("           + "), Not(HasSubstr(" ? "))));
     EXPECT_TRUE(verify("after").isGood);
@@ -234,15 +145,15 @@ TEST_P(Kinds, ThereAndBack)
 TEST_P(Kinds, WhatSomebodyElseHasChangedIsLeftAlone)
 {
     const Row& row = GetParam();
-    std::vector<std::string> calls = row.calls;
-    calls.push_back("CreateOSGroup groupname=KES_OTHER");
-    ASSERT_TRUE(play(calls, "node", "after").isGood);
+    ASSERT_TRUE(play({row.calls, "CreateOSGroup groupname=KES_OTHER"}, "node", "after").isGood);
     const bool isContent = std::string(row.drifted).find("left alone") != std::string::npos;
-    const Told verified = verify("after", "journal", row.drift);
+    write("drifted", contents("after"));
+    WritePrivateProfileStringA(row.section, row.key, row.value, path("drifted").c_str());
+    const Told verified = verify("drifted");
     EXPECT_EQ(verified.isGood, isContent) << verified.output;
     EXPECT_TRUE(isContent || verified.output.find(row.drifted) != std::string::npos) << verified.output;
 
-    const Told undone = undo("after", "back", "journal", "redo", row.drift);
+    const Told undone = undo("drifted", "back");
     EXPECT_EQ(undone.isGood, row.isBack) << undone.output;
     EXPECT_THAT(undone.output, AllOf(AnyOf(HasSubstr(isContent    ? row.drifted
                                                      : row.isBack ? ""
@@ -261,7 +172,10 @@ INSTANTIATE_TEST_SUITE_P(Journal, Kinds, testing::ValuesIn(rows()), [](const aut
 
 TEST_F(JournalTest, EverythingThereAndBack)
 {
-    const Told done = play(allCalls(), "node", "after");
+    std::vector<std::string> calls;
+    for (const Row& row : rows())
+        calls.push_back(row.calls);
+    const Told done = play(calls, "node", "after");
     EXPECT_TRUE(done.isGood) << done.output;
     EXPECT_TRUE(verify("after").isGood);
     size_t made = 0;
@@ -343,7 +257,7 @@ TEST_F(JournalTest, UndoAfterACrash)
     for (const char* const kind : {"user", "service", "registry key deleted", "security of files", "service deleted"})
         for (const Row& row : rows())
             if (std::string(row.kind) == kind)
-                calls.push_back(row.calls[0]);
+                calls.push_back(row.calls.substr(0, row.calls.find('\n')));
     std::string state = "node";
     size_t before = 0;
     for (size_t call = 0; call < calls.size(); ++call) {

@@ -95,9 +95,9 @@ Told JournalTest::play(const std::vector<std::string>& calls, const std::string&
                between, show);
 }
 
-Told JournalTest::verify(const std::string& from, const std::string& journal, const Between& between)
+Told JournalTest::verify(const std::string& from, const std::string& journal)
 {
-    return run({"--node", path(from), "--verify", path(journal)}, between);
+    return run({"--node", path(from), "--verify", path(journal)});
 }
 
 Told JournalTest::undo(const std::string& from, const std::string& to, const std::string& journal,

@@ -29,7 +29,7 @@ protected:
     Told play(const std::vector<std::string>& calls, const std::string& from, const std::string& to,
               const std::string& journal = "journal", const Between& between = nullptr,
               const cli::Progress::Show& show = nullptr);
-    Told verify(const std::string& node, const std::string& journal = "journal", const Between& between = nullptr);
+    Told verify(const std::string& node, const std::string& journal = "journal");
     // With a journal of its own, `redo`.
     Told undo(const std::string& from, const std::string& to, const std::string& journal = "journal",
               const std::string& redo = "redo", const Between& between = nullptr);
