@@ -216,11 +216,8 @@ TEST_F(SidsInGroups, LeaveTheHomesOwnGroups)
     const string clean = "DeleteSVCSidsFromKESHomeGroups", home = " khomepath=" + cli::quoted(path);
     expect({{clean, "2", all}, {clean, "2"}});
     local = before;
-    string slashed = path + "/"; // stays the caller's
-    expectNodeCases(
-        {{"by its path", calling(EXPORT(sswseDeleteSVCSidsFromKESHomeGroups), slashed.data(), ""), 2, all}});
-    EXPECT_EQ(slashed, path + "/");
-    expect({{clean + home + " nodename=DB2", "2", {"DB2: group KES_R1_OPER: member removed: NT SERVICE\\System"}},
+    expect({{clean + " nodename=\"\" khomepath=" + cli::quoted(path + "/"), "2", all},
+            {clean + home + " nodename=DB2", "2", {"DB2: group KES_R1_OPER: member removed: NT SERVICE\\System"}},
             {clean + " khomepath=C:\\nowhere", "6 WSE-000052"}});
     local = before;
     expect({

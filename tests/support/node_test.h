@@ -25,30 +25,17 @@ inline intercept::Fault failing(const char* function, DWORD code, size_t call = 
     return {call, code, function};
 }
 
-// A call on a node: what it answers, and what it changes there.
+// A call on a node that changes nothing there.
 struct NodeCase
 {
-    NodeCase(const char* name, Call function, DWORD answer, Lines lines = {})
-        : what(name), call(std::move(function)), status(answer), changes(std::move(lines))
-    {
-    }
-    NodeCase(const char* name, Call function, DWORD answer, const char* text, DWORD error = 0,
-             intercept::Fault failure = {}, Lines lines = {})
-        : what(name), call(std::move(function)), status(answer), message(text), osError(error), fault(failure),
-          changes(std::move(lines))
-    {
-    }
-
     const char* what;
     Call call;
     DWORD status;
     const char* message = ""; // how the record's message begins; "" for an empty record
     DWORD osError = 0;        // 0 for none in the record
-    intercept::Fault fault = {};
-    Lines changes;
 };
 
-// The same in the words of keswsec.exe.
+// A call on a node in the words of keswsec.exe: what it answers, and what it changes there.
 struct Asked
 {
     std::string call;

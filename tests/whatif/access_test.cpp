@@ -4,12 +4,9 @@
 #include "whatif/model/sids.h"
 #include "whatif/security/access.h"
 
-#include <authz.h>
-
 namespace {
 
 using namespace whatif;
-using replaced::errorOf;
 
 // Beyond what the page of the platform's answers asks.
 TEST(WhatIfAccess, FirstEntryDecidesAboutEachBit)
@@ -37,41 +34,7 @@ TEST(WhatIfAccess, ConditionsThatNobodyEvaluatesDenyAndDoNotGrant)
     EXPECT_EQ(granted(security, administrator(), nullptr), 0u);
 }
 
-class WhatIfAuthorization : public machine::AtNode
-{
-protected:
-    WhatIfAuthorization()
-    {
-        CALL(AuthzInitializeResourceManager)
-        (AUTHZ_RM_FLAG_NO_AUDIT, nullptr, nullptr, nullptr, nullptr, &manager);
-    }
-
-    AUTHZ_CLIENT_CONTEXT_HANDLE contextOf(const std::wstring& sid, DWORD flags = 0)
-    {
-        std::vector<BYTE> bytes = sidBytes(sid);
-        AUTHZ_CLIENT_CONTEXT_HANDLE context = nullptr;
-        return CALL(AuthzInitializeContextFromSid)(flags, bytes.data(), manager, nullptr, {}, nullptr, &context)
-                   ? context
-                   : nullptr;
-    }
-
-    // The mask, or the error under the highest bit.
-    static DWORD check(AUTHZ_CLIENT_CONTEXT_HANDLE context, const std::wstring& sddl)
-    {
-        std::vector<BYTE> descriptor =
-            selfRelative(securityOf(sddl), OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION);
-        AUTHZ_ACCESS_REQUEST request = {MAXIMUM_ALLOWED, nullptr, nullptr, 0, nullptr};
-        DWORD mask = 0;
-        DWORD error = 0;
-        AUTHZ_ACCESS_REPLY reply = {1, &mask, nullptr, &error};
-        if (!CALL(AuthzAccessCheck)(0, context, &request, nullptr, descriptor.data(), nullptr, 0, &reply, nullptr))
-            error = GetLastError();
-        return error ? error | failed : mask;
-    }
-
-    static constexpr DWORD failed = 0x80000000;
-    AUTHZ_RESOURCE_MANAGER_HANDLE manager = nullptr;
-};
+using WhatIfAuthorization = machine::AtNode;
 
 TEST_F(WhatIfAuthorization, UsersHaveTheirGroupsInOneAnother)
 {
@@ -87,29 +50,6 @@ TEST_F(WhatIfAuthorization, UsersHaveTheirGroupsInOneAnother)
     expect({{check(L"O:SYD:(A;;0x6;;;" + svc + L")"), "5"},
             {check(L"O:SYD:(A;;0x6;;;WD) desired=0x2"), "mask 2"},
             {check(L"O:" + outer + L"D:(D;;0x2;;;" + inner + L")(A;;0x6;;;WD)"), "mask 393220"}});
-}
-
-TEST_F(WhatIfAuthorization, ContextsAreMadeAndExtendedAsDocumented)
-{
-    EXPECT_EQ(errorOf(contextOf(operators)), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(errorOf(contextOf(L"S-1-5-21-7-7-7-9")), ERROR_NONE_MAPPED);
-    const auto alone = contextOf(L"S-1-5-80-1-2-3-4-5", AUTHZ_SKIP_TOKEN_GROUPS);
-    std::vector<BYTE> sids[] = {sidBytes(L"S-1-1-0"), sidBytes(L"S-1-5-32-545"), sidBytes(L"S-1-5-6")};
-    SID_AND_ATTRIBUTES added[] = {
-        {sids[0].data(), SE_GROUP_ENABLED}, {sids[1].data(), SE_GROUP_USE_FOR_DENY_ONLY}, {sids[2].data(), 0}};
-    AUTHZ_CLIENT_CONTEXT_HANDLE more = nullptr;
-    EXPECT_TRUE(CALL(AuthzAddSidsToContext)(alone, added, 3, nullptr, 0, &more));
-    const std::wstring list = L"O:SYD:(D;;0x1;;;BU)(D;;0x2;;;SU)(A;;0x7;;;WD)(A;;0x10;;;S-1-5-80-1-2-3-4-5)";
-    EXPECT_EQ(check(alone, list), 0x10u); // it is a copy
-    EXPECT_EQ(check(more, list), 0x16u);
-    for (const auto context : {alone, more})
-        EXPECT_TRUE(CALL(AuthzFreeContext)(context));
-    EXPECT_EQ(check(more, list), failed | ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(errorOf(CALL(AuthzFreeContext)(more)), ERROR_INVALID_PARAMETER);
-    EXPECT_TRUE(CALL(AuthzFreeResourceManager)(manager));
-    EXPECT_EQ(errorOf(contextOf(svc)), ERROR_INVALID_PARAMETER); // its manager is gone
-    EXPECT_EQ(errorOf(CALL(AuthzInitializeResourceManager)(0, nullptr, nullptr, nullptr, nullptr, &manager)),
-              ERROR_PRIVILEGE_NOT_HELD);
 }
 
 } // namespace

@@ -1,14 +1,15 @@
-#include "tests/whatif/replaced.h"
+#include "tests/machine/place.h"
+#include "whatif/description/ini.h"
 #include "whatif/model/names.h"
 
 namespace {
 
 using namespace whatif;
-using replaced::WhatIf;
+using WhatIfNames = machine::AtNode;
 
 constexpr wchar_t trustedInstaller[] = L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464";
 
-TEST_F(WhatIf, ResolvesNamesAsWindows)
+TEST_F(WhatIfNames, ResolvesNamesAsWindows)
 {
     Account& other = local.accounts.emplace_back();
     other.domain = L"CORP";
@@ -16,32 +17,25 @@ TEST_F(WhatIf, ResolvesNamesAsWindows)
     other.sid = L"S-1-5-21-7-7-7-1299";
     const std::wstring dba = addGroup(local, L"KES_DBA").sid;
     local.services.emplace_back().name = L"TrustedInstaller";
-    const struct
-    {
-        const wchar_t* name;
-        std::wstring sid;
-        const wchar_t* printed;
-        SID_NAME_USE use;
-    } cases[] = {
-        {L"node\\SVC", svc, L"NODE\\svc", SidTypeUser},
-        {L"CORP\\svc", other.sid, L"CORP\\svc", SidTypeUser},
-        {L"svc@corp.example", other.sid, L"CORP\\svc", SidTypeUser},
-        {L"corp.example\\SVC", other.sid, L"CORP\\svc", SidTypeUser},
-        {L"corp.example", L"S-1-5-21-7-7-7", L"S-1-5-21-7-7-7", SidTypeDomain},
-        {L"dbuser", dbuser, L"CORP\\dbuser", SidTypeUser},
-        {L"KES_DBA", dba, L"NODE\\KES_DBA", SidTypeAlias},
-        {L"nt service\\trustedinstaller", trustedInstaller, L"NT SERVICE\\TrustedInstaller", SidTypeWellKnownGroup},
+    const std::tuple<const char*, std::wstring, const char*> rows[] = {
+        {"node\\SVC", svc, "NODE\\svc 1"},
+        {"CORP\\svc", other.sid, "CORP\\svc 1"},
+        {"svc@corp.example", other.sid, "CORP\\svc 1"},
+        {"corp.example\\SVC", other.sid, "CORP\\svc 1"},
+        {"corp.example", L"S-1-5-21-7-7-7", "1332"},
+        {"dbuser", dbuser, "CORP\\dbuser 1"},
+        {"KES_DBA", dba, "NODE\\KES_DBA 4"},
+        {"nt service\\trustedinstaller", trustedInstaller, "NT SERVICE\\TrustedInstaller 5"},
+        {"BUILTIN\\KES_DBA", L"1332", ""},
+        {"NT SERVICE\\NoSuchService", L"1332", ""},
+        {"OTHER\\svc", L"1332", ""},
+        {"CORPORATION\\svc", L"1332", ""},
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(&row - cases);
-        const auto found = resolve(local, row.name);
-        ASSERT_TRUE(found);
-        EXPECT_EQ(std::tuple(found->sid, found->use), std::tuple(row.sid, row.use));
-        EXPECT_EQ(printableName(local, found->sid), row.printed);
+    for (const auto& [name, sid, printed] : rows) {
+        expect({{std::string("LookupAccountName \"") + name + '"', whatif::narrow(sid)}});
+        if (*printed)
+            expect({{"LookupAccountSid " + whatif::narrow(sid), printed}});
     }
-    for (const wchar_t* const unknown :
-         {L"BUILTIN\\KES_DBA", L"NT SERVICE\\NoSuchService", L"OTHER\\svc", L"CORPORATION\\svc"})
-        EXPECT_FALSE(resolve(local, unknown)) << testing::PrintToString(std::wstring(unknown));
 
     local.nextRid = 1101;
     EXPECT_EQ(newSid(local), local.sid + L"-1102"); // the first that is unused

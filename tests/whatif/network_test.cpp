@@ -9,6 +9,7 @@ namespace {
 
 using replaced::WhatIf;
 using support::Lines;
+using support::NodeTest;
 
 using WhatIfNetwork = machine::AtNode;
 
@@ -29,41 +30,32 @@ TEST_F(WhatIfNetwork, GroupsAndUsersAreRefusedWithTheCodesOfWindows)
                      "NODE: group KES_DBA: member removed: NODE\\svc", "NODE: user svc: deleted"}));
 }
 
-TEST_F(WhatIfNetwork, UsersLogOnWithTheirPasswords)
+TEST_F(NodeTest, UsersLogOnWithTheirPasswords)
 {
-    const auto logon = [](const wchar_t* domain, const wchar_t* password) {
-        HANDLE token = nullptr;
-        const BOOL done = CALL(LogonUserW)(L"svc", domain, password, LOGON32_LOGON_NETWORK, 0, &token);
-        return replaced::errorOf(done && CloseHandle(token));
-    };
-    EXPECT_EQ(logon(L".", L"right"), ERROR_SUCCESS);
-    EXPECT_EQ(logon(nullptr, L"Right"), ERROR_LOGON_FAILURE);
-    EXPECT_EQ(logon(L"CORP", L"right"), ERROR_LOGON_FAILURE);
+    const std::string logOn = "CheckValidUser username=", wrong = "3 WSE-000018 1326";
+    expect({{logOn + ".\\svc passwd=right", "2"},
+            {logOn + "svc passwd=Right", wrong},
+            {logOn + "CORP\\svc passwd=right", wrong}});
     local.accounts[2].flags = UF_ACCOUNTDISABLE;
-    EXPECT_EQ(logon(nullptr, L"right"), ERROR_ACCOUNT_DISABLED);
+    expect({{logOn + "svc passwd=right", "3 WSE-000018 1331"}});
     local.accounts[2].flags = 0;
     local.accounts[2].password = L"";
-    EXPECT_EQ(logon(nullptr, L""), ERROR_ACCOUNT_RESTRICTION);
+    expect({{logOn + "svc passwd=\"\"", "3 WSE-000018 1327"}});
 }
 
-TEST_F(WhatIf, KnowsTheManagedAccountsThatTheReleaseDoes)
+TEST_F(NodeTest, ManagedAccountsAreKnownToTheReleasesThatHaveThem)
 {
-    const struct
-    {
-        std::set<std::wstring, whatif::NoCase> missing;
-        DWORD state, managed, groupManaged;
-    } cases[] = {
-        {{}, 5, 1, 1},
-        {{}, 4, 0, 0}, // could be installed
-        {{L"NetIsServiceAccount"}, 5, 0, 0},
-        {{L"NetQueryServiceAccount"}, 5, 1, 0},
+    const std::tuple<const wchar_t*, DWORD, const char*, const char*> rows[] = {
+        {L"", 5, "1", "1"},
+        {L"", 4, "0", "0"}, // could be installed
+        {L"NetIsServiceAccount", 5, "0", "0"},
+        {L"NetQueryServiceAccount", 5, "1", "0"},
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(&row - cases);
-        local.missing = row.missing;
-        local.accounts.back().managedState = row.state; // of CORP's gmsa$
-        EXPECT_EQ(EXPORT(sswseIsManagedSVCAccount)(nullptr, "CORP\\gmsa$", nullptr), row.managed);
-        EXPECT_EQ(EXPORT(sswseIsGroupManagedSVCAccount)(nullptr, "CORP\\gmsa$", nullptr), row.groupManaged);
+    for (const auto& [missing, state, managed, groupManaged] : rows) {
+        local.missing = {missing};
+        local.accounts.back().managedState = state; // of CORP's gmsa$
+        expect({{"IsManagedSVCAccount username=CORP\\gmsa$", managed},
+                {"IsGroupManagedSVCAccount cUser=CORP\\gmsa$", groupManaged}});
     }
 }
 

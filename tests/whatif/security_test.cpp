@@ -4,7 +4,6 @@
 #include "whatif/model/registry.h"
 #include "whatif/model/sids.h"
 #include "whatif/security/descriptors.h"
-#include "whatif/security/explicit_entries.h"
 
 #include <aclapi.h>
 
@@ -16,6 +15,7 @@ using namespace whatif;
 
 using replaced::errorOf;
 using support::Lines;
+using support::NodeTest;
 
 constexpr wchar_t readers[] = L"D:(A;OICI;0x1200a9;;;AU)";
 
@@ -149,46 +149,24 @@ TEST_F(WhatIfSecurity, NamedKeysInheritAndPassOn)
     EXPECT_EQ(writeKey(L"\\\\none\\MACHINE\\x", readers), DWORD{ERROR_BAD_NETPATH});
 }
 
-TEST(WhatIfEntries, AreMergedAsOnWindows)
+// Of an entry for BU of the right RP.
+TEST_F(NodeTest, EntriesAreMergedAsOnWindows)
 {
-    constexpr DWORD rp = 0x10;
-    constexpr DWORD below = SUB_CONTAINERS_AND_OBJECTS_INHERIT;
-    const struct
-    {
-        const wchar_t* before;
-        ACCESS_MODE mode; // of an entry for BU
-        DWORD rights, inheritance;
-        const wchar_t* after;
-    } cases[] = {
-        {L"(D;;CC;;;AN)(A;;LC;;;BA)", GRANT_ACCESS, rp, 0, L"(D;;CC;;;AN)(A;;RP;;;BU)(A;;LC;;;BA)"},
-        {L"(A;;LC;;;BA)(A;;WP;;;BU)", GRANT_ACCESS, rp, 0, L"(A;;RPWP;;;BU)(A;;LC;;;BA)"},
-        {L"(D;;RPWP;;;BU)(D;;RP;;;BG)", GRANT_ACCESS, rp, 0, L"(D;;WP;;;BU)(D;;RP;;;BG)(A;;RP;;;BU)"},
-        {L"(A;;LC;;;BU)(A;OICI;WP;;;BU)(D;ID;CC;;;BU)(A;ID;CC;;;BU)", GRANT_ACCESS, rp, below,
-         L"(A;OICI;RPWP;;;BU)(A;;LC;;;BU)(D;ID;CC;;;BU)(A;ID;CC;;;BU)"},
-        {L"(D;;CC;;;AN)(A;;RPWP;;;BU)(A;;LC;;;BA)", DENY_ACCESS, rp, 0,
-         L"(D;;RP;;;BU)(D;;CC;;;AN)(A;;WP;;;BU)(A;;LC;;;BA)"},
-        {L"(D;;CC;;;BU)(A;OICI;WP;;;BU)(A;;LC;;;BA)", SET_ACCESS, rp, 0, L"(A;;RP;;;BU)(A;;LC;;;BA)"},
-        {L"(D;;CC;;;BU)(A;OICI;WP;;;BU)(A;;LC;;;BA)", REVOKE_ACCESS, 0, 0, L"(D;;CC;;;BU)(A;;LC;;;BA)"},
+    constexpr char grant[] = "1", set[] = "2", deny[] = "3", revoke[] = "4", grantBelow[] = "1 dwInheritance=3";
+    const std::tuple<std::string, const char*, std::string> rows[] = {
+        {"(D;;CC;;;AN)(A;;LC;;;BA)", grant, "(D;;CC;;;AN)(A;;RP;;;BU)(A;;LC;;;BA)"},
+        {"(A;;LC;;;BA)(A;;WP;;;BU)", grant, "(A;;RPWP;;;BU)(A;;LC;;;BA)"},
+        {"(D;;RPWP;;;BU)(D;;RP;;;BG)", grant, "(D;;WP;;;BU)(D;;RP;;;BG)(A;;RP;;;BU)"},
+        {"(A;;LC;;;BU)(A;OICI;WP;;;BU)(D;ID;CC;;;BU)(A;ID;CC;;;BU)", grantBelow,
+         "(A;OICI;RPWP;;;BU)(A;;LC;;;BU)(D;ID;CC;;;BU)(A;ID;CC;;;BU)"},
+        {"(D;;CC;;;AN)(A;;RPWP;;;BU)(A;;LC;;;BA)", deny, "(D;;RP;;;BU)(D;;CC;;;AN)(A;;WP;;;BU)(A;;LC;;;BA)"},
+        {"(D;;CC;;;BU)(A;OICI;WP;;;BU)(A;;LC;;;BA)", set, "(A;;RP;;;BU)(A;;LC;;;BA)"},
+        {"(D;;CC;;;BU)(A;OICI;WP;;;BU)(A;;LC;;;BA)", revoke, "(D;;CC;;;BU)(A;;LC;;;BA)"},
     };
-    std::vector<BYTE> users = sidBytes(L"S-1-5-32-545");
-    EXPLICIT_ACCESS_A entry = {};
-    entry.Trustee = {nullptr, NO_MULTIPLE_TRUSTEE, TRUSTEE_IS_SID, TRUSTEE_IS_UNKNOWN,
-                     reinterpret_cast<LPSTR>(users.data())};
-    for (const auto& row : cases) {
-        entry.grfAccessPermissions = row.rights;
-        entry.grfAccessMode = row.mode;
-        entry.grfInheritance = row.inheritance;
-        Security security = securityOf(std::wstring(L"D:") + row.before);
-        PACL after = nullptr;
-        ASSERT_EQ(mergeEntries({entry}, reinterpret_cast<PACL>(security.dacl.data()), &after), DWORD{ERROR_SUCCESS});
-        security.dacl.assign(reinterpret_cast<BYTE*>(after), reinterpret_cast<BYTE*>(after) + after->AclSize);
-        EXPECT_EQ(textOf(security), normal(std::wstring(L"D:") + row.after)) << "case " << &row - cases;
-        LocalFree(after);
-    }
-    Security odd = securityOf(std::wstring(L"D:(A;;LC;;;BA)")); // with a SID of more parts than its entry holds
-    odd.dacl[sizeof(ACL) + offsetof(ACCESS_ALLOWED_ACE, SidStart) + offsetof(SID, SubAuthorityCount)] = 15;
-    PACL after = nullptr;
-    EXPECT_EQ(mergeEntries({entry}, reinterpret_cast<PACL>(odd.dacl.data()), &after), DWORD{ERROR_INVALID_ACL});
+    for (const auto& [before, mode, after] : rows)
+        EXPECT_EQ(
+            answer("AddAceToACL pszTrustee=S-1-5-32-545 dwAccessRights=0x10 acl=D:" + before + " AccessMode=" + mode),
+            "2 = D:" + after);
 }
 
 } // namespace
