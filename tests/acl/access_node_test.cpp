@@ -234,7 +234,8 @@ TEST_F(OnNode, ExcludedPathsAreLeftAloneWithAllBelowThem)
     };
     expectRefused("excludelist", {calling(set2, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, -1),
                                   calling(set2, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, 2)});
-    expectRefused("usernames", {setting(1, nullptr, 0, 10), setting(1, lists, 2, 1), setting(2, &lists[1], 1, 8),
+    expectRefused("usernames", {setting(1, nullptr, 0, 10), setting(1, nullptr, 1, 1), setting(1, lists, 2, 1),
+                                setting(2, &lists[1], 1, 8),
                                 calling(EXPORT(sswseAddACLOnObjectForUser), 2u, "MACHINE\\x", nullptr, -1, 8, BYTE{0}),
                                 calling(set2, 0u, "x", nullptr, 0, 10, BYTE{0}, "", lists, 1),
                                 calling(set2, 1u, nullptr, lists, -1, 11, BYTE{0}, nullptr, nullptr, -1)});

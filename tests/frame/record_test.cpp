@@ -1,4 +1,3 @@
-#include "frame/arguments.h"
 #include "frame/format.h"
 #include "tests/support/cases.h"
 #include "tests/support/guarded_heap.h"
@@ -77,17 +76,4 @@ TEST(Format, NeverWritesBehindItsCapacity)
         sswseFormatText(array, "%s", text);
         EXPECT_EQ(std::string(array), std::string(text).substr(0, 5));
     }
-}
-
-TEST(Arguments, OfListsAreThereAndWhole)
-{
-    char name[] = "svc";
-    char* names[] = {name, name, nullptr};
-    const auto checking = [](char** texts, int number) {
-        return [=](sswseErrRec* rec) { return sswseCheckNameList({rec, ""}, texts, number, "usernames"); };
-    };
-    support::expectRefused("usernames", {checking(names, -1), checking(nullptr, 1), checking(names, 3)});
-    sswseErrRec rec = {};
-    for (const support::Call& good : {support::Call(checking(names, 2)), support::Call(checking(nullptr, 0))})
-        EXPECT_EQ(good(&rec), DWORD{SSWSE_SUCCESS});
 }

@@ -1,5 +1,4 @@
 #include "frame/node.h"
-#include "frame/string_list.h"
 #include "frame/text.h"
 #include "tests/support/cases.h"
 #include "tests/support/library_copy.h"
@@ -76,31 +75,4 @@ TEST(Text, NodeNameOfAnObjectPath)
         EXPECT_STREQ(node, expected);
         EXPECT_EQ(support::messageOf(rec), status == 4 ? "WSE-000012: Null or invalid Path parameter." : "");
     }
-}
-
-TEST(StringList, GrowsAndIsHandedOutOrStaysNothing)
-{
-    sswseErrRec rec;
-    const sswseCall call = {&rec, "test"};
-    char* none = nullptr;
-    for (const DWORD texts : {0u, 1u, 16u, 17u, 100u})
-        for (const bool wanted : {true, false}) {
-            char** list = &none;
-            int count = 99;
-            sswseStringList collected;
-            const sswseStringsOut out = wanted ? sswseClearStrings(&list, &count) : sswseClearStrings(nullptr, nullptr);
-            for (DWORD i = 0; i < texts; ++i)
-                ASSERT_EQ(sswseAddString(call, collected, std::to_wstring(i).c_str()), 2u);
-            sswseHandOutStrings(collected, out);
-            ASSERT_EQ(count, wanted ? static_cast<int>(texts) : 99);
-            EXPECT_EQ(collected.count, wanted ? 0 : texts);
-            for (int i = 0; wanted && i < count; ++i)
-                EXPECT_EQ(list[i], std::to_string(i));
-            if (wanted)
-                sswseFreeArrayofStrings(list, texts);
-        }
-    char** list = &none;
-    EXPECT_EQ(sswseCheckStringsOut(call, sswseClearStrings(&list, nullptr), "list", "count"), 4u);
-    EXPECT_EQ(list, nullptr);
-    EXPECT_EQ(sswseCheckStringsOut(call, sswseClearStrings(nullptr, nullptr), "list", "count"), 2u);
 }

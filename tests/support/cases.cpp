@@ -50,19 +50,3 @@ void support::expectRefused(const std::string& parameter, const std::vector<Call
     for (size_t i = 0; i < calls.size(); ++i)
         expectCases({{std::to_string(i).c_str(), calls[i], status, message.c_str()}});
 }
-
-void support::expectTexts(const std::vector<TextCase>& cases)
-{
-    for (const TextCase& row : cases) {
-        SCOPED_TRACE(row.what + " into " + std::to_string(row.size));
-        std::string buffer(row.size + 16, '#');
-        size_t length = untouched;
-        sswseErrRec rec;
-        const DWORD status = row.call(&rec, buffer.data(), row.size, &length);
-        EXPECT_EQ(status, row.status);
-        EXPECT_EQ(messageOf(rec), row.message);
-        EXPECT_EQ(length, row.length);
-        const std::string written = row.status == SSWSE_SUCCESS ? row.text + '\0' : "";
-        EXPECT_EQ(buffer, written + std::string(buffer.size() - written.size(), '#'));
-    }
-}

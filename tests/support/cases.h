@@ -35,20 +35,4 @@ void expectCases(const std::vector<Case>& cases);
 // Each call names this parameter as the one that is missing or invalid.
 void expectRefused(const std::string& parameter, const std::vector<Call>& calls, DWORD status = SSWSE_INVALID_ARGUMENT);
 
-// A text that a function gives into a buffer of the caller's, where nothing else is written.
-constexpr size_t untouched = 7777; // for the length
-
-struct TextCase
-{
-    std::string what;
-    std::function<DWORD(sswseErrRec*, char*, size_t, size_t*)> call;
-    size_t size;
-    DWORD status;
-    std::string text; // written with a terminator, if the status is 2; "" otherwise
-    size_t length = untouched;
-    std::string message = ""; // the whole of it
-};
-
-void expectTexts(const std::vector<TextCase>& cases);
-
 } // namespace support

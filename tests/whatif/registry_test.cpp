@@ -147,20 +147,4 @@ TEST_F(WhatIfKeys, AreEnumeratedAndGoneWhenTheyAreDeleted)
     EXPECT_EQ(local.security.count(L"registry HKLM\\" + kestel + L"\\h1"), 0u); // a new one has nothing of it
 }
 
-TEST_F(WhatIfKeys, LieBelowTheRootsThatTheyDoOnWindows)
-{
-    const auto connect = [](const wchar_t* machine, HKEY root) {
-        HKEY connected = nullptr;
-        return CALL(RegConnectRegistryW)(machine, root, &connected);
-    };
-    EXPECT_EQ(connect(L"\\\\DB2", HKEY_USERS), 0);
-    EXPECT_EQ(connect(L"\\\\DB2", HKEY_CLASSES_ROOT), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(connect(L"\\\\none", HKEY_USERS), ERROR_BAD_NETPATH);
-    EXPECT_EQ(open(HKEY_CURRENT_CONFIG, L"", KEY_READ, key), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(open(HKEY_CLASSES_ROOT, L"", KEY_READ, key), 0);
-    EXPECT_EQ(create(HKEY_CURRENT_USER, L"keswsec", KEY_READ, key), 0);
-    EXPECT_TRUE(world.registry().hasKey(local, L"HKU\\" + local.sid + L"-500\\keswsec"));
-    EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"keswsec", 0, KEY_READ, &key), ERROR_FILE_NOT_FOUND); // the real one
-}
-
 } // namespace
