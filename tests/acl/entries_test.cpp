@@ -4,11 +4,9 @@
 #include "acl/object_dacl.h"
 #include "frame/owned.h"
 #include "tests/acl/held_object.h"
-#include "tests/support/cases.h"
 #include "tests/support/guarded_heap.h"
+#include "tests/support/node_test.h"
 #include "tests/support/trace_log.h"
-
-#include <gtest/gtest.h>
 
 #include <accctrl.h>
 #include <algorithm>
@@ -249,47 +247,30 @@ TEST(AccessMask, TheFirstEntryOfTheSidDecides)
     EXPECT_EQ(endless.message, std::string(sizeof endless.message - 1, 'x'));
 }
 
-TEST(PredefinedKey, IsSplitFromItsName)
+TEST_F(NodeTest, PredefinedKeysAreSplitFromTheirNames)
 {
-    const std::wstring longest(259, L'n');
-    const std::wstring longestNode = L"\\\\" + std::wstring(257, L'n');
-    HKEY const none = nullptr;
-    struct
-    {
-        std::wstring path;
-        HKEY root = nullptr;
-        std::wstring subkey = L"untouched", node = L"untouched";
-    } const rows[] = {
-        {L"machine\\software\\x", HKEY_LOCAL_MACHINE, L"software\\x"},
-        {L"Config\\", HKEY_CURRENT_CONFIG, L""},
-        {L"CLASSES_ROOT\\a", HKEY_CLASSES_ROOT, L"a"},
-        {L"Current_User\\a", HKEY_CURRENT_USER, L"a"},
-        {L"PERFORMANCE_DATA\\a", HKEY_PERFORMANCE_DATA, L"a"},
-        {L"\\\\host\\USERS\\S-1-5-18", HKEY_USERS, L"S-1-5-18", L"\\\\host"},
-        {L"\\\\\\MACHINE\\a", HKEY_LOCAL_MACHINE, L"a", L"\\\\"},
-        {L"HKLM\\Software", none, L"Software"},
-        {L"MACHIN\\a", none, L"a"},
-        {L"\\a", none, L"a"},
-        {L""},
-        {L"MACHINE"},
-        {L"\\\\host\\MACHINE", none, L"untouched", L"\\\\host"},
-        {longest + L"\\a", none, L"a"},
-        {longest + L"n\\a"},
-        {longestNode + L"\\MACHINE\\a", HKEY_LOCAL_MACHINE, L"a", longestNode},
-        {longestNode + L"n\\MACHINE\\a"},
+    const std::string longest(259, 'n'), longestNode = "\\\\" + std::string(257, 'n');
+    const std::string refused = "4 WSE-000012: Null or invalid Registry Path parameter.";
+    const std::pair<std::string, std::string> rows[] = {
+        // the predefined key, if there is one of that name, what is behind it, the node
+        {"machine\\software\\x", "2 = HKEY_LOCAL_MACHINE software\\x"},
+        {"Config\\", "2 = HKEY_CURRENT_CONFIG "},
+        {"CLASSES_ROOT\\a", "2 = HKEY_CLASSES_ROOT a"},
+        {"Current_User\\a", "2 = HKEY_CURRENT_USER a"},
+        {"PERFORMANCE_DATA\\a", "2 = HKEY_PERFORMANCE_DATA a"},
+        {"\\\\host\\USERS\\S-1-5-18", "2 = HKEY_USERS S-1-5-18 \\\\host"},
+        {"\\\\\\MACHINE\\a", "2 = HKEY_LOCAL_MACHINE a \\\\"},
+        {"HKLM\\Software", "2 = Software"},
+        {"MACHIN\\a", "2 = a"},
+        {"\\a", "2 = a"},
+        {"\"\"", refused},
+        {"MACHINE", refused},
+        {"\\\\host\\MACHINE", refused + " = \\\\host"},
+        {longest + "\\a", "2 = a"},
+        {longest + "n\\a", refused},
+        {longestNode + "\\MACHINE\\a", "2 = HKEY_LOCAL_MACHINE a " + longestNode},
+        {longestNode + "n\\MACHINE\\a", refused},
     };
-    for (const auto& row : rows) {
-        HKEY root = nullptr;
-        wchar_t before[] = L"untouched";
-        wchar_t* subkey = before;
-        wchar_t node[260] = L"untouched";
-        const auto call = calling(sswseGetPredefKey, row.path.c_str(), &root, &subkey, node);
-        if (row.subkey == before)
-            expectRefused("Registry Path", {call});
-        else
-            expectCases({{"split", call, 2}});
-        EXPECT_EQ(root, row.root);
-        EXPECT_EQ(subkey, row.subkey);
-        EXPECT_EQ(node, row.node);
-    }
+    for (const auto& [path, answered] : rows)
+        expect({{"GetPredefKey path=" + path, answered}});
 }

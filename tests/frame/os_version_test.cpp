@@ -1,48 +1,32 @@
-#include "tests/support/library_copy.h"
-
-#include <gtest/gtest.h>
-
-#include <tuple>
+// What the release and the product type answer, asked of the platform once.
+#include "tests/support/node_test.h"
 
 namespace {
 
-OSVERSIONINFOEXA played;
-int reads;
+using Release = std::tuple<DWORD, DWORD, BYTE, const char*, const char*, const char*, const char*>;
 
-BOOL WINAPI playVersion(OSVERSIONINFOA* info)
+class OsVersion : public support::NodeTest, public testing::WithParamInterface<Release>
 {
-    ++reads;
-    SetLastError(ERROR_GEN_FAILURE);
-    if (!played.dwMajorVersion || info->dwOSVersionInfoSize != 156)
-        return FALSE;
-    info->dwMajorVersion = played.dwMajorVersion;
-    info->dwMinorVersion = played.dwMinorVersion;
-    reinterpret_cast<OSVERSIONINFOEXA*>(info)->wProductType = played.wProductType;
-    return TRUE;
-}
+};
 
 } // namespace
 
-TEST(OsVersion, PredicatesOfEachRelease)
+TEST_P(OsVersion, DecidesThePredicates)
 {
-    const std::tuple<DWORD, DWORD, BYTE, DWORD, DWORD, DWORD, DWORD> cases[] = {
-        {5, 2, 2, 0, 0, 0, 1}, {6, 0, 1, 1, 0, 0, 0},  {6, 1, 3, 1, 1, 0, 0}, {6, 1, 2, 1, 1, 0, 1},
-        {6, 2, 1, 1, 1, 1, 0}, {10, 0, 3, 1, 1, 1, 0}, {7, 0, 2, 1, 1, 1, 1}, {5, 9, 1, 0, 0, 0, 0},
-    };
-    for (const auto& [major, minor, product, vista, win7, win8, dc] : cases) {
-        SCOPED_TRACE(major);
-        support::LibraryCopy library;
-        library.redirect("GetVersionExA", &playVersion);
-        const auto isDC = EXPORT_OF(library, sswseIsOSWinDC);
-        played = {};
-        EXPECT_EQ(isDC(nullptr), 3u);
-        reads = 0;
-        played = {0, major, minor, 0, 0, "", 0, 0, 0, product, 0};
-        EXPECT_EQ(isDC(nullptr), dc);
-        played = {}; // is read once
-        EXPECT_EQ(EXPORT_OF(library, sswseIsOSVistaOrAbove)(nullptr), vista);
-        EXPECT_EQ(EXPORT_OF(library, sswseIsOSWin7OrAbove)(nullptr), win7);
-        EXPECT_EQ(EXPORT_OF(library, sswseIsOSWin8OrAbove)(nullptr), win8);
-        EXPECT_EQ(reads, 1);
-    }
+    const auto& [major, minor, product, vista, win7, win8, controller] = GetParam();
+    local.major = major;
+    local.minor = minor;
+    local.productType = product;
+    expect({{"IsOSWinDC", "3 WSE-000045 31", {}, support::failing("GetVersionExA", ERROR_GEN_FAILURE)},
+            {"IsOSWinDC", controller}});
+    local.major = 0;
+    local.productType = 0;
+    expect(
+        {{"IsOSVistaOrAbove", vista}, {"IsOSWin7OrAbove", win7}, {"IsOSWin8OrAbove", win8}, {"IsOSWinDC", controller}});
 }
+
+INSTANTIATE_TEST_SUITE_P(Frame, OsVersion,
+                         testing::Values(Release{5, 2, 2, "0", "0", "0", "1"}, Release{6, 0, 1, "1", "0", "0", "0"},
+                                         Release{6, 1, 3, "1", "1", "0", "0"}, Release{6, 1, 2, "1", "1", "0", "1"},
+                                         Release{6, 2, 1, "1", "1", "1", "0"}, Release{10, 0, 3, "1", "1", "1", "0"},
+                                         Release{7, 0, 2, "1", "1", "1", "1"}, Release{5, 9, 1, "0", "0", "0", "0"}));

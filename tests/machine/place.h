@@ -63,7 +63,7 @@ private:
 #define ON(name) place.at(name, #name)
 
 // The node of the described world; what it answers to calls that the page does not ask.
-class AtNode : public replaced::WhatIf
+class AtNode : public support::NodeTest
 {
 protected:
     void expect(const std::vector<std::pair<std::string, std::string>>& answers)

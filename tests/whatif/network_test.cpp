@@ -7,7 +7,6 @@
 
 namespace {
 
-using replaced::WhatIf;
 using support::Lines;
 using support::NodeTest;
 
@@ -60,7 +59,7 @@ TEST_F(NodeTest, ManagedAccountsAreKnownToTheReleasesThatHaveThem)
 }
 
 // A function that reads or changes the machine must not get past the node because nobody thought of it.
-TEST_F(WhatIf, StandsBeforeEveryFunctionThatTouchesTheMachine)
+TEST_F(NodeTest, NodeStandsBeforeEveryFunctionThatTouchesTheMachine)
 {
     std::set<std::string> known = {"RegQueryValueExA",      "RegQueryValueExW", "RegFlushKey",
                                    "LsaNtStatusToWinError", "NetApiBufferFree", "NetValidatePasswordPolicyFree"};

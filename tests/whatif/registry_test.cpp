@@ -61,7 +61,7 @@ TEST(Registry, NodesAndProcessesAreApartAndLeaveNothingBehind)
     EXPECT_EQ(roots(), before);
 }
 
-class WhatIfKeys : public replaced::WhatIf
+class WhatIfKeys : public support::NodeTest
 {
 protected:
     WhatIfKeys()

@@ -24,10 +24,4 @@ inline long errorOf(bool done)
     return done ? ERROR_SUCCESS : static_cast<long>(GetLastError());
 }
 
-class WhatIf : public testing::Test, protected support::WithHome, protected support::Nodes
-{
-protected:
-    WhatIf() : Nodes(library) {}
-};
-
 } // namespace replaced
