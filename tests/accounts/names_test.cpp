@@ -92,6 +92,7 @@ TEST(PrincipalNames, HaveSpellingsOfTheirOwn)
         {own + "\\LocalSystem", nullptr, L"S-1-5-18", ""},
         {"DB2\\LocalSystem", nullptr, L"", "WSE-000014"},
         {"db2\\LocalSystem", L"\\\\DB2", L"S-1-5-18", ""},
+        {"DB\\LocalSystem", L"db2.example.com", L"", "WSE-000014"},
         {"DB2\\LocalSystem", L"db2.example.com", L"S-1-5-18", ""},
         {"nt authority\\system", nullptr, L"S-1-5-18", ""},
         {"NT AUTHORITY\\LocalService", nullptr, L"S-1-5-19", ""},

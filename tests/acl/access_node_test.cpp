@@ -194,7 +194,7 @@ TEST_F(OnNode, ExcludedPathsAreLeftAloneWithAllBelowThem)
         std::vector<std::string> excluded;
         const char* secured; // "x" for each object that is
     } rows[] = {
-        {{"none", "su", "c", "sub2\\none", narrowRoot, "dir"}, "      "},
+        {{".n", "su", "c", "sub2\\.none", narrowRoot, "dir"}, "      "},
         {{"none", "su", "c", "sub2\\none", narrowRoot + "\\di", "dir", "\\\\NODE\\C$"}, "xxxxxx"},
         {{"SUB\\"}, "xxx  x"},
         {{"sub//\xC3\xA4", "a b\\c\\\\"}, "xx x x"},

@@ -135,6 +135,9 @@ TEST_F(ChecksOnNode, KeysAreCheckedWithEveryKeyBelow)
                                    "\\\\DB2\\CLASSES_ROOT\\x", "\\\\DB2\\CURRENT_USER\\x"})
         EXPECT_EQ(said(std::string("CheckACLsOnReg usernames=nobody ptype=9 path=") + path),
                   "4 WSE-000012: Null or invalid Registry Path parameter.");
+    for (const std::string hive : {"USERS", "CLASSES_ROOT", "CURRENT_USER"})
+        EXPECT_EQ(said("CheckACLsOnReg usernames=svc ptype=9 path=" + hive + "\\none"),
+                  "3 WSE-000010: Unable to open registry key none under " + hive + ".2");
 }
 
 TEST_F(ChecksOnNode, UsersAreAllowedWhatTheirGroupsAre)

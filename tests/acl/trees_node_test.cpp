@@ -102,6 +102,11 @@ TEST_F(Trees, AreSecuredFortyLevelsDownWhateverTheNames)
     EXPECT_EQ(objects.count(deep + L"file") + objects.count(other + L"2\\\xD83D\xDE00"), 2u);
     expect({{"AddACLOnObjectForUser wtype=0 ptype=6 usernames=svc path=" + narrowRoot + "\\.VLFS", "2"},
             {"CheckACLOnObjectForUser wtype=0 ptype=6 usernames=svc path=" + narrowRoot + "\\.VLFS", "1"}});
+    const std::string revokeAt = "RevokeACLOnObjectForUser usernames=S-1-5-32-545 inheritable=1 path=" + narrowRoot;
+    expectAnswers({{revokeAt + "\\.VLFS wtype=0", "2"}, {revokeAt + "\\.fileID wtype=1", "2"}});
+    EXPECT_THAT(written(), ElementsAre(Key(L".fileID\\x")));
+    expectAnswers({{revokeAt + " wtype=3", "2"}}); // of groups only: nothing below
+    EXPECT_THAT(written(), SizeIs(1));
 }
 
 TEST_F(Trees, OfOthersAreEnteredWhereTheyAreNamed)
@@ -236,16 +241,18 @@ TEST_F(Trees, AreWalkedAroundObjectsOutOfReach)
     std::filesystem::current_path(before);
     describe({{L"", bad}, {L"a", good}}); // a file has nothing below it
     expect({{"CheckACLOnObjectForUser wtype=0 ptype=10 usernames=svc inheritable=1 path=" + narrowRoot + "\\a", "1"}});
+    expectAnswers({{copyFrom + "\\\\?\\" + narrowRoot, "2", {}, reading(2, noPath)}}); // no path is too long for it
 }
 
 TEST_F(Trees, CopiesAreExact)
 {
     const std::string copy = copyFrom + make(L"dir\\");
-    make({L"dir\\file", L"dir\\same"});
+    make({L"dir\\file", L"dir\\open", L"dir\\same"});
     constexpr wchar_t odd[] = L"D:AI(D;;0x1;;;BG)(A;NP;0x2;;;BO)(A;ID;0x3;;;BU)(A;OICIIO;GA;;;CO)(A;;FA;;;BA)";
-    describe({{L"dir", odd}, {L"dir\\file", L"D:P(A;;FA;;;SY)"}, {L"dir\\same", odd}});
+    describe({{L"dir", odd}, {L"dir\\file", L"D:P(A;;FA;;;SY)"}, {L"dir\\open", L"O:SY"}, {L"dir\\same", odd}});
     expectAnswers({{copy + '\\', "2"}});
-    EXPECT_THAT(written(), ElementsAre(Pair(L"dir\\file", sddl(L"D:P" + std::wstring(odd + 4)))));
+    EXPECT_THAT(written(), ElementsAre(Pair(L"dir\\file", sddl(L"D:P" + std::wstring(odd + 4))),
+                                       Pair(L"dir\\open", sddl(L"O:SYD:" + std::wstring(odd + 4)))));
     describe({{L"dir", L"D:NO_ACCESS_CONTROL"}, {L"dir\\file", unreadable}});
     expect({{copy, "3 WSE-000066 1350"},
             {copy + "\\file", "4 WSE-000063: Input arguments are invalid. Internal error : Not a directory."},

@@ -153,8 +153,8 @@ const std::vector<Exception>& exceptions()
         {E::noFailure, "sswseCheckACLsOnReg, sswseCheckACLsOnObject",
          "FindFirstFileW, FindNextFileW, GetNamedSecurityInfoW, RegOpenKeyExW, RegGetKeySecurity, RegEnumKeyExW, "
          "GetSecurityDescriptorDacl, AuthzAccessCheck",
-         only(ERROR_ACCESS_DENIED, ERROR_INVALID_SECURITY_DESCR), "What cannot be read below is a finding.", SSWSE_NO,
-         "", E::own},
+         only(ERROR_ACCESS_DENIED, ERROR_INVALID_SECURITY_DESCR, ERROR_INVALID_PARAMETER, ERROR_INVALID_ACL),
+         "What cannot be read below is a finding.", SSWSE_NO, "", E::own},
         {E::noFailure, "sswseCheckACLsOnObject", "LookupAccountSidW", only(ERROR_NONE_MAPPED),
          "Who is not known any more may have been a user."},
         {E::noFailure, "sswseCheckACLsOnObject", "NetLocalGroupGetMembers", only(ERROR_NO_SUCH_ALIAS),

@@ -229,7 +229,11 @@ const std::vector<Scenario>& scenarios()
          with(L"KESTEL_HOME_TYPE", L"0")},
         {"CreateService binpath=C:\\h1\\bin\\keslsnr.exe nodename=DB2", "listener of home type 2, on a node", 2,
          with(L"KESTEL_HOME_TYPE", L"2")},
-        {"CreateService", "database on a domain controller", 2, &Subject::makeDomainController},
+        {"CreateService", "database under LocalSystem on a domain controller", 2,
+         [](Subject& s) {
+             with(L"KESTEL_SVCUSER", L"NT AUTHORITY\\SYSTEM")(s);
+             s.makeDomainController();
+         }},
         {"CreateService binpath=C:\\h1\\bin\\other.exe", "without a row", 2},
         {"UpdateService -username", "database under the service user", 2},
         {"UpdateService -username binpath=C:\\h1\\bin\\keslsnr.exe nodename=DB2", "listener of home type 0, on a node",

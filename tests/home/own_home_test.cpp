@@ -68,6 +68,12 @@ TEST_F(NodeTest, HomeKeyIsNotLookedForWhereThePlatformCutsTheLibrarysPath)
             return size;
         });
     expect({{keyOf(16), "3 WSE-000047: Unable to get full path for the module. 122"}});
+    library.redirect(
+        "GetModuleFileNameA", +[](HMODULE, char* path, DWORD) -> DWORD {
+            strcpy(path, "C:\\keswsec19.dll"); // in no home
+            return static_cast<DWORD>(strlen(path));
+        });
+    expect({{"GetAllServicesInKHForUser username=svc", "3 WSE-000052: Unable to determine Kestel home."}});
 }
 
 TEST_F(NodeTest, HomeNameIsReadWithoutClosingAPredefinedKey)

@@ -93,8 +93,9 @@ TEST_F(HostileArguments, Texts)
     const std::vector<std::string> plain = {"",   std::string(511, 'x'),  std::string(512, 'x'), std::string(513, 'x'),
                                             "\\", std::string(511, '\\'), "%s%n%s%n%s%n%s%n"};
     const std::vector<std::string> dependingOnCodePage = {
-        std::string(70000, 'x'),  "half a character \xE2", std::string(511, 'x') + "\xE2", // a lead byte in both
-        "\x83\\\x83\\\x81", // with backslashes as second halves
+        std::string(70000, 'x'),  "\xC3\xA9\xF0\x9F\x98\x80",
+        "half a character \xE2",  std::string(511, 'x') + "\xE2", // a lead byte in both
+        "\x83\\\x83\\\x81",                                       // with backslashes as second halves
         std::string(70000, '\\'),
     };
     for (const UINT codePage : codePages) {

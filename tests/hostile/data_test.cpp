@@ -312,6 +312,9 @@ TEST_F(HostileData, ListsAndSidsOfTheCaller)
         expectStatus("CheckAccessMask", check(nullptr, nullptr, &whole, bytes.data(), 1));
         addTo(nullptr, bytes.data());
     });
+    addTo(reinterpret_cast<PACL>(acl.data()), nullptr);
+    for (AceListNode node : {AceListNode{nullptr, everyone.data(), nullptr}, AceListNode{whole.ace, nullptr, nullptr}})
+        EXPECT_EQ(check(nullptr, nullptr, &node, everyone.data(), 0), DWORD{SSWSE_NO});
     whatif::closeObject(event);
 }
 

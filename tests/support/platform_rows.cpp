@@ -164,7 +164,8 @@ const std::vector<Row>& rows()
         releases(FUNCTION(LsaFreeMemory), "LSA"),
         // groups and users
         calls(FUNCTION(NetLocalGroupAdd), result, {RPC_S_SERVER_UNAVAILABLE, ERROR_ALIAS_EXISTS}, "_ _ group"),
-        calls(FUNCTION(NetLocalGroupEnum), result, denied, "_ _ >network length", "groups"),
+        calls(FUNCTION(NetLocalGroupEnum), result, {ERROR_ACCESS_DENIED, ERROR_MORE_DATA}, "_ _ >network length",
+              "groups"),
         calls(FUNCTION(NetLocalGroupGetInfo), result, noGroup, "_ _ _ >network", "group {1}"),
         calls(FUNCTION(NetLocalGroupDel), result, noGroup),
         calls(FUNCTION(NetLocalGroupAddMembers), result, {ERROR_NO_SUCH_MEMBER, ERROR_MEMBER_IN_ALIAS},
@@ -256,7 +257,9 @@ const std::vector<Row>& rows()
               "context of {1}"),
         calls(FUNCTION(AuthzAddSidsToContext), zero, memory, "_ groups _ _ _ >context", "{0} and groups"),
         releases(FUNCTION(AuthzFreeContext), "context"),
-        calls(FUNCTION(AuthzAccessCheck), zero, {ERROR_INVALID_SECURITY_DESCR}, "_ _ +request _ descriptor"),
+        calls(FUNCTION(AuthzAccessCheck), zero,
+              {ERROR_INVALID_SECURITY_DESCR, ERROR_INVALID_PARAMETER, ERROR_INVALID_ACL, ERROR_NOT_ENOUGH_MEMORY},
+              "_ _ +request _ descriptor"),
     };
     return table;
 }
