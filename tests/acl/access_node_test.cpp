@@ -16,10 +16,9 @@ struct Mount
     const wchar_t* fileSystem;
     DWORD attributes; // all bits: it cannot be found
     DWORD tag;
-    bool hasVolume = true; // whose path fits
-    bool isSecured = true;
-    bool isMountPoint = false;
-    const char* failure = "";
+    const char* secured = "x ";            // the mount point, its volume
+    const char* answer = "2 WSE-000053 5"; // the child is skipped
+    bool hasVolume = true;                 // whose path fits
 };
 const Mount* mount;
 std::string volumePath;
@@ -145,11 +144,10 @@ TEST_F(OnNode, MountPointsAreSecuredWithTheirVolume)
         {"another file system", L"NTFS", link, IO_REPARSE_TAG_MOUNT_POINT},
         {"no link", L"VLFS", FILE_ATTRIBUTE_DIRECTORY, IO_REPARSE_TAG_MOUNT_POINT},
         {"a tag without any of the bits", L"VLFS", link, 0x40000010},
-        {"a mount point", L"vlfs", link, IO_REPARSE_TAG_MOUNT_POINT, true, true, true},
-        {"another tag that shares bits", L"VLFS", link, IO_REPARSE_TAG_SYMLINK, true, true, true},
-        {"not found", L"VLFS", INVALID_FILE_ATTRIBUTES, 0, true, false, false,
-         "3 WSE-000012: Null or invalid  parameter."},
-        {"a volume path that does not fit", L"VLFS", link, IO_REPARSE_TAG_MOUNT_POINT, false, false, false, "3  "},
+        {"a mount point", L"vlfs", link, IO_REPARSE_TAG_MOUNT_POINT, "xx"},
+        {"another tag that shares bits", L"VLFS", link, IO_REPARSE_TAG_SYMLINK, "xx"},
+        {"not found", L"VLFS", INVALID_FILE_ATTRIBUTES, 0, "  ", "3 WSE-000012: Null or invalid  parameter."},
+        {"a volume path that does not fit", L"VLFS", link, IO_REPARSE_TAG_MOUNT_POINT, "  ", "3  ", false},
     };
     library.redirect(
         "GetVolumeInformationW",
@@ -175,11 +173,9 @@ TEST_F(OnNode, MountPointsAreSecuredWithTheirVolume)
         SCOPED_TRACE(row.what);
         mount = &row;
         describe({{L"dir", L"D:"}, {L"dir\\in", unreadable}, {L"volume", L"D:"}});
-        expectAnswers({{"AddACLOnObjectForUser wtype=1 ptype=1 inheritable=1 usernames=svc path=" + directory,
-                        row.isSecured ? "2 WSE-000053 5" : row.failure}}); // the child is skipped
-        const auto objects = written();
-        EXPECT_EQ(objects.count(L"dir"), row.isSecured);
-        EXPECT_EQ(objects.count(L"volume"), row.isMountPoint);
+        expectAnswers(
+            {{"AddACLOnObjectForUser wtype=1 ptype=1 inheritable=1 usernames=svc path=" + directory, row.answer}});
+        EXPECT_EQ(marked({L"dir", L"volume"}), row.secured);
     }
 }
 

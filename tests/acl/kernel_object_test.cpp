@@ -91,26 +91,6 @@ TEST_F(KernelObjects, AreReachedByHandlesAndAccountsByAnySpelling)
         {"AddACEOnDefaultDACLForSvcUser username=.\\svc accessmask=2", "2", own},
         {"AddACEOnDefaultDACLForSvcUser accessmask=2", "3 WSE-000010 2"}, // no user is recorded
     });
-    const HANDLE opened[] = {whatif::openObject(event, WRITE_DAC), whatif::openObject(event, READ_CONTROL),
-                             whatif::openObject(token, TOKEN_QUERY), CreateEventW(nullptr, FALSE, FALSE, nullptr)};
-    const auto adding = [&](HANDLE object, const char* user = "svc", DWORD mask = ready) {
-        return calling(EXPORT(sswseAddACEOnKernelObjectForUserOrGroup), object, user, mask);
-    };
-    const auto addingTo = [&](HANDLE object) {
-        return calling(EXPORT(sswseAddACEOnDefaultDACLForSvcUser), object, "svc", ready);
-    };
-    expectNodeCases({
-        {"cannot be read", adding(opened[0]), 3, "WSE-000066", denied},
-        {"cannot be written", adding(opened[1]), 3, "WSE-000067", denied},
-        {"a token", adding(opened[2]), 3, "WSE-000066", ERROR_INVALID_HANDLE},
-        {"not the node's", adding(opened[3]), 3, "WSE-000066", ERROR_INVALID_HANDLE},
-        {"no token", addingTo(opened[0]), 3, "WSE-000036", ERROR_INVALID_HANDLE},
-        {"cannot be changed", addingTo(opened[2]), 3, "WSE-000053", denied},
-    });
-    expectRefused("object", {adding(nullptr, nullptr, 0), adding(GetCurrentProcess(), nullptr, 0)});
-    expectRefused("username", {adding(opened[0], nullptr, 0)});
-    for (const HANDLE each : opened)
-        EXPECT_TRUE(each == opened[3] ? CloseHandle(each) : whatif::closeObject(each));
     local.security.erase(L"token of this process");
     record(local, "KESTEL_SVCUSER", "NODE\\svc");
     expect({{"AddACEOnDefaultDACLForSvcUser username=\"\" accessmask=2", "2", own}});

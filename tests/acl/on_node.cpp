@@ -72,13 +72,15 @@ void OnNode::make(std::initializer_list<std::wstring> names)
         make(name);
 }
 
-void OnNode::describe(const Objects& security)
+void OnNode::describe(const Objects& files, const Objects& keys)
 {
     local.securityBefore = {};
     for (whatif::Node* const node : {&local, &remote}) {
         node->security = {};
         node->security[L"registry HKLM\\SOFTWARE"] = L"D:P(A;;KA;;;SY)"; // passes nothing on
-        for (const auto& [name, text] : security)
+        for (const auto& [name, text] : keys)
+            node->security[L"registry HKLM\\SOFTWARE\\Kestel" + name] = sddl(text);
+        for (const auto& [name, text] : files)
             node->security[L"file " + (node == &local ? root : L"C:") + (name.empty() ? L"" : L'\\' + name)] =
                 sddl(text);
     }

@@ -35,7 +35,8 @@ protected:
     std::string make(const std::wstring& name);
     void make(std::initializer_list<std::wstring> names);
 
-    void describe(const Objects& security); // of both nodes, and nothing else
+    // Of both nodes, and nothing else; keys by the names below the Kestel key: "\\a".
+    void describe(const Objects& files, const Objects& keys = {});
 
     legacy::Result applyLegacy(const std::wstring& path, DWORD isAdmin, bool second = false);
 

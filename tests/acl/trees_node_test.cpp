@@ -9,9 +9,9 @@ using namespace testing;
 namespace {
 
 // Behind a status.
-constexpr char readFailed[] = " " API_FAILED("GetFileSecurityW");
-constexpr char writeFailed[] = " " API_FAILED("SetFileSecurityW");
-constexpr char listFailed[] = " WSE-000065: Unable to iterate through files.";
+const std::string readFailed = " " API_FAILED("GetFileSecurityW");
+const std::string writeFailed = " " API_FAILED("SetFileSecurityW");
+const std::string listFailed = " WSE-000065: Unable to iterate through files.";
 
 DWORD linkTag; // of the directory "link"
 
@@ -30,9 +30,8 @@ class Trees : public OnNode
 protected:
     void describeKeys(const std::wstring& above, const std::wstring& own, const wchar_t* name = L"")
     {
-        describe({});
+        describe({}, {{name, own}});
         local.security[L"registry HKLM\\SOFTWARE"] = sddl(above);
-        local.security[std::wstring(L"registry HKLM\\SOFTWARE\\Kestel") + name] = sddl(own);
     }
 
     const std::string addTo = "AddACLOnObjectForUser wtype=1 ptype=1 usernames=svc inheritable=1 path=";
@@ -137,11 +136,11 @@ TEST_F(Trees, AreLeftAloneWherePathsAreTooLong)
     expectAnswers({{add, "2 " API_FAILED("FindFirstFileW") " 206"}});
     EXPECT_EQ(marked({listed + L"f", unlisted, unlisted + L"\\f"}), "xx ");
     describe({{L"", top}});
-    expectAnswers({{revoke, std::string("3") + listFailed + " 206"}});
+    expectAnswers({{revoke, "3" + listFailed + " 206"}});
     EXPECT_EQ(marked({listed + L"f", unlisted, unlisted + L"\\f"}), "xx ");
     make(listed + L"ff");
     describe({{L"", top}});
-    expectAnswers({{add, std::string("3") + readFailed + " 3"}, {revoke, std::string("3") + readFailed + " 3"}});
+    expectAnswers({{add, "3" + readFailed + " 3"}, {revoke, "3" + readFailed + " 3"}});
 }
 
 // When access is added, an object without access is skipped, but not the first; other failures end the directory that a
@@ -168,55 +167,25 @@ TEST_F(Trees, AreWalkedAroundObjectsOutOfReach)
         std::string answer;
         const char* changed; // "x" for each object that is, in the order of the walk
     } rows[] = {
-        {"a file without access", add, {{L"a", unreadable}}, {}, std::string("2") + readFailed + " 5", "x xxxxx"},
-        {"listed all the same",
-         add,
-         {{L"b", unwritable}, {L"b\\c", unwritable}},
-         {},
-         std::string("2") + writeFailed + " 5",
-         "xx  xxx"},
-        {"the last is told",
-         add,
-         {{L"b\\c\\d", unwritable}, {L"f", unreadable}},
-         {},
-         std::string("2") + readFailed + " 5",
-         "xxxx x "},
-        {"unreadable itself", add, {{L"", unreadable}}, {}, std::string("3") + readFailed + " 5", "       "},
-        {"unwritable itself", add, {{L"", unwritable}}, {}, std::string("3") + writeFailed + " 5", "       "},
-        {"a failing file ends its directory only",
-         add,
-         {},
-         reading(5, other),
-         std::string("2") + readFailed + " 32",
-         "xxxx xx"},
-        {"a failing file ends the walk", add, {}, writing(2, other), std::string("2") + writeFailed + " 32", "x      "},
-        {"a failing directory is the status",
-         add,
-         {},
-         reading(4, other),
-         std::string("3") + readFailed + " 32",
-         "xxx    "},
-        {"after one skipped",
-         add,
-         {{L"a", unreadable}},
-         writing(2, other),
-         std::string("3") + writeFailed + " 32",
-         "x      "},
+        {"a file without access", add, {{L"a", unreadable}}, {}, "2" + readFailed + " 5", "x xxxxx"},
+        {"still listed", add, {{L"b", unwritable}, {L"b\\c", unwritable}}, {}, "2" + writeFailed + " 5", "xx  xxx"},
+        {"the last one", add, {{L"b\\c\\d", unwritable}, {L"f", unreadable}}, {}, "2" + readFailed + " 5", "xxxx x "},
+        {"unreadable itself", add, {{L"", unreadable}}, {}, "3" + readFailed + " 5", "       "},
+        {"unwritable itself", add, {{L"", unwritable}}, {}, "3" + writeFailed + " 5", "       "},
+        {"a failing file ends its directory only", add, {}, reading(5, other), "2" + readFailed + " 32", "xxxx xx"},
+        {"a failing file ends the walk", add, {}, writing(2, other), "2" + writeFailed + " 32", "x      "},
+        {"a failing directory is the status", add, {}, reading(4, other), "3" + readFailed + " 32", "xxx    "},
+        {"after one skipped", add, {{L"a", unreadable}}, writing(2, other), "3" + writeFailed + " 32", "x      "},
         {"an unknown kind", add, {}, failing("GetFileAttributesW", other, 1), "2", "xxxxxxx"}, // is a directory
 
-        {"the first is told",
-         revoke,
-         {{L"a", unwritable}, {L"f", unreadable}},
-         {},
-         std::string("3") + writeFailed + " 5",
-         "x xxxx "},
-        {"the start", revoke, {{L"", unwritable}}, {}, std::string("3") + writeFailed + " 5", "       "},
-        {"the start is not there", revoke, {}, reading(1, gone), std::string("3") + readFailed + " 2", "       "},
+        {"the first one", revoke, {{L"a", unwritable}, {L"f", unreadable}}, {}, "3" + writeFailed + " 5", "x xxxx "},
+        {"the start", revoke, {{L"", unwritable}}, {}, "3" + writeFailed + " 5", "       "},
+        {"the start is not there", revoke, {}, reading(1, gone), "3" + readFailed + " 2", "       "},
         {"a file has gone", revoke, {}, reading(2, gone), "2", "x xxxxx"},
         {"it went while it was read", revoke, {}, writing(2, noPath), "2", "x xxxxx"},
         {"a directory has gone", revoke, {}, reading(3, noPath), "2", "xx    x"},
-        {"not listed", revoke, {}, listing(2, ERROR_ACCESS_DENIED), std::string("3") + listFailed + " 5", "xxx   x"},
-        {"not found by its listing", revoke, {}, listing(3, noPath), std::string("3") + listFailed + " 3", "xxxx xx"},
+        {"not listed", revoke, {}, listing(2, ERROR_ACCESS_DENIED), "3" + listFailed + " 5", "xxx   x"},
+        {"not found by its listing", revoke, {}, listing(3, noPath), "3" + listFailed + " 3", "xxxx xx"},
         {"empty", revoke, {}, listing(3, gone), "2", "xxxx xx"},
 
         {"all", check, {{L"b\\.fileid", bad}}, {}, "1", ""},
@@ -237,7 +206,7 @@ TEST_F(Trees, AreWalkedAroundObjectsOutOfReach)
     describe({{L"", good}}); // perhaps the whole path is too long
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(root);
-    expect({{checkOf + ".", std::string("3") + readFailed + " 3", {}, reading(2, noPath)}});
+    expect({{checkOf + ".", "3" + readFailed + " 3", {}, reading(2, noPath)}});
     std::filesystem::current_path(before);
     describe({{L"", bad}, {L"a", good}}); // a file has nothing below it
     expect({{"CheckACLOnObjectForUser wtype=0 ptype=10 usernames=svc inheritable=1 path=" + narrowRoot + "\\a", "1"}});
@@ -256,7 +225,7 @@ TEST_F(Trees, CopiesAreExact)
     describe({{L"dir", L"D:NO_ACCESS_CONTROL"}, {L"dir\\file", unreadable}});
     expect({{copy, "3 WSE-000066 1350"},
             {copy + "\\file", "4 WSE-000063: Input arguments are invalid. Internal error : Not a directory."},
-            {copy + "\\none", std::string("3") + readFailed + " 2"}});
+            {copy + "\\none", "3" + readFailed + " 2"}});
 }
 
 TEST_F(Trees, OfKeysKeepWhatTheyInherit)

@@ -272,7 +272,7 @@ TEST_F(HostileData, ListsAndSidsOfTheCaller)
     const auto addToToken = EXPORT_OF(subject.home, sswseAddACEOnDefaultDACLForSvcUser);
     for (const int handle : {0, -1, -2, -4, 1, 3, 4, 0x10000000}) {
         const HANDLE none = reinterpret_cast<HANDLE>(static_cast<intptr_t>(handle));
-        expectStatus("AddACEOnKernelObjectForUserOrGroup", addToObject(nullptr, none, "svc", 1));
+        EXPECT_EQ(addToObject(nullptr, none, "svc", 1), handle == 0 || handle == -1 ? 4u : 3u) << handle;
         expectStatus("AddACEOnDefaultDACLForSvcUser", addToToken(nullptr, none, "svc", 1));
     }
     subject.world().local() = subject.local;

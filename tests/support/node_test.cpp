@@ -73,22 +73,6 @@ Lines Nodes::plan()
 
 NodeTest::NodeTest() : Nodes(library), interception(library.module(), world) {}
 
-void NodeTest::expectNodeCases(const std::vector<NodeCase>& cases)
-{
-    for (const NodeCase& row : cases) {
-        SCOPED_TRACE(row.what);
-        std::string osError;
-        const auto call = [&](sswseErrRec* rec) {
-            const DWORD status = row.call(rec);
-            osError = rec->oserror;
-            return status;
-        };
-        expectCases({{row.what, call, row.status, row.message}});
-        EXPECT_EQ(osError, row.osError ? std::to_string(row.osError) : "");
-        EXPECT_EQ(plan(), Lines());
-    }
-}
-
 cli::Outcome NodeTest::invoke(const std::string& call) const
 {
     cli::Trace trace;

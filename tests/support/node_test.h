@@ -25,16 +25,6 @@ inline intercept::Fault failing(const char* function, DWORD code, size_t call = 
     return {call, code, function};
 }
 
-// A call on a node that changes nothing there.
-struct NodeCase
-{
-    const char* what;
-    Call call;
-    DWORD status;
-    const char* message = ""; // how the record's message begins; "" for an empty record
-    DWORD osError = 0;        // 0 for none in the record
-};
-
 // A call on a node in the words of keswsec.exe: what it answers, and what it changes there.
 struct Asked
 {
@@ -77,7 +67,6 @@ class NodeTest : public testing::Test, protected WithHome, protected Nodes
 protected:
     NodeTest();
 
-    void expectNodeCases(const std::vector<NodeCase>& cases);
     void expect(const std::vector<Asked>& rows);
     void expectAnswers(const std::vector<Asked>& rows); // whatever they change
     // On this machine and on DB2, whose name then stands for NODE; what is done again changes nothing.
