@@ -3,24 +3,19 @@
 #include "tests/journal/on_journal.h"
 
 #include "journal/sorter.h"
+#include "tests/support/subject.h"
 #include "whatif/security/descriptors.h"
 
 #include <fstream>
 
 using support::JournalTest;
+using support::replaced;
 using support::Told;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
 namespace {
-
-std::string replaced(std::string text, const std::string& from, const std::string& to)
-{
-    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
 
 // What the session throws, on one line.
 std::string refusalOf(const std::function<void()>& session)

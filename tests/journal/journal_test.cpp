@@ -2,7 +2,7 @@
 // else changes in between; where the process ends.
 #include "tests/journal/on_journal.h"
 
-#include "cli/text.h"
+#include "tests/support/subject.h"
 #include "whatif/model/kernel_objects.h"
 #include "whatif/model/registry.h"
 
@@ -238,8 +238,7 @@ TEST_F(JournalTest, AccountsHaveOtherSidsThanInThePlay)
     const std::string planned = "S-1-5-21-1-2-3-9999";
     const size_t begin = journal.find("S-1-5", journal.find("\"after\":{\"sid\":"));
     const std::string real = journal.substr(begin, journal.find('"', begin) - begin);
-    for (size_t at = journal.find(real); at != std::string::npos; at = journal.find(real, at))
-        journal.replace(at, real.size(), planned);
+    journal = support::replaced(journal, real, planned);
     journal.replace(journal.find("\"sids\":{"), 8, "\"sids\":{\"" + planned + "\":\"" + real + '"');
     write("ended", journal);
     write("begun", journal.substr(0, journal.find("{\"done\"")));

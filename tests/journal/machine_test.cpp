@@ -49,22 +49,12 @@ TEST_F(JournalOnMachine, SuccessWithoutEffectIsNone)
     EXPECT_TRUE(verified.isGood) << "what was never there has not been changed since\n" << verified.output;
 }
 
-namespace {
-
-size_t logons;
-
-BOOL WINAPI logonUser(LPCWSTR, LPCWSTR, LPCWSTR, DWORD, DWORD, PHANDLE)
-{
-    ++logons;
-    return FALSE;
-}
-
-} // namespace
-
 TEST_F(JournalOnMachine, APasswordIsTriedOnce)
 {
     whatif::Imports own(GetModuleHandleW(nullptr)); // those of the node that a call is played on
-    ASSERT_NE(own.redirect("LogonUserW", reinterpret_cast<void*>(logonUser)), nullptr);
+    static size_t logons;
+    const auto logonUser = [](LPCWSTR, LPCWSTR, LPCWSTR, DWORD, DWORD, PHANDLE) -> BOOL { return ++logons == 0; };
+    ASSERT_NE(own.redirect("LogonUserW", reinterpret_cast<void*>(+logonUser)), nullptr);
     EXPECT_THAT(onMachine("CheckValidUser username=keswine passwd=Never-to-be-seen-1").output,
                 HasSubstr("CheckValidUser"));
     EXPECT_EQ(logons, 0U);

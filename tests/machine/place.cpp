@@ -80,20 +80,11 @@ DWORD Words::number(const wchar_t* name, DWORD otherwise) const
     return text ? wcstoul(text, nullptr, 0) : otherwise;
 }
 
-Place::Place(whatif::World* node) : node_(node), home_(std::in_place), library_(home_->module())
+Place::Place(whatif::World* node, HMODULE redirected)
+    : node_(node), library_(redirected ? redirected : home_.emplace().module())
 {
-    if (node)
+    if (node && !redirected)
         redirection_.emplace(library_, *node);
-    open();
-}
-
-Place::Place(whatif::World& node, HMODULE redirected) : node_(&node), library_(redirected)
-{
-    open();
-}
-
-void Place::open()
-{
     std::filesystem::create_directories(scratch_.path() / "top" / "sub");
     std::ofstream(scratch_.path() / "top" / "sub" / "leaf").put('x');
     names_ = {{computerName(), L"{MACHINE}"}, {scratch_.path() / "top", L"{dir}"}};

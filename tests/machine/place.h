@@ -24,9 +24,9 @@ struct Words
 class Place
 {
 public:
-    explicit Place(whatif::World* node);            // NULL: this machine
-    Place(whatif::World& node, HMODULE redirected); // a library that calls the node already
-    ~Place();                                       // nothing is left of what the calls have made
+    // NULL: this machine; with a library that calls the node already.
+    explicit Place(whatif::World* node, HMODULE redirected = nullptr);
+    ~Place(); // nothing is left of what the calls have made
     Place(const Place&) = delete;
     Place& operator=(const Place&) = delete;
 
@@ -48,7 +48,6 @@ public:
     SC_HANDLE manager = nullptr;
 
 private:
-    void open();
     std::wstring filledIn(std::wstring text);
     std::wstring plain(std::wstring text) const;
 
@@ -72,7 +71,7 @@ protected:
             EXPECT_EQ(place.answer(call), answer) << call;
     }
 
-    Place place{world, library.module()};
+    Place place{&world, library.module()};
 };
 
 // The error of the call that has just answered.

@@ -2,6 +2,7 @@
 // name begins with MACHINE.
 #include "frame/owned.h"
 #include "tests/machine/place.h"
+#include "whatif/model/sids.h"
 #include "whatif/security/descriptors.h"
 
 #include <aclapi.h>
@@ -18,13 +19,20 @@ SE_OBJECT_TYPE typeOf(const Words& words)
     return wcsncmp(words[0], L"MACHINE", 7) == 0 ? SE_REGISTRY_KEY : SE_FILE_OBJECT;
 }
 
+// NAME; owner=1 for owner and group as well.
 std::wstring readNamed(Place& place, const Words& words)
 {
+    const SECURITY_INFORMATION owners =
+        words.find(L"owner") ? OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION : 0;
+    PSID owner = nullptr, group = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    const DWORD error = ON(GetNamedSecurityInfoW)(words[0], typeOf(words), DACL_SECURITY_INFORMATION, nullptr, nullptr,
-                                                  nullptr, nullptr, &descriptor);
-    const owned::Local<void> owner(descriptor);
-    return error ? to_wstring(error) : whatif::textOf(whatif::securityOf(descriptor));
+    const DWORD error = ON(GetNamedSecurityInfoW)(words[0], typeOf(words), owners | DACL_SECURITY_INFORMATION, &owner,
+                                                  &group, nullptr, nullptr, &descriptor);
+    const owned::Local<void> release(descriptor);
+    const std::wstring text = error ? to_wstring(error) : whatif::textOf(whatif::securityOf(descriptor));
+    return error || !owners
+               ? text
+               : L"O:" + whatif::sidText(owner) + L"G:" + whatif::sidText(group) + text.substr(text.find(L"D:"));
 }
 
 // NAME SDDL; protected=1 or 0, left as it is without.

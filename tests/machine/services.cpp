@@ -20,20 +20,19 @@ std::optional<std::wstring> dependenciesOf(const Words& words)
     return list;
 }
 
-std::wstring openManager(Place& place, const Words& words)
+std::wstring keptOrClosed(Place& place, const Words& words, SC_HANDLE handle)
 {
-    const SC_HANDLE opened = ON(OpenSCManagerW)(words.find(L"machine"), nullptr, SC_MANAGER_CONNECT);
-    const std::wstring answer = said(opened);
-    ON(CloseServiceHandle)(opened);
+    const std::wstring answer = said(handle);
+    if (handle && words.find(L"as"))
+        place.services[words.find(L"as")] = handle;
+    else
+        ON(CloseServiceHandle)(handle);
     return answer;
 }
 
-std::wstring kept(Place& place, const Words& words, SC_HANDLE service)
+std::wstring openManager(Place& place, const Words& words)
 {
-    const std::wstring answer = said(service);
-    if (service)
-        place.services[words.find(L"as")] = service;
-    return answer;
+    return keptOrClosed(place, words, ON(OpenSCManagerW)(words.find(L"machine"), nullptr, SC_MANAGER_CONNECT));
 }
 
 // NAME; it is deleted again when nobody keeps its handle.
@@ -45,21 +44,15 @@ std::wstring create(Place& place, const Words& words)
         words.number(L"type", SERVICE_WIN32_OWN_PROCESS), words.number(L"start", SERVICE_DEMAND_START),
         SERVICE_ERROR_NORMAL, L"C:\\kwt\\kwt.exe -x", nullptr, nullptr, dependencies ? dependencies->c_str() : nullptr,
         words.find(L"account"), words.find(L"password"));
-    if (!service || words.find(L"as"))
-        return kept(place, words, service);
-    const std::wstring deleted = said(ON(DeleteService)(service));
-    ON(CloseServiceHandle)(service);
-    return deleted;
+    if (service && !words.find(L"as"))
+        ON(DeleteService)(service);
+    return keptOrClosed(place, words, service);
 }
 
 std::wstring open(Place& place, const Words& words)
 {
-    const SC_HANDLE service = ON(OpenServiceW)(place.manager, words[0], words.number(L"access", SERVICE_QUERY_CONFIG));
-    if (words.find(L"as"))
-        return kept(place, words, service);
-    const std::wstring answer = said(service);
-    ON(CloseServiceHandle)(service);
-    return answer;
+    return keptOrClosed(place, words,
+                        ON(OpenServiceW)(place.manager, words[0], words.number(L"access", SERVICE_QUERY_CONFIG)));
 }
 
 std::wstring configuration(Place& place, const Words& words)
@@ -117,11 +110,6 @@ std::wstring secure(Place& place, const Words& words)
     return said(ON(SetServiceObjectSecurity)(place.services[words[0]], DACL_SECURITY_INFORMATION, descriptor.data()));
 }
 
-std::wstring remove(Place& place, const Words& words)
-{
-    return said(ON(DeleteService)(place.services[words[0]]));
-}
-
 std::wstring close(Place& place, const Words& words)
 {
     const SC_HANDLE service = place.services[words[0]];
@@ -142,7 +130,8 @@ std::map<std::string, Verb> serviceVerbs()
         {"ChangeServiceConfig2", changeSidType},
         {"QueryServiceObjectSecurity", security},
         {"SetServiceObjectSecurity", secure},
-        {"DeleteService", remove},
+        {"DeleteService",
+         [](Place& place, const Words& words) { return said(ON(DeleteService)(place.services[words[0]])); }},
         {"CloseServiceHandle", close},
     };
 }

@@ -3,7 +3,6 @@
 #include "services/service_key.h"
 #include "tests/support/cases.h"
 #include "tests/support/guarded_heap.h"
-#include "tests/support/trace_log.h"
 
 #include <gtest/gtest.h>
 
@@ -68,13 +67,6 @@ TEST(DependencyList, IsConvertedUpToItsEmptyName)
         EXPECT_EQ(support::messageOf(rec), isRefused ? "WSE-000012: Null or invalid Dependencies parameter." : "");
         EXPECT_EQ(wide ? std::wstring(wide.get(), expected.size()) : L"", expected);
     }
-}
-
-TEST(AccountOfAService, IsTracedAsTheCallersBufferHoldsIt)
-{
-    char account[] = "earlier";
-    const auto ask = support::calling(sswseGetSvcUserForService, nullptr, account, sizeof account, nullptr, "DB2");
-    EXPECT_EQ(support::argumentLine(ask), "nodename = DB2\nusername = earlier          \nServicename = (null)");
 }
 
 } // namespace

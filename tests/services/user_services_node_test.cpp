@@ -97,14 +97,9 @@ TEST_F(ServicesOfNodes, ThatCannotBeReadOrLookedUp)
         {failing("EnumServicesStatusExW", ERROR_MORE_DATA), "3 WSE-000060 234", "3 WSE-000060 234"},
     };
     for (const auto& [fault, ofUser, passwords] : rows) {
-        SCOPED_TRACE(string(fault.function) + " " + std::to_string(fault.code));
         // The first two look-ups are those of the account itself, the next two of the first start name.
-        interception.start(fault);
-        EXPECT_EQ(answer("GetAllServicesForUser username=.\\svc"), ofUser);
-        interception.finish();
-        interception.start(fault);
-        EXPECT_EQ(answer("ChangeServicesPwdForUser username=.\\svc password=new"), passwords);
-        interception.finish();
+        expectAnswers({{"GetAllServicesForUser username=.\\svc", ofUser, {}, fault},
+                       {"ChangeServicesPwdForUser username=.\\svc password=new", passwords, {}, fault}});
     }
 }
 

@@ -13,7 +13,6 @@ TEST(WhatIfAccess, FirstEntryDecidesAboutEachBit)
 {
     const Identities me = {{sidBytes(L"S-1-5-4"), sidBytes(L"S-1-1-0")}, {sidBytes(L"S-1-5-7")}};
     const std::pair<const wchar_t*, DWORD> cases[] = {
-        {L"O:SYD:(A;;0x1;;;IU)(D;;0x3;;;IU)(A;;0x6;;;WD)", 0x5},
         {L"O:SYD:(A;IO;0x4;;;IU)(D;OICIIO;0x1;;;IU)(A;ID;0x3;;;IU)", 0x3},
         {L"O:SYD:(A;;0x4;;;AN)(D;;0x1;;;AN)(A;;0x3;;;IU)", 0x2}, // a group that can only deny
         {L"O:IUD:(D;;WD;;;S-1-3-4)(A;;0x60000;;;IU)", READ_CONTROL},

@@ -83,7 +83,7 @@ TEST_F(WhatIfMachine, SecurityIsReadAndStaysAsItIs)
 TEST_F(WhatIfMachine, ServicesAreReadAndStayAsTheyAre)
 {
     machine::Place real(nullptr);
-    machine::Place place(world, library.module());
+    machine::Place place(&world, library.module());
     const std::string asMade = "16 3 1 0 [C:\\kwt\\kwt.exe -x][][LocalSystem][{Real}]";
     const std::tuple<machine::Place*, const char*, std::string> steps[] = {
         {&real, "CreateService {service} display={Real} as=real", "0"},

@@ -1,11 +1,8 @@
-#include "frame/owned.h"
 #include "tests/machine/place.h"
 #include "whatif/description/ini.h"
 #include "whatif/model/registry.h"
 #include "whatif/model/sids.h"
 #include "whatif/security/descriptors.h"
-
-#include <aclapi.h>
 
 #include <fstream>
 
@@ -34,20 +31,6 @@ protected:
     void describe(const std::filesystem::path& path, const std::wstring& sddl)
     {
         local.security[L"file " + path.wstring()] = sddl;
-    }
-
-    // Owner, group and list as one text, or the number of the error.
-    static std::wstring readNamed(const std::filesystem::path& path)
-    {
-        constexpr SECURITY_INFORMATION all =
-            OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
-        PSID owner = nullptr, group = nullptr;
-        PSECURITY_DESCRIPTOR descriptor = nullptr;
-        const DWORD error = CALL(GetNamedSecurityInfoW)(path.c_str(), SE_FILE_OBJECT, all, &owner, &group, nullptr,
-                                                        nullptr, &descriptor);
-        const owned::Local<void> release(descriptor);
-        const std::wstring text = error ? std::to_wstring(error) : textOf(securityOf(descriptor));
-        return error ? text : L"O:" + sidText(owner) + L"G:" + sidText(group) + text.substr(text.find(L"D:"));
     }
 
     const std::filesystem::path dir = place.directory();
@@ -102,7 +85,7 @@ TEST_F(WhatIfSecurity, NamedObjectsTellOwnerGroupAndList)
     };
     for (const auto& [described, told] : cases) {
         describe(file, described);
-        EXPECT_EQ(readNamed(file), told);
+        expect({{"GetNamedSecurityInfo {dir}\\file owner=1", narrow(told)}});
     }
 }
 
