@@ -156,12 +156,7 @@ std::string Place::answer(const std::string& call)
     cli::Trace trace;
     const cli::Outcome outcome =
         cli::invoke({library_, node_ ? whatif::closeServiceHandle : CloseServiceHandle, &trace}, cli::parseCall(texts));
-    std::string said = std::to_string(outcome.status) + " " + outcome.message;
-    if (!outcome.outputs.empty())
-        said += " = " + outcome.outputs.dump();
-    said = std::regex_replace(said, std::regex("\\s+"), " ");
-    said = std::regex_replace(said, std::regex("( O/S-Error: \\(OS \\d+\\)) [^=]*"), "$1"); // the system's own text
-    return cli::utf8FromWide(plain(cli::wideFromUtf8(said.substr(0, said.find_last_not_of(' ') + 1))));
+    return cli::utf8FromWide(plain(cli::wideFromUtf8(support::told(outcome, true))));
 }
 
 void describeLikeThisMachine(whatif::World& world)

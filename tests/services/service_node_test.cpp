@@ -129,17 +129,9 @@ TEST_F(ServiceOfHome, FollowsTheHomesUserWhenUpdated)
     }
 }
 
-struct ExistingService : NodeTest
+TEST_F(NodeTest, ServicesLeaveTheirGroupsLastOneFirstAndGo)
 {
-    ExistingService()
-    {
-        remote.services.emplace_back().name = L"TrustedInstaller"; // whose SID is known
-        remote.services.back().account = L"LocalSystem";
-    }
-};
-
-TEST_F(ExistingService, LeavesItsGroupsLastOneFirstAndGoes)
-{
+    remote.services.emplace_back().name = L"TrustedInstaller"; // whose SID is known
     for (const wchar_t* const group : {L"KES_A", L"KES_B", L"KES_C"})
         addGroup(remote, group, {L"S-1-5-19", whatif::serviceSid(L"TrustedInstaller")});
     addGroup(remote, L"KES_D", {L"S-1-5-19"});
@@ -150,8 +142,10 @@ TEST_F(ExistingService, LeavesItsGroupsLastOneFirstAndGoes)
               "DB2: service TrustedInstaller: deleted"}}});
 }
 
-TEST_F(ExistingService, TellsItsAccountItsSidAndTheNameOfThat)
+TEST_F(NodeTest, ServicesTellTheirAccountsTheirSidsAndTheNamesOfThose)
 {
+    remote.services.emplace_back().name = L"TrustedInstaller";
+    remote.services.back().account = L"LocalSystem";
     const std::string account = "GetSvcUserForService nodename=DB2 servicename=TrustedInstaller username.size=",
                       sidName = "GetServiceSidName svcname=KestelDB out.size=";
     const std::string noRoom = "3 WSE-000033: Insufficient output buffer for ";

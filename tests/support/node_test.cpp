@@ -80,9 +80,8 @@ cli::Outcome NodeTest::invoke(const std::string& call) const
                        cli::parseCall(cli::splitWords(call)));
 }
 
-std::string NodeTest::answer(const std::string& call, bool wholeMessage) const
+std::string told(const cli::Outcome& outcome, bool wholeMessage)
 {
-    const cli::Outcome outcome = invoke(call);
     std::string said = std::to_string(outcome.status);
     if (!outcome.message.empty())
         said += ' ' + outcome.message.substr(0, outcome.message.find_first_of(wholeMessage ? "\r\n" : ":\r\n"));
@@ -98,7 +97,7 @@ void NodeTest::expectAnswers(const std::vector<Asked>& rows)
     for (const Asked& row : rows) {
         SCOPED_TRACE(row.call.substr(0, 300));
         interception.start(row.fault);
-        const std::string said = answer(row.call, row.answer.find(':') != std::string::npos);
+        const std::string said = told(invoke(row.call), row.answer.find(':') != std::string::npos);
         EXPECT_EQ(said, row.answer);
         const auto left = interception.finish().balance;
         EXPECT_TRUE(left.empty() || said.find(" open") < said.size()) << "not released: " << left.begin()->first;

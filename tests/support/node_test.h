@@ -29,10 +29,13 @@ inline intercept::Fault failing(const char* function, DWORD code, size_t call = 
 struct Asked
 {
     std::string call;
-    std::string answer; // as NodeTest::answer tells it; with the whole message where that has a ':'
+    std::string answer; // as told() tells it; with the whole message where that has a ':'
     Lines changes = {};
     intercept::Fault fault = {};
 };
+
+// "3 WSE-000014 1332": status, number of the message, the system's error; "2 = svc 4" with what is given back.
+std::string told(const cli::Outcome& outcome, bool wholeMessage = false);
 
 // The nodes, which the calls of a copy of the library go to.
 class Nodes
@@ -73,8 +76,7 @@ protected:
     void expectTwiceOnEachNode(const std::vector<Asked>& rows);
 
     cli::Outcome invoke(const std::string& call) const;
-    // "3 WSE-000014 1332": status, number of the message, the system's error; "2 = svc 4" with what is given back.
-    std::string answer(const std::string& call, bool wholeMessage = false) const;
+    std::string answer(const std::string& call) const { return told(invoke(call)); }
 
     intercept::Interception interception;
 };

@@ -1,11 +1,7 @@
 // What a node that reads this machine sees of it, and that nothing it writes gets there.
-#include "frame/owned.h"
 #include "tests/machine/place.h"
 #include "whatif/model/names.h"
 #include "whatif/model/registry.h"
-#include "whatif/security/descriptors.h"
-
-#include <aclapi.h>
 
 namespace {
 
@@ -49,34 +45,19 @@ TEST_F(WhatIfMachine, RegistryIsReadAndStaysAsItIs)
     EXPECT_EQ(real.get("KESTEL_HOME_TYPE"), "no value");
 }
 
-std::wstring realSecurity(const std::wstring& object, SE_OBJECT_TYPE type)
-{
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    GetNamedSecurityInfoW(object.c_str(), type, DACL_SECURITY_INFORMATION, nullptr, nullptr, nullptr, nullptr,
-                          &descriptor);
-    const owned::Local<void> owner(descriptor);
-    return descriptor ? textOf(securityOf(descriptor)) : L"none";
-}
-
 TEST_F(WhatIfMachine, SecurityIsReadAndStaysAsItIs)
 {
     const RegistryHome home;
     const support::ScratchDirectory scratch;
-    const std::string key = "MACHINE\\Software\\Kestel\\KEY_keswsec_test";
-    char user[] = "SYSTEM";
-    char* users[] = {user};
-    for (const auto& [path, wtype, ptype, type] :
-         {std::tuple(scratch.path().string(), 1u, 6, SE_FILE_OBJECT), {key, 2u, 9, SE_REGISTRY_KEY}}) {
-        const std::wstring object(path.begin(), path.end());
-        const std::wstring before = realSecurity(object, type);
-        sswseErrRec rec;
-        world.clearPlan();
-        EXPECT_EQ(EXPORT(sswseAddACLOnObjectForUser)(&rec, wtype, path.c_str(), users, 1, ptype, 0),
-                  DWORD{SSWSE_SUCCESS})
-            << rec.message;
-        ASSERT_EQ(world.plan().size(), 1u);
-        EXPECT_NE(world.plan()[0].before.text.find(before), std::wstring::npos);
-        EXPECT_EQ(realSecurity(object, type), before);
+    machine::Place real(nullptr);
+    machine::Place place(&world, library.module());
+    for (const std::string& object : {'"' + scratch.path().string() + "\" wtype=1 ptype=6",
+                                      std::string("MACHINE\\Software\\Kestel\\KEY_keswsec_test wtype=2 ptype=9")}) {
+        const std::string read = "GetNamedSecurityInfo " + object, before = real.answer(read);
+        EXPECT_EQ(place.answer(read), before);
+        EXPECT_EQ(place.answer("AddACLOnObjectForUser usernames=SYSTEM path=" + object), "2");
+        EXPECT_NE(place.answer(read), before);
+        EXPECT_EQ(real.answer(read), before);
     }
 }
 
