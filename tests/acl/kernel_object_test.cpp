@@ -68,7 +68,7 @@ TEST_F(KernelObjects, GetTheEntryUnlessTheyHaveAsMuch)
     });
 }
 
-TEST_F(KernelObjects, AreReachedByHandlesAndAccountsByAnySpelling)
+TEST_F(KernelObjects, AreFoundByNamesAndAccountsByAnySpelling)
 {
     addGroup(local, L"KES_h1_SVCACCTS");
     local.security[event] = L"D:(A;;FA;;;SY)";
