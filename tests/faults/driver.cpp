@@ -142,12 +142,14 @@ private:
     // Nothing fails. Tells what is called, and the routines that are under way then.
     bool runAsItIs(const std::string& what)
     {
-        clean_ = runOnce(what, {});
+        clean_ = runOnce(what, scenario_.fault);
         counts_.reached.insert(clean_.trail.reached.begin(), clean_.trail.reached.end());
         const bool isExpected = clean_.status == scenario_.status;
         complain(what, isExpected ? judge(clean_, nullptr) : "not as expected: " + describe(clean_));
-        return isExpected && runTraced(what + ", traced", {}) &&
-               runTraced(what + ", traced without argument lines", {0, 0, nullptr, true});
+        intercept::Fault withoutLines = scenario_.fault;
+        withoutLines.argumentLines = true;
+        return isExpected && runTraced(what + ", traced", scenario_.fault) &&
+               runTraced(what + ", traced without argument lines", withoutLines);
     }
 
     // Tracing changes nothing, a trace line that cannot be had does not, and neither does what fresh blocks hold.
@@ -166,9 +168,10 @@ private:
         complain(what, same ? "" : "not as it is untraced");
         for (intercept::Line& line : traced.trail.lines)
             line.text = subject_.withoutPlaces(line.text, line.row != nullptr);
+        const bool hasResult = !scenario_.about && call_.function->result != cli::Result::nothing;
         if (isOnPage)
-            counts_.scenes.push_back(
-                {scenario_.name, subject_.withoutPlaces(resultOf(traced), false), std::move(traced.trail.lines)});
+            counts_.scenes.push_back({scenario_.name, hasResult ? subject_.withoutPlaces(resultOf(traced), false) : "",
+                                      std::move(traced.trail.lines)});
         clean_.trail = std::move(traced.trail);
         return same;
     }

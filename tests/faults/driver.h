@@ -21,6 +21,7 @@ struct Scenario
     DWORD status; // of the run in which nothing is made to fail
     Subject::Prepare prepare = {};
     bool isForThePage = false;   // made as it is only: nothing more is made to fail
+    intercept::Fault fault = {}; // but this
     const char* about = nullptr; // the function that it counts for, when that is one that releases what the call gives
 };
 
@@ -86,7 +87,7 @@ bool isPlanAsExpected(const Plan& plan, const Plan& whole, size_t before, bool g
 struct Scene
 {
     const char* name;
-    std::string result;
+    std::string result; // empty for a function without one
     std::vector<intercept::Line> lines;
 };
 

@@ -94,6 +94,7 @@ const std::vector<Exception>& exceptions()
          "Without a home key the environment tells the name; the message stays."},
         {E::noFailure, "sswseSetUnameForKhome|sswseCheckOSGroup", nullptr, any,
          "A name that may be a group is taken for none; the message tells.", same, "|KESTEL_SVCUSER_"},
+        {E::noFailure, "sswseSetKestelHomeType", "RegFlushKey", any, "The type is stored, if not on disk yet."},
         {E::noFailure, "sswseIsSvcUserVirtualAccount", "RegQueryValueExW", only(ERROR_FILE_NOT_FOUND),
          "What is not recorded is no virtual account.", SSWSE_NO},
         // services

@@ -138,7 +138,7 @@ std::string platformCallsOf(const Report& report)
     for (const auto& [name, counts] : report.functions) {
         page << "\n## `" << name << "`\n";
         for (const Scene& scene : counts.scenes) {
-            page << '\n' << scene.name << ": " << scene.result << ":\n\n";
+            page << '\n' << scene.name << (scene.result.empty() ? "" : ": ") << scene.result << ":\n\n";
             for (const intercept::Line& line : scene.lines)
                 page << std::string(4 + 2 * line.depth, ' ') << line.text << '\n';
         }

@@ -6,8 +6,9 @@ namespace faults {
 
 namespace {
 
+using support::failing;
+
 constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_h1";
-constexpr wchar_t svc[] = L"S-1-5-21-1-2-3-2001";
 
 void putMessageModule(Subject& s)
 {
@@ -22,22 +23,21 @@ void withPasswordPolicy(Subject& s)
 
 void withRights(Subject& s)
 {
-    for (const wchar_t* const right : {L"SeServiceLogonRight", L"SeCreateSymbolicLinkPrivilege"})
-        s.local.rights[right] = s.remote.rights[right] = {svc};
+    for (whatif::Node* const node : {&s.local, &s.remote})
+        for (const wchar_t* const right : {L"SeServiceLogonRight", L"SeCreateSymbolicLinkPrivilege"})
+            node->rights[right] = {node->sid + L"-2001"};
 }
 
 // ---- homes -----------------------------------------------------------------------------------------------------------
 
-void withEnvironment(Subject& s)
+auto withVariables(bool andKey)
 {
-    s.home.removeKeyFile();
-    s.setEnvironment("KESTEL_HOME_KEY", "KEY_h1");
-    s.setEnvironment("KESTEL_HOME_NAME", "h1");
-}
-
-void withSource(Subject& s)
-{
-    s.world().registry().createKey(s.remote, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestel");
+    return [=](Subject& s) {
+        s.home.removeKeyFile();
+        s.setEnvironment("KESTEL_HOME_NAME", "h1");
+        if (andKey)
+            s.setEnvironment("KESTEL_HOME_KEY", "KEY_h1");
+    };
 }
 
 // What the home records.
@@ -47,6 +47,7 @@ auto with(const wchar_t* value, const wchar_t* text)
 }
 
 const auto withVirtualAccounts = with(L"KESTEL_SVCUSER_TYPE", L"V");
+const auto withLocalSystem = with(L"KESTEL_SVCUSER", L"NT AUTHORITY\\SYSTEM");
 const auto withManaged = with(L"KESTEL_SVCUSER", L"CORP\\gmsa$");
 
 void withoutFacts(Subject& s)
@@ -69,7 +70,7 @@ void withServices(Subject& s)
         second.name = second.displayName = L"KesTwo";
         second.account = node->name + L"\\svc";
         node->services.insert(node->services.begin() + 1, second);
-        node->groups.push_back({L"KES_h1_SVCSIDS", L"", L"S-1-5-21-1-2-3-3001", {}});
+        node->groups.push_back({L"KES_h1_SVCSIDS", L"", node->sid + L"-3001", {}});
         for (whatif::Group& group : node->groups)
             if (group.name == L"KES_DBA" || group.name.compare(0, 7, L"KES_h1_") == 0)
                 group.members.insert(group.members.end(), std::begin(sids), std::end(sids));
@@ -114,6 +115,22 @@ auto closing(const wchar_t* sddl)
     return [=](Subject& s) { describe(s, L"\\file", sddl); };
 }
 
+// What the second call of a function finds.
+void withEntries(Subject& s)
+{
+    s.makeGroup();
+    describe(s, L"\\file", L"D:P(A;OICI;FA;;;" + s.local.groups.back().sid + L')');
+    for (const wchar_t* const name : {L"", L"\\sub", L"\\sub\\file"})
+        describe(s, name, L"D:P(A;;FA;;;BA)");
+    s.local.security[L"event Ready"] = L"D:(A;;0x1f0003;;;BA)(A;;0x2;;;" + s.local.sid + L"-2001" + L')';
+}
+
+void withListeners(Subject& s)
+{
+    support::Nodes::addGroup(s.local, L"KES_MESH_LISTENERS");
+    support::Nodes::addGroup(s.local, L"KES_CLX_USERS");
+}
+
 const auto closeFile = closing(L"O:SYD:P");
 
 // The tree and the key of the home, with one below.
@@ -136,7 +153,6 @@ const auto giveLittle = securing(L"(A;OICI;GR;;;WD)");
 void giveOnVlfs(Subject& s)
 {
     give(s);
-    s.local.security[L"file C:\\"] = L"D:P(A;;GA;;;BA)(A;;GA;;;SY)(A;;GA;;;S-1-5-21-1-2-3-2001)"; // the volume
     s.putOnVlfs();
 }
 
@@ -152,8 +168,8 @@ const std::vector<Scenario>& scenarios()
         {"TraceOn", "on", 1},
         {"TraceOn -callback", "no callback", 0},
         {"TraceOff", "off", 1},
-        {"ConvertUnameToSID", "a SID", 2, {}, false, "sswseFreeMemory"},
-        {"CheckUserPrivileges", "two strings", 0, {}, false, "sswseFreeArrayofStrings"},
+        {"ConvertUnameToSID", "a SID", 2, {}, false, {}, "sswseFreeMemory"},
+        {"CheckUserPrivileges", "two strings", 0, {}, false, {}, "sswseFreeArrayofStrings"},
         {"IsOSVistaOrAbove", "yes", 1},
         {"IsOSWin7OrAbove", "yes", 1},
         {"IsOSWin8OrAbove", "yes", 1},
@@ -168,11 +184,13 @@ const std::vector<Scenario>& scenarios()
         {"IsNameBuiltinAcc accname=\"NT AUTHORITY\\NETWORK SERVICE\"", "the third one", 1},
         {"IsNameBuiltinAcc accname=svc", "none", 3},
         {"CheckValidUser username=CORP\\svc", "a domain user", 2},
+        {"CheckValidUser", "a user without a domain", 2, {}, true},
         {"CreateKestelSVCUser", "a new user", 2},
         {"DeleteKestelSVCUser", "a user", 2},
         {"IsPasswordValid", "good", 1},
         {"IsPasswordValid", "too short", 0, withPasswordPolicy},
         {"IsAdministrator", "yes", 1},
+        {"IsAdministrator", "nested groups are not told", 1, {}, true, failing("NetUserGetLocalGroups", 5, 1)},
         {"IsAdministrator username=CORP\\svc", "no", 0},
         {"IsManagedSVCAccount username=CORP\\gmsa$", "yes", 1},
         {"IsGroupManagedSVCAccount cUser=CORP\\gmsa$", "yes", 1},
@@ -181,47 +199,58 @@ const std::vector<Scenario>& scenarios()
         {"GrantPrivilegesToUser", "on this machine", 2},
         {"GrantPrivilegesToUser nodename=DB2", "on a node", 2},
         {"RevokePrivilegesFromUser nodename=DB2", "on a node", 2, withRights},
+        {"RevokePrivilegesFromUser", "who has none", 2, {}, true},
         {"CheckUserPrivileges username=CORP\\svc", "missing", 0},
         {"CheckUserPrivileges", "held", 1, withRights},
         // local groups
         {"CreateOSGroup groupname=KES_NEW groupdesc=comment", "on this machine", 2},
         {"CreateOSGroup groupname=KES_NEW nodename=DB2", "on a node", 2},
         {"CheckOSGroup groupname=KES_DBA nodename=DB2", "yes", 1},
+        {"CheckOSGroup groupname=KES_NEW", "no", 0, {}, true},
+        {"DeleteOSGroup groupname=KES_NEW", "none", 2, {}, true},
         {"DeleteOSGroup groupname=KES_DBA nodename=DB2", "on a node", 2},
+        {"AddUserToGroup", "a member", 2, {}, true},
+        {"RemoveUserFromGroup username=nobody", "no member", 2, {}, true},
         {"AddUserToGroup username=nobody groupname=KES_DBA", "a group", 2},
         {"AddUserToGroup username=nobody groupname=KES_NEW nodename=DB2", "a new group on a node", 2},
         {"RemoveUserFromGroup groupname=KES_DBA nodename=DB2", "on a node", 2},
         {"CheckUserInGroup groupname=KES_DBA directflg=1 nodename=DB2", "a direct member", 1},
         {"CheckUserInGroup username=CORP\\svc", "through another group", 1},
+        {"CheckUserInGroup username=CORP\\svc directflg=1", "only through another group", 0, {}, true},
         {"CheckUserInGroup username=\"NT AUTHORITY\\SYSTEM\" groupname=KES_DBA", "a built-in account", 0},
         // home key, type and name, the recorded service user, event-log sources
         {"GetKestelHomeKey khkey.size=7", "key file", 2},
-        {"GetKestelHomeKey khkey.size=7", "environment", 2, withEnvironment},
+        {"GetKestelHomeKey khkey.size=7", "environment", 2, withVariables(true)},
         {"GetKestelHomeType khtype.size=3", "on this machine", 2},
         {"GetKestelHomeType khtype.size=3 nodename=DB2", "on a node", 2},
         {"SetKestelHomeType khometype=2 nodename=DB2", "on a node", 2},
         {"IsKhomeTypeValid", "yes", 1},
         {"GetKestelHomeName khname.size=4", "key file", 2},
-        {"GetKestelHomeName khname.size=4", "environment", 2, withEnvironment},
+        {"GetKestelHomeName khname.size=4", "environment", 2, withVariables(true)},
+        {"GetKestelHomeName khname.size=4", "environment alone", 2, withVariables(false), true},
         {"GetKestelHomeTypeForKHPath khtype.size=3", "on this machine", 2},
         {"GetKestelHomeTypeForKHPath khomepath=D: khtype.size=3 nodename=DB2", "on a node", 2},
         {"SetUnameForKhome uname=nobody", "a user", 2, withoutFacts},
         {"SetUnameForKhome uname=LOCAL_SYSTEM nodename=DB2", "a keyword, on a node", 2, withoutFacts},
         {"SetUnameForKhome uname=KES_DBA", "a group", 2, withoutFacts},
+        {"SetUnameForKhome uname=CORP\\gmsa$", "a managed account", 2, withoutFacts, true},
+        {"SetUnameForKhome uname=LOCAL_SERVICE", "another keyword", 2, withoutFacts, true},
         {"GetUnameForKhome uname.size=4", "on this machine", 2},
         {"GetUnameForKhome uname.size=4 nodename=DB2", "on a node", 2},
         {"GetUnameForKhomePath uname.size=4 nodename=DB2", "on a node", 2},
         {"IsSVCUserMSA", "yes", 1, withManaged},
         {"IsSVCUserGMSA", "yes", 1, withManaged},
         {"IsSVCUserPasswordRequired nodename=DB2", "yes", 1},
-        {"IsSvcUserLocalSystem", "yes", 1, with(L"KESTEL_SVCUSER", L"NT AUTHORITY\\SYSTEM")},
+        {"IsSvcUserLocalSystem", "yes", 1, withLocalSystem},
         {"IsSvcUserLocalService", "yes", 1, with(L"KESTEL_SVCUSER", L"NT AUTHORITY\\LOCAL SERVICE")},
         {"IsSvcUserVirtualAccount", "yes", 1, withVirtualAccounts},
+        {"IsSvcUserVirtualAccount nodename=DB2", "no, on a node", 0, {}, true},
         {"GetVAGroupnameForKHomename groupname.size=16", "a name", 2},
         {"GetKHomeNameFromVAGroupName homename.size=3", "a group name", 2},
         {"CreateSVCEventRegEntry", "on this machine", 2},
+        {"CreateSVCEventRegEntry Types=1", "some types", 2, {}, true},
         {"CreateSVCEventRegEntry nodename=DB2", "on a node", 2},
-        {"DeleteSVCEventRegEntry nodename=DB2", "on a node", 2, withSource},
+        {"DeleteSVCEventRegEntry nodename=DB2", "on a node", 2, &Subject::makeSource},
         // services
         {"CreateService", "database under the service user", 2},
         {"CreateService", "database under a virtual account", 2, withVirtualAccounts},
@@ -231,10 +260,23 @@ const std::vector<Scenario>& scenarios()
          with(L"KESTEL_HOME_TYPE", L"2")},
         {"CreateService", "database under LocalSystem on a domain controller", 2,
          [](Subject& s) {
-             with(L"KESTEL_SVCUSER", L"NT AUTHORITY\\SYSTEM")(s);
+             withLocalSystem(s);
              s.makeDomainController();
          }},
         {"CreateService binpath=C:\\h1\\bin\\other.exe", "without a row", 2},
+        {"CreateService binpath=C:\\h1\\bin\\kesvssw.exe", "backup under LocalSystem", 2, withLocalSystem, true},
+        {"CreateService binpath=C:\\h1\\bin\\batchrun.exe", "batch runs", 2, {}, true},
+        {"CreateService servicename=KestelVLMService", "volumes of home type 0, whose SID type stays", 2,
+         with(L"KESTEL_HOME_TYPE", L"0"), true},
+        {"CreateService binpath=C:\\h1\\bin\\other.exe", "without a row, under a virtual account", 2,
+         withVirtualAccounts, true},
+        {"CreateService", "its SID type is not taken", 2, {}, true, failing("ChangeServiceConfig2W", 5)},
+        {"UpdateService -username", "its security is not told", 2, {}, true, failing("QueryServiceObjectSecurity", 5)},
+        {"UpdateService -username", "its security is not taken", 2, {}, true, failing("SetServiceObjectSecurity", 5)},
+        {"UpdateService -username", "without administrators' groups", 2, withServicesOfTheHome, true},
+        {"UpdateService -username", "under LocalSystem", 2, withLocalSystem, true},
+        {"UpdateService -username binpath=C:\\h1\\bin\\keslsnr.exe nodename=DB2",
+         "listener under a virtual account, on a node", 2, withVirtualAccounts, true},
         {"UpdateService -username", "database under the service user", 2},
         {"UpdateService -username binpath=C:\\h1\\bin\\keslsnr.exe nodename=DB2", "listener of home type 0, on a node",
          2, with(L"KESTEL_HOME_TYPE", L"0")},
@@ -247,6 +289,7 @@ const std::vector<Scenario>& scenarios()
         {"GetAllServicesInKHForUser -khomepath", "own home", 2, withServices},
         {"ChangeServicesPwdForUser", "on this machine", 2, withServices},
         {"ChangeServicesPwdInKHForUser khomepath=D:/ nodename=DB2", "on a node", 2, withServices},
+        {"GetAllServicesForUser username=S-1-5-21-1-2-3-2001", "of a SID", 2, withServices, true},
         {"IsSvcRunningAsLocalSystem nodename=DB2", "no", 0},
         {"DeleteSVCSidsFromKESHomeGroups -khomepath", "own home", 2, withServices},
         {"DeleteSVCSidsFromKESHomeGroups khomepath=D: nodename=DB2", "on a node", 2, withServices},
@@ -260,27 +303,35 @@ const std::vector<Scenario>& scenarios()
         {"AddACLOnObjectForUser wtype=2 path=MACHINE\\Software\\Kestel\\KEY_h1 ptype=9", "a key", 2},
         {"AddACLOnObjectForUser wtype=2 path=\\\\DB2\\MACHINE\\Software\\Kestel\\KEY_h1 ptype=9", "a key of a node", 2},
         {"AddACLOnObjectForUser wtype=3 path=FILES -usernames ptype=7", "for groups", 2},
+        {"AddACLOnObjectForUser wtype=1 path=FILES\\sub ptype=4", "for listeners", 2, withListeners, true},
+        {"AddACLOnObjectForUser wtype=1 path=FILES\\sub ptype=5", "for more groups", 2, withListeners, true},
         {"SetACLOnObjectForUser wtype=1 path=FILES ptype=0 inheritable=1", "a tree", 2},
         {"SetACLOnObjectForUser wtype=1 path=FILES ptype=0 inheritable=1", "a tree with a file out of reach", 2,
          closeFile, true},
         {"SetACLOnObjectForUser wtype=2 path=\\\\DB2\\MACHINE\\Software\\Kestel\\KEY_h1 "
          "usernames=localsystem usernames=.\\svc usernames=S-1-5-11 ptype=9",
          "a key of a node", 2},
-        {"AddACLOnObjectForUser2 wtype=1 path=FILES ptype=1 inheritable=1 excludelist=none excludelist=SUB/file",
+        {"AddACLOnObjectForUser2 wtype=1 path=FILES ptype=1 inheritable=1 installuser=CORP\\svc excludelist=none "
+         "excludelist=SUB/file",
          "all but some of a tree", 2},
         {"SetACLOnObjectForUser2 wtype=1 path=FILES\\sub -usernames ptype=10 inheritable=1 installuser=.\\svc "
          "excludelist=none excludelist=SUB/file",
          "a mount point", 2, &Subject::putOnVlfs},
         {"RevokeACLOnObjectForUser wtype=1 path=FILES usernames=S-1-5-11 usernames=svc inheritable=1", "a tree", 2,
          allowReaders},
-        {"RevokeACLOnObjectForUser path=FILES\\file usernames=S-1-5-11", "a mount point", 2, allowOnVlfs},
+        {"RevokeACLOnObjectForUser path=FILES\\file usernames=nobody", "nothing to revoke", 2, allowReaders, true},
+        {"RevokeACLOnObjectForUser wtype=1 path=FILES\\sub usernames=S-1-5-11", "a mount point", 2, allowOnVlfs},
         {"RevokeACLOnObjectForUser wtype=2 path=MACHINE\\Software\\Kestel\\KEY_h1 usernames=S-1-5-11 usernames=svc",
          "a key", 2, allowReaders},
         {"AddFullPermForSVCSIDSGroup wtype=1 path=FILES inheritable=1", "a tree", 2, &Subject::makeGroup},
         {"AddFullPermForSVCSIDSGroup wtype=2 path=\\\\DB2\\MACHINE\\Software\\Kestel\\KEY_h1", "a key of a node", 2,
          &Subject::makeGroup},
+        {"AddFullPermForSVCSIDSGroup path=FILES\\file", "a file that has it", 2, withEntries, true},
         {"CopyPermissionsFromParentToChildren path=FILES", "a tree", 2, allowReaders},
+        {"CopyPermissionsFromParentToChildren path=FILES\\sub", "a child that has them", 2, withEntries, true},
         {"CheckACLOnObjectForUser path=FILES\\file ptype=10", "a file", 0, giveLittle},
+        {"CheckACLOnObjectForUser path=FILES\\file", "denied", 0, closing(L"D:P(D;;FA;;;BA)"), true},
+        {"CheckACLOnObjectForUser path=FILES\\file", "without a list", 0, closing(L"D:NO_ACCESS_CONTROL"), true},
         {"CheckACLOnObjectForUser wtype=1 path=FILES ptype=1 inheritable=1", "a tree", 1, give},
         {"CheckACLOnObjectForUser wtype=1 path=FILES\\sub", "a mount point", 1, giveOnVlfs},
         {"CheckACLOnObjectForUser wtype=2 path=MACHINE\\Software\\Kestel\\KEY_h1 ptype=9", "a key", 1, give},
@@ -291,9 +342,11 @@ const std::vector<Scenario>& scenarios()
          "a tree", 0, give},
         {"CheckACLsOnObject wtype=2 path=MACHINE\\Software\\Kestel\\KEY_h1 mask=0xF003F inheritable=1 -findings -count",
          "keys", 1, give},
+        {"CheckACLsOnObject path=FILES\\file usernames=KES_DBA mask=1", "a group", 4, give, true},
         {"AddAceToACL pszTrustee=S-1-5-32-544 TrusteeType=2 dwAccessRights=0x1F01FF acl=D:(A;;FR;;;BU)",
          "a second entry", 2},
         {"AddACEOnKernelObjectForUserOrGroup username=.\\svc", "an event", 2},
+        {"AddACEOnKernelObjectForUserOrGroup username=.\\svc", "an event that has it", 2, withEntries, true},
         {"AddACEOnKernelObjectForUserOrGroup object=\"process 17\" username=NODE\\LocalSystem accessmask=0x100000",
          "a process, for LocalSystem", 2},
         {"AddACEOnDefaultDACLForSvcUser username=CORP\\svc accessmask=0x80000000", "another process", 2},
@@ -301,7 +354,11 @@ const std::vector<Scenario>& scenarios()
          2},
         {"GetPredefKey path=\\\\DB2\\MACHINE\\Software", "of a node", 2},
         {"CheckAccessMask list=D:(A;;FA;;;BA)(A;;FA;;;SY) sid=S-1-5-32-544 mask=0x120089", "yes", 1},
+        {"CheckAccessMask list=D:(A;;FR;;;BA) sid=S-1-5-32-544 mask=0x1F01FF", "no", 0, {}, true},
+        {"CheckAccessMask", "no valid SID", 3, {}, true, failing("IsValidSid", ERROR_INVALID_SID)},
         {"setPermissions wFilename=FILES\\file", "a file", 0},
+        {"setPermissions wFilename=FILES\\file isAdmin=1", "a file for administrators", 0, {}, true},
+        {"setPermissions2 wFilename=FILES\\file", "a file", 0, {}, true},
         {"setPermissions wFilename=FILES", "a tree", 0},
         {"setPermissions wFilename=FILES", "a tree with a file out of reach", 3, closeFile, true},
         {"setPermissions2 wFilename=FILES isAdmin=1", "a tree with a file that cannot be written", 3,

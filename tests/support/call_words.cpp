@@ -64,6 +64,7 @@ const std::map<std::string, std::vector<Constant>>& constants()
         {"key", NAMED(KEY_ALL_ACCESS, KEY_READ, KEY_WRITE, KEY_QUERY_VALUE, KEY_SET_VALUE, KEY_ENUMERATE_SUB_KEYS,
                       READ_CONTROL, WRITE_DAC)},
         {"keyoptions", NAMED(REG_OPTION_NON_VOLATILE)},
+        {"linkoption", NAMED(REG_OPTION_OPEN_LINK)},
         {"valuetype", NAMED(REG_SZ, REG_EXPAND_SZ, REG_DWORD)},
         {"manager",
          NAMED(SC_MANAGER_ALL_ACCESS, SC_MANAGER_CONNECT, SC_MANAGER_CREATE_SERVICE, SC_MANAGER_ENUMERATE_SERVICE)},
@@ -83,6 +84,11 @@ const std::map<std::string, std::vector<Constant>>& constants()
         {"desired", NAMED(MAXIMUM_ALLOWED)},
         {"atend", NAMED(MAXDWORD)},
         {"aclclass", NAMED(AclSizeInformation)},
+        {"aclrevision", NAMED(ACL_REVISION, ACL_REVISION_DS)},
+        {"revision", NAMED(SECURITY_DESCRIPTOR_REVISION)},
+        {"boolean", NAMED(FALSE, TRUE)},
+        {"inheritance", NAMED(NO_INHERITANCE, OBJECT_INHERIT_ACE, CONTAINER_INHERIT_ACE, INHERIT_ONLY_ACE)},
+        {"groupattributes", NAMED(SE_GROUP_ENABLED)},
         {"mode", NAMED(GRANT_ACCESS, SET_ACCESS, DENY_ACCESS, REVOKE_ACCESS)},
         {"form", NAMED(TRUSTEE_IS_SID, TRUSTEE_IS_NAME)},
         {"trustee", NAMED(TRUSTEE_IS_UNKNOWN, TRUSTEE_IS_USER, TRUSTEE_IS_GROUP)},
@@ -125,9 +131,13 @@ std::string quoted(const Char* text)
     return text ? '"' + std::string(text, text + std::char_traits<Char>::length(text)) + '"' : "NULL";
 }
 
+// With its lengths, unless they are those of the whole text without and with its end.
 std::string quoted(const LSA_UNICODE_STRING& text)
 {
-    return quoted(std::wstring(text.Buffer, text.Length / sizeof(wchar_t)).c_str());
+    const size_t length = wcslen(text.Buffer) * sizeof(wchar_t);
+    const bool isWhole = text.Length == length && text.MaximumLength == length + sizeof(wchar_t);
+    return quoted(text.Buffer) +
+           (isWhole ? "" : ' ' + std::to_string(text.Length) + '/' + std::to_string(text.MaximumLength));
 }
 
 std::string sidWords(PSID sid)
@@ -140,6 +150,15 @@ std::string sddl(const whatif::Security& security)
 {
     const std::wstring text = textOf(security);
     return {text.begin(), text.end()};
+}
+
+std::string descriptorWords(PSECURITY_DESCRIPTOR descriptor)
+{
+    PSID owner = nullptr;
+    BOOL defaulted = FALSE;
+    GetSecurityDescriptorOwner(descriptor, &owner, &defaulted);
+    const std::string rest = sddl(whatif::securityOf(descriptor)); // where the administrators need not be named
+    return (owner && rest.rfind("O:", 0) != 0 ? "O:BA" : "") + rest;
 }
 
 std::string aclWords(const ACL* acl)
@@ -167,8 +186,8 @@ std::string entryWords(const Entry& entry)
 {
     const auto& trustee = entry.Trustee;
     return '{' + hex(entry.grfAccessPermissions) + ", " + constantWords("mode", entry.grfAccessMode) + ", " +
-           hex(entry.grfInheritance) + ", " + constantWords("form", trustee.TrusteeForm) + ", " +
-           constantWords("trustee", trustee.TrusteeType) + ", " +
+           constantWords("inheritance", entry.grfInheritance) + ", " + constantWords("form", trustee.TrusteeForm) +
+           ", " + constantWords("trustee", trustee.TrusteeType) + ", " +
            (trustee.TrusteeForm == TRUSTEE_IS_SID ? sidWords(trustee.ptstrName) : quoted(trustee.ptstrName)) + '}';
 }
 
@@ -212,6 +231,9 @@ public:
             std::string word = argument(i);
             if (word.front() == '"')
                 word = word.substr(1, word.size() - 2);
+            constexpr char manager[] = "service manager"; // or it " of DB2"
+            if (word.rfind(manager, 0) == 0)
+                word = word == manager ? "NULL" : word.substr(strlen("service manager of "));
             if (word != "NULL")
                 text += form.substr(at + 1, end - at - 2) + word;
             at = end;
@@ -258,6 +280,21 @@ private:
         return "out";
     }
 
+    // Of what its descriptor is of.
+    std::string list(size_t i) const
+    {
+        for (const auto& [address, name] : names_) {
+            BOOL isPresent = FALSE;
+            BOOL isDefault = FALSE;
+            ACL* dacl = nullptr;
+            if (name.rfind("security of ", 0) == 0 && raw_[i] &&
+                GetSecurityDescriptorDacl(reinterpret_cast<void*>(address), &isPresent, &dacl, &isDefault) &&
+                dacl == as<ACL*>(i))
+                return "list" + name.substr(strlen("security"));
+        }
+        return byType(i);
+    }
+
     // `count` of what is at `first`.
     template <class T, class Words>
     static std::string listed(const T* first, size_t count, Words words)
@@ -288,6 +325,17 @@ const std::map<std::string, Describing::Kind>& Describing::kinds()
     using D = const Describing&;
     static const std::map<std::string, Kind> all = {
         {"in", [](D d, size_t i) -> std::string { return d.raw_[i] ? "in" : "NULL"; }},
+        {"zeroes", // of the platform's attributes for a policy
+         [](D d, size_t i) -> std::string {
+             const LSA_OBJECT_ATTRIBUTES none = {};
+             return d.raw_[i] && memcmp(d.as<void*>(i), &none, sizeof none) == 0 ? "{0}" : "in";
+         }},
+        {"at",
+         [](D d, size_t i) {
+             const auto known = d.names_.find(*d.as<uintptr_t*>(i));
+             return known == d.names_.end() ? "out" : known->second;
+         }},
+        {"list", [](D d, size_t i) { return d.list(i); }},
         {"hex", [](D d, size_t i) { return hex(d.number(i)); }},
         {"secret", [](D d, size_t i) -> std::string { return d.raw_[i] ? "****" : "NULL"; }},
         {"ansi", [](D d, size_t i) { return quoted(d.as<const char*>(i)); }},
@@ -352,7 +400,7 @@ const std::map<std::string, Describing::Kind>& Describing::kinds()
          [](D d, size_t i) { return constantWords("sidtype", d.as<SERVICE_SID_INFO*>(i)->dwServiceSidType); }},
         {"acl", [](D d, size_t i) { return aclWords(d.as<ACL*>(i)); }},
         {"ace", [](D d, size_t i) { return aceWords(d.as<ACE_HEADER*>(i)); }},
-        {"descriptor", [](D d, size_t i) { return sddl(whatif::securityOf(d.as<PSECURITY_DESCRIPTOR>(i))); }},
+        {"descriptor", [](D d, size_t i) { return descriptorWords(d.as<PSECURITY_DESCRIPTOR>(i)); }},
         {"entries", // behind their number
          [](D d, size_t i) {
              return d.row_.name[strlen(d.row_.name) - 1] == 'W'
@@ -363,7 +411,7 @@ const std::map<std::string, Describing::Kind>& Describing::kinds()
         {"groups", // followed by their number
          [](D d, size_t i) {
              return listed(d.as<SID_AND_ATTRIBUTES*>(i), d.number(i + 1), [](const SID_AND_ATTRIBUTES& group) {
-                 return '{' + sidWords(group.Sid) + ", " + hex(group.Attributes) + '}';
+                 return '{' + sidWords(group.Sid) + ", " + constantWords("groupattributes", group.Attributes) + '}';
              });
          }},
         {"request",

@@ -18,7 +18,8 @@ struct CallWords
 // behind the last; "+" stands before what is asked.
 CallWords wordsOf(const Row& row, const Raw& arguments, const Names& names);
 
-// What the call gives is called: "service {1}{ of 0}", in braces an argument with what comes before it, or nothing.
+// What the call gives is called: "service {1}{ of 0}", in braces an argument with what comes before it, or nothing;
+// of the name of a service manager its node.
 // Empty where the row has no word for it.
 std::string resultOf(const Row& row, const Raw& arguments, const Names& names);
 

@@ -71,16 +71,24 @@ bool endsUsualConversion(const std::string& call)
     return isPair(usual[0]) || isPair(usual[1]);
 }
 
-// A handle or a block, in the hexadecimal or decimal form that the argument lines give it.
-bool isAddress(const std::string& digits)
+// What stands for the digits of a handle or a block, in the form that the argument line gives it; NULL for others.
+const char* addressForm(const std::string& digits)
 {
     for (const int base : {10, 16}) {
         const auto value = static_cast<uintptr_t>(strtoull(digits.c_str(), nullptr, base));
         const bool isOfLibrary = run.held.count(value) || guarded::isBlock(reinterpret_cast<void*>(value));
         if (run.lent.count(value) || (digits.size() >= 5 && isOfLibrary))
-            return true;
+            return base == 10 ? "(address, decimal)" : "(address, hex)";
     }
-    return false;
+    return nullptr;
+}
+
+// A control character cannot be seen.
+std::string shown(const std::string& word)
+{
+    char text[8];
+    snprintf(text, sizeof text, "\\x%02x", static_cast<BYTE>(word[0]));
+    return word == "\n" ? "\\n" : static_cast<BYTE>(word[0]) < ' ' ? text : word;
 }
 
 // The argument line so far: it is traced in pieces of a buffer, which ends where the piece at hand ends.
@@ -91,7 +99,8 @@ void writeArgumentLine()
     for (size_t at = 0; at < line.size();) {
         const size_t digits = std::min(line.find_first_not_of("0123456789abcdef", at), line.size()) - at;
         const std::string word = line.substr(at, std::max<size_t>(digits, 1));
-        text += isAddress(word) ? "(address)" : word == "\n" ? "\\n" : word;
+        const char* const address = addressForm(word);
+        text += address ? address : shown(word);
         at += word.size();
     }
     run.trail.lines.back().text = run.routines.back() + text;
@@ -196,6 +205,8 @@ uintptr_t resourceOf(const Row& row, uintptr_t result, const Raw& arguments)
 {
     if (row.through < 0)
         return result;
+    if (row.isBuffer)
+        return arguments[static_cast<size_t>(row.through)];
     const auto* const place = reinterpret_cast<const uintptr_t*>(arguments[static_cast<size_t>(row.through)]);
     return place ? *place : 0;
 }
@@ -238,8 +249,11 @@ std::optional<DWORD> enter(const Row& row, const Raw& arguments)
     const Fault& fault = run.fault;
     const bool isCounted = !fault.function || strcmp(fault.function, row.name) == 0;
     const bool isEveryOne = fault.function && fault.call == 0;
-    if (isCounted && (++run.counted == fault.call || isEveryOne))
+    if (isCounted && (++run.counted == fault.call || isEveryOne)) {
+        if (std::exchange(run.isWritten, false))
+            writeError(row, fault.code, fault.code);
         return fault.code;
+    }
     if (fault.texts && strcmp(row.name, "FormatMessageA") == 0)
         return row.codes.front();
     return std::nullopt;
@@ -363,7 +377,8 @@ void Interception::traced(const char* format, const char* line)
     } else if (run.inWords && run.lineMayFollow && strcmp(format, "%s") == 0) {
         writeArgumentLine();
     } else if (format[1] != '*') { // the separator
-        writeLine(*line == '\n' ? "! " + firstLine(line + 1) : "\"" + firstLine(line) + '"');
+        writeLine(*line == '\n' ? "! " + firstLine(line + 1)
+                                : '"' + firstLine(line) + (line[strlen(line) - 1] == '\n' ? "\\n\"" : "\""));
     }
 }
 

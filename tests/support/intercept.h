@@ -52,6 +52,7 @@ struct Row
     std::vector<DWORD> codes = {};           // documented failures worth trying; the first is the usual one
     std::string acquires = {};               // the kind of a resource: what it gives goes to that kind's release
     int through = -1;                        // the argument that receives the resource; -1: it is the result
+    bool isBuffer = false;                   // the argument is not the address of it, but itself what the call fills
     std::string releases = {};               // the kind of its first argument
     bool releasesThroughAddress = false;     // the first argument is the address of it
     std::vector<std::string> arguments = {}; // words for them, see call_words.h

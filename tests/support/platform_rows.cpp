@@ -45,16 +45,17 @@ void* bits(R (*function)(A...))
     return reinterpret_cast<void*>(function);
 }
 
-// The arguments in the words of call_words.h, ">kind" for the one that receives a resource. What the result is called,
-// behind ">kind" if it is a resource itself.
+// The arguments in the words of call_words.h, ">kind" for the one that receives a resource, "=" for a buffer that the
+// result is the name of. What the result is called, behind ">kind" if it is a resource itself.
 Row calls(const char* name, void* wrapper, void** original, const char* types, Says says = Says::nothing,
           std::vector<DWORD> codes = {}, const char* arguments = "", const char* result = "")
 {
     Row row = {name, wrapper, original, types, says, std::move(codes)};
     std::istringstream words(arguments);
     for (std::string word; words >> word; row.arguments.push_back(word))
-        if (word[0] == '>') {
+        if (word[0] == '>' || word == "=") {
             row.acquires = word.substr(1);
+            row.isBuffer = word == "=";
             row.through = static_cast<int>(row.arguments.size());
         }
     row.result = result;
@@ -76,6 +77,7 @@ Row releases(const char* name, void* wrapper, void** original, const char* types
     Row row = {name, wrapper, original, types};
     row.releasesThroughAddress = *kind == '*';
     row.releases = kind + (*kind == '*');
+    row.arguments = {row.releasesThroughAddress ? "at" : "_"};
     return row;
 }
 
@@ -124,7 +126,8 @@ const std::vector<Row>& rows()
         releases(FUNCTION(LocalFree), "LocalAlloc"),
         halfWay(calls(FUNCTION(MultiByteToWideChar), zero, conversion, "codepage towide counted _ _ room")),
         halfWay(calls(FUNCTION(WideCharToMultiByte), zero, conversion, "codepage fromwide _ _ _ room")),
-        calls(FUNCTION(FormatMessageA), zero, {ERROR_MR_MID_NOT_FOUND}, "format _ hex hex >LocalAlloc _ in"),
+        calls(FUNCTION(FormatMessageA), zero, {ERROR_MR_MID_NOT_FOUND}, "format _ hex hex >LocalAlloc _ in",
+              "text {2}"),
         // modules, files, machine
         calls(FUNCTION(GetModuleHandleA), zero, {ERROR_MOD_NOT_FOUND}, "_", "{0}"),
         calls(FUNCTION(GetModuleFileNameA), zero, denied),
@@ -154,19 +157,20 @@ const std::vector<Row>& rows()
         calls(FUNCTION(LogonUserW), zero, {ERROR_LOGON_FAILURE, ERROR_ACCOUNT_LOCKED_OUT},
               "_ _ secret +logon provider >handle", "token of {0}"),
         // rights
-        calls(FUNCTION(LsaOpenPolicy), ntStatus, ntDenied, "lsa in +policy >policy", "policy{ of 0}"),
+        calls(FUNCTION(LsaOpenPolicy), ntStatus, ntDenied, "lsa zeroes +policy >policy", "policy{ of 0}"),
         releases(FUNCTION(LsaClose), "policy"),
         calls(FUNCTION(LsaQueryInformationPolicy), ntStatus, ntDenied, "_ +policyclass >LSA", "account domain"),
         calls(FUNCTION(LsaAddAccountRights), ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND), "_ sid +rights"),
-        calls(FUNCTION(LsaRemoveAccountRights), ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND), "_ sid _ +rights"),
+        calls(FUNCTION(LsaRemoveAccountRights), ntStatus, withStatus(STATUS_OBJECT_NAME_NOT_FOUND),
+              "_ sid boolean +rights"),
         calls(FUNCTION(LsaEnumerateAccountsWithUserRight), ntStatus, withStatus(STATUS_NO_MORE_ENTRIES), "_ +lsa >LSA",
               "accounts with {1}"),
         releases(FUNCTION(LsaFreeMemory), "LSA"),
         // groups and users
         calls(FUNCTION(NetLocalGroupAdd), result, {RPC_S_SERVER_UNAVAILABLE, ERROR_ALIAS_EXISTS}, "_ _ group"),
         calls(FUNCTION(NetLocalGroupEnum), result, {ERROR_ACCESS_DENIED, ERROR_MORE_DATA}, "_ _ >network length",
-              "groups"),
-        calls(FUNCTION(NetLocalGroupGetInfo), result, noGroup, "_ _ _ >network", "group {1}"),
+              "groups{ of 0}"),
+        calls(FUNCTION(NetLocalGroupGetInfo), result, noGroup, "_ _ _ >network", "group {1}{ of 0}"),
         calls(FUNCTION(NetLocalGroupDel), result, noGroup),
         calls(FUNCTION(NetLocalGroupAddMembers), result, {ERROR_NO_SUCH_MEMBER, ERROR_MEMBER_IN_ALIAS},
               "_ _ _ members"),
@@ -174,9 +178,9 @@ const std::vector<Row>& rows()
               {ERROR_ACCESS_DENIED, ERROR_MEMBER_NOT_IN_ALIAS, ERROR_NO_SUCH_MEMBER, ERROR_NO_SUCH_ALIAS},
               "_ _ _ members"),
         calls(FUNCTION(NetLocalGroupGetMembers), result, {ERROR_ACCESS_DENIED, ERROR_NO_SUCH_ALIAS},
-              "_ _ _ >network length", "members of {1}"),
+              "_ _ _ >network length", "members of {1}{ of 0}"),
         calls(FUNCTION(NetUserGetLocalGroups), result, {ERROR_ACCESS_DENIED, NERR_UserNotFound},
-              "_ _ _ +nested >network length", "groups of {1}"),
+              "_ _ _ +nested >network length", "groups of {1}{ on 0}"),
         calls(FUNCTION(NetUserAdd), result, {ERROR_ACCESS_DENIED, NERR_PasswordTooShort, NERR_UserExists}, "_ _ +user"),
         calls(FUNCTION(NetUserDel), result, {ERROR_ACCESS_DENIED, NERR_UserNotFound}),
         releases(FUNCTION(NetApiBufferFree), "network"),
@@ -188,8 +192,8 @@ const std::vector<Row>& rows()
         // registry
         calls(FUNCTION(RegConnectRegistryA), result, {ERROR_BAD_NETPATH}, "_ _ >key", "{1}{ of 0}"),
         calls(FUNCTION(RegConnectRegistryW), result, {ERROR_BAD_NETPATH}, "_ _ >key", "{1}{ of 0}"),
-        calls(FUNCTION(RegOpenKeyExA), result, registry, "_ _ _ +key >key", "{0}\\{1}"),
-        calls(FUNCTION(RegOpenKeyExW), result, registry, "_ _ _ +key >key", "{0}\\{1}"),
+        calls(FUNCTION(RegOpenKeyExA), result, registry, "_ _ linkoption +key >key", "{0}\\{1}"),
+        calls(FUNCTION(RegOpenKeyExW), result, registry, "_ _ linkoption +key >key", "{0}\\{1}"),
         calls(FUNCTION(RegCreateKeyExA), result, denied, "_ _ _ ansi keyoptions +key _ >key", "{0}\\{1}"),
         calls(FUNCTION(RegDeleteKeyA), result, registry),
         calls(FUNCTION(RegQueryValueExA), result, {ERROR_FILE_NOT_FOUND, ERROR_MORE_DATA}, "_ +_ _ _ _ size"),
@@ -197,22 +201,23 @@ const std::vector<Row>& rows()
         calls(FUNCTION(RegSetValueExA), result, denied, "_ +_ _ valuetype data"),
         calls(FUNCTION(RegSetValueExW), result, denied, "_ +_ _ valuetype data"),
         calls(FUNCTION(RegEnumKeyExW), result, {ERROR_ACCESS_DENIED, ERROR_KEY_DELETED}, "_ _ _ size"),
-        calls(FUNCTION(RegGetKeySecurity), result, {ERROR_ACCESS_DENIED, ERROR_KEY_DELETED}, "_ +security _ size"),
-        calls(FUNCTION(RegFlushKey)),
+        calls(FUNCTION(RegGetKeySecurity), result, {ERROR_ACCESS_DENIED, ERROR_KEY_DELETED}, "_ +security = size",
+              "security of {0}"),
+        calls(FUNCTION(RegFlushKey), result, denied),
         releases(FUNCTION(RegCloseKey), "key"),
         // services
         calls(FUNCTION(OpenSCManagerW), zero, network, "_ _ +manager", ">service service manager{ of 0}"),
         calls(FUNCTION(OpenServiceW), zero, {ERROR_SERVICE_DOES_NOT_EXIST, ERROR_ACCESS_DENIED}, "_ _ +service",
-              ">service service {1}"),
+              ">service service {1}{ of 0}"),
         calls(FUNCTION(EnumServicesStatusExW), zero, {ERROR_ACCESS_DENIED, ERROR_MORE_DATA},
               "_ information +servicetype +servicestate _ _ _ _ size"),
         calls(FUNCTION(CreateServiceW), zero, {ERROR_SERVICE_EXISTS, ERROR_INVALID_SERVICE_ACCOUNT},
-              "_ _ _ +service servicetype starttype errorcontrol _ _ _ names _ secret", ">service service {1}"),
+              "_ _ _ +service servicetype starttype errorcontrol _ _ _ names _ secret", ">service service {1}{ of 0}"),
         calls(FUNCTION(ChangeServiceConfigW), zero, {ERROR_INVALID_SERVICE_ACCOUNT, ERROR_SERVICE_MARKED_FOR_DELETE},
               "_ servicetype starttype errorcontrol _ _ _ names _ secret"),
         calls(FUNCTION(ChangeServiceConfig2W), zero, denied, "_ configuration +sidinfo"),
         calls(FUNCTION(QueryServiceConfigW), zero, denied, "_ _ twice"),
-        calls(FUNCTION(QueryServiceObjectSecurity), zero, denied, "_ +security"),
+        calls(FUNCTION(QueryServiceObjectSecurity), zero, denied, "_ +security =", "security of {0}"),
         calls(FUNCTION(SetServiceObjectSecurity), zero, denied, "_ +security descriptor"),
         calls(FUNCTION(DeleteService), zero, {ERROR_SERVICE_MARKED_FOR_DELETE}),
         releases(FUNCTION(CloseServiceHandle), "service"),
@@ -231,11 +236,12 @@ const std::vector<Row>& rows()
         calls(FUNCTION(AllocateAndInitializeSid), zero, {ERROR_NOT_ENOUGH_MEMORY}, "authority _ _ _ _ _ _ _ _ _ >SID",
               "SID"),
         releases(FUNCTION(FreeSid), "SID"),
-        calls(FUNCTION(AddAce), zero, {ERROR_ALLOTTED_SPACE_EXCEEDED}, "_ _ atend ace"),
-        calls(FUNCTION(GetAce), zero, {ERROR_INVALID_PARAMETER}),
-        calls(FUNCTION(GetAclInformation), zero, {ERROR_INVALID_PARAMETER}, "_ _ _ aclclass"),
-        calls(FUNCTION(InitializeAcl), zero, {ERROR_INSUFFICIENT_BUFFER}),
-        calls(FUNCTION(GetFileSecurityW), zero, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND}, "_ +security"),
+        calls(FUNCTION(AddAce), zero, {ERROR_ALLOTTED_SPACE_EXCEEDED}, "_ aclrevision atend ace"),
+        calls(FUNCTION(GetAce), zero, {ERROR_INVALID_PARAMETER}, "list"),
+        calls(FUNCTION(GetAclInformation), zero, {ERROR_INVALID_PARAMETER}, "list _ _ aclclass"),
+        calls(FUNCTION(InitializeAcl), zero, {ERROR_INSUFFICIENT_BUFFER}, "_ _ aclrevision"),
+        calls(FUNCTION(GetFileSecurityW), zero, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND},
+              "_ +security =", "security of {0}"),
         calls(FUNCTION(SetFileSecurityW), zero, {ERROR_ACCESS_DENIED, ERROR_INVALID_OWNER}, "_ +security descriptor"),
         calls(FUNCTION(GetNamedSecurityInfoW), result, {ERROR_ACCESS_DENIED, ERROR_FILE_NOT_FOUND},
               "_ object +security _ _ _ _ >LocalAlloc", "security of {0}"),
@@ -246,9 +252,9 @@ const std::vector<Row>& rows()
         calls(FUNCTION(GetSecurityInfo), result, denied, "_ object +security _ _ _ _ >LocalAlloc", "security of {0}"),
         calls(FUNCTION(SetSecurityInfo), result, denied, "_ object +security sid sid acl acl"),
         calls(FUNCTION(GetSecurityDescriptorDacl), zero, {ERROR_INVALID_SECURITY_DESCR}),
-        calls(FUNCTION(SetSecurityDescriptorDacl), zero, {ERROR_INVALID_SECURITY_DESCR}, "_ _ acl"),
+        calls(FUNCTION(SetSecurityDescriptorDacl), zero, {ERROR_INVALID_SECURITY_DESCR}, "_ boolean acl boolean"),
         calls(FUNCTION(SetSecurityDescriptorControl), zero, {ERROR_INVALID_PARAMETER}, "_ control control"),
-        calls(FUNCTION(InitializeSecurityDescriptor), zero, {ERROR_UNKNOWN_REVISION}),
+        calls(FUNCTION(InitializeSecurityDescriptor), zero, {ERROR_UNKNOWN_REVISION}, "_ revision"),
         // what others may do
         calls(FUNCTION(AuthzInitializeResourceManager), zero, {ERROR_PRIVILEGE_NOT_HELD},
               "manageraudit _ _ _ _ >authorization", "authorization"),

@@ -35,6 +35,12 @@ std::vector<HMODULE> loaded; // the message module, which the library keeps as l
 decltype(&FindFirstFileW) findOnNode;
 decltype(&GetVolumeInformationW) volumeOfNode;
 
+// Not that of the messages that are always there.
+LANGID WINAPI languageOfUser()
+{
+    return MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT);
+}
+
 UINT codePageOf(UINT asked)
 {
     return asked == CP_ACP && machineCodePage ? machineCodePage : asked;
@@ -77,6 +83,12 @@ HANDLE WINAPI findFirstFileAnsi(LPCSTR path, WIN32_FIND_DATAA* entry)
         entry->dwReserved0 = IO_REPARSE_TAG_MOUNT_POINT;
     }
     return search;
+}
+
+// A volume that is mounted in a directory has its path.
+BOOL WINAPI getVolumePathAnsi(LPCSTR path, LPSTR volume, DWORD size)
+{
+    return onVlfs ? snprintf(volume, size, "%s\\", path) > 0 : GetVolumePathNameA(path, volume, size);
 }
 
 BOOL WINAPI getVolumeInformation(LPCWSTR root, LPWSTR name, DWORD nameSize, LPDWORD serial, LPDWORD longest,
@@ -250,17 +262,24 @@ void Subject::set(const Prepare& prepare)
 
 void Subject::furnish()
 {
-    static const whatif::Node usual = [] {
+    const auto described = [](const char* name, const char* sid) {
+        const std::string usual = contentsOf(projectFile("tests/faults/node.ini"));
+        std::ofstream("node.ini") << replaced(replaced(usual, "NODE", name), "S-1-5-21-1-2-3", sid);
         whatif::World world(whatif::Base::described);
-        world.load(projectFile("tests/faults/node.ini"));
+        world.load("node.ini");
+        std::filesystem::remove("node.ini");
         return world.local();
-    }();
+    };
+    // Who is looked up on the wrong machine shows.
+    static const whatif::Node usual = described("NODE", "S-1-5-21-1-2-3");
+    static const whatif::Node other = described("DB2", "S-1-5-21-4-5-6");
     onVlfs = false;
     environment_.clear();
     unredirect();
     world_.emplace(whatif::Base::described);
-    local = remote = usual;
-    remote.name = world_->add(L"DB2").name;
+    local = usual;
+    world_->add(L"DB2");
+    remote = other;
     remote.drives[L"D"] = std::filesystem::path(home.path()).wstring();
     remote.drives[L"E"] = files();
     restoreHome();
@@ -281,7 +300,9 @@ void Subject::redirect()
     findOnNode = stand("FindFirstFileW", &findFirstFile);
     volumeOfNode = stand("GetVolumeInformationW", &getVolumeInformation);
     stand("FindFirstFileA", &findFirstFileAnsi);
+    stand("GetVolumePathNameA", &getVolumePathAnsi);
     stand("LoadLibraryExA", &loadLibrary);
+    stand("GetUserDefaultLangID", &languageOfUser);
     stand("GetACP", &ansiCodePage);
     stand("IsDBCSLeadByte", &isLeadByte);
     stand("MultiByteToWideChar", &toWide);
@@ -356,6 +377,12 @@ void Subject::makeGroup()
     Nodes::addGroup(remote, L"KES_h1_SVCSIDS");
 }
 
+void Subject::makeSource()
+{
+    for (const whatif::Node* const node : {&local, &remote})
+        world().registry().createKey(*node, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestel");
+}
+
 void Subject::putOnVlfs()
 {
     onVlfs = true;
@@ -414,7 +441,7 @@ std::string Subject::callLibrary(const SubjectCall& call, Answer& answer)
             slot = rawOf(&ignoreLine);
         if (call.nulls.count(i) || places[i])
             slot = places[i] ? rawOf(places[i]->data()) : 0;
-        if (kind == Kind::traceContext)
+        if (kind == Kind::traceContext && !call.nulls.count(i))
             slot = rawOf(rec);
         if (places[i] && kind == Kind::aclInOut && cells[i].word)
             Interception::give("LocalAlloc", cells[i].as<void*>());

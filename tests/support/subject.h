@@ -79,8 +79,9 @@ public:
     void setCodePage(UINT codePage); // that the library finds; 0: the machine's
     void setTracing(bool on);        // to the log, which is empty then
     void makeDomainController();
-    void makeGroup(); // of the home's service SIDs
-    void putOnVlfs(); // every file becomes a mount point of the cluster file system
+    void makeGroup();  // of the home's service SIDs
+    void makeSource(); // of the application log, "Kestel"
+    void putOnVlfs();  // every file becomes a mount point of the cluster file system
     std::wstring files() const { return files_.path().wstring(); }
     whatif::World& world() { return *world_; }
     std::vector<std::string> unmatched() const { return guard_->unmatched(); }

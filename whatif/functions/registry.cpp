@@ -3,7 +3,7 @@
 // is asked for ("Registry Key Security and Access Rights"), which is judged as an administrator's; a new one needs that
 // right on the key that it comes to lie in, a deleted one DELETE. What an open key can do then the platform itself
 // judges, by the handle to the scratch key.
-// Codes: RegConnectRegistry, RegOpenKeyEx, RegCreateKeyEx, RegDeleteKey, RegEnumKeyEx.
+// Codes: RegFlushKey, RegConnectRegistry, RegOpenKeyEx, RegCreateKeyEx, RegDeleteKey, RegEnumKeyEx.
 #include "whatif/model/open_keys.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
@@ -258,6 +258,13 @@ LSTATUS WINAPI deleteValueW(HKEY key, LPCWSTR name)
     return setNodeValue(key, name ? name : L"", [&] { return RegDeleteValueW(key, name); });
 }
 
+LSTATUS WINAPI flushKey(HKEY key)
+{
+    Locked world;
+    const OpenKey* const known = openKeyOf(*world, key);
+    return !known ? ERROR_INVALID_HANDLE : known->access & KEY_QUERY_VALUE ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+}
+
 LSTATUS WINAPI closeKey(HKEY key)
 {
     Locked world;
@@ -281,6 +288,7 @@ std::vector<Replacement> registryReplacements()
             returningError<&setValueW>("RegSetValueExW"),
             returningError<&deleteValueW>("RegDeleteValueW"),
             returningError<&enumKey>("RegEnumKeyExW"),
+            returningError<&flushKey>("RegFlushKey"),
             returningError<&closeKey>("RegCloseKey")};
 }
 
