@@ -1,7 +1,7 @@
 // What the library costs when it secures a tree: its time for an object beside that of a bare loop of the same platform
 // calls, the best of some rounds, and the memory of both. On a made-up node, where the difference is the library's own;
-// and on a what-if node over the same made-up tree, where it is seen beside what the node does. With arguments only these
-// parts of it: accounts, journal, made-up, what-if.
+// and on a what-if node over the same made-up tree, where it is seen beside what the node does. With arguments only
+// these parts of it: accounts, journal, made-up, what-if.
 #include "bench/bare_loop.h"
 #include "bench/journal.h"
 #include "bench/made_up_tree.h"

@@ -167,10 +167,15 @@ std::string asText(const Call& call, const Outcome& outcome, const std::vector<w
 
 std::string jsonBegin(const Call& call, const Outcome& outcome)
 {
-    const ordered_json object = {{"function", call.function->name}, {"arguments", argumentsOf(call)},
-                                 {"status", outcome.status},        {"meaning", outcome.verdict.meaning},
-                                 {"outputs", outcome.outputs},      {"message", outcome.message},
-                                 {"oserror", outcome.osError},      {"plan", ordered_json::array()}};
+    const ordered_json object = {
+        {"function", call.function->name},
+        {"arguments", argumentsOf(call)},
+        {"status", call.function->result == Result::nothing ? ordered_json() : ordered_json(outcome.status)},
+        {"meaning", outcome.verdict.meaning},
+        {"outputs", outcome.outputs},
+        {"message", outcome.message},
+        {"oserror", outcome.osError},
+        {"plan", ordered_json::array()}};
     const std::string line = journal::lineOf(object);
     return line.substr(0, line.size() - strlen("]}"));
 }

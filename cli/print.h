@@ -13,8 +13,9 @@ namespace cli {
 std::string asText(const Call& call, const Outcome& outcome, const std::vector<whatif::Change>& changes,
                    const std::wstring& localNode);
 
-// One object on one line, in ASCII: function, arguments, status, meaning, outputs, message, oserror, plan. The plan is a list of
-// changes as journal/json.h has them; its end is written by `jsonEnd`, so that its items can be told one by one.
+// One object on one line, in ASCII: function, arguments, status, meaning, outputs, message, oserror, plan. The plan is
+// a list of changes as journal/json.h has them; its end is written by `jsonEnd`, so that its items can be told one by
+// one.
 std::string asJson(const Call& call, const Outcome& outcome, const std::vector<whatif::Change>& changes);
 std::string jsonBegin(const Call& call, const Outcome& outcome);
 constexpr const char* jsonEnd = "]}\n";

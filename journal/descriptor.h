@@ -11,8 +11,8 @@
 
 namespace journal {
 
-// What is read of an object: its group only where the change tells one, since not every platform tells that of an object
-// which nobody gave one.
+// What is read of an object: its group only where the change tells one, since not every platform tells that of an
+// object which nobody gave one.
 SECURITY_INFORMATION partsToRead(const Change& what);
 
 // `query` fills a buffer and says what is needed: DWORD(BYTE*, DWORD size, DWORD* needed), a Win32 error code.

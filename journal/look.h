@@ -32,8 +32,8 @@ std::wstring differenceOf(const State& expected, const State& found);
 
 using Tell = std::function<void(const Look& look)>;
 
-// The line of a call that has been made: looks up its changes, tells each of them, and writes the line of its end, which
-// `outcome` begins. False when something was not there.
+// The line of a call that has been made: looks up its changes, tells each of them, and writes the line of its end,
+// which `outcome` begins. False when something was not there.
 bool finishCall(Writer& writer, const Line& line, Json outcome, const Machine& machine, const Tell& tell);
 
 // ---- the whole journal ---------------------------------------------------------------------------------------------

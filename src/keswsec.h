@@ -377,7 +377,13 @@ DWORD WINAPI sswseGetKestelHomeType(sswseErrRec* err, const char* khomekey, char
 DWORD WINAPI sswseSetKestelHomeType(sswseErrRec* err, const char* khomekey, const char* khometype,
                                     const char* nodename);
 
-/* Is this text a home type: exactly "0", "1" or "2"? 1; 0; 4. */
+/*
+ * Is this text a home type: exactly "0", "1" or "2"? The type decides which account, groups, rights and service SID a
+ * service gets when it is made or updated. Services of type "2" run with their service SID and join the home's group of
+ * them; of type "1" all run with it that do not run as LocalSystem; of type "0" the listener does, and the monitoring
+ * database unless it runs as LocalSystem.
+ *   1; 0; 4.
+ */
 DWORD WINAPI sswseIsKhomeTypeValid(sswseErrRec* err, const char* khometype);
 
 /*
@@ -625,8 +631,8 @@ DWORD WINAPI sswseGetServiceSID(sswseErrRec* err, const char* svcname, PSID* psi
 
 /*
  * Common to these functions:
- *  - `username` is an account in any spelling, as the node knows it. Services are compared with it by SID; one that names
- *    no account starts under LocalSystem.
+ *  - `username` is an account in any spelling, as the node knows it. Services are compared with it by SID; one that
+ *    names no account starts under LocalSystem.
  *  - `khomepath` is the directory of a home, in the node's spelling; "/" counts as "\", backslashes at its end do not
  *    count. NULL is the directory above the one that this library lies in, on a node the same path there.
  *  - A list of names is released with sswseFreeArrayofStrings. It is NULL, and its count 0, when there are none, and
@@ -706,8 +712,9 @@ DWORD WINAPI sswseDeleteSVCSidsFromKESHomeGroups(sswseErrRec* err, const char* k
  *   khomepath, nodename  as above
  * 2, also when there is nothing to do; 3 with WSE-000011, WSE-000054, WSE-000055, WSE-000060 when the services cannot
  * all be read, which leaves everything as it was; 3 with WSE-000028, WSE-000030, WSE-000031, WSE-000032, WSE-000037, or
- * the message of sswseGetServiceSID, what was moved before staying so; 4; 3 or 6 as above when the home cannot be looked
- * up, 3 also with WSE-000046, WSE-000047, WSE-000052 when `khomepath` is NULL and the library's home cannot be told.
+ * the message of sswseGetServiceSID, what was moved before staying so; 4; 3 or 6 as above when the home cannot be
+ * looked up, 3 also with WSE-000046, WSE-000047, WSE-000052 when `khomepath` is NULL and the library's home cannot be
+ * told.
  */
 DWORD WINAPI sswseMigrateDBServiceSidsForUpgrade(sswseErrRec* err, const char* khomepath, const char* nodename);
 DWORD WINAPI sswseMigrateDBServiceSidsForDowngrade(sswseErrRec* err, const char* khomepath, const char* nodename);
@@ -716,10 +723,10 @@ DWORD WINAPI sswseMigrateDBServiceSidsForDowngrade(sswseErrRec* err, const char*
 
 /*
  * Kinds of object, `wtype`. Files and directories are named by their path, a key as "MACHINE\Software\..." or
- * "\\node\MACHINE\..."; the root of a drive with its backslash, as "C:" alone is the drive's current directory. Names of
- * accounts are looked up on the machine of a UNC path, which "\\?\C:\..." is taken for as well, but for
- * SSWSE_OBJECT_GROUPS on this one. What is called ".VLFS", ".fileid" or ".Security" is the cluster file system's own and
- * left alone, which counts as done; of a `path` that is called so this holds for itself, not for what is below.
+ * "\\node\MACHINE\..."; the root of a drive with its backslash, as "C:" alone is the drive's current directory. Names
+ * of accounts are looked up on the machine of a UNC path, which "\\?\C:\..." is taken for as well, but for
+ * SSWSE_OBJECT_GROUPS on this one. What is called ".VLFS", ".fileid" or ".Security" is the cluster file system's own
+ * and left alone, which counts as done; of a `path` that is called so this holds for itself, not for what is below.
  */
 enum
 {
@@ -763,11 +770,12 @@ enum
  *   usernames    the users; NULL when there are none or `ptype` ignores them
  *   numusers     their number
  *   ptype        SSWSE_ACCESS_...
- *   inheritable  not 0: everything below a directory as well (not for permission type 7; without meaning for keys, whose
- *                subkeys inherit what is written to a key); links are followed. Skipped are children without access,
- *                those with a name that is left alone and all that is in them, what is in a directory whose path is
- *                longer than 257 characters, and, without a message, what is in a directory that cannot be listed. A
- *                child whose path is longer than 259 ends the walk with 3, unless the process has long paths enabled
+ *   inheritable  not 0: everything below a directory as well (not for permission type 7; without meaning for keys,
+ *                whose subkeys inherit what is written to a key); links are followed. Skipped are children without
+ *                access, those with a name that is left alone and all that is in them, what is in a directory whose
+ *                path is longer than 257 characters, and, without a message, what is in a directory that cannot be
+ *                listed. A child whose path is longer than 259 ends the walk with 3, unless the process has long paths
+ *                enabled
  * 2: done. The record may hold the message of a skipped child (operating system's error 206 for one whose path is too
  *    long), or of a file that ended the walk early.
  * 3: WSE-000014, WSE-000038, WSE-000039 (an account); WSE-000012 or a message of one blank (a mount point that cannot
@@ -797,10 +805,10 @@ DWORD WINAPI sswseSetACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const 
  * some paths alone. Users and the install user may be given in any spelling.
  *   installuser  gets full control whatever the permission type, in an entry before the users'; NULL or "": none
  *   excludelist  paths that are left alone with everything below them, absolute or relative to `path`. "/" counts as
- *                "\"; they are compared by whole components, without regard to case and to trailing backslashes, as they
- *                are spelled: "\\SRV\C$\dir" is not "C:\dir" nor what a relative `path` leads to. A path elsewhere has
- *                no effect; with `path` itself or a directory above it nothing is done, which is 2, once all accounts
- *                are known. NULL when there are none
+ *                "\"; they are compared by whole components, without regard to case and to trailing backslashes, as
+ *                they are spelled: "\\SRV\C$\dir" is not "C:\dir" nor what a relative `path` leads to. A path elsewhere
+ *                has no effect; with `path` itself or a directory above it nothing is done, which is 2, once all
+ *                accounts are known. NULL when there are none
  *   numexclude   their number
  * The statuses are those of these two, and:
  * 4: "excludelist" for a negative count, a NULL list or entry, a path that is empty, begins with a single backslash or
@@ -815,9 +823,9 @@ DWORD WINAPI sswseSetACLOnObjectForUser2(sswseErrRec* err, unsigned wtype, const
                                          char** excludelist, int numexclude);
 
 /*
- * Takes from accounts what an object allows them, in plain and in conditional entries. What denies them something stays,
- * as do the other entries, in order; an object that does not allow them anything, or has no list of entries, is not
- * written.
+ * Takes from accounts what an object allows them, in plain and in conditional entries. What denies them something
+ * stays, as do the other entries, in order; an object that does not allow them anything, or has no list of entries, is
+ * not written.
  *   wtype        SSWSE_OBJECT_...
  *   path         the object. From a file or directory inherited entries go as well; from a key its own go, and its
  *                subkeys lose what they inherited from those
@@ -827,9 +835,10 @@ DWORD WINAPI sswseSetACLOnObjectForUser2(sswseErrRec* err, unsigned wtype, const
  *                listed, as one whose path is longer than 257 characters, loses its own entries
  * An object stays as protected from inheritance as it was.
  * 2: done. With WSE-00004, "PATH still inherits NAME.", when a key above gives the first of these accounts access.
- * 3: an account that cannot be had; WSE-000012 or a message of one blank (a mount point that cannot be read); WSE-000053
- *    (an object's security cannot be read or written) or WSE-000065 (a directory cannot be listed), the first of these
- *    with everything else below `path` done, unless it is `path` itself; WSE-000066, WSE-000067 (a key's cannot be read or written).
+ * 3: an account that cannot be had; WSE-000012 or a message of one blank (a mount point that cannot be read);
+ *    WSE-000053 (an object's security cannot be read or written) or WSE-000065 (a directory cannot be listed), the
+ *    first of these with everything else below `path` done, unless it is `path` itself; WSE-000066, WSE-000067 (a key's
+ *    cannot be read or written).
  * 4: WSE-000064 for another `wtype`; "path"; "usernames" for a list without names, a NULL one or a NULL name.
  */
 DWORD WINAPI sswseRevokeACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
@@ -839,9 +848,9 @@ DWORD WINAPI sswseRevokeACLOnObjectForUser(sswseErrRec* err, unsigned wtype, con
  * Gives full control to the group of the service SIDs of the library's own home, "KES_<home name>_SVCSIDS", which must
  * exist on the machine of the object. An object that is already as it shall be is not written.
  *   wtype        SSWSE_OBJECT_FILE, SSWSE_OBJECT_DIRECTORY or SSWSE_OBJECT_KEY
- *   path         the object. A file or directory gets the entry as from sswseAddACLOnObjectForUser; a key gets it before
- *                its other entries, which stay, as does its protection. A key without a DACL, which lets everybody in,
- *                is left alone
+ *   path         the object. A file or directory gets the entry as from sswseAddACLOnObjectForUser; a key gets it
+ *                before its other entries, which stay, as does its protection. A key without a DACL, which lets
+ *                everybody in, is left alone
  *   inheritable  not 0: everything below a directory as well, as sswseAddACLOnObjectForUser does
  * 2, with a message as there; 3 with WSE-000014, WSE-000053, WSE-000066, WSE-000067, those of a mount point, or, as for
  * sswseGetKestelHomeName, WSE-000033, WSE-000048, WSE-000052; 6 as for that one; 4: WSE-000064 for another `wtype`;
@@ -857,8 +866,8 @@ DWORD WINAPI sswseAddFullPermForSVCSIDSGroup(sswseErrRec* err, unsigned wtype, c
  *   path  the directory. Its children are walked as sswseRevokeACLOnObjectForUser does. Of a link it is the link's DACL
  *         that the children of its target get
  * 2; 3: WSE-000053 (security that cannot be read or written) or WSE-000065 (a directory cannot be listed), the first of
- * these with the other children done, unless it is `path` itself; WSE-000066 with the operating system's error 1350, and nothing done, when the
- * directory has no DACL to copy; 4: "path"; WSE-000063 when it is not a directory.
+ * these with the other children done, unless it is `path` itself; WSE-000066 with the operating system's error 1350,
+ * and nothing done, when the directory has no DACL to copy; 4: "path"; WSE-000063 when it is not a directory.
  */
 DWORD WINAPI sswseCopyPermissionsFromParentToChildren(sswseErrRec* err, const char* path);
 
@@ -873,9 +882,9 @@ DWORD WINAPI sswseCopyPermissionsFromParentToChildren(sswseErrRec* err, const ch
  *   inheritable  not 0: everything below a directory as well, but what is behind mount points and symbolic links
  * 1; 0 with WSE-00004, the path of the first object that falls short and "does not grant NAME 0xMASK", "denies NAME
  * 0xMASK" (the bits that are denied) or "has no access-control list"; NAME is as given, a group's, or a SID; 3 with
- * WSE-000053 (files) or WSE-000066 (keys) when an object cannot be read, WSE-000065 when a directory cannot be listed, as
- * one whose path is longer than 257 characters, WSE-000012 or a message of one blank (a mount point that cannot be read),
- * and those of accounts; 4: "path", "usernames" also for a NULL list or name, WSE-000063.
+ * WSE-000053 (files) or WSE-000066 (keys) when an object cannot be read, WSE-000065 when a directory cannot be listed,
+ * as one whose path is longer than 257 characters, WSE-000012 or a message of one blank (a mount point that cannot be
+ * read), and those of accounts; 4: "path", "usernames" also for a NULL list or name, WSE-000063.
  */
 DWORD WINAPI sswseCheckACLOnObjectForUser(sswseErrRec* err, unsigned wtype, const char* path, char** usernames,
                                           int numusers, int ptype, unsigned char inheritable);

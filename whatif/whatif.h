@@ -82,8 +82,8 @@ private:
 // Closes a service handle that the redirected library has returned.
 BOOL WINAPI closeServiceHandle(SC_HANDLE service);
 
-// Kernel objects and tokens have names here: "event NAME", "mutex NAME", "semaphore NAME", "section NAME", "process ID",
-// "token of process ID", "token of this process".
+// Kernel objects and tokens have names here: "event NAME", "mutex NAME", "semaphore NAME", "section NAME", "process
+// ID", "token of process ID", "token of this process".
 bool namesObject(const std::wstring& text);
 HANDLE openMachineObject(const std::wstring& object, DWORD access); // NULL with the last error set
 // The same for the redirected library: of the local node.

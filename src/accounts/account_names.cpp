@@ -145,10 +145,8 @@ DWORD WINAPI sswseConvertSIDToUname(sswseErrRec* err, PSID OSSid, char* uname, s
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!OSSid)
             return sswseBadArgument(call, "OS SID");
-        if (unamel == 0) {
-            sswseBufferTooSmall(call, "username");
-            return SSWSE_INVALID_ARGUMENT;
-        }
+        if (unamel == 0)
+            return sswseBufferTooSmall(call, "username", SSWSE_INVALID_ARGUMENT);
         if (!uname)
             return sswseBadArgument(call, "uname");
 

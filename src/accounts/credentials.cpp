@@ -9,12 +9,6 @@ namespace {
 
 constexpr size_t partSize = 512;
 
-struct PolicyOutputReleaser
-{
-    void operator()(void* output) const { NetValidatePasswordPolicyFree(&output); }
-};
-using PolicyOutput = std::unique_ptr<NET_VALIDATE_OUTPUT_ARG, PolicyOutputReleaser>;
-
 // "DOMAIN\user" in its two parts; a name without a backslash has no domain part.
 struct SplitName
 {
@@ -81,7 +75,7 @@ DWORD WINAPI sswseIsPasswordValid(sswseErrRec* err, const char* password)
         const NET_API_STATUS result =
             NetValidatePasswordPolicy(nullptr, nullptr, NetValidatePasswordChange, &input, &output);
         const DWORD osError = GetLastError();
-        const PolicyOutput verdict(static_cast<NET_VALIDATE_OUTPUT_ARG*>(output));
+        const owned::PasswordVerdict verdict(static_cast<NET_VALIDATE_OUTPUT_ARG*>(output));
         if (result != NERR_Success || !verdict)
             return sswseApiFailed(call, osError, "NetValidatePasswordPolicy");
         if (verdict->ValidationStatus == NERR_Success)

@@ -8,13 +8,13 @@
 LSA_UNICODE_STRING sswseLsaString(const wchar_t* text);
 
 // Opens the policy of `node` (NULL: local), usually for all access. 2, or 3 with WSE-000025.
-DWORD sswseOpenPolicy(const sswseCall& call, const wchar_t* node, owned::PolicyHandle& policy,
-                      ACCESS_MASK access = POLICY_ALL_ACCESS);
+[[nodiscard]] DWORD sswseOpenPolicy(const sswseCall& call, const wchar_t* node, owned::PolicyHandle& policy,
+                                    ACCESS_MASK access = POLICY_ALL_ACCESS);
 
 // The domain of the node's own accounts: its own name, on a domain controller that of the domain. The name in it need
 // not be terminated. 2, or 3 with WSE-000025.
-DWORD sswseReadAccountDomain(const sswseCall& call, const wchar_t* node,
-                             owned::LsaBuffer<POLICY_ACCOUNT_DOMAIN_INFO>& domain);
+[[nodiscard]] DWORD sswseReadAccountDomain(const sswseCall& call, const wchar_t* node,
+                                           owned::LsaBuffer<POLICY_ACCOUNT_DOMAIN_INFO>& domain);
 
 // One way of changing rights, and how its failure is told.
 struct sswseRightsChange
@@ -30,9 +30,9 @@ extern const sswseRightsChange sswseRevokeRights;    // WSE-000040; an account t
 extern const sswseRightsChange sswseDenyLogonRights; // grants as well, with WSE-000026
 
 // Changes several rights in one step. 2, or 3 with the change's message.
-DWORD sswseChangeRights(const sswseCall& call, const sswseRightsChange& change, LSA_HANDLE policy, PSID sid,
-                        LSA_UNICODE_STRING* rights, ULONG count);
+[[nodiscard]] DWORD sswseChangeRights(const sswseCall& call, const sswseRightsChange& change, LSA_HANDLE policy,
+                                      PSID sid, LSA_UNICODE_STRING* rights, ULONG count);
 
 // The same for one right named in multibyte text: 3 also with WSE-00006.
-DWORD sswseChangeRight(const sswseCall& call, const sswseRightsChange& change, LSA_HANDLE policy, PSID sid,
-                       const char* right);
+[[nodiscard]] DWORD sswseChangeRight(const sswseCall& call, const sswseRightsChange& change, LSA_HANDLE policy,
+                                     PSID sid, const char* right);

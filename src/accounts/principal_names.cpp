@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr wchar_t localSystem[] = L"LocalSystem";
 constexpr wchar_t localSystemSid[] = L"S-1-5-18";
 
 constexpr struct
@@ -17,7 +16,7 @@ constexpr struct
     const wchar_t* name;
     const wchar_t* sid;
 } knownNames[] = {
-    {localSystem, localSystemSid},
+    {sswseLocalSystem, localSystemSid},
     {L".\\LocalSystem", localSystemSid},
     {L"NT AUTHORITY\\SYSTEM", localSystemSid},
     {L"NT AUTHORITY\\LocalService", L"S-1-5-19"},
@@ -57,7 +56,7 @@ DWORD isLocalSystemOf(const sswseCall& call, const wchar_t* machine, const wchar
 {
     answer = false;
     const wchar_t* const separator = wcschr(name, L'\\');
-    if (!separator || !isSame(separator + 1, localSystem))
+    if (!separator || !isSame(separator + 1, sswseLocalSystem))
         return SSWSE_SUCCESS;
     wchar_t computer[MAX_COMPUTERNAME_LENGTH + 1];
     if (!machine && sswseComputerName(call, computer) != SSWSE_SUCCESS)

@@ -4,6 +4,7 @@
 #include "accounts/lsa_policy.h"
 #include "frame/call.h"
 #include "frame/node.h"
+#include "home/home_types.h"
 
 #include <cstring>
 
@@ -13,9 +14,9 @@ constexpr auto privilegeArgLine = "username = %s\nnodename = %s\nKestelHomeType 
 
 // One row a home type although all are alike today: a type can get rights of its own.
 constexpr sswsePrivilegeSet privilegeSets[] = {
-    {"0", {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"}},
-    {"1", {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"}},
-    {"2", {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"}},
+    {sswseHomeType0, {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"}},
+    {sswseHomeType1, {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"}},
+    {sswseHomeType2, {"SeServiceLogonRight", "SeCreateSymbolicLinkPrivilege"}},
 };
 
 // Stops at the first right that fails; what was changed before stays so.

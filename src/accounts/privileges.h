@@ -18,4 +18,4 @@ const sswsePrivilegeSet* sswseFindPrivilegeSet(const char* khtype);
 
 // Grants `privname` to `sid` on `nodename`. 2; 3 with WSE-000025, WSE-000041; 4 for a NULL argument or an invalid SID
 // (WSE-000039).
-DWORD sswseGrantPrivilegesToSid(sswseErrRec* err, PSID sid, const char* privname, const char* nodename);
+[[nodiscard]] DWORD sswseGrantPrivilegesToSid(sswseErrRec* err, PSID sid, const char* privname, const char* nodename);

@@ -7,12 +7,12 @@
 #include <algorithm>
 
 // 2, or 3 with WSE-000035.
-DWORD sswseOpenOwnToken(const sswseCall& call, DWORD access, owned::Handle& token);
+[[nodiscard]] DWORD sswseOpenOwnToken(const sswseCall& call, DWORD access, owned::Handle& token);
 
 // The information of one class, what it points at included. 2, or 3 with WSE-000036 or WSE-00002.
 template <class Information>
-DWORD sswseReadToken(const sswseCall& call, HANDLE token, TOKEN_INFORMATION_CLASS kind,
-                     owned::Heap<Information>& information)
+[[nodiscard]] DWORD sswseReadToken(const sswseCall& call, HANDLE token, TOKEN_INFORMATION_CLASS kind,
+                                   owned::Heap<Information>& information)
 {
     DWORD size = 0;
     GetTokenInformation(token, kind, nullptr, 0, &size);

@@ -3,7 +3,7 @@
 #include "accounts/account_names.h"
 #include "frame/call.h"
 
-DWORD sswseBuildAceArray(sswseErrRec* err, PSID sid, DWORD mask, BYTE aceFlags, sswseAce** array, DWORD* count)
+DWORD sswseBuildAceArray(sswseErrRec* err, PSID sid, BYTE aceFlags, DWORD mask, sswseAce** array, DWORD* count)
 {
     return sswseRunFramed(err, __func__, sswseNoArgs{}, [&](const sswseCall& call) -> DWORD {
         DWORD status = sswseRequireValidSid(call, sid);

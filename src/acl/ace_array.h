@@ -6,6 +6,7 @@
 
 using sswseAceArray = owned::Blocks<sswseAce>;
 
-// Makes an allow entry for `sid` into `array[*count]`, which must have room, and adds 1 to `count`. The mask comes
-// before the flags here, unlike in sswseCreateAceForSid. 2, or 3 with WSE-00002, WSE-000039.
-DWORD sswseBuildAceArray(sswseErrRec* err, PSID sid, DWORD mask, BYTE aceFlags, sswseAce** array, DWORD* count);
+// Makes an allow entry for `sid` into `array[*count]`, which must have room, and adds 1 to `count`. 2, or 3 with
+// WSE-00002, WSE-000039.
+[[nodiscard]] DWORD sswseBuildAceArray(sswseErrRec* err, PSID sid, BYTE aceFlags, DWORD mask, sswseAce** array,
+                                       DWORD* count);

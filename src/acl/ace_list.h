@@ -36,18 +36,26 @@ struct sswseAceList
 // The first node of that SID, NULL when there is none (also for a NULL `sid`).
 AceListNode* sswseFindSid(const sswseAceList& list, PSID sid);
 
+// The flags of an entry that everything below an object inherits.
+inline constexpr BYTE sswseInheritedByAll = OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE;
+
+inline bool sswseIsInherited(const sswseAce* ace)
+{
+    return (ace->Header.AceFlags & INHERITED_ACE) != 0;
+}
+
 // Entries that are told apart by nothing but generic bits, which count as `rights` has them; and whether a list is
 // exactly these.
 bool sswseIsSameAce(const sswseAce* one, const sswseAce* other, const GENERIC_MAPPING& rights);
 bool sswseIsListOf(const sswseAceList& list, const sswseAce* const* aces, DWORD count, const GENERIC_MAPPING& rights);
 
 // An allow entry for a valid SID in a block of its own, released with free. 2, 3, or 4 for a NULL `ace`.
-DWORD sswseCreateAceForSid(sswseErrRec* err, PSID sid, BYTE aceFlags, DWORD mask, sswseAce** ace);
+[[nodiscard]] DWORD sswseCreateAceForSid(sswseErrRec* err, PSID sid, BYTE aceFlags, DWORD mask, sswseAce** ace);
 
 // Puts an entry at the tail, whatever the list holds. 2 or 3.
-DWORD sswseAddAceToFinalList(sswseErrRec* err, sswseAceList& list, sswseAce* ace);
+[[nodiscard]] DWORD sswseAddAceToFinalList(sswseErrRec* err, sswseAceList& list, sswseAce* ace);
 
 // Merges `newAce` into the entry of the same SID, or puts it at the tail and adds 1 to `counter` (may be NULL). Masks
 // of the listed entry and of `newAce` change, and either of the two may be the listed one afterwards. 2, 3, or 4 for a
 // NULL `newAce`.
-DWORD sswseMergeOrAddAceToAceList(sswseErrRec* err, sswseAceList& list, sswseAce* newAce, DWORD* counter);
+[[nodiscard]] DWORD sswseMergeOrAddAceToAceList(sswseErrRec* err, sswseAceList& list, sswseAce* newAce, DWORD* counter);

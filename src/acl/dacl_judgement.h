@@ -22,11 +22,11 @@ struct sswseExpectation
 };
 
 // What objects hold that the grants have been added to. 2, or 3 with WSE-00002.
-DWORD sswseExpectGrants(const sswseCall& call, const sswseGrants& grants, const GENERIC_MAPPING& rights,
-                        sswseExpectation& expectation);
+[[nodiscard]] DWORD sswseExpectGrants(const sswseCall& call, const sswseGrants& grants, const GENERIC_MAPPING& rights,
+                                      sswseExpectation& expectation);
 
 // By the entries of each account that count for the object itself, inherited ones included: a bit is granted or denied
 // by the first of them that has it. Of the bits, those that none of them has are told before those that are denied. An
 // object without a list has that one finding. 1: the check goes on; 0: it ends here; 3 with the message.
-DWORD sswseJudgeDacl(const sswseCall& call, const wchar_t* path, const sswseExistingDacl& dacl,
-                     const sswseExpectation& expectation, sswseFindings& findings);
+[[nodiscard]] DWORD sswseJudgeDacl(const sswseCall& call, const wchar_t* path, const sswseExistingDacl& dacl,
+                                   const sswseExpectation& expectation, sswseFindings& findings);

@@ -23,13 +23,13 @@ struct sswseAuthorization
 };
 
 // The contexts of these accounts, in their order. 4 with WSE-000063 "Not a user account" for a group, as `machine`
-// (NULL: this one) knows the SID; 2; 3 with WSE-000034, WSE-000014, WSE-000053, WSE-00002. Users get the groups that the
-// interface finds. It finds none for the account of a service's SID, LocalSystem, LocalService and NetworkService: they
-// get those that their tokens have, and the local groups of this machine that list any of these.
-DWORD sswseAuthorize(const sswseCall& call, const wchar_t* machine, void* const* sids, DWORD count,
-                     sswseAuthorization& authorization);
+// (NULL: this one) knows the SID; 2; 3 with WSE-000034, WSE-000014, WSE-000053, WSE-00002. Users get the groups that
+// the interface finds. It finds none for the account of a service's SID, LocalSystem, LocalService and NetworkService:
+// they get those that their tokens have, and the local groups of this machine that list any of these.
+[[nodiscard]] DWORD sswseAuthorize(const sswseCall& call, const wchar_t* machine, void* const* sids, DWORD count,
+                                   sswseAuthorization& authorization);
 
 // Everything that the account of a context is granted by this security. 2, or 3 with WSE-000053 "AuthzAccessCheck";
 // `osError` receives the system's error when it is the security that cannot be judged, as one without an owner.
-DWORD sswseGrantedAccess(const sswseCall& call, AUTHZ_CLIENT_CONTEXT_HANDLE context, PSECURITY_DESCRIPTOR security,
-                         DWORD* granted, DWORD* osError);
+[[nodiscard]] DWORD sswseGrantedAccess(const sswseCall& call, AUTHZ_CLIENT_CONTEXT_HANDLE context,
+                                       PSECURITY_DESCRIPTOR security, DWORD* granted, DWORD* osError);

@@ -13,7 +13,7 @@ struct sswseExclusions
 
 // Takes the paths of a list that has been checked. 2; 3 with WSE-00002, WSE-00006; 4 with "excludelist" for one that is
 // empty, begins with a single backslash or with a drive and no backslash, or has a component "." or "..".
-DWORD sswseReadExclusions(const sswseCall& call, char** list, DWORD count, sswseExclusions& exclusions);
+[[nodiscard]] DWORD sswseReadExclusions(const sswseCall& call, char** list, DWORD count, sswseExclusions& exclusions);
 
 // Is `start` itself excluded, or one above it?
 bool sswseIsStartExcluded(const sswseExclusions& exclusions, const wchar_t* start);

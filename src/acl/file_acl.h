@@ -18,5 +18,5 @@ struct sswseAclUpdate
 // Applies the update to an object. An object that is one of
 // the cluster file system's own entries is left alone. An object without access is skipped (2, with WSE-000053) unless
 // `failOnAccessDenied`. 2, or 3 with the messages of composing, reading and writing.
-DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAclUpdate& update,
-                           bool failOnAccessDenied);
+[[nodiscard]] DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAclUpdate& update,
+                                         bool failOnAccessDenied);

@@ -17,5 +17,6 @@ struct sswseFinalAces
 // without a SID that counts included. No canonical order is made. Neither `newAces` nor `existing` change; what holds
 // the existing entries is kept as long as the result. 2; 3 with WSE-00002, or without a message when there is no new
 // entry; 4 "ppNewAceList" for NULL arrays.
-DWORD sswseCreateFinalAceList(sswseErrRec* err, const sswseAceList& existing, const sswseAce* const* newAces,
-                              DWORD newCount, bool keepExisting, sswseFinalAces* finalAces);
+[[nodiscard]] DWORD sswseCreateFinalAceList(sswseErrRec* err, const sswseAceList& existing,
+                                            const sswseAce* const* newAces, DWORD newCount, bool keepExisting,
+                                            sswseFinalAces* finalAces);

@@ -21,11 +21,13 @@ struct sswseFindings
 
 // Keeps a finding about the object at `path`. 1: the check goes on; 0: it ends, for nobody wants the list; 3 with
 // WSE-00002, WSE-00007.
-DWORD sswseAddFinding(const sswseCall& call, sswseFindings& findings, const wchar_t* path, const sswseFinding& finding);
+[[nodiscard]] DWORD sswseAddFinding(const sswseCall& call, sswseFindings& findings, const wchar_t* path,
+                                    const sswseFinding& finding);
 
 // The same for an object that cannot be read.
-DWORD sswseAddUnreadable(const sswseCall& call, sswseFindings& findings, const wchar_t* path, DWORD osError);
+[[nodiscard]] DWORD sswseAddUnreadable(const sswseCall& call, sswseFindings& findings, const wchar_t* path,
+                                       DWORD osError);
 
 // The answer of a check that ended with `status`: 3 as it is; else 1 without findings, 0 with the list handed out and
 // the first finding in the record.
-DWORD sswseAnswerFindings(const sswseCall& call, sswseFindings& findings, DWORD status);
+[[nodiscard]] DWORD sswseAnswerFindings(const sswseCall& call, sswseFindings& findings, DWORD status);

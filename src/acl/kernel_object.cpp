@@ -2,14 +2,13 @@
 #include "accounts/principal_names.h"
 #include "accounts/process_token.h"
 #include "acl/ace_list.h"
+#include "acl/generic_rights.h"
 #include "frame/acl_bounds.h"
 #include "frame/call.h"
 
 #include <aclapi.h>
 
 namespace {
-
-constexpr DWORD genericRights = GENERIC_READ | GENERIC_WRITE | GENERIC_EXECUTE | GENERIC_ALL;
 
 struct Grant
 {
@@ -33,7 +32,7 @@ bool isGranted(const ACL* dacl, const Grant& grant)
         if (ace->Header.AceType == ACCESS_DENIED_ACE_TYPE && (ace->Mask & grant.mask))
             return false;
     }
-    return granted && !(grant.mask & genericRights);
+    return granted && !(grant.mask & sswseGenericRights);
 }
 
 // The list with the grant; none when there is nothing to write. Without a list everybody is let in, and one with this

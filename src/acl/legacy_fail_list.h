@@ -31,10 +31,10 @@ struct sswseFailList
 };
 
 // Adds an object: SSWSE_LEGACY_INCOMPLETE, or SSWSE_LEGACY_NO_MEMORY, traced under the name of the calling function.
-DWORD sswseAddToFailList(sswseFailList& list, const wchar_t* path, const char* function);
+[[nodiscard]] DWORD sswseAddToFailList(sswseFailList& list, const wchar_t* path, const char* function);
 
 // Moves the names into an array for the caller, NULL when memory is exhausted.
 char** sswseTakeFailedNames(sswseFailList& list);
 
 // Traces that memory is exhausted and yields SSWSE_LEGACY_NO_MEMORY.
-DWORD sswseLegacyNoMemory(const char* function);
+[[nodiscard]] DWORD sswseLegacyNoMemory(const char* function);

@@ -6,7 +6,8 @@
 
 // A file or a directory without what is below it. SSWSE_LEGACY_DONE, SSWSE_LEGACY_NO_MEMORY, or
 // SSWSE_LEGACY_INCOMPLETE with the object in the fail list.
-DWORD sswseUpdateLegacyObject(const wchar_t* path, const sswseLegacyEntries& entries, sswseFailList& failed);
+[[nodiscard]] DWORD sswseUpdateLegacyObject(const wchar_t* path, const sswseLegacyEntries& entries,
+                                            sswseFailList& failed);
 
 // The name under which it traces itself.
 inline constexpr char sswseLegacyObjectRoutine[] = "updateAclOnFile";

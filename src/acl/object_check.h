@@ -19,11 +19,12 @@ struct sswseObjectCheck
 
 // A file or directory, with `wholeTree` everything below it, and the volume of a mount point. 1, 0; 3 with what `look`
 // says or WSE-000065, WSE-00002, WSE-00006, WSE-00007.
-DWORD sswseCheckFiles(const sswseCall& call, sswseObjectCheck& check, const sswseObjectPlace& place, bool wholeTree);
+[[nodiscard]] DWORD sswseCheckFiles(const sswseCall& call, sswseObjectCheck& check, const sswseObjectPlace& place,
+                                    bool wholeTree);
 
 // A key alone, by its name. 1, 0, 3 as `look` says.
-DWORD sswseCheckNamedKey(const sswseCall& call, sswseObjectCheck& check, const sswseObjectPlace& place);
+[[nodiscard]] DWORD sswseCheckNamedKey(const sswseCall& call, sswseObjectCheck& check, const sswseObjectPlace& place);
 
 // A key and every key below it. 1, 0; 3 with what `look` says or as from sswseWalkKeys.
-DWORD sswseCheckKeys(const sswseCall& call, sswseObjectCheck& check, const sswseObjectPlace& place,
-                     const sswseKeyName& name);
+[[nodiscard]] DWORD sswseCheckKeys(const sswseCall& call, sswseObjectCheck& check, const sswseObjectPlace& place,
+                                   const sswseKeyName& name);

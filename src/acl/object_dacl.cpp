@@ -55,8 +55,8 @@ DWORD listDacl(const sswseCall& call, PACL dacl, const void* block, size_t size,
     return existing.read ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 
-// Of the descriptor in a block of `size` bytes. Where no DACL is to be found in it the message names the path of a file,
-// not the function: deliberate.
+// Of the descriptor in a block of `size` bytes. Where no DACL is to be found in it the message names the path of a
+// file, not the function: deliberate.
 DWORD listDaclOf(const sswseCall& call, size_t size, const wchar_t* file, sswseExistingDacl& existing)
 {
     BOOL present = FALSE;

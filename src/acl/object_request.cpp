@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr BYTE inheritedByAll = OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE;
-
 // One SID: those made from a string and those looked up by name are released in different ways.
 struct PrincipalSid
 {
@@ -52,7 +50,7 @@ DWORD resolvePrincipal(const sswseCall& call, const sswsePrincipalRow& row, cons
 DWORD addGrant(const sswseCall& call, sswseGrants& grants, PSID sid, DWORD mask, const char* name)
 {
     grants.names.get()[grants.aces.count] = name;
-    return sswseBuildAceArray(call.rec, sid, mask, inheritedByAll, grants.aces.entries, &grants.aces.count);
+    return sswseBuildAceArray(call.rec, sid, sswseInheritedByAll, mask, grants.aces.entries, &grants.aces.count);
 }
 
 // These two have their entries, always the first ones, before the other principals are looked up.

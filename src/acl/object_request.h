@@ -19,14 +19,17 @@ struct sswseObjectPlace
 };
 
 // The row for this object and permission type. 2, or 4 with WSE-000063 when they do not go together.
-DWORD sswseRequirePermissionType(const sswseCall& call, unsigned wtype, int ptype, const sswsePermissionType** row);
+[[nodiscard]] DWORD sswseRequirePermissionType(const sswseCall& call, unsigned wtype, int ptype,
+                                               const sswsePermissionType** row);
 
 // For calls without a permission type: 2, or 4 with WSE-000064 for a `wtype` above the `last` one.
-DWORD sswseRequireObjectType(const sswseCall& call, unsigned wtype, sswseObjectType last = sswseObjectType::groupsOnly);
+[[nodiscard]] DWORD sswseRequireObjectType(const sswseCall& call, unsigned wtype,
+                                           sswseObjectType last = sswseObjectType::groupsOnly);
 
 // Converts the path, asks for a mount point (files and directories only) and finds the machine that owns the object. 2;
 // 3 with WSE-00002, WSE-00006 or the messages of the mount point; 4 with "path" for a NULL one.
-DWORD sswseLocateObject(const sswseCall& call, sswseObjectType object, const char* path, sswseObjectPlace& place);
+[[nodiscard]] DWORD sswseLocateObject(const sswseCall& call, sswseObjectType object, const char* path,
+                                      sswseObjectPlace& place);
 
 // How an account's name is turned into its SID on a machine (NULL: this one). 2, or 3 with the message.
 using sswseNameRule = DWORD (*)(const sswseCall& call, const char* name, const wchar_t* machine,
@@ -34,8 +37,8 @@ using sswseNameRule = DWORD (*)(const sswseCall& call, const char* name, const w
 
 // The SIDs of users, in their order. 2; 3 with the message of the first one that does not resolve; 4 with "usernames"
 // for a NULL array or, once those before it are resolved, a NULL name.
-DWORD sswseResolveUsers(const sswseCall& call, char** usernames, DWORD count, const wchar_t* machine,
-                        sswseNameRule rule, owned::Blocks<void>& sids);
+[[nodiscard]] DWORD sswseResolveUsers(const sswseCall& call, char** usernames, DWORD count, const wchar_t* machine,
+                                      sswseNameRule rule, owned::Blocks<void>& sids);
 
 // Whom a permission type is to give access.
 struct sswseGrantRequest
@@ -56,10 +59,10 @@ struct sswseGrants
 
 // Users are resolved first, then the install user, then the principals. 2; 3 with the message of an account or
 // WSE-00002; 4 as above.
-DWORD sswseListGrants(const sswseCall& call, const sswseGrantRequest& request, const wchar_t* machine,
-                      sswseGrants& grants);
+[[nodiscard]] DWORD sswseListGrants(const sswseCall& call, const sswseGrantRequest& request, const wchar_t* machine,
+                                    sswseGrants& grants);
 
-// Applies the update to the file or directory, with `wholeTree` to everything below it, and then to the volume of a mount
-// point. The messages are those of sswseUpdateAclOnFile and sswseUpdateAclOnTree.
-DWORD sswseUpdatePlace(const sswseCall& call, const sswseObjectPlace& place, bool wholeTree,
-                       const sswseAclUpdate& update);
+// Applies the update to the file or directory, with `wholeTree` to everything below it, and then to the volume of a
+// mount point. The messages are those of sswseUpdateAclOnFile and sswseUpdateAclOnTree.
+[[nodiscard]] DWORD sswseUpdatePlace(const sswseCall& call, const sswseObjectPlace& place, bool wholeTree,
+                                     const sswseAclUpdate& update);

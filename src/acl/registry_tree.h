@@ -15,7 +15,7 @@ struct sswseKeyName
 
 // Only roots that can be had: MACHINE and USERS, on this machine CLASSES_ROOT and CURRENT_USER as well. 2, or 4 with
 // WSE-000012 "Registry Path".
-DWORD sswseSplitKeyName(const sswseCall& call, const wchar_t* path, sswseKeyName& name);
+[[nodiscard]] DWORD sswseSplitKeyName(const sswseCall& call, const wchar_t* path, sswseKeyName& name);
 
 // Who looks at the keys. Both answer 1 to go on; anything else ends the walk and is its answer.
 struct sswseKeyVisitor
@@ -36,5 +36,5 @@ inline bool sswseIsKeyGone(DWORD osError)
 // The key called `path`, which is `name`, and those below it, each before what is below it; one that is gone by then is
 // passed over. Links to other keys are opened themselves and not followed, but for the first key. 1, what a visitor
 // answered, or 3 with WSE-000044, WSE-000010, WSE-000053 "RegEnumKeyExW" for the first key, WSE-00002, WSE-00007.
-DWORD sswseWalkKeys(const sswseCall& call, const wchar_t* path, const sswseKeyName& name,
-                    const sswseKeyVisitor& visitor);
+[[nodiscard]] DWORD sswseWalkKeys(const sswseCall& call, const wchar_t* path, const sswseKeyName& name,
+                                  const sswseKeyVisitor& visitor);

@@ -13,11 +13,6 @@ bool isAllowEntry(const sswseAce* ace)
     return ace->Header.AceType == ACCESS_ALLOWED_ACE_TYPE || ace->Header.AceType == ACCESS_ALLOWED_CALLBACK_ACE_TYPE;
 }
 
-bool isInherited(const sswseAce* ace)
-{
-    return (ace->Header.AceFlags & INHERITED_ACE) != 0;
-}
-
 bool allows(const AceListNode& node, PSID sid)
 {
     return node.sid && isAllowEntry(static_cast<const sswseAce*>(node.ace)) && EqualSid(node.sid, sid);
@@ -41,7 +36,7 @@ DWORD listRest(const sswseCall& call, const sswseAceList& aces, const owned::Blo
         return sswseOutOfMemory(call);
     for (const AceListNode* node = aces.first; node; node = node->next) {
         const auto* const ace = static_cast<const sswseAce*>(node->ace);
-        if (allowsAny(*node, sids) && !(keepInherited && isInherited(ace)))
+        if (allowsAny(*node, sids) && !(keepInherited && sswseIsInherited(ace)))
             *isChanged = true;
         else
             rest.entries.get()[rest.count++] = ace;
@@ -90,7 +85,7 @@ void tellInherited(const sswseCall& call, const char* path, const sswseAceList& 
 {
     for (DWORD i = 0; i < sids.count; ++i)
         for (const AceListNode* node = aces.first; node; node = node->next)
-            if (isInherited(static_cast<const sswseAce*>(node->ace)) && allows(*node, sids.entries[i])) {
+            if (sswseIsInherited(static_cast<const sswseAce*>(node->ace)) && allows(*node, sids.entries[i])) {
                 char finding[sizeof call.rec->message];
                 sswseFormatText(finding, "still inherits %s", usernames[i]);
                 sswseReport(call, WSE_TEXT_2, 0, "", path, finding);

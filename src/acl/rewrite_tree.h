@@ -11,11 +11,12 @@ using sswseRewrite = DWORD (*)(const sswseCall& call, const void* context, const
 
 // Does so for the directory and everything below it (sswseWalkStrictly). A child that fails does not end the walk, one
 // that has gone does not count. 2 with an empty record; 3 with the first message.
-DWORD sswseRewriteTree(const sswseCall& call, const wchar_t* path, const void* context, sswseRewrite rewrite);
+[[nodiscard]] DWORD sswseRewriteTree(const sswseCall& call, const wchar_t* path, const void* context,
+                                     sswseRewrite rewrite);
 
 // Reads the DACL of an object that such a walk has come to. 2; 3 with the messages of sswseReadDacl.
-DWORD sswseReadWalked(const sswseCall& call, const sswseWalkedObject& object, sswseExistingDacl& existing,
-                      DWORD* osError);
+[[nodiscard]] DWORD sswseReadWalked(const sswseCall& call, const sswseWalkedObject& object, sswseExistingDacl& existing,
+                                    DWORD* osError);
 
 // Pointers to entries that lie elsewhere.
 struct sswseAceView

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr BYTE inheritedByAll = OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE;
-
 // The entry of the home's group on the machine of the object.
 DWORD makeEntry(const sswseCall& call, const wchar_t* machine, sswseAceArray& aces)
 {
@@ -28,23 +26,18 @@ DWORD makeEntry(const sswseCall& call, const wchar_t* machine, sswseAceArray& ac
         return status;
     if (!aces.reserve(1))
         return sswseOutOfMemory(call);
-    return sswseBuildAceArray(call.rec, sid.get(), GENERIC_ALL, inheritedByAll, aces.entries, &aces.count);
+    return sswseBuildAceArray(call.rec, sid.get(), sswseInheritedByAll, GENERIC_ALL, aces.entries, &aces.count);
 }
 
-bool isInherited(const AceListNode& node)
-{
-    return (static_cast<const sswseAce*>(node.ace)->Header.AceFlags & INHERITED_ACE) != 0;
-}
-
-// The system may keep the entry in two pieces, one for the key and one to be inherited. An entry that another one of the
-// account stands before does not count.
+// The system may keep the entry in two pieces, one for the key and one to be inherited. An entry that another one of
+// the account stands before does not count.
 bool hasEntry(const sswseAceList& aces, const sswseAce* entry)
 {
     const PSID sid = sswseSidOfAce(entry);
     bool isForKey = false;
     bool isForSubkeys = false;
     for (const AceListNode* node = aces.first; node && !(isForKey && isForSubkeys); node = node->next) {
-        if (!node->sid || !EqualSid(node->sid, sid) || isInherited(*node))
+        if (!node->sid || !EqualSid(node->sid, sid) || sswseIsInherited(static_cast<const sswseAce*>(node->ace)))
             continue;
         const auto* const ace = static_cast<const sswseAce*>(node->ace);
         if (ace->Header.AceType != ACCESS_ALLOWED_ACE_TYPE ||

@@ -8,16 +8,13 @@
 
 namespace {
 
-constexpr size_t patternSize = 260;
-constexpr size_t childPathSize = 520; // any name fits behind the path of a directory whose pattern fits
-
 // What all levels share, so that a level costs little stack. One listing entry is enough: once the child is named in
 // `path` its listing entry is not needed any more.
 struct Walk
 {
     const sswseCall& call;
     const sswseWalkVisitor& visitor;
-    wchar_t path[childPathSize]; // of the object at hand; each level appends a name and cuts it off again
+    wchar_t path[sswseChildPathSize]; // of the object at hand; each level appends a name and cuts it off again
     WIN32_FIND_DATAW entry;
 };
 
@@ -56,7 +53,7 @@ bool leadsElsewhere(const WIN32_FIND_DATAW& entry)
 owned::FindHandle openListing(Walk& walk, const wchar_t* path, size_t length, DWORD* osError)
 {
     *osError = ERROR_FILENAME_EXCED_RANGE;
-    if (length + 2 >= patternSize)
+    if (length + 2 >= sswsePatternSize)
         return nullptr;
     wmemmove(walk.path, path, length); // the walk's own path but for the first directory
     wcscpy(walk.path + length, L"\\*");

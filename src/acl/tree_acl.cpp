@@ -10,16 +10,13 @@
 
 namespace {
 
-constexpr size_t patternSize = 260;
-constexpr size_t childPathSize = 520; // any name fits behind the path of a directory whose pattern fits
-
 // What all levels of a walk share, so that a level costs little stack. One listing entry is enough: once the child is
 // named in `path` its listing entry is not needed any more.
 struct TreeWalk
 {
     const sswseAclUpdate& update;
-    size_t startLength;          // of the path that the walk began with
-    wchar_t path[childPathSize]; // of the object at hand; each level appends a name and cuts it off again
+    size_t startLength;               // of the path that the walk began with
+    wchar_t path[sswseChildPathSize]; // of the object at hand; each level appends a name and cuts it off again
     WIN32_FIND_DATAW entry;
     sswseErrRec lastReport;
     size_t reports;
@@ -61,7 +58,7 @@ bool updateChild(const sswseCall& call, TreeWalk& walk, size_t length, DWORD* st
 DWORD updateChildren(const sswseCall& call, TreeWalk& walk, const wchar_t* path)
 {
     const size_t length = wcslen(path);
-    if (length + 2 >= patternSize) { // cut, it would list another directory
+    if (length + 2 >= sswsePatternSize) { // cut, it would list another directory
         sswseApiFailed(call, ERROR_FILENAME_EXCED_RANGE, "FindFirstFileW");
         keepReport(call, walk);
         return SSWSE_SUCCESS;

@@ -4,4 +4,4 @@
 #include "frame/record.h"
 
 // A list of texts and its count: the count is not negative, and that many entries are there.
-DWORD sswseCheckNameList(const sswseCall& call, char** list, int count, const char* name);
+[[nodiscard]] DWORD sswseCheckNameList(const sswseCall& call, char** list, int count, const char* name);

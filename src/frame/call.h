@@ -43,8 +43,8 @@ struct sswseFramed
     DWORD (*run)(const void* body, const sswseCall& call);
 };
 
-DWORD sswseRunInFrame(sswseErrRec* err, const sswseFramed& framed);
-DWORD sswseRunInFrameKeepingRecord(sswseErrRec* err, const sswseFramed& framed);
+[[nodiscard]] DWORD sswseRunInFrame(sswseErrRec* err, const sswseFramed& framed);
+[[nodiscard]] DWORD sswseRunInFrameKeepingRecord(sswseErrRec* err, const sswseFramed& framed);
 
 template <class ArgLine, class Body>
 sswseFramed sswseFrame(const char* function, const ArgLine& argLine, const Body& body)
@@ -61,14 +61,15 @@ sswseFramed sswseFrame(const char* function, const ArgLine& argLine, const Body&
 }
 
 template <class ArgLine, class Body>
-DWORD sswseRunFramed(sswseErrRec* err, const char* function, const ArgLine& argLine, const Body& body)
+[[nodiscard]] DWORD sswseRunFramed(sswseErrRec* err, const char* function, const ArgLine& argLine, const Body& body)
 {
     return sswseRunInFrame(err, sswseFrame(function, argLine, body));
 }
 
 // For the routine that leaves what the record held.
 template <class ArgLine, class Body>
-DWORD sswseRunFramedKeepingRecord(sswseErrRec* err, const char* function, const ArgLine& argLine, const Body& body)
+[[nodiscard]] DWORD sswseRunFramedKeepingRecord(sswseErrRec* err, const char* function, const ArgLine& argLine,
+                                                const Body& body)
 {
     return sswseRunInFrameKeepingRecord(err, sswseFrame(function, argLine, body));
 }

@@ -9,8 +9,8 @@ struct sswseKeptMessage
     bool isKept = false;
 };
 
-// Keeps what the record holds, unless something is kept already, and clears it: a failure without an OS error that comes
-// later must not be told with this one's.
+// Keeps what the record holds, unless something is kept already, and clears it: a failure without an OS error that
+// comes later must not be told with this one's.
 inline void sswseKeepMessage(const sswseCall& call, sswseKeptMessage& message)
 {
     if (!message.isKept)

@@ -85,6 +85,6 @@ DWORD sswseLoadMessageModule()
 HMODULE sswseMessageModule()
 {
     if (!messageModule.load())
-        sswseLoadMessageModule();
+        static_cast<void>(sswseLoadMessageModule());
     return messageModule.load();
 }

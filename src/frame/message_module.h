@@ -8,7 +8,7 @@
 HMODULE sswseMessageModule();
 
 // 2 when a module handle is set, 3 when the library cannot find itself.
-DWORD sswseLoadMessageModule();
+[[nodiscard]] DWORD sswseLoadMessageModule();
 
 // The code of the user's default language, a constant text.
 const char* sswseGetLanguageCode();

@@ -10,8 +10,8 @@ inline bool sswseIsLocalNode(const char* nodename)
 }
 
 // The wide name for a platform call; NULL for the local machine. 2, or 3 with WSE-00006.
-DWORD sswseNodeToWide(const sswseCall& call, const char* nodename, owned::Heap<wchar_t>& node);
+[[nodiscard]] DWORD sswseNodeToWide(const sswseCall& call, const char* nodename, owned::Heap<wchar_t>& node);
 
 // The machine name of a UNC object path. 0: not a UNC path, `node` is not touched; 2: `node` holds the name (empty for
 // "\\\share"); 4 with WSE-000012 "Path": no backslash ends the name. `node` has room for the whole path.
-DWORD sswseNodeName(sswseErrRec* err, const wchar_t* path, wchar_t* node);
+[[nodiscard]] DWORD sswseNodeName(sswseErrRec* err, const wchar_t* path, wchar_t* node);

@@ -56,6 +56,11 @@ struct FindCloser
     void operator()(HANDLE search) const { FindClose(search); }
 };
 
+struct VerdictReleaser
+{
+    void operator()(void* verdict) const { NetValidatePasswordPolicyFree(&verdict); }
+};
+
 template <class T>
 using Heap = std::unique_ptr<T, Releaser<&free>>; // malloc
 template <class T>
@@ -72,6 +77,7 @@ using Handle = std::unique_ptr<void, HandleCloser>; // files, tokens
 using PolicyHandle = std::unique_ptr<void, PolicyCloser>;
 using AuthzManager = std::unique_ptr<AUTHZ_RESOURCE_MANAGER_HANDLE__, Releaser<&AuthzFreeResourceManager>>;
 using AuthzContext = std::unique_ptr<AUTHZ_CLIENT_CONTEXT_HANDLE__, Releaser<&AuthzFreeContext>>;
+using PasswordVerdict = std::unique_ptr<NET_VALIDATE_OUTPUT_ARG, VerdictReleaser>;
 using FindHandle = std::unique_ptr<void, FindCloser>;
 
 // A handle whose "none" is INVALID_HANDLE_VALUE, normalised to NULL so that an owner can test it.
@@ -156,8 +162,7 @@ private:
             return false;
         if (count)
             memcpy(larger.entries, entries, count * sizeof(T*));
-        std::swap(entries,
-                  larger.entries); // the old array goes with `larger`, which counts none of the blocks as its own
+        std::swap(entries, larger.entries); // the old one goes with `larger`, which counts no block as its own
         room = doubled;
         return true;
     }

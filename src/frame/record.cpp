@@ -66,9 +66,10 @@ DWORD sswseBadArgument(const sswseCall& call, const char* argument, DWORD status
     return status;
 }
 
-DWORD sswseBufferTooSmall(const sswseCall& call, const char* buffer)
+DWORD sswseBufferTooSmall(const sswseCall& call, const char* buffer, DWORD status)
 {
-    return sswseFail(call, WSE_INSUFFICIENT_BUFFER, 0, "", buffer);
+    sswseReport(call, WSE_INSUFFICIENT_BUFFER, 0, "", buffer);
+    return status;
 }
 
 DWORD sswseOutOfMemory(const sswseCall& call)

@@ -33,7 +33,8 @@ void sswseReport(const sswseCall& call, DWORD messageId, DWORD osError, const ch
 
 // Fills the record and yields SSWSE_FAILURE: `return sswseFail(call, WSE_..., GetLastError(), "ApiName");`
 template <class... Inserts>
-DWORD sswseFail(const sswseCall& call, DWORD messageId, DWORD osError, const char* apiName, Inserts... inserts)
+[[nodiscard]] DWORD sswseFail(const sswseCall& call, DWORD messageId, DWORD osError, const char* apiName,
+                              Inserts... inserts)
 {
     sswseReport(call, messageId, osError, apiName, inserts...);
     return SSWSE_FAILURE;
@@ -46,8 +47,9 @@ inline DWORD sswseApiFailed(const sswseCall& call, DWORD osError, const char* ap
 }
 
 // WSE-000012 naming the argument; `status` where a routine does not answer a missing argument with 4.
-DWORD sswseBadArgument(const sswseCall& call, const char* argument, DWORD status = SSWSE_INVALID_ARGUMENT);
+[[nodiscard]] DWORD sswseBadArgument(const sswseCall& call, const char* argument,
+                                     DWORD status = SSWSE_INVALID_ARGUMENT);
 // WSE-000033 naming the output buffer.
-DWORD sswseBufferTooSmall(const sswseCall& call, const char* buffer);
+[[nodiscard]] DWORD sswseBufferTooSmall(const sswseCall& call, const char* buffer, DWORD status = SSWSE_FAILURE);
 // WSE-00002.
-DWORD sswseOutOfMemory(const sswseCall& call);
+[[nodiscard]] DWORD sswseOutOfMemory(const sswseCall& call);

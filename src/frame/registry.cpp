@@ -12,8 +12,8 @@ const char* machineOf(const char* nodename)
     return sswseIsLocalNode(nodename) ? nullptr : nodename;
 }
 
-// One dialect of the registry: multibyte or wide. Made for each call: a table would keep addresses from
-// before the imports were redirected.
+// One dialect of the registry: multibyte or wide. Made for each call: a table would be filled when the library is
+// loaded, before a program that watches its imports can replace them.
 template <class Char>
 struct Dialect
 {

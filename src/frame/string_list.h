@@ -10,8 +10,8 @@ using sswseStringList = owned::Blocks<char>;
 
 // Appends a text: the block itself, which becomes the list's (NULL is taken for exhausted memory), or a wide text
 // converted. 2, or 3 with WSE-00002, the second also with WSE-00007; the list is then as it was.
-DWORD sswseAddString(const sswseCall& call, sswseStringList& list, owned::Heap<char> text);
-DWORD sswseAddString(const sswseCall& call, sswseStringList& list, const wchar_t* text);
+[[nodiscard]] DWORD sswseAddString(const sswseCall& call, sswseStringList& list, owned::Heap<char> text);
+[[nodiscard]] DWORD sswseAddString(const sswseCall& call, sswseStringList& list, const wchar_t* text);
 
 // Appends a copy of a wide text to a list of the library's own. False when memory is exhausted.
 bool sswseAppendCopy(owned::Blocks<wchar_t>& list, const wchar_t* text);
@@ -29,8 +29,8 @@ struct sswseStringsOut
 sswseStringsOut sswseClearStrings(char*** list, int* count);
 
 // 2, or 4 with WSE-000012 naming the pointer that alone is NULL.
-DWORD sswseCheckStringsOut(const sswseCall& call, const sswseStringsOut& out, const char* listName,
-                           const char* countName);
+[[nodiscard]] DWORD sswseCheckStringsOut(const sswseCall& call, const sswseStringsOut& out, const char* listName,
+                                         const char* countName);
 
 // Moves the texts to the caller; an empty list stays NULL and 0. Nothing when none is wanted.
 void sswseHandOutStrings(sswseStringList& list, const sswseStringsOut& out);

@@ -14,17 +14,19 @@ struct sswseGroupNames
 };
 
 // 2; 3 with WSE-00006; 4 with WSE-000012 "groupname" when it is NULL.
-DWORD sswseNameGroup(const sswseCall& call, const char* groupname, const char* nodename, sswseGroupNames& names);
+[[nodiscard]] DWORD sswseNameGroup(const sswseCall& call, const char* groupname, const char* nodename,
+                                   sswseGroupNames& names);
 
 // The status for the result of a network function: 2 when it is 0 or one of those that mean "already so", else 3 with
 // the message and the result as the system's error.
-DWORD sswseGroupResult(const sswseCall& call, NET_API_STATUS result,
-                       std::initializer_list<NET_API_STATUS> countedAsSuccess, DWORD messageId, const char* apiName);
+[[nodiscard]] DWORD sswseGroupResult(const sswseCall& call, NET_API_STATUS result,
+                                     std::initializer_list<NET_API_STATUS> countedAsSuccess, DWORD messageId,
+                                     const char* apiName);
 
 // One member, as the network functions take it at a level. 2, or 3 with WSE-000031 respectively WSE-000032; a member
 // that is in already or, for the removal, a member or group that is not there, is no failure.
-DWORD sswseAddMember(const sswseCall& call, const sswseGroupNames& names, DWORD level, void* member);
-DWORD sswseRemoveMember(const sswseCall& call, const sswseGroupNames& names, DWORD level, void* member);
+[[nodiscard]] DWORD sswseAddMember(const sswseCall& call, const sswseGroupNames& names, DWORD level, void* member);
+[[nodiscard]] DWORD sswseRemoveMember(const sswseCall& call, const sswseGroupNames& names, DWORD level, void* member);
 
 // Creates the group, with the comment "KESTEL Group", unless it is known to be there. 2 or 3.
-DWORD sswseMakeSureOfGroup(const sswseCall& call, const char* groupname, const char* nodename);
+[[nodiscard]] DWORD sswseMakeSureOfGroup(const sswseCall& call, const char* groupname, const char* nodename);

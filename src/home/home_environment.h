@@ -5,5 +5,5 @@
 
 // Copies the variable's value. 2 with its length, without the terminator, in `*outlen` (may be NULL); 3 with WSE-000052
 // when the variable is not set or empty, with WSE-000033 naming `label` when the value does not fit.
-DWORD sswseHomeTextFromEnvironment(const sswseCall& call, const char* variable, const char* label, char* text,
-                                   size_t size, size_t* outlen);
+[[nodiscard]] DWORD sswseHomeTextFromEnvironment(const sswseCall& call, const char* variable, const char* label,
+                                                 char* text, size_t size, size_t* outlen);

@@ -5,6 +5,9 @@
 
 inline constexpr char sswseHomeGroupPrefix[] = "KES_";
 
+// Of the machine, whatever its homes.
+inline constexpr char sswseDatabaseAdministrators[] = "KES_DBA";
+
 inline constexpr char sswseServiceAccountsSuffix[] = "_SVCACCTS";
 inline constexpr char sswseServiceSidsSuffix[] = "_SVCSIDS";
 inline constexpr char sswseDatabaseAdministratorsSuffix[] = "_DBA";

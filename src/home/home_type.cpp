@@ -1,6 +1,7 @@
 // The type of a home, one of the texts "0", "1" and "2": read, set, validated.
 #include "frame/call.h"
 #include "home/home_registry.h"
+#include "home/home_types.h"
 #include "home/home_values.h"
 
 #include <cstring>
@@ -8,7 +9,7 @@
 namespace {
 
 constexpr sswseHomeValueNames typeNames = {"KESTEL_HOME_TYPE", "Kestelhometype", "KestelHome Type"};
-constexpr const char* validTypes[] = {"0", "1", "2"};
+constexpr const char* validTypes[] = {sswseHomeType0, sswseHomeType1, sswseHomeType2};
 
 DWORD checkTypeArguments(const sswseCall& call, const char* khomekey, const char* khtype)
 {

@@ -24,10 +24,10 @@ struct sswseKeyFileAnswers
 
 // Reads the key file of the home at `khomepath` through the local file system and finds its home key, which lies in
 // `line`. 2, or what `answers` says.
-DWORD sswseFindHomeKey(const sswseCall& call, const char* khomepath, const sswseKeyFileAnswers& answers,
-                       sswseKeyLine& line, const char** homeKey);
+[[nodiscard]] DWORD sswseFindHomeKey(const sswseCall& call, const char* khomepath, const sswseKeyFileAnswers& answers,
+                                     sswseKeyLine& line, const char** homeKey);
 
 // Reads the whole line instead, with a node name through the node's administrative share: the colon behind the drive
 // letter in the caller's `khomepath` is overwritten with "$" and stays so. `answers.noHomeKey` is not used.
-DWORD sswseReadKeyFileOnNode(const sswseCall& call, char* khomepath, const char* nodename,
-                             const sswseKeyFileAnswers& answers, sswseKeyLine& line);
+[[nodiscard]] DWORD sswseReadKeyFileOnNode(const sswseCall& call, char* khomepath, const char* nodename,
+                                           const sswseKeyFileAnswers& answers, sswseKeyLine& line);

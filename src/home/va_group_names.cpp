@@ -37,7 +37,7 @@ DWORD WINAPI sswseGetKHomeNameFromVAGroupName(sswseErrRec* err, const char* grou
 {
     const auto args = sswseArgs("groupname=%s\nhnamel=%Iu", groupname, hnamel);
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
-        // In this order, and the length is not optional here: deliberate.
+        // The order that callers know, and the length is not optional here: deliberate.
         if (!homename)
             return sswseBadArgument(call, "homename");
         if (!outlen)

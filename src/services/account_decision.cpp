@@ -1,6 +1,7 @@
 #include "services/account_decision.h"
 
 #include "frame/call.h"
+#include "home/home_types.h"
 #include "services/own_home_user.h"
 #include "services/role_table.h"
 
@@ -15,7 +16,7 @@ DWORD virtualAccount(const sswseCall& call, const char* servicename, sswseServic
 {
     account.isVirtual = true;
     const DWORD status = sswseGetServiceSidName(call.rec, servicename, account.name, announcedSize, nullptr);
-    // Upside down, so a name that was found answers 3: deliberate, callers go by the account.
+    // Upside down, so a name that was found answers 3. Nobody sees it: the caller goes by the account.
     return status == 0 ? SSWSE_SUCCESS : SSWSE_FAILURE;
 }
 
@@ -57,7 +58,7 @@ DWORD sswseDecideSvcUser(sswseErrRec* err, const char* svckey, const char* khtyp
             return SSWSE_FAILURE;
         if (sswseIsCurKHSvcUserVA(call.rec, nodename) == SSWSE_SUCCESS)
             return virtualAccount(call, servicename, account);
-        if (!found && strcmp(khtype, "0") == 0)
+        if (!found && strcmp(khtype, sswseHomeType0) == 0)
             return SSWSE_SUCCESS; // LocalSystem, even if the home has a service user
         const sswseRoleTable* const table = sswseRoleTableOf(khtype);
         if (!table)

@@ -13,5 +13,5 @@ struct sswseServiceAccount
 // Decides for the service `servicename` with the key `svckey`; `index` is its row, sswseNoRole without one.
 // 2 or 3, but callers go by `account` alone: it is set whatever the status, and after a virtual account was found the
 // status is 3.
-DWORD sswseDecideSvcUser(sswseErrRec* err, const char* svckey, const char* khtype, int index, const char* nodename,
-                         const char* servicename, sswseServiceAccount& account);
+[[nodiscard]] DWORD sswseDecideSvcUser(sswseErrRec* err, const char* svckey, const char* khtype, int index,
+                                       const char* nodename, const char* servicename, sswseServiceAccount& account);

@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr char machineGroup[] = "KES_DBA";
 constexpr char databaseKey[] = "kestel.exe";
 
 // 1, 0, 3: whether the service of the walk is a database service, with its name.
@@ -106,8 +105,8 @@ DWORD migrate(const sswseCall& call, const char* khomepath, const char* nodename
     owned::Blocks<char> services;
     if (gather(call, {nodename, nullptr, true, khomepath}, services) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
-    return isUpgrade ? moveServices(call, machineGroup, homeGroup, nodename, services)
-                     : moveServices(call, homeGroup, machineGroup, nodename, services);
+    return isUpgrade ? moveServices(call, sswseDatabaseAdministrators, homeGroup, nodename, services)
+                     : moveServices(call, homeGroup, sswseDatabaseAdministrators, nodename, services);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "services/role_table.h"
 
+#include "home/home_types.h"
+
 #include <cstring>
 #include <string_view>
 
@@ -45,7 +47,8 @@ struct HomeTypeRoles
     sswseRoleTable table;
 };
 
-constexpr HomeTypeRoles homeTypes[] = {{"0", tableOf(rows0)}, {"1", tableOf(rows1)}, {"2", tableOf(rows2)}};
+constexpr HomeTypeRoles homeTypes[] = {
+    {sswseHomeType0, tableOf(rows0)}, {sswseHomeType1, tableOf(rows1)}, {sswseHomeType2, tableOf(rows2)}};
 
 constexpr std::string_view homeTemplate = "KES_HN_"; // the home's name takes the place of "HN"
 

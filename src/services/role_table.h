@@ -49,7 +49,7 @@ bool sswseSameServiceKey(const char* left, const char* right);
 // Runs `step(name)` for the used slots from first to last. Anything but success ends the walk and becomes
 // SSWSE_FAILURE.
 template <size_t N, class Step>
-DWORD sswseForEachName(const sswseNameSlots<N>& slots, Step step)
+[[nodiscard]] DWORD sswseForEachName(const sswseNameSlots<N>& slots, Step step)
 {
     for (const char* name : slots)
         if (name && step(name) != SSWSE_SUCCESS)

@@ -38,12 +38,13 @@ DWORD findDacl(const sswseCall& call, const sswseServiceAnswer<SECURITY_DESCRIPT
 // service a list, so this is left to the platform's merge.
 DWORD mergeGrants(const sswseCall& call, ACL* existing, const char* homename, owned::Local<ACL>& merged)
 {
-    char productGroup[] = "KES_DBA";
+    char machineGroup[sizeof sswseDatabaseAdministrators];
+    strcpy(machineGroup, sswseDatabaseAdministrators);
     char homeGroup[512];
     sswseHomeGroup(homeGroup, homename, sswseDatabaseAdministratorsSuffix);
     EXPLICIT_ACCESS_A grants[2];
     constexpr DWORD startAndStop = SERVICE_START | SERVICE_STOP;
-    BuildExplicitAccessWithNameA(&grants[0], productGroup, startAndStop, GRANT_ACCESS, NO_INHERITANCE);
+    BuildExplicitAccessWithNameA(&grants[0], machineGroup, startAndStop, GRANT_ACCESS, NO_INHERITANCE);
     BuildExplicitAccessWithNameA(&grants[1], homeGroup, startAndStop, GRANT_ACCESS, NO_INHERITANCE);
     ACL* acl = nullptr;
     const DWORD result = SetEntriesInAclA(2, grants, existing, &acl);

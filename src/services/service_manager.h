@@ -7,7 +7,7 @@
 #include <algorithm>
 
 // Opens the manager of `nodename`. 2, or 3 with WSE-000011. Not traced.
-DWORD sswseOpenScm(const sswseCall& call, const char* nodename, DWORD access, owned::ServiceHandle& scm);
+[[nodiscard]] DWORD sswseOpenScm(const sswseCall& call, const char* nodename, DWORD access, owned::ServiceHandle& scm);
 
 // The service is closed before its manager.
 struct sswseOpenedService
@@ -17,8 +17,9 @@ struct sswseOpenedService
 };
 
 // Opens a service of `nodename`, the manager with `managerAccess`. 2, or 3 with WSE-000011, WSE-000054.
-DWORD sswseOpenNodeService(const sswseCall& call, const char* nodename, const char* servicename, DWORD access,
-                           sswseOpenedService& opened, DWORD managerAccess = SC_MANAGER_ALL_ACCESS);
+[[nodiscard]] DWORD sswseOpenNodeService(const sswseCall& call, const char* nodename, const char* servicename,
+                                         DWORD access, sswseOpenedService& opened,
+                                         DWORD managerAccess = SC_MANAGER_ALL_ACCESS);
 
 // What the service control manager answers, in a block of `size` bytes.
 template <class T>
@@ -33,8 +34,8 @@ struct sswseServiceAnswer
 // with `factor` times the size it asked for. The block is never smaller than a T, and zeroed where the platform writes
 // nothing. 2, or 3 with WSE-000055 naming `apiName`, or WSE-00002.
 template <class T, class Query>
-DWORD sswseQueryService(const sswseCall& call, const char* apiName, DWORD factor, sswseServiceAnswer<T>& answer,
-                        Query query)
+[[nodiscard]] DWORD sswseQueryService(const sswseCall& call, const char* apiName, DWORD factor,
+                                      sswseServiceAnswer<T>& answer, Query query)
 {
     const auto fail = [&] {
         answer.osError = GetLastError();
@@ -53,7 +54,7 @@ DWORD sswseQueryService(const sswseCall& call, const char* apiName, DWORD factor
 using sswseServiceConfig = sswseServiceAnswer<QUERY_SERVICE_CONFIGW>;
 
 // The configuration of a service that is open for SERVICE_QUERY_CONFIG. 2, or 3 as above.
-DWORD sswseReadServiceConfig(const sswseCall& call, SC_HANDLE service, sswseServiceConfig& config);
+[[nodiscard]] DWORD sswseReadServiceConfig(const sswseCall& call, SC_HANDLE service, sswseServiceConfig& config);
 
 // The account in it; "" where there is none, which is LocalSystem for all but drivers.
 inline const wchar_t* sswseStartName(const QUERY_SERVICE_CONFIGW& config)

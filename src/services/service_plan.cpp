@@ -29,10 +29,11 @@ DWORD sswseReadOwnHomeType(const sswseCall& call, const char* nodename, sswseHom
 void sswseDecideService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan)
 {
     plan.index = sswseNoRole;
-    sswseGetServiceIndex(call.rec, plan.svckey, plan.khtype, &plan.index);
     sswseServiceAccount& account = plan.account;
-    // The status is ignored: only the account counts.
-    sswseDecideSvcUser(call.rec, plan.svckey, plan.khtype, plan.index, nodename, servicename, account);
+    // The statuses are ignored: only the row and the account count.
+    static_cast<void>(sswseGetServiceIndex(call.rec, plan.svckey, plan.khtype, &plan.index));
+    static_cast<void>(
+        sswseDecideSvcUser(call.rec, plan.svckey, plan.khtype, plan.index, nodename, servicename, account));
     if (!account.isVirtual && sswseIsManagedSVCAccount(call.rec, account.name, nodename) == SSWSE_YES)
         account.isUserAccount = false; // the domain keeps its password
 }
@@ -65,9 +66,10 @@ DWORD sswseEquipService(const sswseCall& call, const char* servicename, const ch
     char(&account)[512] = plan.account.name;
     DWORD sidtypeUR = 0;
     // The statuses of these three are ignored: a service without them is usable, and older systems lack some of them.
-    sswseSetSvcTypeUnrestricted(call.rec, servicename, plan.svckey, plan.khtype, nodename, sidtypeUR);
-    sswseSetACLOnService(call.rec, service);
-    sswseAddSvcToSVCSIDSGrp(call.rec, servicename, plan.khtype, account, nodename);
+    static_cast<void>(
+        sswseSetSvcTypeUnrestricted(call.rec, servicename, plan.svckey, plan.khtype, nodename, sidtypeUR));
+    static_cast<void>(sswseSetACLOnService(call.rec, service));
+    static_cast<void>(sswseAddSvcToSVCSIDSGrp(call.rec, servicename, plan.khtype, account, nodename));
 
     // Before the row is asked for: a service without one still joins its home's group of service accounts.
     if (plan.account.isVirtual &&

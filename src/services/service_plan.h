@@ -22,8 +22,8 @@ enum class sswseHomeTypeFault
 
 // Reads the type of the library's own home into `plan`. 2; 6 with the message of the home key's reader; 5 for either
 // fault. Only the fault `reported` gets WSE-00008, the other one leaves the record as the routine that met it did.
-DWORD sswseReadOwnHomeType(const sswseCall& call, const char* nodename, sswseHomeTypeFault reported,
-                           sswseServicePlan& plan);
+[[nodiscard]] DWORD sswseReadOwnHomeType(const sswseCall& call, const char* nodename, sswseHomeTypeFault reported,
+                                         sswseServicePlan& plan);
 
 // Finds the row and decides the account for the key and the home type in `plan`.
 void sswseDecideService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan);
@@ -37,9 +37,9 @@ struct sswseServiceLogon
 
 // A name without a domain becomes one of the service's own machine, ".\name"; NULL and "" stay none. The password goes
 // through only for an account of the plan that has one. 2, or 3 with WSE-00002, WSE-00006.
-DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseServicePlan& plan, const char* account,
-                            const char* password, sswseServiceLogon& logon);
+[[nodiscard]] DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseServicePlan& plan, const char* account,
+                                          const char* password, sswseServiceLogon& logon);
 
 // Gives the service its SID type, its security, its groups and its rights. 2, or 3 with the message of the failed step.
-DWORD sswseEquipService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan,
-                        SC_HANDLE service);
+[[nodiscard]] DWORD sswseEquipService(const sswseCall& call, const char* servicename, const char* nodename,
+                                      sswseServicePlan& plan, SC_HANDLE service);

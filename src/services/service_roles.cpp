@@ -5,6 +5,7 @@
 #include "frame/os_version.h"
 #include "frame/owned.h"
 #include "home/home_group.h"
+#include "home/home_types.h"
 #include "services/role_table.h"
 
 #include <cstring>
@@ -65,7 +66,7 @@ DWORD sswseAddSvcToGroups(sswseErrRec* err, const char* svcname, const char* kht
             return SSWSE_SUCCESS;
         const bool useSid = sidtypeUR == 1;
         // Home type "0" does not ask: its listener joins groups as LocalService.
-        if (!useSid && strcmp(khtype, "0") != 0 && isServiceBuiltin(call, svcuser))
+        if (!useSid && strcmp(khtype, sswseHomeType0) != 0 && isServiceBuiltin(call, svcuser))
             return SSWSE_SUCCESS;
         char member[512];
         if (memberName(call, useSid, svcname, svcuser, member) != SSWSE_SUCCESS)
@@ -136,7 +137,7 @@ DWORD sswseAddSvcToSVCSIDSGrp(sswseErrRec* err, const char* svcname, const char*
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!svcname || !khtype) // one label for both: deliberate
             return sswseBadArgument(call, "Service Name", SSWSE_FAILURE);
-        if (strcmp(khtype, "2") != 0)
+        if (strcmp(khtype, sswseHomeType2) != 0)
             return SSWSE_SUCCESS;
         HomeMember who;
         if (findHomeMember(call, svcname, svcuser, who) != SSWSE_SUCCESS ||

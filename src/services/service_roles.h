@@ -7,18 +7,18 @@
 
 // The row's groups. The member is the service's SID when `sidtypeUR` is 1. A domain controller's groups are left alone,
 // and so is a LocalService or NetworkService account outside home type "0". 2 or 3.
-DWORD sswseAddSvcToGroups(sswseErrRec* err, const char* svcname, const char* khtype, int index, const char* svcuser,
-                          const char* nodename, DWORD sidtypeUR);
+[[nodiscard]] DWORD sswseAddSvcToGroups(sswseErrRec* err, const char* svcname, const char* khtype, int index,
+                                        const char* svcuser, const char* nodename, DWORD sidtypeUR);
 
 // The row's rights. 2 or 3.
-DWORD sswseGrantPrivsToSvc(sswseErrRec* err, const char* svcname, const char* khtype, int index, const char* svcuser,
-                           const char* nodename);
+[[nodiscard]] DWORD sswseGrantPrivsToSvc(sswseErrRec* err, const char* svcname, const char* khtype, int index,
+                                         const char* svcuser, const char* nodename);
 
 // The home's group of service accounts, then the row's virtual-account groups. 2 or 3; WSE-00008 for a home type
 // without roles.
-DWORD sswseAddSvcToVAGroups(sswseErrRec* err, const char* svcname, const char* khtype, const char* svcuser, int index,
-                            const char* nodename);
+[[nodiscard]] DWORD sswseAddSvcToVAGroups(sswseErrRec* err, const char* svcname, const char* khtype,
+                                          const char* svcuser, int index, const char* nodename);
 
 // The home's group of service SIDs, in home type "2" only. 2 or 3.
-DWORD sswseAddSvcToSVCSIDSGrp(sswseErrRec* err, const char* svcname, const char* khtype, const char* svcuser,
-                              const char* nodename);
+[[nodiscard]] DWORD sswseAddSvcToSVCSIDSGrp(sswseErrRec* err, const char* svcname, const char* khtype,
+                                            const char* svcuser, const char* nodename);

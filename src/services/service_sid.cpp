@@ -44,10 +44,8 @@ DWORD WINAPI sswseGetServiceSidName(sswseErrRec* err, const char* svcname, char*
             return sswseBadArgument(call, "Service Name");
         if (!out)
             return sswseBadArgument(call, "Service Sid String");
-        if (outlen == 0) {
-            sswseBufferTooSmall(call, "Service Sid String length");
-            return SSWSE_INVALID_ARGUMENT; // this message with this status: deliberate
-        }
+        if (outlen == 0) // this message with this status: deliberate, no room at all is a wrong argument
+            return sswseBufferTooSmall(call, "Service Sid String length", SSWSE_INVALID_ARGUMENT);
         owned::Heap<char> domain;
         size_t domainLength = 0;
         if (serviceDomain(call, domain, &domainLength) != SSWSE_SUCCESS)

@@ -1,6 +1,7 @@
 #include "services/service_sid_type.h"
 
 #include "frame/call.h"
+#include "home/home_types.h"
 #include "services/own_home_user.h"
 #include "services/role_table.h"
 #include "services/service_manager.h"
@@ -25,11 +26,11 @@ struct SidTypeRule
 
 // The first rule that fits decides.
 constexpr SidTypeRule rules[] = {
-    {"2", nullptr, SidType::unrestricted},
-    {"0", "keslsnr.exe", SidType::unrestricted},
-    {"0", "kestel.exe-mondb", SidType::unrestrictedUnlessLocalSystem},
-    {"0", nullptr, SidType::untouched},
-    {"1", nullptr, SidType::unrestrictedUnlessLocalSystem},
+    {sswseHomeType2, nullptr, SidType::unrestricted},
+    {sswseHomeType0, "keslsnr.exe", SidType::unrestricted},
+    {sswseHomeType0, "kestel.exe-mondb", SidType::unrestrictedUnlessLocalSystem},
+    {sswseHomeType0, nullptr, SidType::untouched},
+    {sswseHomeType1, nullptr, SidType::unrestrictedUnlessLocalSystem},
 };
 
 SidType sidTypeFor(const char* khtype, const char* svckey)

@@ -66,10 +66,10 @@ bool isInHome(const QUERY_SERVICE_CONFIGW& config, const wchar_t* home)
 // Looks the account of a start name up. One that does not exist is nobody's.
 DWORD lookUp(const sswseCall& call, const sswseServiceWalk& walk, const wchar_t* startName, bool& isWanted)
 {
-    constexpr wchar_t ofNoName[] = L"LocalSystem";
     owned::Heap<void> sid;
     DWORD osError = ERROR_SUCCESS;
-    const DWORD status = sswseSidOfPrincipal(call, startName[0] ? startName : ofNoName, walk.node.get(), sid, &osError);
+    const DWORD status =
+        sswseSidOfPrincipal(call, startName[0] ? startName : sswseLocalSystem, walk.node.get(), sid, &osError);
     isWanted = status == SSWSE_SUCCESS && EqualSid(sid.get(), walk.account.get());
     if (status == SSWSE_SUCCESS || osError != ERROR_NONE_MAPPED)
         return status;

@@ -44,15 +44,16 @@ struct sswseServiceWalk
 };
 
 // Looks up home and account. 2, or 3 with the message of the look-up.
-DWORD sswsePrepareServiceWalk(const sswseCall& call, const sswseServiceQuestion& question, sswseServiceWalk& walk);
+[[nodiscard]] DWORD sswsePrepareServiceWalk(const sswseCall& call, const sswseServiceQuestion& question,
+                                            sswseServiceWalk& walk);
 
 // Opens the node's manager. 2, or 3 with WSE-000011, WSE-00002.
-DWORD sswseOpenServiceWalk(const sswseCall& call, const char* nodename, sswseServiceWalk& walk);
+[[nodiscard]] DWORD sswseOpenServiceWalk(const sswseCall& call, const char* nodename, sswseServiceWalk& walk);
 
 // 1: the next service that is asked for, or one that may not be read, whatever it is. 0: there is none. 3: WSE-000060,
 // or what the service's configuration or account could not be had with. A service that is gone by then is passed over,
 // and so is one whose account does not exist, unless any account will do.
-DWORD sswseNextService(const sswseCall& call, sswseServiceWalk& walk);
+[[nodiscard]] DWORD sswseNextService(const sswseCall& call, sswseServiceWalk& walk);
 
 // Whether that is the error of a service that is gone, or going.
 bool sswseIsServiceGone(DWORD osError);

@@ -1,5 +1,6 @@
 // Gives an existing service of the library's own home a new binary path and decides its account, groups and rights
 // anew.
+#include "accounts/principal_names.h"
 #include "frame/call.h"
 #include "services/service_key.h"
 #include "services/service_manager.h"
@@ -13,7 +14,7 @@ DWORD changeConfiguration(const sswseCall& call, const sswseServiceLogon& logon,
     if (sswseToWide(call, binpath, path) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     // No account would leave the present one in place, so LocalSystem must be named.
-    const wchar_t* const account = logon.account ? logon.account.get() : L"LocalSystem";
+    const wchar_t* const account = logon.account ? logon.account.get() : sswseLocalSystem;
     if (!ChangeServiceConfigW(service, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, path.get(), nullptr,
                               nullptr, nullptr, account, logon.password.get(), nullptr))
         return sswseFail(call, WSE_UPDATE_SERVICE, GetLastError(), "ChangeServiceConfigW");

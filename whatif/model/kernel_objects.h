@@ -1,6 +1,7 @@
 // Kernel objects and tokens by the names that descriptions, plans and command lines have for them: "event NAME", "mutex
-// NAME", "semaphore NAME", "section NAME", "process ID", "token of process ID", "token of this process"; and the handles
-// of the redirected library's caller to them. What a token holds is the list that it gives to what is created under it.
+// NAME", "semaphore NAME", "section NAME", "process ID", "token of process ID", "token of this process"; and the
+// handles of the redirected library's caller to them. What a token holds is the list that it gives to what is created
+// under it.
 //
 // Node.security has the lists. A described node has the objects that are in there, and the token of this process; a
 // node that reads this machine has the machine's.
