@@ -77,6 +77,7 @@ workshop_coverage() {
 
 workshop_check_format() {
     git ls-files -z -- '*.cpp' '*.h' | xargs -0 clang-format --dry-run --Werror
+    ! git grep -nE '^.{121,}' -- '*.cpp' '*.h' # comments too, which clang-format leaves as they are
 }
 
 # Reads the library's sources as the cross compiler does; only what changed since it last passed.

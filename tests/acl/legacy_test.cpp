@@ -1,5 +1,5 @@
-// The legacy permission setting: what it writes for one object, by what its old DACL says, for trees of real files, on a
-// node that holds their security, and how much stack it takes.
+// The legacy permission setting: what it writes for one object, by what its old DACL says, for trees of real files, on
+// a node that holds their security, and how much stack it takes.
 #include "frame/owned.h"
 #include "tests/acl/on_node.h"
 #include "tests/support/trace_log.h"

@@ -1,5 +1,5 @@
-// Trees of real files on a node that holds their security: access added, revoked, copied and checked, whatever is out of
-// reach; keys, whose entries are inherited; the group of the service SIDs.
+// Trees of real files on a node that holds their security: access added, revoked, copied and checked, whatever is out
+// of reach; keys, whose entries are inherited; the group of the service SIDs.
 #include "tests/acl/on_node.h"
 
 using namespace acl;
@@ -124,8 +124,8 @@ TEST_F(Trees, OfOthersAreEnteredWhereTheyAreNamed)
     }
 }
 
-// A directory whose search pattern takes more than 259 characters is not listed. A child whose path does cannot be read,
-// and has not gone.
+// A directory whose search pattern takes more than 259 characters is not listed. A child whose path does cannot be
+// read, and has not gone.
 TEST_F(Trees, AreLeftAloneWherePathsAreTooLong)
 {
     const std::wstring base = std::wstring(257 - root.size() - 2 - 99, L'l') + L'\\';
@@ -145,7 +145,8 @@ TEST_F(Trees, AreLeftAloneWherePathsAreTooLong)
 
 // When access is added, an object without access is skipped, but not the first; other failures end the directory that a
 // file lies in, or the walk when they are a directory's, as does an object that cannot be reached behind one that was
-// skipped. Revoking goes on and tells the first failure. A check ends with it, as with the first object that falls short.
+// skipped. Revoking goes on and tells the first failure. A check ends with it, as with the first object that falls
+// short.
 TEST_F(Trees, AreWalkedAroundObjectsOutOfReach)
 {
     make({L"a", L"b\\", L"b\\.fileid", L"b\\c\\", L"b\\c\\d", L"b\\e", L"f"});

@@ -27,9 +27,9 @@ struct Scenario
 
 const std::vector<Scenario>& scenarios();
 
-// What is not as it is otherwise when a platform call fails: otherwise the status is a failure that the function may answer,
-// there is a message, the operating system's error in it is the one of the call, outputs are as they were or valid, and
-// what was changed is what came before the call.
+// What is not as it is otherwise when a platform call fails: otherwise the status is a failure that the function may
+// answer, there is a message, the operating system's error in it is the one of the call, outputs are as they were or
+// valid, and what was changed is what came before the call.
 struct Exception
 {
     enum Effect

@@ -1,5 +1,5 @@
-// What need not be as it is otherwise when a platform call fails, and why. A row that no run needs, or a routine, call or
-// error in it, fails the test.
+// What need not be as it is otherwise when a platform call fails, and why. A row that no run needs, or a routine, call
+// or error in it, fails the test.
 #include "tests/faults/driver.h"
 
 #include <lm.h>

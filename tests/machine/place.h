@@ -1,9 +1,9 @@
 // A place where the calls of docs/platform.md are made: this machine, or a node that is described like it. Both must
 // answer the same.
 //
-// A call is a function's name and its arguments, as keswsec.exe takes words. In words {u} is an account, service, key or
-// directory of the test's own, {sid:u} its SID, {ssid:s} the SID of a service, {MACHINE} the computer, {dir} a directory
-// with sub\leaf in it. Where an answer has one of those it says so.
+// A call is a function's name and its arguments, as keswsec.exe takes words. In words {u} is an account, service, key
+// or directory of the test's own, {sid:u} its SID, {ssid:s} the SID of a service, {MACHINE} the computer, {dir} a
+// directory with sub\leaf in it. Where an answer has one of those it says so.
 #pragma once
 
 #include "tests/support/this_machine.h"

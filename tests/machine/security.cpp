@@ -1,5 +1,5 @@
-// The security of files and keys, written and read back with what is inherited; who has access. An object is a key when its
-// name begins with MACHINE.
+// The security of files and keys, written and read back with what is inherited; who has access. An object is a key when
+// its name begins with MACHINE.
 #include "frame/owned.h"
 #include "tests/machine/place.h"
 #include "whatif/model/sids.h"

@@ -1,5 +1,5 @@
-// Services: created, changed, read, secured, deleted. None is started. Calls name a handle by the word that it was opened
-// as.
+// Services: created, changed, read, secured, deleted. None is started. Calls name a handle by the word that it was
+// opened as.
 #include "tests/machine/place.h"
 #include "whatif/security/descriptors.h"
 

@@ -1,4 +1,5 @@
-// Platform calls in words, for people: texts, constants by their names, sizes, and what a handle belongs to; no address.
+// Platform calls in words, for people: texts, constants by their names, sizes, and what a handle belongs to; no
+// address.
 #pragma once
 
 #include "tests/support/intercept.h"
@@ -14,8 +15,8 @@ struct CallWords
     std::string asked; // SERVICE_QUERY_CONFIG: rights, flags and names that an administrator wants to know of
 };
 
-// By the row's words for its arguments: a domain of constants, a kind of data, "_" where the type tells enough, as for those
-// behind the last; "+" stands before what is asked.
+// By the row's words for its arguments: a domain of constants, a kind of data, "_" where the type tells enough, as for
+// those behind the last; "+" stands before what is asked.
 CallWords wordsOf(const Row& row, const Raw& arguments, const Names& names);
 
 // What the call gives is called: "service {1}{ of 0}", in braces an argument with what comes before it, or nothing;

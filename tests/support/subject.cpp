@@ -26,7 +26,8 @@ using intercept::rawOf;
 constexpr char keyFile[] = "SOFTWARE\\KESTEL\\KEY_h1\r\n";
 constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_h1";
 
-// ---- what stands in for the platform, above the nodes ----------------------------------------------------------------
+// ---- what stands in for the platform, above the nodes
+// ----------------------------------------------------------------
 
 UINT machineCodePage;
 std::wstring listedTree; // no test walks the whole machine
@@ -107,7 +108,8 @@ HMODULE WINAPI loadLibrary(LPCSTR path, HANDLE file, DWORD flags)
 
 void __cdecl ignoreLine(void*, const char*, ...) {}
 
-// ---- calls as lines --------------------------------------------------------------------------------------------------
+// ---- calls as lines
+// --------------------------------------------------------------------------------------------------
 
 constexpr char password[] = "Never-to-be-seen-4711";
 
@@ -139,7 +141,8 @@ std::string ordinaryValue(const std::string& function, const std::string& parame
     return found == values.end() ? "" : found->second;
 }
 
-// ---- what a call is given and fills ----------------------------------------------------------------------------------
+// ---- what a call is given and fills
+// ----------------------------------------------------------------------------------
 
 using Place = std::unique_ptr<guarded::Buffer>;
 
@@ -185,7 +188,8 @@ void takeBack(Kind kind, const guarded::Buffer& place, cli::Cell& cell)
         memcpy(cell.bytes.data(), place.data(), place.size());
 }
 
-// ---- what it has said ------------------------------------------------------------------------------------------------
+// ---- what it has said
+// ------------------------------------------------------------------------------------------------
 
 // The ends of the password, so that no half of it is left either.
 const std::vector<std::string> passwordEnds = {std::string(password, 8), password + sizeof password - 9};

@@ -1,6 +1,6 @@
 // Any exported function called with any arguments: the library's checked build in a home of its own on what-if nodes.
-// What it is given and what it fills end at an inaccessible page, as do the blocks of its own heap, and what it leaves is
-// looked at after each call.
+// What it is given and what it fills end at an inaccessible page, as do the blocks of its own heap, and what it leaves
+// is looked at after each call.
 #pragma once
 
 #include "cli/invoke.h"

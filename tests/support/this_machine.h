@@ -13,7 +13,8 @@ std::string release(); // its build, edition and product type
     if (support::isWine())                                                                                             \
     GTEST_SKIP() << "Wine: " << reason
 
-// What everything that the tests make on the machine outside of scratch directories begins with; the process id follows.
+// What everything that the tests make on the machine outside of scratch directories begins with; the process id
+// follows.
 constexpr wchar_t machinePrefix[] = L"kwt-";
 std::wstring machineName(const std::wstring& rest); // "kwt-00004711-rest", of one length in every process
 
@@ -21,8 +22,8 @@ std::wstring machineName(const std::wstring& rest); // "kwt-00004711-rest", of o
 // started the tests.
 std::string reasonNotToTest(bool agreed);
 
-// Removes what tests have made on the machine, and says what, a line for each; what could not be removed with its error.
-// Of this process, or of every one: then nobody else may be testing.
+// Removes what tests have made on the machine, and says what, a line for each; what could not be removed with its
+// error. Of this process, or of every one: then nobody else may be testing.
 enum class Whose
 {
     ours,
