@@ -193,8 +193,7 @@ std::wstring lostService(const Machine& machine, const Change& what, const State
     return !account || needsNoPassword(machine, *account) ? L"" : L"the password of " + *account + L" is lost";
 }
 
-// ---- a setting
-// -------------------------------------------------------------------------------------------------------
+// ---- a setting ------------------------------------------------------------------------------------------------------
 
 Reading readServiceSetting(const Machine& machine, const Change& what)
 {
@@ -233,8 +232,7 @@ std::wstring writeServiceSetting(const Machine& machine, const Change& what, con
                     text(L"account", service.account), nullptr, text(L"display name", service.displayName)));
 }
 
-// ---- security
-// --------------------------------------------------------------------------------------------------------
+// ---- security -------------------------------------------------------------------------------------------------------
 
 Reading readServiceSecurity(const Machine& machine, const Change& what)
 {

@@ -86,8 +86,7 @@ std::string tableOf(const std::map<std::string, FunctionReport>& functions)
     return text.str();
 }
 
-// ---- docs/platform-calls.md: what each function asks of the platform, in order
-// ---------------------------------------
+// ---- docs/platform-calls.md: what each function asks of the platform, in order --------------------------------------
 
 namespace {
 

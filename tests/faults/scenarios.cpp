@@ -28,8 +28,7 @@ void withRights(Subject& s)
             node->rights[right] = {node->sid + L"-2001"};
 }
 
-// ---- homes
-// -----------------------------------------------------------------------------------------------------------
+// ---- homes ----------------------------------------------------------------------------------------------------------
 
 auto withVariables(bool andKey)
 {
@@ -57,8 +56,7 @@ void withoutFacts(Subject& s)
     s.setText(L"KESTEL_SVCUSER_PWDREQ", L"unknown");
 }
 
-// ---- services
-// --------------------------------------------------------------------------------------------------------
+// ---- services -------------------------------------------------------------------------------------------------------
 
 // Two services of the home on both nodes, and their SIDs in groups of all kinds.
 void withServices(Subject& s)
@@ -89,8 +87,7 @@ void withServicesOfTheHome(Subject& s)
                            node->groups.end());
 }
 
-// ---- access
-// ----------------------------------------------------------------------------------------------------------
+// ---- access ---------------------------------------------------------------------------------------------------------
 
 void describe(Subject& s, const std::wstring& file, const std::wstring& sddl)
 {

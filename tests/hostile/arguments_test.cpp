@@ -188,8 +188,7 @@ TEST(HostileMixtures, OfArgumentsAndData)
     }
 }
 
-// ---- docs/refused-arguments.md: what each function says when something is missing, and in which order it looks
-// ---------
+// ---- docs/refused-arguments.md: what each function says when something is missing, and in which order it looks ------
 
 bool mayBeMissing(const cli::Parameter& parameter)
 {

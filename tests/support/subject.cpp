@@ -26,8 +26,7 @@ using intercept::rawOf;
 constexpr char keyFile[] = "SOFTWARE\\KESTEL\\KEY_h1\r\n";
 constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_h1";
 
-// ---- what stands in for the platform, above the nodes
-// ----------------------------------------------------------------
+// ---- what stands in for the platform, above the nodes ---------------------------------------------------------------
 
 UINT machineCodePage;
 std::wstring listedTree; // no test walks the whole machine
@@ -108,19 +107,18 @@ HMODULE WINAPI loadLibrary(LPCSTR path, HANDLE file, DWORD flags)
 
 void __cdecl ignoreLine(void*, const char*, ...) {}
 
-// ---- calls as lines
-// --------------------------------------------------------------------------------------------------
+// ---- calls as lines -------------------------------------------------------------------------------------------------
 
 constexpr char password[] = "Never-to-be-seen-4711";
 
 // What a call is given where its line does not say, by the names of the parameters; for some functions another value.
 constexpr char ordinaryValues[] =
-    R"(messageId=0xC002000A username=svc sswseCreateKestelSVCUser.username=newsvc uname=svc usernames=svc cUser=NODE\svc)"
-    R"( accname="LOCAL SERVICE" sswseGetBuiltinAccName.accname=LOCAL_SERVICE passwd=**** password=****)"
-    R"( groupname=KES_h1_DBA sswseGetKHomeNameFromVAGroupName.groupname=KES_h1_SVCACCTS homename=h1 khtype=1 khometype=1)"
-    R"( khomekey=KEY_h1 khomepath=HOME ckhpath=HOME SVCAppKey=Kestel EventMsgFile=m.dll)"
-    R"( servicename=KesOld svcname=KesOld sswseCreateService.servicename=KesDB displayname="Kestel database" starttype=3)"
-    R"( loadordergroup=group binpath="C:\h1\bin\kestel.exe h1" dependencies=Tcpip)"
+    R"(messageId=0xC002000A username=svc sswseCreateKestelSVCUser.username=newsvc uname=svc usernames=svc)"
+    R"( cUser=NODE\svc accname="LOCAL SERVICE" sswseGetBuiltinAccName.accname=LOCAL_SERVICE passwd=**** password=****)"
+    R"( groupname=KES_h1_DBA sswseGetKHomeNameFromVAGroupName.groupname=KES_h1_SVCACCTS homename=h1)"
+    R"( khtype=1 khometype=1 khomekey=KEY_h1 khomepath=HOME ckhpath=HOME SVCAppKey=Kestel EventMsgFile=m.dll)"
+    R"( servicename=KesOld svcname=KesOld sswseCreateService.servicename=KesDB displayname="Kestel database")"
+    R"( starttype=3 loadordergroup=group binpath="C:\h1\bin\kestel.exe h1" dependencies=Tcpip)"
     R"( OSSid=S-1-5-19 pszTrustee=S-1-5-19 sid=S-1-5-19 dwAccessRights=1 mask=1)"
     R"( object="event Ready" token="process 17" accessmask=2)"
     R"( acl=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD) list=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD))"
@@ -141,8 +139,7 @@ std::string ordinaryValue(const std::string& function, const std::string& parame
     return found == values.end() ? "" : found->second;
 }
 
-// ---- what a call is given and fills
-// ----------------------------------------------------------------------------------
+// ---- what a call is given and fills ---------------------------------------------------------------------------------
 
 using Place = std::unique_ptr<guarded::Buffer>;
 
@@ -188,8 +185,7 @@ void takeBack(Kind kind, const guarded::Buffer& place, cli::Cell& cell)
         memcpy(cell.bytes.data(), place.data(), place.size());
 }
 
-// ---- what it has said
-// ------------------------------------------------------------------------------------------------
+// ---- what it has said -----------------------------------------------------------------------------------------------
 
 // The ends of the password, so that no half of it is left either.
 const std::vector<std::string> passwordEnds = {std::string(password, 8), password + sizeof password - 9};
