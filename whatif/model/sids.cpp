@@ -18,23 +18,31 @@ namespace {
 
 using Hash = std::array<DWORD, 5>;
 
+// Kept as long as the process lives: each time that one is had and let go, its libraries are loaded and unloaded.
+HCRYPTPROV hashProvider()
+{
+    static const HCRYPTPROV provider = [] {
+        HCRYPTPROV made = 0;
+        if (!CryptAcquireContextW(&made, nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT | CRYPT_SILENT))
+            throw std::runtime_error("SHA-1 is not available");
+        return made;
+    }();
+    return provider;
+}
+
 // SHA-1 of the upper-cased UTF-16 text without its terminator.
 Hash hashOf(const std::wstring& name)
 {
     const std::wstring upper = upperCase(name);
     Hash hash = {};
     DWORD size = sizeof hash;
-    HCRYPTPROV provider = 0;
-    if (!CryptAcquireContextW(&provider, nullptr, nullptr, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT | CRYPT_SILENT))
-        throw std::runtime_error("SHA-1 is not available");
     HCRYPTHASH state = 0;
-    const bool done = CryptCreateHash(provider, CALG_SHA1, 0, 0, &state) &&
+    const bool done = CryptCreateHash(hashProvider(), CALG_SHA1, 0, 0, &state) &&
                       CryptHashData(state, reinterpret_cast<const BYTE*>(upper.data()),
                                     static_cast<DWORD>(upper.size() * sizeof(wchar_t)), 0) &&
                       CryptGetHashParam(state, HP_HASHVAL, reinterpret_cast<BYTE*>(hash.data()), &size, 0);
     if (state)
         CryptDestroyHash(state);
-    CryptReleaseContext(provider, 0);
     if (!done)
         throw std::runtime_error("SHA-1 failed");
     return hash;
