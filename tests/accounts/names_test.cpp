@@ -1,4 +1,4 @@
-// Names, SIDs and built-in accounts, on the machine that the tests run on.
+// Names and SIDs, on the machine that the tests run on.
 #include "accounts/account_names.h"
 #include "accounts/principal_names.h"
 #include "tests/support/cases.h"
@@ -60,17 +60,6 @@ TEST(AccountNames, SidToNameFillsBuffersToTheLastByte)
 TEST(AccountNames, AreAskedForBeforeAPlaceForTheirSids)
 {
     expectRefused("username", {calling(sswseConvertUnameToSIDOnNode, nullptr, nullptr, nullptr)});
-}
-
-TEST(BuiltinAccounts, KeywordsBecomeNames)
-{
-    for (const auto& [keyword, name] : {std::pair{"local_system", "NT AUTHORITY\\SYSTEM"},
-                                        {"LOCAL_SERVICE", "NT AUTHORITY\\LOCAL SERVICE"},
-                                        {"Network_Service", "NT AUTHORITY\\NETWORK SERVICE"}}) {
-        char buffer[64];
-        expectCases({{keyword, calling(sswseGetBuiltinAccName, keyword, buffer, sizeof buffer, nullptr), 2}});
-        EXPECT_STREQ(buffer, name);
-    }
 }
 
 // Those that no look-up answers, and the domain of this machine's own accounts.

@@ -11,27 +11,18 @@ namespace {
 class ChecksOnNode : public OnNode
 {
 protected:
-    // "1", or "0" and the findings below C: or the key, "3" and the message with the error.
+    // As told, with what is below C: or the key; of findings all and their number: "0 = dir does not grant svc 0x1 1".
     std::string said(const std::string& call, intercept::Fault fault = {})
     {
         interception.start(fault);
-        const cli::Outcome outcome = invoke(call);
+        std::string text = told(invoke(call), true);
         EXPECT_THAT(interception.finish().balance, IsEmpty());
         EXPECT_EQ(plan(), Lines());
-        const std::string message = outcome.message.substr(0, outcome.message.find('\r'));
-        std::string text = std::to_string(outcome.status) + (outcome.status && !message.empty() ? ' ' + message : "");
-        if (outcome.status == 0 && !outcome.outputs.contains("findings"))
-            text += ' ' + message.substr(11, message.size() - 12);
-        else if (outcome.status == 0) {
-            const std::vector<std::string> findings = outcome.outputs["findings"];
-            EXPECT_EQ(message, "WSE-00004: " + findings.at(0) + '.');
-            for (const std::string& finding : findings)
-                text += (&finding == &findings[0] ? " " : "| ") + finding;
-        }
         for (const std::string& place : {narrowRoot, std::string(key)})
             for (size_t at = text.find(place); at != std::string::npos; at = text.find(place))
                 text.erase(at, place.size() + 1);
-        return text + outcome.osError;
+        const size_t findings = std::min(text.find(" = "), text.size());
+        return text.substr(findings) == " = 0" ? "1" : findings < text.size() ? "0" + text.substr(findings) : text;
     }
 };
 
@@ -49,20 +40,21 @@ TEST_F(ChecksOnNode, TheFirstEntryThatHasABitDecidesAboutIt)
         {"exactly", L"D:(A;;0x1200a9;;;svc)", "1"},
         {"in pieces, one inherited", L"D:(A;;FR;;;svc)(A;;FA;;;WD)(A;ID;FX;;;svc)", "1"},
         {"generic", L"D:(A;;GRGX;;;svc)", "1"},
-        {"too little", L"D:(A;;FR;;;svc)", "0 file does not grant svc 0x001200A9"},
-        {"nothing", L"D:", "0 file does not grant svc 0x001200A9"},
-        {"only for what is below", L"D:(A;OICIIO;FA;;;svc)", "0 file does not grant svc 0x001200A9"},
-        {"to groups it is in", L"D:(A;;FA;;;WD)(A;;FA;;;BU)", "0 file does not grant svc 0x001200A9"},
+        {"too little", L"D:(A;;FR;;;svc)", "0 WSE-00004: file does not grant svc 0x001200A9."},
+        {"nothing", L"D:", "0 WSE-00004: file does not grant svc 0x001200A9."},
+        {"only for what is below", L"D:(A;OICIIO;FA;;;svc)", "0 WSE-00004: file does not grant svc 0x001200A9."},
+        {"to groups it is in", L"D:(A;;FA;;;WD)(A;;FA;;;BU)", "0 WSE-00004: file does not grant svc 0x001200A9."},
         {"denied behind", L"D:(A;;FA;;;svc)(D;;FA;;;svc)", "1"},
-        {"denied before", L"D:(D;;0x1000a0;;;svc)(A;;FA;;;svc)", "0 file denies svc 0x001000A0"},
-        {"denied between", L"D:(A;;FR;;;svc)(D;;FA;;;svc)(A;;FA;;;svc)", "0 file denies svc 0x00000020"},
-        {"denied, and missing", L"D:(D;;0x20;;;svc)(A;;FR;;;svc)", "0 file denies svc 0x00000020"},
-        {"denied, and others missing", L"D:(D;;0x20;;;svc)(A;;0x1;;;svc)", "0 file does not grant svc 0x001200A9"},
-        {"denied by inheritance", L"D:(D;ID;GA;;;svc)(A;;FA;;;svc)", "0 file denies svc 0x001200A9"},
+        {"denied before", L"D:(D;;0x1000a0;;;svc)(A;;FA;;;svc)", "0 WSE-00004: file denies svc 0x001000A0."},
+        {"denied between", L"D:(A;;FR;;;svc)(D;;FA;;;svc)(A;;FA;;;svc)", "0 WSE-00004: file denies svc 0x00000020."},
+        {"denied, and missing", L"D:(D;;0x20;;;svc)(A;;FR;;;svc)", "0 WSE-00004: file denies svc 0x00000020."},
+        {"denied, and others missing", L"D:(D;;0x20;;;svc)(A;;0x1;;;svc)",
+         "0 WSE-00004: file does not grant svc 0x001200A9."},
+        {"denied by inheritance", L"D:(D;ID;GA;;;svc)(A;;FA;;;svc)", "0 WSE-00004: file denies svc 0x001200A9."},
         {"denied other bits", L"D:(D;;SD;;;svc)(A;;FA;;;svc)", "1"},
         {"denied to what is below", L"D:(D;OICIIO;FA;;;svc)(A;;FA;;;svc)", "1"},
         {"denied to a group", L"D:(D;;FA;;;WD)(A;;FA;;;svc)", "1"},
-        {"no list", L"O:SY", "0 file has no access-control list"},
+        {"no list", L"O:SY", "0 WSE-00004: file has no access-control list."},
     };
     for (const auto& row : rows) {
         describe({{L"file", row.security}});
@@ -88,7 +80,7 @@ TEST_F(ChecksOnNode, AccountsAreAskedForInTheOrderOfAdding)
     std::wstring security = L"D:";
     for (const auto& [entry, missing] : accounts) {
         describe({{L"dir", security}});
-        EXPECT_EQ(said(check), std::string("0 dir does not grant ") + missing);
+        EXPECT_EQ(said(check), std::string("0 WSE-00004: dir does not grant ") + missing + '.');
         security += entry;
     }
     describe({{L"dir", security}});
@@ -105,11 +97,11 @@ TEST_F(ChecksOnNode, KeysAreCheckedWithEveryKeyBelow)
     describe({}, {{L"", good}, {L"\\a", bad}, {L"\\a\\b", L"O:SY"}, {L"\\c", L"D:P(A;;KR;;;BA)"}});
     const std::string check = "CheckACLsOnReg usernames=svc ptype=9 path=", own = check + key;
     EXPECT_EQ(said(own), // each account that falls short, each key before those below
-              "0 a denies S-1-5-32-544 0x00020006| a does not grant S-1-1-0 0x00020039| a does not grant svc 0x000F003F"
-              "| a\\b has no access-control list| c does not grant S-1-5-32-544 0x000F003F"
-              "| c does not grant S-1-1-0 0x00020039| c does not grant svc 0x000F003F");
+              "0 = a denies S-1-5-32-544 0x00020006 a does not grant S-1-1-0 0x00020039 a does not grant svc 0x000F003F"
+              " a\\b has no access-control list c does not grant S-1-5-32-544 0x000F003F"
+              " c does not grant S-1-1-0 0x00020039 c does not grant svc 0x000F003F 7");
     describe({}, {{L"", good}, {L"\\a", L"O:SYD:P"}, {L"\\c", L"O:SY"}});
-    EXPECT_EQ(said(own), "0 a cannot be read (5)| c has no access-control list");
+    EXPECT_EQ(said(own), "0 = a cannot be read (5) c has no access-control list 2");
     describe({}, {{L"", good}, {L"\\c", bad}});
     EXPECT_EQ(said(own, failing("RegGetKeySecurity", ERROR_KEY_DELETED, 7)), "1"); // c is
     describe({}, {{L"", bad}});
@@ -126,7 +118,7 @@ TEST_F(ChecksOnNode, KeysAreCheckedWithEveryKeyBelow)
                   "4 WSE-000012: Null or invalid Registry Path parameter.");
     for (const std::string hive : {"USERS", "CLASSES_ROOT", "CURRENT_USER"})
         EXPECT_EQ(said("CheckACLsOnReg usernames=svc ptype=9 path=" + hive + "\\none"),
-                  "3 WSE-000010: Unable to open registry key none under " + hive + ".2");
+                  "3 WSE-000010: Unable to open registry key none under " + hive + ". 2");
 }
 
 TEST_F(ChecksOnNode, UsersAreAllowedWhatTheirGroupsAre)
@@ -163,7 +155,7 @@ TEST_F(ChecksOnNode, UsersAreAllowedWhatTheirGroupsAre)
     };
     for (const auto& row : rows) {
         describe({{L"file", L"O:BAG:SYD:" + row.list}});
-        const std::string finding = std::string("0 file allows ") + row.user + ' ' + row.finding;
+        const std::string finding = std::string("0 = file allows ") + row.user + ' ' + row.finding + " 1";
         EXPECT_EQ(said(check + std::to_string(row.mask) + " usernames=\"" + row.user + '"'),
                   *row.finding ? finding : "1")
             << row.user << &row - rows;
@@ -171,7 +163,7 @@ TEST_F(ChecksOnNode, UsersAreAllowedWhatTheirGroupsAre)
     describe({{L"file", L"O:BAG:SYD:"}});
     const std::string sid(svc.begin(), svc.end());
     EXPECT_EQ(said(check + "1 usernames=.\\svc usernames=CORP\\dbuser usernames=svc usernames=" + sid), // each once
-              "0 file allows .\\svc 0x00000000 of 0x00000001| file allows CORP\\dbuser 0x00000000 of 0x00000001");
+              "0 = file allows .\\svc 0x00000000 of 0x00000001 file allows CORP\\dbuser 0x00000000 of 0x00000001 2");
     for (const char* const group : {"KES_OUTER", "S-1-5-32-544", "Everyone", "CORP\\Operators", "S-1-5-80-0"})
         EXPECT_EQ(said(check + "1 usernames=svc usernames=" + group),
                   "4 WSE-000063: Input arguments are invalid. Internal error : Not a user account.");
@@ -198,12 +190,12 @@ TEST_F(ChecksOnNode, UsersAreAskedForBelowAsFarAsThereIsSomethingToRead)
         std::string said;
     } rows[] = {
         {{{L"", good}, {L"d\\.VLFS", bad}}, {}, "1"},
-        {{{L"", bad}, {L"d", good}}, {}, "0 " + lacks + "| a " + lacks + "| b " + lacks + "| b\\c " + lacks},
-        {{{L"", good}, {L"a", unreadable}, {L"d\\e", bad}}, {}, "0 a cannot be read (5)| d\\e " + lacks},
-        {{{L"", good}, {L"b", bad}}, failing("FindFirstFileW", 5, 2), "0 b cannot be read (5)| b " + lacks},
-        {{{L"", good}, {L"b", unreadable}}, failing("FindFirstFileW", 5, 2), "0 b cannot be read (5)"},
+        {{{L"", bad}, {L"d", good}}, {}, "0 = " + lacks + " a " + lacks + " b " + lacks + " b\\c " + lacks + " 4"},
+        {{{L"", good}, {L"a", unreadable}, {L"d\\e", bad}}, {}, "0 = a cannot be read (5) d\\e " + lacks + " 2"},
+        {{{L"", good}, {L"b", bad}}, failing("FindFirstFileW", 5, 2), "0 = b cannot be read (5) b " + lacks + " 2"},
+        {{{L"", good}, {L"b", unreadable}}, failing("FindFirstFileW", 5, 2), "0 = b cannot be read (5) 1"},
         {{{L"", good}, {L"b", bad}, {L"b\\c", bad}}, failing("GetNamedSecurityInfoW", 3, 3), "1"}, // gone
-        {{{L"", unreadable}}, {}, "3 WSE-000065: Unable to iterate through files.5"},
+        {{{L"", unreadable}}, {}, "3 WSE-000065: Unable to iterate through files. 5"},
     };
     for (const auto& row : rows) {
         describe(row.security);
@@ -214,7 +206,7 @@ TEST_F(ChecksOnNode, UsersAreAskedForBelowAsFarAsThereIsSomethingToRead)
     const std::string lacksKey = "allows svc 0x00020019 of 0x000F003F";
     const std::string ofKey = std::string("CheckACLsOnObject wtype=2 usernames=svc path=") + key + " mask=";
     describe({}, {{L"", L"O:SYG:SYD:P(A;CI;KR;;;svc)(A;CI;KA;;;BA)"}});
-    EXPECT_EQ(said(ofKey + "0xF003F"), "0 " + lacksKey);
-    EXPECT_EQ(said(ofKey + "0x10000000 inheritable=1"), "0 " + lacksKey + "| a " + lacksKey);
+    EXPECT_EQ(said(ofKey + "0xF003F"), "0 = " + lacksKey + " 1");
+    EXPECT_EQ(said(ofKey + "0x10000000 inheritable=1"), "0 = " + lacksKey + " a " + lacksKey + " 2");
     EXPECT_EQ(said(ofKey + "0x80000000 inheritable=1"), "1");
 }

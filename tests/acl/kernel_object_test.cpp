@@ -68,38 +68,19 @@ TEST_F(KernelObjects, GetTheEntryUnlessTheyHaveAsMuch)
     });
 }
 
-TEST_F(KernelObjects, AreFoundByNamesAndAccountsByAnySpelling)
+TEST_F(KernelObjects, AreForTheHomesUserWhereNobodyIsNamedAndForTheDomainOnItsController)
 {
-    addGroup(local, L"KES_h1_SVCACCTS");
-    local.security[event] = L"D:(A;;FA;;;SY)";
-    local.security[token] = L"D:(A;;GA;;;SY)";
-    local.security[L"token of process 7"] = L"D:NO_ACCESS_CONTROL";
-    const auto change = [this](const std::wstring& object, const std::wstring& entry, const std::wstring& before) {
-        const std::wstring line =
-            L"NODE: " + object + L": security: " + sddl(L"D:" + before) + L" -> " + sddl(L"D:" + entry + before);
-        return Lines{{line.begin(), line.end()}};
-    };
-    const std::wstring usual = L"(A;;GA;;;BA)(A;;GA;;;SY)";
-    const Lines own = change(L"token of this process", L"(A;;DC;;;svc)", usual);
-    const std::string gone = " username=s-1-5-21-9-9-9-9 accessmask=2";
-    expect({
-        {ofEvent + gone, "2", change(event, L"(A;;DC;;;S-1-5-21-9-9-9-9)", L"(A;;FA;;;SY)")},
-        {ofEvent + " username=S-1-5-x accessmask=2", "3 WSE-000038 1337"},
-        {ofEvent + " username=nobody accessmask=2", "3 WSE-000014 1332"},
-        {ofEvent + " username=.\\dbuser accessmask=2", "3 WSE-000014 1332"},
-        {"AddACEOnDefaultDACLForSvcUser token=\"process 7\" username=svc accessmask=2", "2"},
-        {"AddACEOnDefaultDACLForSvcUser username=.\\svc accessmask=2", "2", own},
-        {"AddACEOnDefaultDACLForSvcUser accessmask=2", "3 WSE-000010 2"}, // no user is recorded
-    });
-    local.security.erase(L"token of this process");
+    constexpr wchar_t own[] = L"token of this process";
+    const std::string ofDomain = ofEvent + " username=.\\dbuser accessmask=2",
+                      ofNobody = "AddACEOnDefaultDACLForSvcUser username=\"\" accessmask=2";
+    local.security = {{event, L"D:"}, {own, L"D:"}};
+    expectAnswers({{ofDomain, "3 WSE-000014 1332"}, {ofNobody, "3 WSE-000010 2"}}); // and no user is recorded
     record(local, "KESTEL_SVCUSER", "NODE\\svc");
-    expect({{"AddACEOnDefaultDACLForSvcUser username=\"\" accessmask=2", "2", own}});
-    record(local, "KESTEL_SVCUSER", "KES_h1_SVCACCTS"); // a group
-    expect({{ofToken + " accessmask=0x10000000", "2",
-             change(token, L"(A;;GA;;;" + local.groups.back().sid + L")", L"(A;;GA;;;SY)")}});
+    expectAnswers({{ofNobody, "2"}});
+    EXPECT_EQ(local.security[own], sddl(L"D:(A;;DC;;;svc)"));
     local.productType = VER_NT_DOMAIN_CONTROLLER; // whose own accounts are the domain's
-    local.security[event] = L"D:";
-    expect({{ofEvent + " username=.\\dbuser accessmask=2", "2", change(event, L"(A;;DC;;;" + dbuser + L")", L"")}});
+    expectAnswers({{ofDomain, "2"}});
+    EXPECT_EQ(local.security[event], sddl(L"D:(A;;DC;;;" + dbuser + L')'));
 }
 
 TEST_F(KernelObjects, AreOpenedByTheirNames)

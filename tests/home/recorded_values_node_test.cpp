@@ -15,8 +15,6 @@ using namespace std::string_literals;
 
 namespace {
 
-std::string opened; // the key file that was looked for last
-
 // Each reads the home that is given by its path, or the library's own.
 const std::string readers[] = {"IsSVCUserMSA khomepath=HOME nodename=",
                                "IsSVCUserGMSA ckhpath=HOME cNode=",
@@ -123,14 +121,6 @@ TEST_F(RecordedHome, HasItsValuesOnTheNode)
 
 TEST_F(RecordedHome, HasATypeThatIsReadThroughTheAdministrativeShare)
 {
-    static decltype(&CreateFileA) open;
-    open = library.redirect(
-        "CreateFileA", +[](const char* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
-                           DWORD disposition, DWORD flags, HANDLE pattern) WINAPI {
-            if (_stricmp(strrchr(name, '.'), ".key") == 0)
-                opened = name;
-            return open(name, access, share, security, disposition, flags, pattern);
-        });
     const ScratchDirectory drive; // of the node, with the same path on it
     const std::string below = path.substr(2);
     const std::filesystem::path bin = drive.path().string() + below + "\\bin";
@@ -139,20 +129,19 @@ TEST_F(RecordedHome, HasATypeThatIsReadThroughTheAdministrativeShare)
     remote.drives[whatif::wide(path.substr(0, 1).c_str())] = drive.path().wstring();
     world.registry().setValue(remote, L"SOFTWARE\\Kestel\\KEY_other", L"KESTEL_HOME_TYPE", whatif::registryText(L"1"));
     const std::string share = path.substr(0, 1) + "$" + below;
-    // What is given; the answer, with the path as it is afterwards where that is another; the file that is looked for.
-    const std::tuple<std::string, const char*, std::string, std::string> rows[] = {
-        {path, "\"\"", "2 = 0 2", path + "\\bin\\kestel.key"},
-        {path, "DB2", "2 = " + share + " 1 2", "\\\\DB2\\" + share + "\\bin\\kestel.key"},
-        {"Q:\\h", "DB2", "6 WSE-000052 = Q$\\h", "\\\\DB2\\Q$\\h\\bin\\kestel.key"},
-        {share, "nowhere", "6 WSE-000052", "\\\\nowhere\\" + share + "\\bin\\kestel.key"},
-        {"C:", "DB2", "6 WSE-000052 = C$", "\\\\DB2\\C$\\bin\\kestel.key"},
-        {"C", "DB2", "6 WSE-000052", "\\\\DB2\\C\\bin\\kestel.key"},
-        {"", "DB2", "6 WSE-000052", "\\\\DB2\\\\bin\\kestel.key"},
+    // What is given; the answer, with the path as it is afterwards where that is another.
+    const std::tuple<std::string, const char*, std::string> rows[] = {
+        {path, "\"\"", "2 = 0 2"},
+        {path, "DB2", "2 = " + share + " 1 2"},
+        {share, "DB2", "2 = 1 2"},
+        {share, "nowhere", "6 WSE-000052"},
+        {"Qx\\h", "DB2", "6 WSE-000052 = Q$\\h"},
+        {"C:", "DB2", "6 WSE-000052 = C$"},
+        {"C", "DB2", "6 WSE-000052"},
+        {"", "DB2", "6 WSE-000052"},
     };
-    for (const auto& [home, node, answered, file] : rows) {
+    for (const auto& [home, node, answered] : rows)
         expectOf(home, ofPath + "nodename=" + node, answered);
-        EXPECT_EQ(opened, file);
-    }
 }
 
 TEST_F(RecordedHome, HasATypeThatIsCopiedWithItsStoredSize)
@@ -185,6 +174,12 @@ TEST_F(RecordedHome, HasATypeThatIsSetOnlyWhenValidAndOnlyBelowAnExistingKey)
         expect({{isValid + type, "1"}, {set + "khometype=" + type, "2", {line + change}}});
     for (int i = 0; i < 2; ++i) // still missing then
         expect({{"SetKestelHomeType khomekey=KEY_none khometype=2", "6 WSE-000010 2"}});
+    const std::string get = "GetKestelHomeType khomekey=KEY_keswsec_test";
+    std::wstring& security = local.security[L"registry HKLM\\SOFTWARE\\Kestel\\KEY_keswsec_test"];
+    security = L"O:SYD:P(A;;KR;;;BU)"; // may be read, or written
+    expect({{get, "2 = 0 2"}, {set + "khometype=1", "6 WSE-000010 5"}});
+    security = L"O:SYD:P(A;;KW;;;BU)";
+    expect({{get, "6 WSE-000010 5"}, {set + "khometype=1", "2", {line + "0 -> 1"}}});
 }
 
 TEST_F(RecordedHome, HasAUserThatIsReadFromAnyStoredText)
@@ -283,19 +278,14 @@ TEST_F(RecordedHome, GetsAUserWhoseNameIsThisMachinesAndWhoseGroupIsTheNodes)
     expectRecording("CORP\\gmsa$", "NODE", {"CORP\\gmsa$", " ", "1"});
 }
 
-TEST_F(NodeTest, EventSourcesAreOverwrittenAndHaveWholeNames)
+TEST_F(NodeTest, EventSourcesHaveWholeNamesAndGoWithTheirSecurity)
 {
-    const std::string log = "NODE: registry HKLM\\SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestel: ",
-                      create = "CreateSVCEventRegEntry nodename=\"\" SVCAppKey=";
-    expect({{create + "Kestel EventMsgFile=%SystemRoot%\\a.dll",
-             "2",
-             {log + "created", log + "EventMessageFile set: expand:%SystemRoot%\\a.dll",
-              log + "TypesSupported set: dword:7"}},
-            {create + "Kestel EventMsgFile=\"\" Types=0xFFFFFFFF",
-             "2",
-             {log + "EventMessageFile set: expand:%SystemRoot%\\a.dll -> expand:",
-              log + "TypesSupported set: dword:7 -> dword:4294967295"}},
-            {create + std::string(700, 's') + " EventMsgFile=m", "3 WSE-000050 87"}});
+    const std::string create = "CreateSVCEventRegEntry EventMsgFile=m SVCAppKey=";
+    const wchar_t key[] = L"registry HKLM\\SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestel";
+    expectAnswers({{create + std::string(700, 's'), "3 WSE-000050 87"}, {create + "Kestel", "2"}});
+    local.security[key] = L"D:(A;;KA;;;BA)";
+    expectAnswers({{"DeleteSVCEventRegEntry SVCAppKey=Kestel", "2"}});
+    EXPECT_EQ(local.security.count(key), 0u); // a new one has nothing of it
 }
 
 TEST(Home, KeepsTheCallersPathWhenABufferIsMissing)

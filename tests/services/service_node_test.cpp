@@ -1,10 +1,215 @@
-// Services of a home: created, updated, deleted, asked for their account and their SID.
-#include "tests/services/service_of_home.h"
+// Services of a home. What creating one does to a node: every home type and executable, every kind of service user, with
+// a domain controller or not, here and on a remote node. Then updated, deleted, asked for their account and their SID.
+#include "tests/support/guarded_heap.h"
+#include "tests/support/node_test.h"
+#include "whatif/model/registry.h"
 #include "whatif/model/sids.h"
+
+#include <set>
 
 namespace {
 
 using namespace support;
+using namespace std::string_literals;
+
+// A home of one of the nodes, the target of the calls. On this machine the administrators' groups exist, which services
+// let in.
+class ServiceOfHome : public NodeTest
+{
+protected:
+    ServiceOfHome()
+    {
+        local.groups.push_back({L"KES_DBA", L"", L"S-1-5-21-7-7-7-2001", {}});
+        local.groups.push_back({L"KES_H1_DBA", L"", L"S-1-5-21-7-7-7-2002", {}});
+    }
+
+    // What the target's registry says of the home; NULL for none.
+    void recordHome(whatif::Node& target, const char* khtype, const char* user, const char* userType = " ")
+    {
+        world.registry().remove({&target, L"SOFTWARE\\Kestel\\KEY_keswsec_test"});
+        if (&target != &local)
+            record(local, "KESTEL_HOME_TYPE", "7");
+        record(target, "KESTEL_HOME_NAME", "WRONG"); // the name is this machine's to tell, the rest the target's
+        record(local, "KESTEL_HOME_NAME", "H1");
+        if (khtype)
+            record(target, "KESTEL_HOME_TYPE", khtype);
+        record(target, "KESTEL_SVCUSER_TYPE", userType);
+        if (user)
+            record(target, "KESTEL_SVCUSER", user);
+        guarded::sweep(); // there are many homes in a test
+    }
+};
+
+using Names = std::vector<const char*>;
+
+constexpr const char* asUser = nullptr; // the home's service user
+constexpr char asSystem[] = "LocalSystem";
+constexpr char asLocalService[] = "NT AUTHORITY\\LOCAL SERVICE";
+
+enum SidType
+{
+    noSid,
+    ownSid,
+    ownSidUnlessSystem // unless the home's service user is LocalSystem
+};
+
+struct Role
+{
+    const char* khtype;
+    Names executables;
+    const char* service;
+    const char* account;
+    SidType sidType;
+    Names groups = {};
+    Names rights = {};
+    Names virtualGroups = {}; // behind the group of service accounts
+};
+
+constexpr char logon[] = "SeServiceLogonRight";
+constexpr char batch[] = "SeBatchLogonRight";
+
+const Role roles[] = {
+    {"0", {"kestel.exe"}, "KestelVLMService", asSystem, noSid, {}, {logon}},
+    {"0", {"keslsnr.exe"}, "Listener", asLocalService, ownSid, {"KES_MESH_LISTENERS", "KES_DBA"}, {logon}},
+    {"0", {"kestel"}, "kestelMONDBserviceX", asUser, ownSidUnlessSystem, {"KES_VLMADMIN"}, {logon}},
+    {"0", {"kestel.exe", "kesvssw.exe", "batchrun.exe", "schedsu.exe", "other.exe"}, "Other", asSystem, noSid},
+    {"0", {"keslsnr.exe"}, "KestelVLMService", asSystem, noSid},
+
+    {"1",
+     {"KESTEL.exe -x"},
+     "Database",
+     asUser,
+     ownSidUnlessSystem,
+     {"KES_VLMADMIN"},
+     {logon, "SeIncreaseBasePriorityPrivilege"},
+     {"KES_DBSVCACCTS", "KES_INSTALL", "KES_H1_SVCACCTS", "KES_H1_DBA", "KES_H1_OPER", "KES_H1_SYSBACKUP",
+      "KES_H1_SYSRPL", "KES_H1_SYSKM", "KES_VLMDBA"}},
+    {"1", {"kesvssw.exe"}, "Writer", asUser, ownSidUnlessSystem, {}, {logon, "SeBackupPrivilege"}},
+    {"1", {"batchrun.exe", "schedsu.exe"}, "Batch", asUser, ownSidUnlessSystem, {}, {logon, batch}},
+    {"1", {"keslsnr.exe"}, "Listener", asUser, ownSidUnlessSystem, {}, {logon, batch}, {"KES_INSTALL"}},
+    {"1", {"kestel.exe", "keslsnr.exe"}, "KestelVLMService", asUser, ownSidUnlessSystem},
+    {"1", {"kestel.exe", "other.exe"}, "KestelMONDBService", asUser, ownSidUnlessSystem},
+
+    {"2", {"keslsnr"}, "Listener", asUser, ownSid, {"KES_CLIENT_LISTENERS"}, {logon}},
+    {"2", {"schedsu.exe"}, "Scheduler", asUser, ownSid, {}, {logon, batch}},
+    {"2", {"kestel.exe", "kesvssw.exe", "batchrun.exe", "other.exe"}, "Other", asUser, ownSid},
+    {"2", {"kestel.exe", "keslsnr.exe"}, "KestelVLMService", asUser, ownSid},
+    {"2", {"kestel.exe"}, "KestelMONDBService", asUser, ownSid},
+};
+
+struct User
+{
+    const char* recorded; // NULL: none
+    const char* kind;
+    const char* account; // that the service control manager is given where the user runs the service
+    bool hasPassword = false;
+    bool isSystem = false;
+    bool isOfServices = false; // LocalService and NetworkService join no groups themselves
+};
+
+constexpr User users[] = {
+    {nullptr, " ", "LocalSystem"},
+    {"NT AUTHORITY\\SYSTEM", " ", "LocalSystem", false, true},
+    {"NT AUTHORITY\\LOCAL SERVICE", " ", "NT AUTHORITY\\LOCAL SERVICE", false, false, true},
+    {"NT AUTHORITY\\NETWORK SERVICE", " ", "NT AUTHORITY\\NETWORK SERVICE", false, false, true},
+    {"svc", " ", ".\\svc", true},
+    {"CORP\\dbuser", " ", "CORP\\dbuser", true},
+    {"CORP\\gmsa$", " ", "CORP\\gmsa$"},
+    {"KES_H1_SVCACCTS", "V", ""},
+};
+
+struct Place
+{
+    std::string node;
+    BYTE productType; // of the machine that the library runs on, wherever the service is
+    bool takesSidTypes = true;
+};
+
+constexpr char security[] =
+    "security: "
+    "D:(A;;CCLCSWRPWPDTLOCRRC;;;SY)(A;;CCDCLCSWRPWPDTLOCRSDRCWDWO;;;BA)(A;;CCLCSWLOCRRC;;;IU)(A;;CCLCSWLOCRRC;;;SU)"
+    " -> D:(A;;RPWP;;;S-1-5-21-7-7-7-2001)(A;;RPWP;;;S-1-5-21-7-7-7-2002)"
+    "(A;;CCLCSWRPWPDTLOCRRC;;;SY)(A;;CCDCLCSWRPWPDTLOCRSDRCWDWO;;;BA)(A;;CCLCSWLOCRRC;;;IU)(A;;CCLCSWLOCRRC;;;SU)";
+
+// What creating a service does to the node.
+class Decision : public ServiceOfHome, public testing::WithParamInterface<Place>
+{
+protected:
+    Lines planFor(const Role& role, const std::string& executable, const User& user) const
+    {
+        Lines lines;
+        std::set<std::string> there = {"KES_DBA on NODE", "KES_H1_DBA on NODE"};
+        const auto add = [&](const std::string& line) { lines.push_back(place.node + ": " + line); };
+        const auto join = [&](const std::string& group, const std::string& member) {
+            if (there.insert(group + " on " + place.node).second)
+                add("group " + group + ": created: KESTEL Group");
+            if (there.insert(group + "/" + member).second)
+                add("group " + group + ": member added: " + member);
+        };
+        const bool isVirtual = *user.kind == 'V';
+        const std::string own = "NT SERVICE\\"s + role.service, service = "service "s + role.service + ": ";
+        const std::string account = isVirtual ? own : role.account ? role.account : user.account;
+        add(service + "created: " + account + ", manual, C:\\h1\\bin\\" + executable);
+        if (!role.account && user.hasPassword)
+            add(service + "password set");
+        const bool hasSid =
+            place.takesSidTypes && (role.sidType == ownSid || (role.sidType == ownSidUnlessSystem && !user.isSystem));
+        if (hasSid)
+            add(service + "SID type: NONE -> UNRESTRICTED");
+        add(service + security);
+        if (role.khtype == "2"s)
+            join("KES_H1_SVCSIDS", own);
+        if (isVirtual)
+            join("KES_H1_SVCACCTS", own);
+        for (const char* const group : isVirtual ? role.virtualGroups : Names())
+            join(group, own);
+        const std::string member = hasSid                ? own
+                                   : account == asSystem ? "NT AUTHORITY\\SYSTEM"
+                                   : account[0] == '.'   ? place.node + account.substr(1)
+                                                         : account;
+        const bool joins = hasSid || role.khtype == "0"s || !user.isOfServices;
+        if (place.productType != VER_NT_DOMAIN_CONTROLLER && joins)
+            for (const char* const group : role.groups)
+                join(group, member);
+        for (const char* const right : role.rights)
+            add("right "s + right + ": granted: " + own);
+        return lines;
+    }
+
+    const Place& place = GetParam();
+};
+
+TEST_P(Decision, FollowsTheRoleInEveryHomeUnderEveryUser)
+{
+    local.productType = place.productType;
+    const bool isRemote = place.node != "NODE";
+    std::vector<whatif::Account>& others = (isRemote ? local : remote).accounts;
+    others.erase(others.begin()); // svc is the target's alone
+    const whatif::Node freshLocal = local, freshRemote = remote;
+    const std::string where = isRemote ? " nodename=" + place.node : "";
+    intercept::Fault fault;
+    if (!place.takesSidTypes)
+        fault = failing("ChangeServiceConfig2W", ERROR_ACCESS_DENIED);
+    for (const Role& role : roles)
+        for (const char* const executable : role.executables)
+            for (const User& user : users) {
+                SCOPED_TRACE(role.khtype + " "s + (user.recorded ? user.recorded : "nobody"));
+                local = freshLocal;
+                remote = freshRemote;
+                recordHome(isRemote ? remote : local, role.khtype, user.recorded, user.kind);
+                const std::string words = "Service servicename="s + role.service + where +
+                                          " password=secret binpath=\"C:\\h1\\bin\\" + executable + '"';
+                expect({{"Create" + words + " starttype=3", "2 = open", planFor(role, executable, user), fault},
+                        {"Update" + words, "2", {}, fault}}); // nothing is changed again
+                if (HasFailure())
+                    return;
+            }
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, Decision,
+                         testing::Values(Place{"NODE", VER_NT_SERVER}, Place{"DB2", VER_NT_SERVER},
+                                         Place{"NODE", VER_NT_SERVER, false}, Place{"NODE", VER_NT_DOMAIN_CONTROLLER},
+                                         Place{"DB2", VER_NT_DOMAIN_CONTROLLER}));
 
 const std::string create = "CreateService servicename=Service1 starttype=3 password=secret binpath=C:\\h1\\bin\\";
 const std::string update = "UpdateService servicename=Service1 password=secret binpath=C:\\h1\\bin\\";
@@ -79,13 +284,9 @@ TEST_F(ServiceOfHome, JoinsGroupsThatAreNamedAfterTheHome)
 }
 
 // A domain controller of that age is none to the library: the groups are joined there too.
-class OldRelease : public ServiceOfHome, public testing::WithParamInterface<int>
+TEST_F(ServiceOfHome, HasNoSidOnOldReleasesAndTheAccountJoins)
 {
-};
-
-TEST_P(OldRelease, HasNoServiceSidsAndTheAccountJoins)
-{
-    local.productType = static_cast<BYTE>(GetParam());
+    local.productType = VER_NT_DOMAIN_CONTROLLER;
     local.major = 5;
     recordHome(local, "2", "CORP\\dbuser");
     EXPECT_EQ(answer(create + "keslsnr.exe"), "2 = open");
@@ -99,8 +300,6 @@ TEST_P(OldRelease, HasNoServiceSidsAndTheAccountJoins)
     expect({{"GetServiceSID svcname=Service1", "3 WSE-000061"},
             {"DeleteService servicename=Service1", "2", {"NODE: service Service1: deleted"}}}); // nothing else
 }
-
-INSTANTIATE_TEST_SUITE_P(Services, OldRelease, testing::Values(VER_NT_SERVER, VER_NT_DOMAIN_CONTROLLER));
 
 TEST_F(ServiceOfHome, FollowsTheHomesUserWhenUpdated)
 {
