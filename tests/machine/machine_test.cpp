@@ -14,39 +14,32 @@ namespace {
 // "| `call` | `answer` |", or another line of the page, without a call.
 struct Line
 {
-    std::string text;
     std::string call;
     std::string document; // the heading above it
+    std::string answer;
+    std::string text;
 };
 
-std::vector<Line> linesOfPage()
+// The page with the answers of this machine, or of the node.
+std::vector<Line> answersOf(whatif::World* node)
 {
+    Place place(node);
     const std::string whole = support::contentsOf(support::projectFile("docs/platform.md"));
     std::istringstream page(whole.substr(whole.find("-->") + 4));
     std::vector<Line> lines;
     std::string document;
     for (std::string text; std::getline(page, text);) {
         const bool isCall = text.rfind("| `", 0) == 0;
+        const std::string call = isCall ? text.substr(3, text.find("` | ") - 3) : "";
         if (text.rfind("## ", 0) == 0)
             document = text.substr(3);
-        lines.push_back({text, isCall ? text.substr(3, text.find("` | ") - 3) : "", document});
+        const std::string answer = isCall ? place.answer(call) : "";
+        lines.push_back({call, document, answer, isCall ? "| `" + call + "` | `" + answer + "` |" : text});
     }
     return lines;
 }
 
-using Answers = std::vector<std::string>; // one for each call of the page
-
-Answers answersOf(whatif::World* node)
-{
-    Place place(node);
-    Answers answers;
-    for (const Line& line : linesOfPage())
-        if (!line.call.empty())
-            answers.push_back(place.answer(line.call));
-    return answers;
-}
-
-Answers answersOfNode(const std::function<void(whatif::Node&)>& change = {})
+std::vector<Line> answersOfNode(const std::function<void(whatif::Node&)>& change = {})
 {
     whatif::World world(whatif::Base::described);
     describeLikeThisMachine(world);
@@ -55,27 +48,21 @@ Answers answersOfNode(const std::function<void(whatif::Node&)>& change = {})
     return answersOf(&world);
 }
 
-std::string pageWith(const Answers& answers)
+std::string pageOf(const std::vector<Line>& lines)
 {
     std::string page;
-    size_t next = 0;
-    for (const Line& line : linesOfPage())
-        page += (line.call.empty() ? line.text : "| `" + line.call + "` | `" + answers[next++] + "` |") + "\n";
+    for (const Line& line : lines)
+        page += line.text + "\n";
     return page;
 }
 
-std::string differencesOf(const Answers& node, const Answers& machine)
+std::string differencesOf(const std::vector<Line>& node, const std::vector<Line>& machine)
 {
     std::string differences;
-    size_t next = 0;
-    for (const Line& line : linesOfPage()) {
-        if (line.call.empty())
-            continue;
-        if (node[next] != machine[next])
-            differences += "- `" + line.call + "` (" + line.document + ")\n    - this machine: `" + machine[next] +
-                           "`\n    - the node: `" + node[next] + "`\n";
-        ++next;
-    }
+    for (size_t i = 0; i < node.size(); ++i)
+        if (node[i].answer != machine[i].answer)
+            differences += "- `" + node[i].call + "` (" + node[i].document + ")\n    - this machine: `" +
+                           machine[i].answer + "`\n    - the node: `" + node[i].answer + "`\n";
     return differences;
 }
 
@@ -85,13 +72,13 @@ TEST(Platform, NodeAnswersAsIsWrittenDown)
 {
     if (!support::isWine())
         GTEST_SKIP() << "Windows: this machine is asked, whose password policy is not that of the page";
-    support::expectDocument("platform.md", pageWith(answersOfNode()));
+    support::expectDocument("platform.md", pageOf(answersOfNode()));
 }
 
 TEST(Platform, ThisMachineAnswersAsTheNode)
 {
     NOT_ON_WINE("local groups, users, account rights and SID types report success without effect");
-    const Answers machine = answersOf(nullptr);
+    const std::vector<Line> machine = answersOf(nullptr);
     const std::string differences = differencesOf(answersOfNode(), machine);
     const auto folder = support::programDirectory().parent_path() / "report";
     std::filesystem::create_directories(folder);
@@ -99,13 +86,13 @@ TEST(Platform, ThisMachineAnswersAsTheNode)
         << "# " << support::release() << "\n\n"
         << (differences.empty() ? "The node answers the same.\n" : "Where the node answers something else:\n\n")
         << differences << "\n# What this machine has answered\n\n"
-        << pageWith(machine);
+        << pageOf(machine);
     EXPECT_EQ(differences, "");
 }
 
 TEST(Platform, DifferencesAreFound)
 {
-    const Answers answers = answersOfNode();
+    const std::vector<Line> answers = answersOfNode();
     EXPECT_EQ(differencesOf(answers, answersOfNode()), "");
     EXPECT_EQ(
         differencesOf(answers,

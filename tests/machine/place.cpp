@@ -1,15 +1,9 @@
 #include "tests/machine/place.h"
 
-#include "cli/invoke.h"
-#include "cli/script.h"
 #include "cli/text.h"
-#include "cli/trace.h"
 #include "tests/support/last_words.h"
-#include "whatif/model/names.h"
 #include "whatif/model/sids.h"
 #include "whatif/model/standard_node.h"
-
-#include <lm.h>
 
 #include <fstream>
 #include <regex>
@@ -18,12 +12,8 @@ namespace machine {
 
 namespace {
 
-std::wstring computerName()
-{
-    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
-    DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
-    return GetComputerNameW(name, &size) ? name : L"";
-}
+using cli::utf8FromWide;
+using support::replaced;
 
 DWORD minimumPasswordLength()
 {
@@ -35,35 +25,18 @@ DWORD minimumPasswordLength()
     return length;
 }
 
-std::wstring replacedIn(std::wstring text, const std::wstring& from, const std::wstring& to)
-{
-    for (size_t at = text.find(from); at != std::wstring::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
-
-Words wordsOf(const std::vector<std::wstring>& words)
+Words wordsOf(const std::vector<std::string>& words)
 {
     Words result;
     for (size_t i = 1; i < words.size(); ++i) {
-        const size_t equals = words[i].find(L'=');
+        const std::wstring word = cli::wideFromUtf8(words[i]);
+        const size_t equals = word.find(L'=');
         if (equals == std::wstring::npos)
-            result.given.push_back(words[i]);
+            result.given.push_back(word);
         else
-            result.named[words[i].substr(0, equals)] = words[i].substr(equals + 1);
+            result.named[word.substr(0, equals)] = word.substr(equals + 1);
     }
     return result;
-}
-
-const std::map<std::string, Verb>& verbs()
-{
-    static const std::map<std::string, Verb> all = [] {
-        std::map<std::string, Verb> merged = accountVerbs();
-        merged.merge(serviceVerbs());
-        merged.merge(securityVerbs());
-        return merged;
-    }();
-    return all;
 }
 
 } // namespace
@@ -85,11 +58,17 @@ Place::Place(whatif::World* node, HMODULE redirected)
 {
     if (node && !redirected)
         redirection_.emplace(library_, *node);
-    std::filesystem::create_directories(scratch_.path() / "top" / "sub");
-    std::ofstream(scratch_.path() / "top" / "sub" / "leaf").put('x');
-    names_ = {{computerName(), L"{MACHINE}"}, {scratch_.path() / "top", L"{dir}"}};
-    names_.insert(names_.begin(), {whatif::sidText(sidOf(computerName()).data()), L"{sid:MACHINE}"});
+    std::filesystem::create_directories(directory() / "sub");
+    std::ofstream(directory() / "sub" / "leaf").put('x');
+    machine_ = journal::thisMachine();
+    if (node)
+        machine_ = journal::machineOf(journal::nodePlatform(), machine_.name);
+    names_ = {{utf8FromWide(sidOf(machine_.name)), "{sid:MACHINE}"},
+              {utf8FromWide(machine_.name), "{MACHINE}"},
+              {utf8FromWide(directory().wstring()), "{dir}"}};
     Place& place = *this;
+    LSA_OBJECT_ATTRIBUTES attributes = {};
+    ON(LsaOpenPolicy)(nullptr, &attributes, POLICY_ALL_ACCESS, &policy);
     manager = ON(OpenSCManagerW)(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
 }
 
@@ -99,64 +78,51 @@ Place::~Place()
     for (const auto& service : services)
         ON(CloseServiceHandle)(service.second);
     ON(CloseServiceHandle)(manager);
+    ON(LsaClose)(policy);
     redirection_.reset();
     if (!node_)
         support::removeLeftovers(support::Whose::ours);
 }
 
-std::vector<BYTE> Place::sidOf(const std::wstring& name)
+std::wstring Place::sidOf(const std::wstring& name) const
 {
-    Place& place = *this;
-    std::vector<BYTE> sid(SECURITY_MAX_SID_SIZE);
-    wchar_t domain[256];
-    DWORD sizes[] = {SECURITY_MAX_SID_SIZE, 256};
-    SID_NAME_USE use;
-    return ON(LookupAccountNameW)(nullptr, name.c_str(), sid.data(), &sizes[0], domain, &sizes[1], &use)
-               ? sid
-               : whatif::sidBytes(L"S-1-0-0");
+    const std::wstring sid = machine_.sidOf(machine_.name, name);
+    return sid.empty() ? L"S-1-0-0" : sid;
 }
 
-std::wstring Place::filledIn(std::wstring text)
+std::string Place::filledIn(std::string text)
 {
     for (const auto& [real, name] : std::vector(names_.rbegin(), names_.rend()))
-        text = replacedIn(text, name, real);
-    static const std::wregex own(L"\\{(?:(sid|ssid):)?(\\w+)\\}");
-    for (std::wsmatch found; std::regex_search(text, found, own);) {
-        const std::wstring name = support::machineName(found[2]);
-        std::wstring real = name;
-        if (found[1].matched) {
-            real = found[1] == L"sid" ? whatif::sidText(sidOf(name).data()) : whatif::serviceSid(name);
+        text = replaced(text, name, real);
+    static const std::regex own(R"(\{(?:(sid|ssid):)?(\w+)\})");
+    for (std::smatch found; std::regex_search(text, found, own);) {
+        const std::wstring name = support::machineName(cli::wideFromUtf8(found[2].str()));
+        const std::string real = utf8FromWide(!found[1].matched    ? name
+                                              : found[1] == "ssid" ? whatif::serviceSid(name)
+                                                                   : sidOf(name));
+        if (found[1].matched)
             names_.insert(names_.begin(), {real, found[0]});
-        }
         text.replace(static_cast<size_t>(found.position()), static_cast<size_t>(found.length()), real);
     }
     return text;
 }
 
-std::wstring Place::plain(std::wstring text) const
+std::string Place::plain(std::string text) const
 {
     for (const auto& [real, name] : names_)
-        text = replacedIn(text, real, name);
-    return std::regex_replace(text, std::wregex(support::machineName(L"(\\w+)")), L"{$1}");
+        text = replaced(text, real, name);
+    return std::regex_replace(text, std::regex(utf8FromWide(support::machineName(L"(\\w+)"))), "{$1}");
 }
 
 std::string Place::answer(const std::string& call)
 {
     support::underWay = call;
-    std::vector<std::wstring> words;
-    for (const std::string& word : cli::splitWords(call))
-        words.push_back(filledIn(cli::wideFromUtf8(word)));
-    const auto verb = verbs().find(cli::utf8FromWide(words.front()));
-    if (verb != verbs().end())
-        return cli::utf8FromWide(plain(verb->second(*this, wordsOf(words))));
-
-    std::vector<std::string> texts;
-    for (const std::wstring& word : words)
-        texts.push_back(cli::utf8FromWide(word));
-    cli::Trace trace;
-    const cli::Outcome outcome =
-        cli::invoke({library_, node_ ? whatif::closeServiceHandle : CloseServiceHandle, &trace}, cli::parseCall(texts));
-    return cli::utf8FromWide(plain(cli::wideFromUtf8(support::told(outcome, true))));
+    std::vector<std::string> words = cli::splitWords(call);
+    for (std::string& word : words)
+        word = filledIn(word);
+    const auto verb = verbs.find(words.front());
+    return plain(verb != verbs.end() ? utf8FromWide(verb->second(*this, wordsOf(words)))
+                                     : support::told(support::invoke(library_, words, node_), true));
 }
 
 void describeLikeThisMachine(whatif::World& world)

@@ -6,6 +6,7 @@
 // directory with sub\leaf in it. Where an answer has one of those it says so.
 #pragma once
 
+#include "journal/platform.h"
 #include "tests/support/this_machine.h"
 #include "tests/whatif/replaced.h"
 
@@ -41,22 +42,24 @@ public:
         Function* const replacement = node_ ? replaced::at(function, name) : nullptr;
         return replacement ? replacement : &function;
     }
-    std::vector<BYTE> sidOf(const std::wstring& name);                          // or one of nobody
+    std::wstring sidOf(const std::wstring& name) const;                         // or that of nobody
     std::filesystem::path directory() const { return scratch_.path() / "top"; } // {dir}
 
     std::map<std::wstring, SC_HANDLE> services; // by the names that calls give to handles
     SC_HANDLE manager = nullptr;
+    LSA_HANDLE policy = nullptr;
 
 private:
-    std::wstring filledIn(std::wstring text);
-    std::wstring plain(std::wstring text) const;
+    std::string filledIn(std::string text);
+    std::string plain(std::string text) const;
 
     whatif::World* const node_;
     std::optional<support::TemporaryHome> home_;
     const HMODULE library_;
     const support::ScratchDirectory scratch_;
     std::optional<whatif::Redirection> redirection_;
-    std::vector<std::pair<std::wstring, std::wstring>> names_; // what a text of this run is called
+    journal::Machine machine_;
+    std::vector<std::pair<std::string, std::string>> names_; // what a text of this run is called
 };
 
 #define ON(name) place.at(name, #name)
@@ -74,18 +77,9 @@ protected:
     Place place{&world, library.module()};
 };
 
-// The error of the call that has just answered.
-inline std::wstring said(bool done)
-{
-    return std::to_wstring(replaced::errorOf(done));
-}
-
+// The functions that calls name; others are the library's.
 using Verb = std::wstring (*)(Place& place, const Words& words);
-
-// The functions that calls name, by area; others are the library's.
-std::map<std::string, Verb> accountVerbs();
-std::map<std::string, Verb> serviceVerbs();
-std::map<std::string, Verb> securityVerbs();
+extern const std::map<std::string, Verb> verbs;
 
 // A described world whose node is called as this machine is, with its SID, release and password policy.
 void describeLikeThisMachine(whatif::World& world);

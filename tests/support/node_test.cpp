@@ -1,6 +1,5 @@
 #include "tests/support/node_test.h"
 
-#include "cli/script.h"
 #include "cli/trace.h"
 #include "whatif/model/names.h"
 #include "whatif/model/registry.h"
@@ -9,7 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <regex>
 
 namespace support {
 
@@ -73,11 +71,19 @@ Lines Nodes::plan()
 
 NodeTest::NodeTest() : Nodes(library), interception(library.module(), world) {}
 
-cli::Outcome NodeTest::invoke(const std::string& call) const
+cli::Outcome invoke(HMODULE library, const std::vector<std::string>& words, bool isOnNode)
 {
     cli::Trace trace;
-    return cli::invoke({library.module(), whatif::closeServiceHandle, &trace, whatif::openObject, whatif::closeObject},
-                       cli::parseCall(cli::splitWords(call)));
+    const cli::Host node = {library, whatif::closeServiceHandle, &trace, whatif::openObject, whatif::closeObject};
+    const cli::Host machine = {library, CloseServiceHandle, &trace, whatif::openMachineObject, CloseHandle};
+    return cli::invoke(isOnNode ? node : machine, cli::parseCall(words));
+}
+
+std::string replaced(std::string text, const std::string& what, const std::string& with)
+{
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
+        text.replace(at, what.size(), with);
+    return text;
 }
 
 std::string told(const cli::Outcome& outcome, bool wholeMessage)
@@ -116,7 +122,7 @@ void NodeTest::expectTwiceOnEachNode(const std::vector<Asked>& rows)
 {
     for (const char* const node : {"", " nodename=\"\"", " nodename=DB2", " nodename=\\\\db2"}) {
         const auto there = [&](const std::string& text) {
-            return strlen(node) < 13 ? text : std::regex_replace(text, std::regex("NODE"), "DB2");
+            return strlen(node) < 13 ? text : replaced(text, "NODE", "DB2");
         };
         for (const Asked& row : rows) {
             Lines changes = row.changes;

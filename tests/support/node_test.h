@@ -3,6 +3,7 @@
 #pragma once
 
 #include "cli/invoke.h"
+#include "cli/script.h"
 #include "tests/support/cases.h"
 #include "tests/support/home.h"
 #include "tests/support/intercept.h"
@@ -36,6 +37,11 @@ struct Asked
 
 // "3 WSE-000014 1332": status, number of the message, the system's error; "2 = svc 4" with what is given back.
 std::string told(const cli::Outcome& outcome, bool wholeMessage = false);
+
+// On the node that the library's calls go to, or on this machine.
+cli::Outcome invoke(HMODULE library, const std::vector<std::string>& words, bool isOnNode = true);
+
+std::string replaced(std::string text, const std::string& what, const std::string& with);
 
 // The nodes, which the calls of a copy of the library go to.
 class Nodes
@@ -75,7 +81,10 @@ protected:
     // On this machine and on DB2, whose name then stands for NODE; what is done again changes nothing.
     void expectTwiceOnEachNode(const std::vector<Asked>& rows);
 
-    cli::Outcome invoke(const std::string& call) const;
+    cli::Outcome invoke(const std::string& call) const
+    {
+        return support::invoke(library.module(), cli::splitWords(call));
+    }
     std::string answer(const std::string& call) const { return told(invoke(call)); }
 
     intercept::Interception interception;

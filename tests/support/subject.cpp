@@ -227,13 +227,6 @@ Functions callableFunctions()
     return all;
 }
 
-std::string replaced(std::string text, const std::string& what, const std::string& with)
-{
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size()))
-        text.replace(at, what.size(), with);
-    return text;
-}
-
 Subject::Subject(const Prepare& prepare) : prepare_(prepare)
 {
     std::filesystem::create_directory("sub");

@@ -34,8 +34,6 @@ struct Answer
 using Functions = std::vector<const cli::Function*>;
 Functions callableFunctions(); // all but those that switch tracing or release memory
 
-std::string replaced(std::string text, const std::string& what, const std::string& with);
-
 // Of the home in the registry.
 inline constexpr std::pair<const wchar_t*, const wchar_t*> usualValues[] = {{L"KESTEL_HOME_NAME", L"h1"},
                                                                             {L"KESTEL_HOME_TYPE", L"1"},
