@@ -126,7 +126,9 @@ TEST_F(ChecksOnNode, UsersAreAllowedWhatTheirGroupsAre)
     const std::string check = "CheckACLsOnObject wtype=0 path=" + make(L"file") + " mask=";
     const std::wstring service = L"S-1-5-80-1-2-3-4-5";
     local.memberPiece = 1;
-    addGroup(local, L"KES_OUTER", {addGroup(local, L"KES_NESTED", {operators, service}).sid});
+    const std::wstring everybody = L"S-1-5-21-7-7-7-1290"; // a group of CORP, with Operators in it
+    local.accounts[4].memberOf = {everybody};
+    addGroup(local, L"KES_OUTER", {addGroup(local, L"KES_NESTED", {everybody, service}).sid});
     name(L"nested", local.groups[local.groups.size() - 2].sid);
     name(L"outer", local.groups.back().sid);
     name(L"dbuser", dbuser);

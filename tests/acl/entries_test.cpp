@@ -39,7 +39,7 @@ struct Composed
     std::string existing;
     std::string after;
     bool keep = true;
-    HeldObject::Form form = HeldObject::list;
+    WORD control = SE_DACL_PRESENT;
 };
 
 // Compound entries and those with GUIDs in them do.
@@ -55,7 +55,7 @@ void expectComposed(const std::vector<Composed>& rows)
         SCOPED_TRACE(row.what);
         Aces newAces = acesOf(row.newAces);
         const Aces newBefore = newAces;
-        HeldObject held(row.existing, row.form);
+        HeldObject held(row.existing, row.control);
         expectCases({{row.what, updating(newAces, row.keep), 2}});
         EXPECT_EQ(held.result, acesOf(row.after));
         EXPECT_EQ(held.revision, needsLaterRevision(held.result) ? ACL_REVISION_DS : ACL_REVISION);
@@ -98,8 +98,8 @@ TEST(Composing, KeepsTheEntriesOfOtherAccounts)
     const std::string added = "(A;;0x1;;;AU)";
     const std::string twice = "(A;;0x2;;;BU)(A;;0x4;;;BU)(D;;0x2;;;BU)";
     expectComposed({
-        {"absent", added, "", added, true, HeldObject::absent},
-        {"NULL", added, "", added, true, HeldObject::null},
+        {"absent", added, "", added, true, 0},
+        {"NULL", added, "NULL", added},
         {"not to be kept", added, "(A;;0x2;;;BU)", added, false},
         {"explicit and inherited ones of a new account go", "(A;OICI;0x1;;;AU)",
          "(D;;0x2;;;AU)(A;ID;0x4;;;BU)(A;OICIID;0x8;;;AU)(OA;;0x10;;;AU)(D;;0x20;;;SY)",
@@ -172,36 +172,32 @@ TEST(Composing, WritesNoneWhenNoneIsGivenAndNoMoreThanADaclHolds)
 // Of two accounts by the spellings of their SIDs. What denies stays, as do entries with GUIDs in them.
 TEST(Revoking, TakesTheAllowEntriesOfTheAccountsAndNothingElse)
 {
-    constexpr WORD marks = SE_DACL_PROTECTED | SE_DACL_AUTO_INHERITED;
+    constexpr WORD isProtected = SE_DACL_PRESENT | SE_DACL_PROTECTED, inherits = isProtected | SE_DACL_AUTO_INHERITED;
     const std::string others = "(D;;0x1;;;AU)(OA;;0x2;;;AU)(T11;;0x4;;;AU)(A;ID;0x8;;;BU)(#05000400)";
     const struct
     {
         const char* what;
         std::string before;
         const char* after; // NULL: it is not written
-        HeldObject::Form form = HeldObject::list;
-        WORD marks = 0;
-        WORD control = SE_DACL_PRESENT;
+        WORD control = SE_DACL_PRESENT, controlAfter = SE_DACL_PRESENT;
     } rows[] = {
         {"own and inherited ones", "(A;;0x1;;;AU)" + others + "(A;OICIIOID;0x2;;;WD)(T9;;0x4;;;AU)", others.c_str()},
         {"all that there is", "(A;;0x1;;;WD)", ""},
-        {"a protected list", "(A;;0x1;;;WD)", "", HeldObject::list, SE_DACL_PROTECTED,
-         SE_DACL_PRESENT | SE_DACL_PROTECTED},
-        {"an inheriting list", "(A;;0x1;;;WD)", "", HeldObject::list, marks,
-         SE_DACL_PRESENT | marks | SE_DACL_AUTO_INHERIT_REQ},
+        {"a protected list", "(A;;0x1;;;WD)", "", isProtected, isProtected},
+        {"an inheriting list", "(A;;0x1;;;WD)", "", inherits, inherits | SE_DACL_AUTO_INHERIT_REQ},
         {"nothing to take", others, nullptr},
         {"an empty list", "", nullptr},
-        {"no list", "(A;;0x1;;;WD)", nullptr, HeldObject::absent},
-        {"a NULL list", "(A;;0x1;;;WD)", nullptr, HeldObject::null},
+        {"no list", "(A;;0x1;;;WD)", nullptr, 0},
+        {"a NULL list", "NULL", nullptr},
     };
     char authenticated[] = "s-1-5-11", everyone1[] = "S-1-1-0";
     char* accounts[] = {authenticated, everyone1};
     for (const auto& row : rows) {
-        HeldObject held(row.before, row.form, row.marks);
+        HeldObject held(row.before, row.control);
         expectCases({{row.what, calling(sswseRevokeACLOnObjectForUser, 0u, "x", &accounts[0], 2, BYTE{1}), 2}});
         EXPECT_EQ(held.writes, row.after ? 1u : 0u) << row.what;
         EXPECT_EQ(held.result, acesOf(row.after ? row.after : "")) << row.what;
-        EXPECT_EQ(held.control, row.after ? row.control : 0) << row.what;
+        EXPECT_EQ(held.control, row.after ? row.controlAfter : 0) << row.what;
     }
 }
 

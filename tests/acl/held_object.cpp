@@ -96,17 +96,6 @@ Aces acesOf(const ACL* acl)
     return aces;
 }
 
-std::vector<BYTE> aclOf(const std::string& text)
-{
-    std::vector<BYTE> bytes(sizeof(ACL));
-    const Aces aces = acesOf(text);
-    for (const Ace& ace : aces)
-        bytes.insert(bytes.end(), ace.begin(), ace.end());
-    const ACL header = {ACL_REVISION, 0, static_cast<WORD>(bytes.size()), static_cast<WORD>(aces.size()), 0};
-    memcpy(bytes.data(), &header, sizeof header);
-    return bytes;
-}
-
 std::vector<ACCESS_ALLOWED_ACE*> pointersTo(Aces& aces)
 {
     std::vector<ACCESS_ALLOWED_ACE*> pointers;
@@ -116,22 +105,27 @@ std::vector<ACCESS_ALLOWED_ACE*> pointersTo(Aces& aces)
     return pointers;
 }
 
-HeldObject::HeldObject(const std::string& aces, Form form, SECURITY_DESCRIPTOR_CONTROL marks)
-    : imports(GetModuleHandleA(nullptr))
+HeldObject::HeldObject(const std::string& aces, SECURITY_DESCRIPTOR_CONTROL given) : imports(GetModuleHandleA(nullptr))
 {
     held = this;
     imports.redirect("GetFileAttributesW", reinterpret_cast<void*>(getFileAttributes));
     imports.redirect("GetFileSecurityW", reinterpret_cast<void*>(getFileSecurity));
     imports.redirect("SetFileSecurityW", reinterpret_cast<void*>(setFileSecurity));
     realAddAce = reinterpret_cast<decltype(&AddAce)>(imports.redirect("AddAce", reinterpret_cast<void*>(addAce)));
-    const std::vector<BYTE> acl = aclOf(aces);
-    SECURITY_DESCRIPTOR_RELATIVE header = {SECURITY_DESCRIPTOR_REVISION, 0, SE_SELF_RELATIVE, 0, 0, 0, 0};
-    header.Control |= marks;
-    header.Control |= form == absent ? 0 : SE_DACL_PRESENT;
-    header.Dacl = form == list ? sizeof header : 0;
-    descriptor.resize(sizeof header + acl.size());
+    struct
+    {
+        SECURITY_DESCRIPTOR_RELATIVE descriptor = {SECURITY_DESCRIPTOR_REVISION, 0, SE_SELF_RELATIVE, 0, 0, 0, 0};
+        ACL dacl = {ACL_REVISION, 0, sizeof(ACL), 0, 0};
+    } header;
+    header.descriptor.Control |= given;
+    header.descriptor.Dacl = aces == "NULL" ? 0 : sizeof header.descriptor;
+    descriptor.resize(sizeof header);
+    for (const Ace& ace : acesOf(aces == "NULL" ? "" : aces)) {
+        descriptor.insert(descriptor.end(), ace.begin(), ace.end());
+        header.dacl.AclSize = static_cast<WORD>(header.dacl.AclSize + ace.size());
+        ++header.dacl.AceCount;
+    }
     memcpy(descriptor.data(), &header, sizeof header);
-    memcpy(descriptor.data() + sizeof header, acl.data(), acl.size());
 }
 
 HeldObject::~HeldObject()
@@ -141,7 +135,7 @@ HeldObject::~HeldObject()
 
 } // namespace acetext
 
-legacy::Result legacy::call(const std::string& name, DWORD isAdmin, Function* function)
+legacy::Result legacy::call(const std::string& name, DWORD isAdmin, decltype(setPermissions)* function)
 {
     char marker = 0;
     char* markers = &marker;

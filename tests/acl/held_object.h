@@ -20,8 +20,6 @@ using Aces = std::vector<Ace>;
 Aces acesOf(const std::string& text);
 Aces acesOf(const ACL* acl); // none for NULL
 
-std::vector<BYTE> aclOf(const std::string& text);
-
 // Pointers to the entries, as the library takes them.
 std::vector<ACCESS_ALLOWED_ACE*> pointersTo(Aces& aces);
 
@@ -29,13 +27,8 @@ std::vector<ACCESS_ALLOWED_ACE*> pointersTo(Aces& aces);
 class HeldObject
 {
 public:
-    enum Form
-    {
-        list,   // a DACL of the entries
-        absent, // no DACL
-        null    // a NULL DACL
-    };
-    explicit HeldObject(const std::string& aces, Form form = list, SECURITY_DESCRIPTOR_CONTROL marks = 0);
+    // "NULL" for a NULL DACL; none without SE_DACL_PRESENT.
+    explicit HeldObject(const std::string& aces, SECURITY_DESCRIPTOR_CONTROL control = SE_DACL_PRESENT);
     ~HeldObject();
     HeldObject(const HeldObject&) = delete;
     HeldObject& operator=(const HeldObject&) = delete;
@@ -53,8 +46,6 @@ public:
 
 namespace legacy {
 
-using Function = decltype(setPermissions);
-
 struct Result
 {
     DWORD status;
@@ -62,6 +53,6 @@ struct Result
 };
 
 // The list is released as callers do.
-Result call(const std::string& name, DWORD isAdmin = 0, Function* function = &setPermissions);
+Result call(const std::string& name, DWORD isAdmin = 0, decltype(setPermissions)* function = &setPermissions);
 
 } // namespace legacy

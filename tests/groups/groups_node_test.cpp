@@ -8,17 +8,6 @@ using namespace support;
 
 namespace {
 
-class Membership : public NodeTest
-{
-protected:
-    Membership()
-    {
-        addGroup(local, L"KES_DBA", {svc, L"S-1-5-20"});
-        addGroup(local, L"KES_NESTED", {operators, L"S-1-5-80-1-2-3-4-5"}); // one of them of a deleted service
-        addGroup(remote, L"KES_REMOTE", {remoteSvc, dbuser});
-    }
-};
-
 std::string asked(const std::string& user, const std::string& group, const std::string& rest = "")
 {
     return "CheckUserInGroup username=\"" + user + "\" groupname=" + group + rest;
@@ -56,8 +45,11 @@ TEST_F(NodeTest, GroupsAreMadeAndFilledOnce)
     expect({{"CreateOSGroup groupname=KES_NEW", "2", {}, failing("NetLocalGroupAdd", NERR_GroupExists)}});
 }
 
-TEST_F(Membership, IsDecidedBySidDirectlyOrThroughNesting)
+TEST_F(NodeTest, MembershipIsDecidedBySidDirectlyOrThroughNesting)
 {
+    addGroup(local, L"KES_DBA", {svc, L"S-1-5-20"});
+    addGroup(local, L"KES_NESTED", {operators, L"S-1-5-80-1-2-3-4-5"}); // one of them of a deleted service
+    addGroup(remote, L"KES_REMOTE", {remoteSvc, dbuser});
     // The answers are those for directflg 0 and 1.
     const std::tuple<const char*, const char*, const char*, const char*> rows[] = {
         {"svc", "KES_DBA", "1", "1"},

@@ -10,8 +10,6 @@ namespace {
 
 constexpr char noHome[] = "3 WSE-000052: Unable to determine Kestel home.";
 
-int closedPredefinedKeys;
-
 std::string keyOf(size_t size)
 {
     return "GetKestelHomeKey khkey.size=" + std::to_string(size);
@@ -78,6 +76,7 @@ TEST_F(NodeTest, HomeKeyIsNotLookedForWhereThePlatformCutsTheLibrarysPath)
 
 TEST_F(NodeTest, HomeNameIsReadWithoutClosingAPredefinedKey)
 {
+    static int closedPredefinedKeys;
     library.redirect(
         "RegOpenKeyExA", +[](HKEY root, const char*, DWORD, REGSAM, HKEY* opened) -> LSTATUS {
             *opened = root; // as for a key without a name

@@ -83,34 +83,23 @@ protected:
 // Under the key that the home's key file names, on the node; or with a status of each reader.
 TEST_F(RecordedHome, HasItsValuesOnTheNode)
 {
-    const std::string own = "SOFTWARE\\KESTEL\\KEY_keswsec_test\r\n";
-    const std::string user = "2 = NT AUTHORITY\\LocalService 26", noKey = " WSE-000010 2", noHome = " WSE-000052";
-    // The key file, the node, and the answers of the readers.
-    const std::tuple<std::string, const char*, Lines> rows[] = {
-        {own, "\"\"", {"1", "1", "0", "0", "0", "0", "2 = CORP\\gmsa$ 11", "2 = CORP\\gmsa$ 11", "2 = 0 2"}},
-        {own, "DB2", {"0", "0", "0", "1", "1", "1", user, user, "2 = 2 2"}},
-        {own, "\\\\db2", {"0", "0", "0", "1", "1", "1", user, user, "2 = 2 2"}},
-        {own, "nowhere", Lines(9, "3 WSE-000044 53")},
-        {"KEY_keswsec_test\r\n",
-         "\"\"",
-         {"6" + noHome, "3" + noHome, "3" + noHome, "3" + noHome, "6" + noHome, "3" + noHome, "6" + noHome}},
-        {"SOFTWARE\\Kestel\\KEY_none\r\n",
-         "\"\"",
-         {"6" + noKey, "3" + noKey, "3" + noKey, "3" + noKey, "3" + noKey, "6" + noKey, "3" + noKey}},
-        {"",
-         "\"\"",
-         {"6" + noHome, "3" + noHome, "3" + noHome, "3" + noHome, "3 WSE-000053 2", "6" + noHome, "3" + noHome}},
+    const std::string user = "2 = NT AUTHORITY\\LocalService 26", noKey = " WSE-000010 2";
+    const std::pair<const char*, Lines> rows[] = {
+        {"\"\"", {"1", "1", "0", "0", "0", "0", "2 = CORP\\gmsa$ 11", "2 = CORP\\gmsa$ 11", "2 = 0 2"}},
+        {"DB2", {"0", "0", "0", "1", "1", "1", user, user, "2 = 2 2"}},
+        {"\\\\db2", {"0", "0", "0", "1", "1", "1", user, user, "2 = 2 2"}},
     };
-    for (const auto& [keyFile, node, answers] : rows) {
-        library.writeKeyFile(keyFile);
-        if (keyFile.empty())
-            library.removeKeyFile();
+    for (const auto& [node, answers] : rows)
         for (size_t i = 0; i < answers.size(); ++i)
-            expectOf(path, readers[i] + node, i || *node != 'n' ? answers[i] : "6 WSE-000044 53");
-        if (keyFile != own)
-            expectOf(path, ofPath, "6" + (answers[1] == "3" + noKey || keyFile[0] == 'K' ? noKey : noHome));
+            expectOf(path, readers[i] + node, answers[i]);
+    for (const auto& [keyFile, statuses, message] : {std::tuple("KEY_keswsec_test\r\n", "6333636", " WSE-000052"s),
+                                                     {"SOFTWARE\\Kestel\\KEY_none\r\n", "6333363", noKey}}) {
+        library.writeKeyFile(keyFile);
+        for (size_t i = 0; i < strlen(statuses); ++i)
+            expectOf(path, readers[i] + "\"\"", statuses[i] + message);
+        expectOf(path, ofPath, "6" + noKey);
     }
-    library.writeKeyFile(own);
+    library.writeKeyFile("SOFTWARE\\KESTEL\\KEY_keswsec_test\r\n");
     record(remote, "KESTEL_SVCUSER", "DB2\\svc"); // that this machine does not know
     expectOf(path, isLocalSystem + "DB2", "3 WSE-000014 1332");
     expectOf(path, isLocalService + "DB2", "3 WSE-000014 1332");

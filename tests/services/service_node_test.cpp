@@ -328,19 +328,6 @@ TEST_F(ServiceOfHome, FollowsTheHomesUserWhenUpdated)
     }
 }
 
-TEST_F(NodeTest, ServicesLeaveTheirGroupsLastOneFirstAndGo)
-{
-    remote.services.emplace_back().name = L"TrustedInstaller"; // whose SID is known
-    for (const wchar_t* const group : {L"KES_A", L"KES_B", L"KES_C"})
-        addGroup(remote, group, {L"S-1-5-19", whatif::serviceSid(L"TrustedInstaller")});
-    addGroup(remote, L"KES_D", {L"S-1-5-19"});
-    const std::string removed = ": member removed: NT SERVICE\\TrustedInstaller";
-    expect({{"DeleteService nodename=DB2 servicename=TrustedInstaller",
-             "2",
-             {"DB2: group KES_C" + removed, "DB2: group KES_B" + removed, "DB2: group KES_A" + removed,
-              "DB2: service TrustedInstaller: deleted"}}});
-}
-
 TEST_F(NodeTest, ServicesTellTheirAccountsTheirSidsAndTheNamesOfThose)
 {
     remote.services.emplace_back().name = L"TrustedInstaller";

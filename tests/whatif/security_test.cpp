@@ -160,20 +160,4 @@ TEST(WhatIfAccess, ConditionsThatNobodyEvaluatesDenyAndDoNotGrant)
     EXPECT_EQ(granted(security, administrator(), nullptr), 0u);
 }
 
-TEST_F(WhatIfSecurity, UsersHaveTheirGroupsInOneAnother)
-{
-    const std::wstring everybody = L"S-1-5-21-7-7-7-1290"; // a group of CORP, with Operators in it
-    local.accounts[4].memberOf = {everybody};              // of Operators
-    const std::wstring inner = addGroup(local, L"KES_INNER", {everybody}).sid;
-    const std::wstring outer = addGroup(local, L"KES_OUTER", {inner}).sid;
-    const auto check = [](const std::wstring& security) {
-        return narrow(L"AuthzAccessCheck CORP\\dbuser " + security);
-    };
-    for (const std::wstring& sid : {dbuser, operators, everybody, inner, outer})
-        expect({{check(L"O:SYD:(A;;0x6;;;" + sid + L")"), "mask 6"}});
-    expect({{check(L"O:SYD:(A;;0x6;;;" + svc + L")"), "5"},
-            {check(L"O:SYD:(A;;0x6;;;WD) desired=0x2"), "mask 2"},
-            {check(L"O:" + outer + L"D:(D;;0x2;;;" + inner + L")(A;;0x6;;;WD)"), "mask 393220"}});
-}
-
 } // namespace
