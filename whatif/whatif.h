@@ -13,7 +13,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <typeindex>
 
 namespace whatif {
 
@@ -54,7 +53,8 @@ public:
     template <class Table>
     Table& table()
     {
-        std::shared_ptr<void>& place = tableAt(typeid(Table));
+        static constexpr char kind = 0; // its address tells the tables apart
+        std::shared_ptr<void>& place = tableAt(&kind);
         if (!place)
             place = std::make_shared<Table>();
         return *static_cast<Table*>(place.get());
@@ -73,7 +73,7 @@ public:
     bool isBroken = false; // something was not done for want of memory, or of room for temporary files
 
 private:
-    std::shared_ptr<void>& tableAt(std::type_index type);
+    std::shared_ptr<void>& tableAt(const char* kind);
 
     struct State;
     std::unique_ptr<State> state_;

@@ -48,7 +48,7 @@ struct World::State
     Registry registry;
     std::wstring unreached;
     std::vector<Change> plan;
-    std::map<std::type_index, std::shared_ptr<void>> tables;
+    std::map<const char*, std::shared_ptr<void>> tables;
     std::function<void(const Change&)> watcher;
 };
 
@@ -116,9 +116,9 @@ Registry& World::registry() const
     return state_->registry;
 }
 
-std::shared_ptr<void>& World::tableAt(std::type_index type)
+std::shared_ptr<void>& World::tableAt(const char* kind)
 {
-    return state_->tables[type];
+    return state_->tables[kind];
 }
 
 const std::vector<Change>& World::plan() const
