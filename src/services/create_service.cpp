@@ -3,7 +3,7 @@
 #include "services/dependency_list.h"
 #include "services/service_key.h"
 #include "services/service_manager.h"
-#include "services/service_plan.h"
+#include "services/service_setup.h"
 
 namespace {
 
@@ -48,8 +48,8 @@ DWORD convertTexts(const sswseCall& call, const NewService& wanted, WideTexts& t
     return sswseDependenciesToWide(call, wanted.dependencies, texts.dependencies);
 }
 
-DWORD createOnNode(const sswseCall& call, const NewService& wanted, const sswseServicePlan& plan, const char* nodename,
-                   SC_HANDLE* service)
+DWORD createOnNode(const sswseCall& call, const NewService& wanted, const sswseDecidedService& decided,
+                   const char* nodename, SC_HANDLE* service)
 {
     // The manager is opened before the dependencies are looked at: deliberate.
     owned::ServiceHandle scm;
@@ -60,9 +60,9 @@ DWORD createOnNode(const sswseCall& call, const NewService& wanted, const sswseS
     if (status != SSWSE_SUCCESS)
         return status;
     // Only a driver starts under the name that the caller gives; for everything else the home decides.
-    const char* const account = isDriver(wanted.servicetype) ? wanted.servicestartname : plan.account.name;
+    const char* const account = isDriver(wanted.servicetype) ? wanted.servicestartname : decided.account.name;
     sswseServiceLogon logon;
-    if (sswseMakeServiceLogon(call, plan, account, wanted.password, logon) != SSWSE_SUCCESS)
+    if (sswseMakeServiceLogon(call, decided, account, wanted.password, logon) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     *service = CreateServiceW(scm.get(), texts.servicename.get(), texts.displayname.get(), wanted.desiredaccess,
                               wanted.servicetype, wanted.starttype, wanted.errorcontrol, texts.binpath.get(),
@@ -97,18 +97,18 @@ DWORD WINAPI sswseCreateService(sswseErrRec* err, const char* servicename, const
             return sswseBadArgument(call, "Service Binary Path");
         if (!phService)
             return sswseBadArgument(call, "Pointer to ServiceHandle");
-        sswseServicePlan plan;
-        if (sswseGetServiceKeyFromBinPath(call.rec, binpath, servicename, plan.svckey, sizeof plan.svckey) !=
+        sswseDecidedService decided;
+        if (sswseGetServiceKeyFromBinPath(call.rec, binpath, servicename, decided.svckey, sizeof decided.svckey) !=
             SSWSE_SUCCESS)
             return sswseBadArgument(call, "Service Name");
-        DWORD status = sswseReadOwnHomeType(call, nodename, sswseHomeTypeFault::invalid, plan);
+        DWORD status = sswseReadOwnHomeType(call, nodename, sswseHomeTypeFault::invalid, decided);
         if (status != SSWSE_SUCCESS)
             return status;
-        sswseDecideService(call, servicename, nodename, plan);
-        status = createOnNode(call, wanted, plan, nodename, phService);
+        sswseDecideService(call, servicename, nodename, decided);
+        status = createOnNode(call, wanted, decided, nodename, phService);
         if (status != SSWSE_SUCCESS)
             return status;
         // A failure from here on leaves the service in place, its handle with the caller.
-        return sswseEquipService(call, servicename, nodename, plan, *phService);
+        return sswseEquipService(call, servicename, nodename, decided, *phService);
     });
 }

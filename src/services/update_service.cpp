@@ -4,7 +4,7 @@
 #include "frame/call.h"
 #include "services/service_key.h"
 #include "services/service_manager.h"
-#include "services/service_plan.h"
+#include "services/service_setup.h"
 
 namespace {
 
@@ -32,21 +32,21 @@ DWORD WINAPI sswseUpdateService(sswseErrRec* err, const char* nodename, const ch
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
         if (!servicename)
             return sswseBadArgument(call, "Service Name");
-        sswseServicePlan plan;
-        if (sswseGetServiceKeyFromBinPath(call.rec, binpath, servicename, plan.svckey, sizeof plan.svckey) !=
+        sswseDecidedService decided;
+        if (sswseGetServiceKeyFromBinPath(call.rec, binpath, servicename, decided.svckey, sizeof decided.svckey) !=
             SSWSE_SUCCESS)
             return SSWSE_INVALID_ARGUMENT;
         // An invalid home type gives no message here, unlike at creation: deliberate.
-        const DWORD status = sswseReadOwnHomeType(call, nodename, sswseHomeTypeFault::unreadable, plan);
+        const DWORD status = sswseReadOwnHomeType(call, nodename, sswseHomeTypeFault::unreadable, decided);
         if (status != SSWSE_SUCCESS)
             return status;
-        sswseDecideService(call, servicename, nodename, plan);
+        sswseDecideService(call, servicename, nodename, decided);
         sswseServiceLogon logon;
         sswseOpenedService opened;
-        if (sswseMakeServiceLogon(call, plan, plan.account.name, password, logon) != SSWSE_SUCCESS ||
+        if (sswseMakeServiceLogon(call, decided, decided.account.name, password, logon) != SSWSE_SUCCESS ||
             sswseOpenNodeService(call, nodename, servicename, SERVICE_ALL_ACCESS, opened) != SSWSE_SUCCESS ||
             changeConfiguration(call, logon, binpath, opened.service.get()) != SSWSE_SUCCESS)
             return SSWSE_FAILURE;
-        return sswseEquipService(call, servicename, nodename, plan, opened.service.get());
+        return sswseEquipService(call, servicename, nodename, decided, opened.service.get());
     });
 }

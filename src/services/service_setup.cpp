@@ -1,4 +1,4 @@
-#include "services/service_plan.h"
+#include "services/service_setup.h"
 
 #include "services/role_table.h"
 #include "services/service_acl.h"
@@ -9,15 +9,15 @@
 #include <cwchar>
 
 DWORD sswseReadOwnHomeType(const sswseCall& call, const char* nodename, sswseHomeTypeFault reported,
-                           sswseServicePlan& plan)
+                           sswseDecidedService& decided)
 {
     char homeKey[512];
     if (sswseGetKestelHomeKey(call.rec, homeKey, sizeof homeKey, nullptr) != SSWSE_SUCCESS)
         return SSWSE_HOME_NOT_FOUND;
     sswseHomeTypeFault fault = sswseHomeTypeFault::unreadable;
-    if (sswseGetKestelHomeType(call.rec, homeKey, plan.khtype, sizeof plan.khtype - 1, nullptr, nodename) ==
+    if (sswseGetKestelHomeType(call.rec, homeKey, decided.khtype, sizeof decided.khtype - 1, nullptr, nodename) ==
         SSWSE_SUCCESS) {
-        if (sswseIsKhomeTypeValid(call.rec, plan.khtype) == SSWSE_YES)
+        if (sswseIsKhomeTypeValid(call.rec, decided.khtype) == SSWSE_YES)
             return SSWSE_SUCCESS;
         fault = sswseHomeTypeFault::invalid;
     }
@@ -26,23 +26,24 @@ DWORD sswseReadOwnHomeType(const sswseCall& call, const char* nodename, sswseHom
     return SSWSE_UNSUPPORTED_HOME_TYPE;
 }
 
-void sswseDecideService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan)
+void sswseDecideService(const sswseCall& call, const char* servicename, const char* nodename,
+                        sswseDecidedService& decided)
 {
-    plan.index = sswseNoRole;
-    sswseServiceAccount& account = plan.account;
+    decided.index = sswseNoRole;
+    sswseServiceAccount& account = decided.account;
     // The statuses are ignored: only the row and the account count.
-    static_cast<void>(sswseGetServiceIndex(call.rec, plan.svckey, plan.khtype, &plan.index));
+    static_cast<void>(sswseGetServiceIndex(call.rec, decided.svckey, decided.khtype, &decided.index));
     static_cast<void>(
-        sswseDecideSvcUser(call.rec, plan.svckey, plan.khtype, plan.index, nodename, servicename, account));
+        sswseDecideSvcUser(call.rec, decided.svckey, decided.khtype, decided.index, nodename, servicename, account));
     if (!account.isVirtual && sswseIsManagedSVCAccount(call.rec, account.name, nodename) == SSWSE_YES)
         account.isUserAccount = false; // the domain keeps its password
 }
 
-DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseServicePlan& plan, const char* account,
+DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseDecidedService& decided, const char* account,
                             const char* password, sswseServiceLogon& logon)
 {
     constexpr wchar_t ownMachine[] = L".\\";
-    if (sswseToWideSecret(call, plan.account.isUserAccount ? password : nullptr, logon.password) != SSWSE_SUCCESS)
+    if (sswseToWideSecret(call, decided.account.isUserAccount ? password : nullptr, logon.password) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     if (!account || !account[0])
         return SSWSE_SUCCESS;
@@ -60,29 +61,29 @@ DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseServicePlan& plan,
     return SSWSE_SUCCESS;
 }
 
-DWORD sswseEquipService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan,
-                        SC_HANDLE service)
+DWORD sswseEquipService(const sswseCall& call, const char* servicename, const char* nodename,
+                        sswseDecidedService& decided, SC_HANDLE service)
 {
-    char(&account)[512] = plan.account.name;
+    char(&account)[512] = decided.account.name;
     DWORD sidtypeUR = 0;
     // The statuses of these three are ignored: a service without them is usable, and older systems lack some of them.
     static_cast<void>(
-        sswseSetSvcTypeUnrestricted(call.rec, servicename, plan.svckey, plan.khtype, nodename, sidtypeUR));
+        sswseSetSvcTypeUnrestricted(call.rec, servicename, decided.svckey, decided.khtype, nodename, sidtypeUR));
     static_cast<void>(sswseSetACLOnService(call.rec, service));
-    static_cast<void>(sswseAddSvcToSVCSIDSGrp(call.rec, servicename, plan.khtype, account, nodename));
+    static_cast<void>(sswseAddSvcToSVCSIDSGrp(call.rec, servicename, decided.khtype, account, nodename));
 
     // Before the row is asked for: a service without one still joins its home's group of service accounts.
-    if (plan.account.isVirtual &&
-        sswseAddSvcToVAGroups(call.rec, servicename, plan.khtype, account, plan.index, nodename) != SSWSE_SUCCESS)
+    if (decided.account.isVirtual &&
+        sswseAddSvcToVAGroups(call.rec, servicename, decided.khtype, account, decided.index, nodename) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
-    if (plan.index == sswseNoRole)
+    if (decided.index == sswseNoRole)
         return SSWSE_SUCCESS;
     if (!account[0] &&
         sswseGetBuiltinAccName(call.rec, "LOCAL_SYSTEM", account, sizeof account - 1, nullptr) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
-    if (sswseAddSvcToGroups(call.rec, servicename, plan.khtype, plan.index, account, nodename, sidtypeUR) !=
+    if (sswseAddSvcToGroups(call.rec, servicename, decided.khtype, decided.index, account, nodename, sidtypeUR) !=
             SSWSE_SUCCESS ||
-        sswseGrantPrivsToSvc(call.rec, servicename, plan.khtype, plan.index, account, nodename) != SSWSE_SUCCESS)
+        sswseGrantPrivsToSvc(call.rec, servicename, decided.khtype, decided.index, account, nodename) != SSWSE_SUCCESS)
         return SSWSE_FAILURE;
     return SSWSE_SUCCESS;
 }

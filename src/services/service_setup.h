@@ -5,7 +5,8 @@
 #include "frame/secret.h"
 #include "services/account_decision.h"
 
-struct sswseServicePlan
+// The service's role and the account that it runs under.
+struct sswseDecidedService
 {
     char svckey[512];
     char khtype[512];
@@ -20,13 +21,14 @@ enum class sswseHomeTypeFault
     invalid
 };
 
-// Reads the type of the library's own home into `plan`. 2; 6 with the message of the home key's reader; 5 for either
+// Reads the type of the library's own home into `decided`. 2; 6 with the message of the home key's reader; 5 for either
 // fault. Only the fault `reported` gets WSE-00008, the other one leaves the record as the routine that met it did.
 [[nodiscard]] DWORD sswseReadOwnHomeType(const sswseCall& call, const char* nodename, sswseHomeTypeFault reported,
-                                         sswseServicePlan& plan);
+                                         sswseDecidedService& decided);
 
-// Finds the row and decides the account for the key and the home type in `plan`.
-void sswseDecideService(const sswseCall& call, const char* servicename, const char* nodename, sswseServicePlan& plan);
+// Finds the row and decides the account for the key and the home type in `decided`.
+void sswseDecideService(const sswseCall& call, const char* servicename, const char* nodename,
+                        sswseDecidedService& decided);
 
 // What the service control manager is told to start the service with; NULL: no account, no password.
 struct sswseServiceLogon
@@ -36,10 +38,10 @@ struct sswseServiceLogon
 };
 
 // A name without a domain becomes one of the service's own machine, ".\name"; NULL and "" stay none. The password goes
-// through only for an account of the plan that has one. 2, or 3 with WSE-00002, WSE-00006.
-[[nodiscard]] DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseServicePlan& plan, const char* account,
-                                          const char* password, sswseServiceLogon& logon);
+// through only for a decided account that has one. 2, or 3 with WSE-00002, WSE-00006.
+[[nodiscard]] DWORD sswseMakeServiceLogon(const sswseCall& call, const sswseDecidedService& decided,
+                                          const char* account, const char* password, sswseServiceLogon& logon);
 
 // Gives the service its SID type, its security, its groups and its rights. 2, or 3 with the message of the failed step.
 [[nodiscard]] DWORD sswseEquipService(const sswseCall& call, const char* servicename, const char* nodename,
-                                      sswseServicePlan& plan, SC_HANDLE service);
+                                      sswseDecidedService& decided, SC_HANDLE service);
