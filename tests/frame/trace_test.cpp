@@ -88,6 +88,7 @@ TEST(Trace, ArgumentTextComesInPieces)
         {0, {}, {{0, 0}}},
         {128, {}, {{0, 128}}},
         {129, {}, {{0, 127}, {127, 2}}},
+        {254, {}, {{0, 127}, {127, 127}}},
         {255, {}, {{0, 127}, {127, 127}, {254, 1}}},
         {300, {100, 250}, {{0, 100}, {101, 127}, {228, 72}}}, // a remainder that fits is not split
         {300, {127, 255}, {{0, 127}, {128, 127}, {256, 44}}}, // the last place that is looked at
@@ -141,13 +142,13 @@ TEST(Trace, FileRecordsAreWholeLines)
     sswseTraceToFile("%s", "dropped: a callback is set by now");
     sswseTraceOff(nullptr);
     sswseTraceToFile("%s", "dropped: switched off");
+    std::vector<std::string> lines;
+    std::ifstream stream(traceFile); // not closed yet: each record has reached it
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
     fclose(std::exchange(sswseTracing.file, nullptr));
     fs::current_path(before);
 
-    std::vector<std::string> lines;
-    std::ifstream stream(traceFile);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
     constexpr char form[] = "%*2d/%*2d/%*2d %*2d:%*2d:%*2d : (%*u) : thread %d line %d of wide%n";
     int next[threadCount] = {};
     ASSERT_EQ(lines.size(), size_t{threadCount} * perThread + 2);
