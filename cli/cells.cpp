@@ -132,17 +132,26 @@ std::uintptr_t prepare(const Host& host, const Parameter& parameter, const Value
         return slotOf(&traceLine);
     case Kind::traceContext:
         return slotOf(host.trace);
-    case Kind::hosted:
-        return 0;
     case Kind::text:
     case Kind::secret:
     case Kind::writableText:
     case Kind::wideText:
     case Kind::names:
         return value.given ? slotOf(cell.bytes.data()) : 0;
-    default:
+    case Kind::widePartOut:
+    case Kind::numberOut:
+    case Kind::sidOut:
+    case Kind::stringsOut:
+    case Kind::oemStrings:
+    case Kind::count:
+    case Kind::keyOut:
+    case Kind::serviceOut:
         return output(cell, 0);
+    case Kind::inserts: // more than one slot
+    case Kind::hosted:
+        break;
     }
+    return 0;
 }
 
 std::string textOf(const std::vector<char>& bytes, const Parameter& parameter)
@@ -153,69 +162,82 @@ std::string textOf(const std::vector<char>& bytes, const Parameter& parameter)
     return utf8FromWide({text, wcsnlen(text, bytes.size() / sizeof(wchar_t))});
 }
 
-size_t countOf(const Cell& count)
+// What belongs together stands together: a buffer, its size, its length; a list of texts, its count.
+const Cell& lengthOfBuffer(const std::vector<Cell>& cells, size_t at)
 {
-    return static_cast<size_t>(std::max(count.as<int>(), 0));
+    return cells.at(at + 2);
 }
 
-// Whether the function has stored the output. `cell` lies among the cells of its neighbours.
-bool isStored(const Parameter& parameter, const Value& value, const Cell* cell, bool good)
+const Cell& countedList(const std::vector<Cell>& cells, size_t at)
 {
+    return cells.at(at - 1);
+}
+
+size_t countOfList(const std::vector<Cell>& cells, size_t at)
+{
+    return static_cast<size_t>(std::max(cells.at(at + 1).as<int>(), 0));
+}
+
+// Whether the function has stored the output.
+bool isStored(const Parameter& parameter, const Value& value, const std::vector<Cell>& cells, size_t at, bool good)
+{
+    const Cell& cell = cells[at];
     switch (parameter.kind) {
     case Kind::writableText:
-        return cell->bytes != bytesOf(parameter, value);
+        return cell.bytes != bytesOf(parameter, value);
     case Kind::textOut:
-        return cell->bytes[0] || cell[2].word != unstored;
+        return cell.bytes[0] || lengthOfBuffer(cells, at).word != unstored;
     case Kind::wideOut:
-        return cell->bytes[0] || cell->bytes[1];
+        return cell.bytes[0] || cell.bytes[1];
     case Kind::length:
-        return cell->word != unstored;
+        return cell.word != unstored;
     case Kind::numberInOut:
         return value.given;
     case Kind::numberOut:
         return good;
     case Kind::count:
-        return good || cell[-1].word;
+        return good || countedList(cells, at).word;
     case Kind::stringsOut:
     case Kind::oemStrings:
-        return good || cell->word;
+        return good || cell.word;
     case Kind::sidOut:
     case Kind::aclInOut:
     case Kind::widePartOut:
     case Kind::keyOut:
     case Kind::serviceOut:
-        return cell->word;
-    default:
+        return cell.word;
+    default: // no output
         return false;
     }
 }
 
-nlohmann::ordered_json valueOf(const Parameter& parameter, const Cell* cell)
+nlohmann::ordered_json valueOf(const Parameter& parameter, const std::vector<Cell>& cells, size_t at)
 {
+    const Cell& cell = cells[at];
     switch (parameter.kind) {
     case Kind::length:
-        return cell->word;
+        return cell.word;
     case Kind::numberInOut:
     case Kind::numberOut:
-        return cell->as<DWORD>();
+        return cell.as<DWORD>();
     case Kind::count:
-        return cell->as<int>();
+        return cell.as<int>();
     case Kind::stringsOut:
-        return textsOf(cell->as<char**>(), countOf(cell[1]), CP_ACP);
+        return textsOf(cell.as<char**>(), countOfList(cells, at), CP_ACP);
     case Kind::oemStrings:
-        return textsOf(cell->as<char**>(), countOf(cell[1]), CP_OEMCP);
+        return textsOf(cell.as<char**>(), countOfList(cells, at), CP_OEMCP);
     case Kind::sidOut:
-        return textOfSid(cell->as<PSID>());
+        return textOfSid(cell.as<PSID>());
     case Kind::aclInOut:
-        return sddlOf(cell->as<PACL>());
+        return sddlOf(cell.as<PACL>());
     case Kind::widePartOut:
-        return utf8FromWide(cell->as<const wchar_t*>());
+        return utf8FromWide(cell.as<const wchar_t*>());
     case Kind::keyOut:
-        return nameOfKey(cell->as<HKEY>());
+        return nameOfKey(cell.as<HKEY>());
     case Kind::serviceOut:
         return "open";
-    default:
-        return textOf(cell->bytes, parameter);
+    default: // buffers and texts
+        return textOf(cell.bytes, parameter);
     }
 }
 
@@ -246,8 +268,8 @@ nlohmann::ordered_json readOutputs(const Call& call, const std::vector<Cell>& ce
     nlohmann::ordered_json outputs = nlohmann::ordered_json::object();
     for (size_t i = 0; i < cells.size(); ++i) {
         const Parameter& parameter = call.function->parameters[i];
-        if (isStored(parameter, call.values[i], &cells[i], good))
-            outputs[parameter.name] = valueOf(parameter, &cells[i]);
+        if (isStored(parameter, call.values[i], cells, i, good))
+            outputs[parameter.name] = valueOf(parameter, cells, i);
     }
     return outputs;
 }
@@ -269,7 +291,7 @@ void releaseCells(const Host& host, const Call& call, const std::vector<Cell>& c
         case Kind::stringsOut:
         case Kind::oemStrings:
             exported<decltype(sswseFreeArrayofStrings)>(host, "sswseFreeArrayofStrings")(cell.as<char**>(),
-                                                                                         countOf(cells[i + 1]));
+                                                                                         countOfList(cells, i));
             break;
         case Kind::object:
         case Kind::token:
@@ -278,7 +300,7 @@ void releaseCells(const Host& host, const Call& call, const std::vector<Cell>& c
         case Kind::serviceOut:
             host.closeService(cell.as<SC_HANDLE>());
             break;
-        default:
+        default: // nothing of its own
             break;
         }
     }

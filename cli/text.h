@@ -1,23 +1,16 @@
-// Text at the host's edges: UTF-8 inside the host and in what it prints, UTF-16 from Windows, the ANSI code page in the
-// library's interface.
+// Text that the host reads and writes, UTF-8 inside it.
 #pragma once
 
-#include <windows.h>
-
-#include <optional>
-#include <string>
-#include <string_view>
+#include "whatif/encoding.h"
 
 namespace cli {
 
-std::string utf8FromWide(std::wstring_view text);
-std::wstring wideFromUtf8(std::string_view text);
-// Text that arrives as bytes (a script, a pipe): UTF-8 when it is that, otherwise the ANSI code page.
-std::string utf8FromBytes(std::string_view bytes);
-std::string utf8FromCodePage(std::string_view text, UINT codePage);
-std::string utf8FromAnsi(std::string_view text);
-// Nothing when the ANSI code page has no such character.
-std::optional<std::string> ansiFromUtf8(std::string_view text);
+using whatif::ansiFromUtf8;
+using whatif::utf8FromAnsi;
+using whatif::utf8FromBytes;
+using whatif::utf8FromCodePage;
+using whatif::utf8FromWide;
+using whatif::wideFromUtf8;
 
 // As it can be written on the command line and in a script: in quotes where it needs them.
 std::string quoted(const std::string& text);

@@ -1,6 +1,6 @@
 #include "journal/file.h"
 
-#include "cli/text.h"
+#include "whatif/encoding.h"
 #include "whatif/spelling.h"
 
 #include <sddl.h>
@@ -18,7 +18,7 @@ constexpr size_t longestPiece = 64 << 20; // far more than a change takes
 
 std::string utf8(const std::wstring& text)
 {
-    return cli::utf8FromWide(text);
+    return whatif::utf8FromWide(text);
 }
 
 std::string now()
@@ -264,7 +264,7 @@ void Lines::check(const Json& head)
     const std::string computer = head.value("computer", "");
     const std::string sid = head.value("sid", "");
     const std::string ownSid = utf8(machine_.sid);
-    computer_ = cli::wideFromUtf8(computer);
+    computer_ = whatif::wideFromUtf8(computer);
     const bool isSame = whatif::sameName(computer_, machine_.name) && sid == ownSid; // a domain controller has none
     if (!isSame && !force_)
         throw FileError(source_.file(), "is a journal of " + whose(computer, sid) + ", not of " +

@@ -1,6 +1,6 @@
 #include "journal/json.h"
 
-#include "cli/text.h"
+#include "whatif/encoding.h"
 
 #include <stdexcept>
 
@@ -8,11 +8,11 @@ namespace journal {
 
 namespace {
 
-using cli::utf8FromWide;
+using whatif::utf8FromWide;
 
 std::wstring textOf(const Json& json)
 {
-    return cli::wideFromUtf8(json.get_ref<const std::string&>());
+    return whatif::wideFromUtf8(json.get_ref<const std::string&>());
 }
 
 whatif::ChangeKind kindOf(const std::wstring& word)
@@ -56,7 +56,7 @@ whatif::State stateOf(const Json& json)
         return textOf(json);
     whatif::State::Parts parts;
     for (const auto& [name, text] : json.get_ref<const Json::object_t&>())
-        parts.emplace_back(cli::wideFromUtf8(name), textOf(text));
+        parts.emplace_back(whatif::wideFromUtf8(name), textOf(text));
     return parts;
 }
 

@@ -1,6 +1,6 @@
 #include "journal/look.h"
 
-#include "cli/text.h"
+#include "whatif/encoding.h"
 
 namespace journal {
 
@@ -86,7 +86,7 @@ bool finishCall(Writer& writer, const Line& line, Json outcome, const Machine& m
     Steps steps(writer.file(), line, here);
     outcome["sids"] = Json::object();
     for (const auto& [planned, real] : steps.sidsOf(line.begin))
-        outcome["sids"][cli::utf8FromWide(planned)] = cli::utf8FromWide(real);
+        outcome["sids"][whatif::utf8FromWide(planned)] = whatif::utf8FromWide(real);
     writer.begin(outcome, "differences");
     bool isGood = true;
     Step step;
@@ -114,7 +114,7 @@ bool finishCall(Writer& writer, const Line& line, Json outcome, const Machine& m
             isGood = false;
             Json difference = {{"change", ordinal}};
             if (look.finding == Finding::unknown)
-                difference["problem"] = cli::utf8FromWide(look.problem);
+                difference["problem"] = whatif::utf8FromWide(look.problem);
             else
                 difference["found"] = jsonOf(look.found);
             writer.add(difference);

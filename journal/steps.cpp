@@ -1,7 +1,7 @@
 #include "journal/steps.h"
 
-#include "cli/text.h"
 #include "journal/sorter.h"
+#include "whatif/encoding.h"
 #include "whatif/spelling.h"
 
 #include <tuple>
@@ -82,7 +82,7 @@ void replaceSids(Change& change, const Sids& sids)
 
 Reading foundOf(const Json& difference)
 {
-    return difference.contains("problem") ? Reading{{}, cli::wideFromUtf8(difference["problem"].get<std::string>())}
+    return difference.contains("problem") ? Reading{{}, whatif::wideFromUtf8(difference["problem"].get<std::string>())}
                                           : Reading{stateOf(difference.at("found")), L""};
 }
 
@@ -139,7 +139,7 @@ struct Steps::Work
         Sids given;
         if (end)
             for (const auto& [planned, real] : end->head.at("sids").items())
-                given[cli::wideFromUtf8(planned)] = cli::wideFromUtf8(real.get<std::string>());
+                given[whatif::wideFromUtf8(planned)] = whatif::wideFromUtf8(real.get<std::string>());
         else
             given = lookUpSids(line);
         if (!given.empty())

@@ -1,6 +1,6 @@
 #include "journal/undo.h"
 
-#include "cli/text.h"
+#include "whatif/encoding.h"
 
 #include <array>
 
@@ -115,7 +115,7 @@ private:
             if (now.problem.empty())
                 difference["found"] = jsonOf(now.state);
             else
-                difference["problem"] = cli::utf8FromWide(now.problem);
+                difference["problem"] = whatif::utf8FromWide(now.problem);
             differences.push_back(difference);
         }
         if (writer) {

@@ -89,7 +89,7 @@ std::wstring keyOf(const IniLine& line)
     return line.key == L"@" ? L"" : unescaped(line.key);
 }
 
-std::vector<std::wstring> listOf(const std::wstring& value)
+std::vector<std::wstring> splitAtCommas(const std::wstring& value)
 {
     std::vector<std::wstring> items;
     for (size_t start = 0; start < value.size();) {

@@ -44,7 +44,7 @@ private:
 
 std::wstring keyOf(const IniLine& line); // "@" is the empty key
 std::wstring unescaped(const std::wstring& text);
-std::vector<std::wstring> listOf(const std::wstring& value);
+std::vector<std::wstring> splitAtCommas(const std::wstring& value);
 
 std::string narrow(const std::wstring& text); // for messages
 

@@ -3,7 +3,7 @@
 #include "whatif/description/ini.h"
 #include "whatif/model/names.h"
 #include "whatif/model/registry.h"
-#include "whatif/model/service_handles.h"
+#include "whatif/model/service_rules.h"
 #include "whatif/model/sids.h"
 #include "whatif/model/standard_node.h"
 #include "whatif/security/descriptors.h"
@@ -86,7 +86,7 @@ private:
         } else if (sameName(line.key, L"product"))
             node_.productType = static_cast<BYTE>(valueOf(products, value));
         else if (sameName(line.key, L"missing"))
-            for (const std::wstring& name : listOf(line.value))
+            for (const std::wstring& name : splitAtCommas(line.value))
                 node_.missing.insert(name);
         else if (sameName(line.key, L"standard accounts"))
             standardAccounts_ = valueOf({{L"yes", 1}, {L"no", 0}}, value) != 0;
@@ -189,7 +189,7 @@ private:
     std::vector<std::wstring> sidsOf(const IniLine& line) const
     {
         std::vector<std::wstring> sids;
-        for (const std::wstring& item : listOf(line.value)) {
+        for (const std::wstring& item : splitAtCommas(line.value)) {
             const std::optional<Name> name = resolve(node_, item);
             if (!name && sidBytes(item).empty())
                 fail(L"the node has no account \"" + item + L"\"");
@@ -225,7 +225,7 @@ private:
             service.name = service.displayName = name;
             each(L"service " + name, [&](const IniLine& line) {
                 if (sameName(line.key, L"dependencies"))
-                    service.dependencies = listOf(line.value);
+                    service.dependencies = splitAtCommas(line.value);
                 else if (sameName(line.key, L"security"))
                     service.security = checkedSecurity(line);
                 else if (!readField(service, serviceFields, line.key, unescaped(line.value)))

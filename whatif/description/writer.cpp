@@ -3,7 +3,7 @@
 #include "whatif/description/ini.h"
 #include "whatif/model/names.h"
 #include "whatif/model/registry.h"
-#include "whatif/model/service_handles.h"
+#include "whatif/model/service_rules.h"
 
 #include <algorithm>
 

@@ -33,7 +33,7 @@ bool refuses(const Object& object, DWORD access)
 {
     Security security;
     return !machineDecides(object) && readSecurity(object, security) == ERROR_SUCCESS &&
-           !allows(security, access, *object.rights);
+           !administratorGets(security, access, *object.rights);
 }
 
 bool refusesListing(const std::wstring& pattern)
@@ -56,7 +56,7 @@ bool refusesAttributes(const std::wstring& name)
     Object parent;
     Security above;
     return !parentOf(object, parent) || readSecurity(parent, above) != ERROR_SUCCESS ||
-           !mayChange(parent, above, FILE_LIST_DIRECTORY);
+           !callerGets(parent, above, FILE_LIST_DIRECTORY);
 }
 
 bool refusesOpening(const std::wstring& name, DWORD access)

@@ -53,7 +53,7 @@ HANDLE open(World& world, const KernelName& name, DWORD access)
     openHandle(real, world, node, name.kind, object, access);
     const std::wstring* const held = node.security.find(object);
     if (name.kind == KernelKind::token || !held ||
-        allows(securityOf(*held), access, *kernelHandleOf(world, real)->object.rights))
+        administratorGets(securityOf(*held), access, *kernelHandleOf(world, real)->object.rights))
         return real;
     closeObject(real);
     return failWith<HANDLE>(ERROR_ACCESS_DENIED);

@@ -20,7 +20,7 @@ LSTATUS openObject(World& world, HKEY handle, DWORD access, Object& object, Secu
         return ERROR_KEY_DELETED;
     if (const DWORD error = readSecurity(object, security))
         return static_cast<LSTATUS>(error);
-    const bool may = opened ? (opened->access & access) == access : allows(security, access, keyRights);
+    const bool may = opened ? (opened->access & access) == access : administratorGets(security, access, keyRights);
     return may ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 

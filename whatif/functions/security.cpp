@@ -68,7 +68,7 @@ BOOL WINAPI getFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_
     DWORD error = fileObject(*world, name, object);
     if (!error)
         error = readSecurity(object, security);
-    if (!error && !machineDecides(object) && !allows(security, READ_CONTROL, fileRights))
+    if (!error && !machineDecides(object) && !administratorGets(security, READ_CONTROL, fileRights))
         error = ERROR_ACCESS_DENIED;
     if (error)
         return failWith(error);
@@ -90,7 +90,7 @@ BOOL WINAPI setFileSecurity(LPCWSTR name, SECURITY_INFORMATION parts, PSECURITY_
     DWORD error = fileObject(*world, name, object);
     if (!error)
         error = readSecurity(object, before);
-    if (!error && !mayChange(object, before, accessToWrite(parts)))
+    if (!error && !callerGets(object, before, accessToWrite(parts)))
         error = ERROR_ACCESS_DENIED;
     if (error)
         return failWith(error);
@@ -194,7 +194,7 @@ DWORD WINAPI getNamedSecurityInfo(LPCWSTR name, SE_OBJECT_TYPE type, SECURITY_IN
         return error;
     if (const DWORD error = readSecurity(object, security))
         return error;
-    if (!machineDecides(object) && !allows(security, accessToRead(parts), *object.rights))
+    if (!machineDecides(object) && !administratorGets(security, accessToRead(parts), *object.rights))
         return ERROR_ACCESS_DENIED;
     return handOut(told(object, security), parts, owner, group, dacl, descriptor);
 }
@@ -216,7 +216,7 @@ DWORD WINAPI setNamedSecurityInfo(LPWSTR name, SE_OBJECT_TYPE type, SECURITY_INF
         return error;
     if (const DWORD error = readSecurity(object, before))
         return error;
-    if (!mayChange(object, before, READ_CONTROL | accessToWrite(parts)))
+    if (!callerGets(object, before, READ_CONTROL | accessToWrite(parts)))
         return ERROR_ACCESS_DENIED;
     Security after = parts & DACL_SECURITY_INFORMATION ? namedSecurity(object, before, parts, dacl) : before;
     if (parts & OWNER_SECURITY_INFORMATION)

@@ -2,6 +2,7 @@
 // Codes: QueryServiceConfig, ChangeServiceConfig, ChangeServiceConfig2; what the protocol lets pass, MS-SCMR.
 #include "whatif/functions/packed.h"
 #include "whatif/model/service_handles.h"
+#include "whatif/model/service_rules.h"
 #include "whatif/model/service_settings.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
@@ -103,7 +104,7 @@ BOOL WINAPI changeConfig(SC_HANDLE handle, DWORD type, DWORD start, DWORD errorC
     change(wanted.binaryPath, binaryPath);
     change(wanted.loadOrderGroup, loadOrderGroup);
     if (dependencies)
-        wanted.dependencies = listOf(dependencies);
+        wanted.dependencies = namesIn(dependencies);
     const bool newAccount = account && *account;
     if (newAccount) {
         if (!sameName(wanted.account, account)) // whose password nobody has changed, with NULL

@@ -1,5 +1,6 @@
 // The list of services that a service control manager hands out, in pieces as large as the caller's buffer.
 #include "whatif/functions/packed.h"
+#include "whatif/machine/services.h"
 #include "whatif/model/service_handles.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"

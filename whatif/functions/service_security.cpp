@@ -54,14 +54,6 @@ BOOL WINAPI setSecurity(SC_HANDLE handle, SECURITY_INFORMATION parts, PSECURITY_
 
 } // namespace
 
-Security serviceSecurity(const Service& service)
-{
-    Security security = securityOf(service.security);
-    if (security.owner.empty())
-        security.owner = sidBytes(L"S-1-5-18");
-    return security;
-}
-
 std::vector<Replacement> serviceSecurityReplacements()
 {
     return {

@@ -2,6 +2,7 @@
 // until its last handle is closed; until then it can still be opened, but neither be created again nor be changed.
 // Codes: OpenSCManager, OpenService, CreateService, DeleteService; what the protocol lets pass, MS-SCMR.
 #include "whatif/model/service_handles.h"
+#include "whatif/model/service_rules.h"
 #include "whatif/model/service_settings.h"
 #include "whatif/redirect/active.h"
 #include "whatif/redirect/guarded.h"
@@ -108,7 +109,7 @@ SC_HANDLE WINAPI createService(SC_HANDLE manager, LPCWSTR name, LPCWSTR displayN
     wanted.errorControl = errorControl;
     wanted.binaryPath = binaryPath;
     wanted.loadOrderGroup = textOrEmpty(loadOrderGroup);
-    wanted.dependencies = listOf(dependencies);
+    wanted.dependencies = namesIn(dependencies);
     wanted.account = account && *account ? account : defaultAccount(type);
     if (!ignoresPassword(node, wanted))
         wanted.password = textOrEmpty(password);

@@ -1,20 +1,12 @@
-// Services of the real machine, as a node that reads it takes them over.
+#include "whatif/machine/services.h"
+
+#include "frame/owned.h"
 #include "whatif/model/service_handles.h"
 #include "whatif/model/service_settings.h"
-#include "whatif/security/descriptors.h"
-
-#include <memory>
 
 namespace whatif {
 
 namespace {
-
-struct HandleRelease
-{
-    void operator()(SC_HANDLE handle) const { CloseServiceHandle(handle); }
-};
-
-using ServiceOwner = std::unique_ptr<SC_HANDLE__, HandleRelease>;
 
 // Two calls, the first for the size.
 template <class Query>
@@ -51,7 +43,7 @@ std::vector<std::wstring> machineServiceNames()
 {
     constexpr DWORD pieceSize = 256 * 1024;
     std::vector<std::wstring> names;
-    const ServiceOwner manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ENUMERATE_SERVICE));
+    const owned::ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ENUMERATE_SERVICE));
     std::vector<BYTE> piece(pieceSize);
     DWORD count = 1;
     for (DWORD resume = 0, needed = 1; manager && needed && count;) {
@@ -78,14 +70,14 @@ void readMachineServices(Node& node)
 
 bool machineLetsOpen(const std::wstring& name, DWORD access)
 {
-    const ServiceOwner manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-    return manager && ServiceOwner(OpenServiceW(manager.get(), name.c_str(), access));
+    const owned::ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    return manager && owned::ServiceHandle(OpenServiceW(manager.get(), name.c_str(), access));
 }
 
 std::wstring machineServiceOfDisplayName(const std::wstring& displayName)
 {
     constexpr DWORD longestName = 256;
-    const ServiceOwner manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    const owned::ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
     wchar_t name[longestName + 1];
     DWORD size = longestName + 1;
     return manager && GetServiceKeyNameW(manager.get(), displayName.c_str(), name, &size) ? name : L"";
@@ -93,10 +85,10 @@ std::wstring machineServiceOfDisplayName(const std::wstring& displayName)
 
 bool readMachineService(const std::wstring& name, Service& service)
 {
-    const ServiceOwner manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    const owned::ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
     if (!manager)
         return false;
-    ServiceOwner handle(OpenServiceW(manager.get(), name.c_str(), SERVICE_QUERY_CONFIG | READ_CONTROL));
+    owned::ServiceHandle handle(OpenServiceW(manager.get(), name.c_str(), SERVICE_QUERY_CONFIG | READ_CONTROL));
     if (!handle) // the configuration without the security is better than nothing
         handle.reset(OpenServiceW(manager.get(), name.c_str(), SERVICE_QUERY_CONFIG));
     if (!handle)

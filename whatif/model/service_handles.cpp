@@ -1,5 +1,7 @@
 #include "whatif/model/service_handles.h"
 
+#include "whatif/machine/services.h"
+#include "whatif/model/sids.h"
 #include "whatif/redirect/active.h"
 #include "whatif/security/access.h"
 #include "whatif/spelling.h"
@@ -106,6 +108,14 @@ Service* findService(Node& node, const std::wstring& name)
         return nullptr;
     node.services.push_back(read);
     return &node.services.back();
+}
+
+Security serviceSecurity(const Service& service)
+{
+    Security security = securityOf(service.security);
+    if (security.owner.empty())
+        security.owner = sidBytes(L"S-1-5-18");
+    return security;
 }
 
 bool mayOpen(const Node& node, const Service& service, DWORD access, DWORD& handle)

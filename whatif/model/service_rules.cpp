@@ -1,6 +1,7 @@
-// What the service control manager accepts.
+#include "whatif/model/service_rules.h"
+
 #include "whatif/model/names.h"
-#include "whatif/model/service_handles.h"
+#include "whatif/model/service_settings.h"
 #include "whatif/spelling.h"
 
 #include <algorithm>
@@ -84,7 +85,7 @@ bool passes(const GivenTexts& given)
 {
     constexpr size_t mostDependencies = 4096 / sizeof(wchar_t);
     size_t dependencies = 1; // with all terminators, like the other lengths
-    for (const std::wstring& name : listOf(given.dependencies))
+    for (const std::wstring& name : namesIn(given.dependencies))
         dependencies += name.size() + 1;
     const auto fits = [](LPCWSTR text, size_t most) { return !text || wcslen(text) + 1 <= most; };
     return dependencies <= mostDependencies && fits(given.binaryPath, 32768) && fits(given.loadOrderGroup, 257) &&
@@ -137,14 +138,6 @@ DWORD assignTag(const Node& node, Service& service)
             tag = std::max(tag, other.tag);
     service.tag = tag + 1;
     return ERROR_SUCCESS;
-}
-
-std::vector<std::wstring> listOf(const wchar_t* names)
-{
-    std::vector<std::wstring> list;
-    for (; names && *names; names += wcslen(names) + 1)
-        list.emplace_back(names);
-    return list;
 }
 
 } // namespace whatif

@@ -1,6 +1,5 @@
 #include "whatif/model/service_settings.h"
 
-#include "whatif/model/service_handles.h"
 #include "whatif/spelling.h"
 
 #include <algorithm>
@@ -97,7 +96,7 @@ void readConfiguration(const QUERY_SERVICE_CONFIGW& configuration, Service& serv
     service.binaryPath = textOrEmpty(configuration.lpBinaryPathName);
     service.account = textOrEmpty(configuration.lpServiceStartName);
     service.loadOrderGroup = textOrEmpty(configuration.lpLoadOrderGroup);
-    service.dependencies = listOf(configuration.lpDependencies);
+    service.dependencies = namesIn(configuration.lpDependencies);
     service.type = configuration.dwServiceType;
     service.start = configuration.dwStartType;
     service.errorControl = configuration.dwErrorControl;
@@ -118,6 +117,14 @@ State fullState(const Service& service)
     state.parts.emplace_back(sidTypeSetting, sidTypeText(service.sidType));
     state.parts.emplace_back(L"security", service.security);
     return state;
+}
+
+std::vector<std::wstring> namesIn(const wchar_t* names)
+{
+    std::vector<std::wstring> list;
+    for (; names && *names; names += wcslen(names) + 1)
+        list.emplace_back(names);
+    return list;
 }
 
 } // namespace whatif

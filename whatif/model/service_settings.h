@@ -23,6 +23,9 @@ DWORD sidTypeOf(const std::wstring& text);
 State createdState(const Service& service); // those of serviceSettings
 State fullState(const Service& service);    // with SID type and security
 
+// "a\0b\0\0"; NULL is an empty list.
+std::vector<std::wstring> namesIn(const wchar_t* names);
+
 // What the service control manager tells of a service: those of serviceSettings.
 void readConfiguration(const QUERY_SERVICE_CONFIGW& configuration, Service& service);
 

@@ -86,7 +86,7 @@ bool opens(const Security& security, const Identities& who, DWORD access, const 
     return (wanted & ~given) == 0 && (handle || !(access & MAXIMUM_ALLOWED));
 }
 
-bool allows(const Security& security, DWORD access, const GENERIC_MAPPING& mapping)
+bool administratorGets(const Security& security, DWORD access, const GENERIC_MAPPING& mapping)
 {
     DWORD handle = 0;
     return opens(security, administrator(), access, mapping, handle);

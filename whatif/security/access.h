@@ -31,7 +31,7 @@ bool opens(const Security& security, const Identities& who, DWORD access, const 
            DWORD& handle);
 
 // Whether the administrator gets the access.
-bool allows(const Security& security, DWORD access, const GENERIC_MAPPING& mapping);
+bool administratorGets(const Security& security, DWORD access, const GENERIC_MAPPING& mapping);
 
 // The access that reading respectively writing parts of a descriptor needs.
 DWORD accessToRead(SECURITY_INFORMATION parts);

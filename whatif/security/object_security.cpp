@@ -134,9 +134,9 @@ Security told(const Object& object, const Security& security)
     return whole;
 }
 
-bool mayChange(const Object& object, const Security& before, DWORD access)
+bool callerGets(const Object& object, const Security& before, DWORD access)
 {
-    return machineDecides(object) ? realAllows(object, access) : allows(before, access, *object.rights);
+    return machineDecides(object) ? realAllows(object, access) : administratorGets(before, access, *object.rights);
 }
 
 Security asWritten(const Security& before, SECURITY_INFORMATION parts, PSECURITY_DESCRIPTOR descriptor,

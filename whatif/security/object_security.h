@@ -19,7 +19,7 @@ Security told(const Object& object, const Security& security);
 bool machineDecides(const Object& object);
 
 // Whether the caller gets the access; on an object that only the machine holds the machine decides.
-bool mayChange(const Object& object, const Security& before, DWORD access);
+bool callerGets(const Object& object, const Security& before, DWORD access);
 
 // What an object has after a descriptor has been set on it alone. The mark of an inheriting DACL is only taken over
 // from a descriptor that asks for it.
