@@ -6,25 +6,6 @@ using namespace acl;
 using namespace support;
 using namespace testing;
 
-namespace {
-
-constexpr DWORD link = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
-
-struct Mount
-{
-    const char* what;
-    const wchar_t* fileSystem;
-    DWORD attributes; // all bits: it cannot be found
-    DWORD tag;
-    const char* secured = "x ";            // the mount point, its volume
-    const char* answer = "2 WSE-000053 5"; // the child is skipped
-    bool hasVolume = true;                 // whose path fits
-};
-const Mount* mount;
-std::string volumePath;
-
-} // namespace
-
 // And checks find it then, not before.
 TEST_F(OnNode, PermissionTypesGiveAccessToTheirObjectsOnly)
 {
@@ -102,7 +83,6 @@ TEST_F(OnNode, AccountsAreThoseOfTheMachineThatOwnsTheObject)
         {add + "1 ptype=5 usernames=svc path=\\\\NODE\\C$\\dir", mesh + kept},
         {add + "1 ptype=5 usernames=svc path=" + dir2, mesh2 + kept, L"DB2"},
         {add + "3 ptype=7 usernames=nobody path=" + dir2, vlm + kept, L"DB2"}, // users are ignored
-        {add + "2 ptype=9 usernames=svc path=" + key, L"D:AI" + keys + L"(A;OICI;KA;;;svc)"},
         {add + "2 ptype=9 usernames=svc usernames=svc path=" + key2,
          L"D:AI" + keys + L"(A;OICI;KA;;;svc2)(A;OICI;KA;;;svc2)", L"DB2"},
         {set + "1 ptype=1 usernames=svc path=" + dir, system + full},
@@ -140,6 +120,18 @@ TEST_F(OnNode, AccountsAreThoseOfTheMachineThatOwnsTheObject)
 
 TEST_F(OnNode, MountPointsAreSecuredWithTheirVolume)
 {
+    constexpr DWORD link = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
+    static const struct Mount
+    {
+        const char* what;
+        const wchar_t* fileSystem;
+        DWORD attributes; // all bits: it cannot be found
+        DWORD tag;
+        const char* secured = "x ";            // the mount point, its volume
+        const char* answer = "2 WSE-000053 5"; // the child is skipped
+        bool hasVolume = true;                 // whose path fits
+    } * mount;
+    static std::string volumePath;
     const Mount rows[] = {
         {"another file system", L"NTFS", link, IO_REPARSE_TAG_MOUNT_POINT},
         {"no link", L"VLFS", FILE_ATTRIBUTE_DIRECTORY, IO_REPARSE_TAG_MOUNT_POINT},
@@ -225,13 +217,10 @@ TEST_F(OnNode, ExcludedPathsAreLeftAloneWithAllBelowThem)
     char some[] = "none";
     char* lists[] = {some, nullptr};
     const auto set2 = EXPORT(sswseSetACLOnObjectForUser2);
-    const auto setting = [&](unsigned wtype, char** users, int count, int ptype) {
-        return calling(EXPORT(sswseSetACLOnObjectForUser), wtype, start.c_str(), users, count, ptype, BYTE{0});
-    };
     expectRefused("excludelist", {calling(set2, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, -1),
                                   calling(set2, 1u, "x", nullptr, 0, 1, BYTE{0}, nullptr, lists, 2)});
-    expectRefused("usernames", {setting(1, nullptr, 0, 10), setting(1, nullptr, 1, 1), setting(1, lists, 2, 1),
-                                setting(2, &lists[1], 1, 8),
+    expectRefused("usernames", {calling(set2, 1u, "x", lists, 2, 1, BYTE{0}, nullptr, nullptr, 0),
+                                calling(set2, 2u, "x", &lists[1], 1, 8, BYTE{0}, nullptr, nullptr, 0),
                                 calling(EXPORT(sswseAddACLOnObjectForUser), 2u, "MACHINE\\x", nullptr, -1, 8, BYTE{0}),
                                 calling(set2, 0u, "x", nullptr, 0, 10, BYTE{0}, "", lists, 1),
                                 calling(set2, 1u, nullptr, lists, -1, 11, BYTE{0}, nullptr, nullptr, -1)});

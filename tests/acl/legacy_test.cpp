@@ -28,29 +28,17 @@ Aces entries(DWORD authenticatedUsers, DWORD administrators, DWORD localSystem)
     return acesOf(text);
 }
 
-struct Row
-{
-    const char* before;
-    DWORD authenticatedUsers;
-    DWORD administrators;
-    DWORD localSystem = full;
-};
-
-void expectRows(const std::vector<Row>& rows)
-{
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.before);
-        const HeldObject held(row.before);
-        EXPECT_EQ(legacy::call("x").status, 0u);
-        EXPECT_EQ(held.result, entries(row.authenticatedUsers, row.administrators, row.localSystem));
-    }
-}
-
 } // namespace
 
-TEST(LegacyDacl, LimitsTheNewEntryByTheOldOneOfItsAccount)
+TEST(LegacyDacl, LimitsTheNewEntriesByTheOldOnesOfTheirAccounts)
 {
-    expectRows({
+    const struct
+    {
+        const char* before;
+        DWORD authenticatedUsers;
+        DWORD administrators;
+        DWORD localSystem = full;
+    } rows[] = {
         {"", reading, full},
         {"(A;;0x1f01ff;;;S-1-5-21-1-2-3-1000)(D;;0x10000000;;;WD)", reading, full}, // other accounts
         {"(A;ID;0x120089;;;BA)(A;OICIIO;0x3;;;AU)", 1, 0x120089}, // inherited ones and ones for children alike
@@ -63,12 +51,6 @@ TEST(LegacyDacl, LimitsTheNewEntryByTheOldOneOfItsAccount)
         {"(D;;0x0;;;AU)", 0, full},
         {"(D;;0x10000001;;;BA)", reading, 0x1f01fe},
         {"(D;;0x10000000;;;AU)(D;;0x0;;;BA)(A;;0x0;;;SY)", 0, 0, 0}, // an empty DACL
-    });
-}
-
-TEST(LegacyDacl, MergesTheOldEntriesOfAnAccount)
-{
-    expectRows({
         // allow after allow
         {"(A;;0x1;;;BA)(A;;0x10000;;;BA)", reading, 0x10001},
         // deny after deny: everything denied stays so; the generic right is everything in the first entry only
@@ -101,7 +83,13 @@ TEST(LegacyDacl, MergesTheOldEntriesOfAnAccount)
         {"(#00001400ffffffff02010000000000050b000000)", reading, full},
         {"(#0000140001000000000000000000000500000000)(A;;0x1;;;AU)", 1, full},
         {"(#00001000010000000100000000000005)", reading, full},
-    });
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.before);
+        const HeldObject held(row.before);
+        EXPECT_EQ(legacy::call("x").status, 0u);
+        EXPECT_EQ(held.result, entries(row.authenticatedUsers, row.administrators, row.localSystem));
+    }
 }
 
 TEST(LegacyDacl, IsUnreadableWhereASidDoesNotLieInsideItsEntry)

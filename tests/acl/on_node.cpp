@@ -1,25 +1,12 @@
 #include "tests/acl/on_node.h"
 
+#include "whatif/description/ini.h"
 #include "whatif/model/registry.h"
 #include "whatif/security/descriptors.h"
 
 namespace acl {
 
-namespace {
-
 constexpr wchar_t anyLength[] = L"\\\\?\\";
-
-constexpr const wchar_t* groups[][2] = {{L"KES_MESH_LISTENERS", L"mesh"},
-                                        {L"KES_CLX_USERS", L"clx"},
-                                        {L"KES_VLMADMIN", L"vlm"},
-                                        {L"KES_DBSVCACCTS", L"dbs"}};
-
-std::string narrow(const std::wstring& text)
-{
-    return {text.begin(), text.end()};
-}
-
-} // namespace
 
 OnNode::OnNode()
 {
@@ -30,7 +17,10 @@ OnNode::OnNode()
     for (whatif::Node* const node : {&local, &remote}) {
         const std::wstring number = node == &remote ? L"2" : L"";
         sids_[L"svc" + number] = node == &remote ? remoteSvc : svc;
-        for (const auto& [name, shortName] : groups)
+        for (const auto& [name, shortName] : {std::pair(L"KES_MESH_LISTENERS", L"mesh"),
+                                              {L"KES_CLX_USERS", L"clx"},
+                                              {L"KES_VLMADMIN", L"vlm"},
+                                              {L"KES_DBSVCACCTS", L"dbs"}})
             sids_[shortName + number] = addGroup(*node, name).sid;
         node->drives[L"C"] = root;
         world.registry().createKey(*node, L"SOFTWARE\\Kestel");
@@ -63,7 +53,7 @@ std::string OnNode::make(const std::wstring& name)
         EXPECT_TRUE(
             CloseHandle(CreateFileW((anyLength + path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr)));
     made_.push_back(path);
-    return narrow(path);
+    return whatif::narrow(path);
 }
 
 void OnNode::make(std::initializer_list<std::wstring> names)
@@ -88,7 +78,7 @@ void OnNode::describe(const Objects& files, const Objects& keys)
 
 legacy::Result OnNode::applyLegacy(const std::wstring& path, DWORD isAdmin, bool second)
 {
-    return legacy::call(narrow(path), isAdmin, second ? EXPORT(setPermissions2) : EXPORT(setPermissions));
+    return legacy::call(whatif::narrow(path), isAdmin, second ? EXPORT(setPermissions2) : EXPORT(setPermissions));
 }
 
 Objects OnNode::written()

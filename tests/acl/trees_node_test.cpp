@@ -13,18 +13,6 @@ const std::string readFailed = " " API_FAILED("GetFileSecurityW");
 const std::string writeFailed = " " API_FAILED("SetFileSecurityW");
 const std::string listFailed = " WSE-000065: Unable to iterate through files.";
 
-DWORD linkTag; // of the directory "link"
-
-BOOL WINAPI findNextFile(HANDLE search, LPWIN32_FIND_DATAW entry)
-{
-    const BOOL found = FindNextFileW(search, entry);
-    if (found && wcscmp(entry->cFileName, L"link") == 0) {
-        entry->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
-        entry->dwReserved0 = linkTag;
-    }
-    return found;
-}
-
 class Trees : public OnNode
 {
 protected:
@@ -111,7 +99,16 @@ TEST_F(Trees, AreSecuredFortyLevelsDownWhateverTheNames)
 TEST_F(Trees, OfOthersAreEnteredWhereTheyAreNamed)
 {
     make({L"link\\", L"link\\in"});
-    library.redirect("FindNextFileW", &findNextFile);
+    static DWORD linkTag;
+    library.redirect(
+        "FindNextFileW", +[](HANDLE search, LPWIN32_FIND_DATAW entry) -> BOOL {
+            const BOOL found = FindNextFileW(search, entry);
+            if (found && wcscmp(entry->cFileName, L"link") == 0) {
+                entry->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+                entry->dwReserved0 = linkTag;
+            }
+            return found;
+        });
     for (const auto& [tag, changed] :
          {std::pair(DWORD{IO_REPARSE_TAG_MOUNT_POINT}, "xx "), {IO_REPARSE_TAG_SYMLINK, "xx "}, {0x80000013, "xxx"}}) {
         linkTag = tag;

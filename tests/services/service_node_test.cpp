@@ -182,6 +182,8 @@ protected:
 TEST_P(Decision, FollowsTheRoleInEveryHomeUnderEveryUser)
 {
     local.productType = place.productType;
+    local.major = 6; // and minor 1: the first release with virtual accounts
+    local.minor = 1;
     const bool isRemote = place.node != "NODE";
     std::vector<whatif::Account>& others = (isRemote ? local : remote).accounts;
     others.erase(others.begin()); // svc is the target's alone
