@@ -6,7 +6,6 @@
 #include "tests/acl/held_object.h"
 #include "tests/support/guarded_heap.h"
 #include "tests/support/node_test.h"
-#include "tests/support/trace_log.h"
 
 #include <accctrl.h>
 #include <algorithm>

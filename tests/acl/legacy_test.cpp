@@ -2,7 +2,6 @@
 // a node that holds their security, and how much stack it takes.
 #include "frame/owned.h"
 #include "tests/acl/on_node.h"
-#include "tests/support/trace_log.h"
 
 using namespace acetext;
 using namespace acl;

@@ -1,6 +1,6 @@
 // keswsec.exe itself: exit status, what is written where, passwords.
 #include "cli/text.h"
-#include "tests/support/home.h"
+#include "tests/support/library_copy.h"
 #include "tests/support/program.h"
 #include "tests/support/scratch_directory.h"
 
@@ -42,7 +42,7 @@ protected:
 
 TEST_F(Program, ExitStatusAndOutput)
 {
-    const std::tuple<const char*, DWORD, const char*> cases[] = {
+    const std::tuple<const char*, int, const char*> cases[] = {
         {"--help", 0, "Exit status: 0"},
         {"--list setPermissions", 0, "failList "},
         {"--list", 0, "]\n        is the user a member?\n\nhome key, home type, home name\n    GetKestelHomeKey "},
@@ -80,7 +80,7 @@ TEST_F(Program, ShowsWhatEachKindOfFunctionAnswers)
     for (const auto& call : calls)
         lines += "- " + call.first + "\n";
     const Finished result = runProgram(script(lines));
-    EXPECT_EQ(result.status, 0u);
+    EXPECT_EQ(result.status, 0);
     for (const auto& call : calls)
         EXPECT_THAT(result.output, HasSubstr(call.second));
 }
@@ -88,7 +88,9 @@ TEST_F(Program, ShowsWhatEachKindOfFunctionAnswers)
 TEST_F(Program, PasswordsAreNeverShown)
 {
     const std::string password(600, 'P'); // longer than an argument line
-    const Finished cut = runProgram("--trace CheckValidUser username=nobody passwd=-", password + "\r\nIsOSWinDC");
+    std::ofstream(scratch.path() / "input", std::ios::binary) << password + "\r\nIsOSWinDC";
+    const Finished cut =
+        runProgram("--trace CheckValidUser username=nobody passwd=- <" + inQuotes(scratch.path() / "input"));
     EXPECT_THAT(cut.output, HasSubstr("passwd  = ****\n"));
     EXPECT_THAT(cut.output, Not(HasSubstr("PPPP")));
     std::string calls;
@@ -109,12 +111,12 @@ TEST_F(Program, ScriptStopsAtAFailureThatIsNotTolerated)
     const Finished stopped =
         runProgram(script("# heading\n- IsKhomeTypeValid khometype=3 # tolerated\r\n\nIsKhomeTypeValid khometype=1\n"
                           "IsKhomeTypeValid khometype=4\nIsKhomeTypeValid khometype=0\n"));
-    EXPECT_EQ(stopped.status, 1U);
+    EXPECT_EQ(stopped.status, 1);
     EXPECT_EQ(stopped.output,
               "# heading\n0 no       IsKhomeTypeValid khometype=3\n1 yes      IsKhomeTypeValid khometype=1\n"
               "0 no       IsKhomeTypeValid khometype=4\n");
     const Finished refused = runProgram(script("IsKhomeTypeValid khometype=1\n\nIsKhomeTypeValid\n"));
-    EXPECT_EQ(refused.status, 2U);
+    EXPECT_EQ(refused.status, 2);
     EXPECT_THAT(refused.output, HasSubstr("script.txt:3: IsKhomeTypeValid: khometype is missing"));
     EXPECT_THAT(refused.output, Not(HasSubstr("yes"))); // nothing has been run
 }
@@ -128,7 +130,7 @@ TEST_F(Program, CreatingAHomeAgainChangesNothing)
     const std::string example = support::projectFile("examples/create-home.txt");
     const Finished first =
         runProgram("--json --node " + server + " --save " + inQuotes(saved) + " --script " + inQuotes(example));
-    EXPECT_EQ(first.status, 0U) << first.output;
+    EXPECT_EQ(first.status, 0) << first.output;
     EXPECT_THAT(first.output, Not(HasSubstr("\"plan\":[]")));
     EXPECT_THAT(first.output, HasSubstr(R"("outputs":{"phService":"open"})"));
     EXPECT_THAT(first.output, Not(HasSubstr("Secret-1")));
@@ -137,7 +139,7 @@ TEST_F(Program, CreatingAHomeAgainChangesNothing)
     const std::string tolerant =
         std::regex_replace(support::contentsOf(example), std::regex("(^|\n)(?=[^\n])"), "$1- ");
     const Finished again = runProgram("--json --node " + inQuotes(saved) + script(tolerant));
-    EXPECT_EQ(again.status, 0U);
+    EXPECT_EQ(again.status, 0);
     EXPECT_THAT(again.output, Not(HasSubstr("\"plan\":[{")));
     EXPECT_THAT(again.output, HasSubstr("(OS 1073)"));
 }

@@ -155,10 +155,10 @@ private:
     // Tracing changes nothing, a trace line that cannot be had does not, and neither does what fresh blocks hold.
     bool runTraced(const std::string& what, const Fault& fault)
     {
-        guarded::fillFreshWith(0x3C);
+        guarded::freshFill = 0x3C;
         const bool isOnPage = isCold_ && !fault.argumentLines;
         Answer traced = runOnce(what, fault, true, isOnPage);
-        guarded::fillFreshWith(guarded::usualFill);
+        guarded::freshFill = guarded::usualFill;
         complain(what, judge(traced, nullptr));
         const Calls& calls = traced.trail.calls;
         const bool same = isSame(traced, clean_) && traced.message == clean_.message &&

@@ -5,7 +5,7 @@
 //     scenarios    the calls, by area
 //     driver       the runs, and what must hold after each
 //     exceptions   what need not, and why
-//     report       docs/reliability.md, docs/platform-calls.md
+//     the tests    docs/reliability.md, docs/platform-calls.md
 #pragma once
 
 #include "tests/support/subject.h"
@@ -111,9 +111,5 @@ struct Report
 };
 
 Report runAll();
-
-// The parts of docs/reliability.md and docs/platform-calls.md that are written by the runs.
-std::string tableOf(const std::map<std::string, FunctionReport>& functions);
-std::string platformCallsOf(const Report& report);
 
 } // namespace faults

@@ -16,11 +16,6 @@ void putMessageModule(Subject& s)
               s.home.directory() / "KESWSECMSGUS.DLL");
 }
 
-void withPasswordPolicy(Subject& s)
-{
-    s.local.minimumPasswordLength = 30;
-}
-
 void withRights(Subject& s)
 {
     for (whatif::Node* const node : {&s.local, &s.remote})
@@ -104,10 +99,12 @@ void allowReaders(Subject& s)
     s.local.security[L"registry HKLM\\SOFTWARE\\Kestel\\KEY_h1"] = L"D:AI(A;;KR;;;AU)(A;CIID;KA;;;AU)";
 }
 
-void allowOnVlfs(Subject& s)
+auto onVlfs(const Subject::Prepare& prepare)
 {
-    allowReaders(s);
-    s.putOnVlfs();
+    return [=](Subject& s) {
+        prepare(s);
+        s.putOnVlfs();
+    };
 }
 
 auto closing(const wchar_t* sddl)
@@ -150,12 +147,6 @@ auto securing(const wchar_t* entries)
 const auto give = securing(L"(A;OICI;GA;;;SY)(A;OICI;GA;;;S-1-5-21-1-2-3-2001)(A;OICI;0x20039;;;WD)");
 const auto giveLittle = securing(L"(A;OICI;GR;;;WD)");
 
-void giveOnVlfs(Subject& s)
-{
-    give(s);
-    s.putOnVlfs();
-}
-
 } // namespace
 
 const std::vector<Scenario>& scenarios()
@@ -188,7 +179,7 @@ const std::vector<Scenario>& scenarios()
         {"CreateKestelSVCUser", "a new user", 2},
         {"DeleteKestelSVCUser", "a user", 2},
         {"IsPasswordValid", "good", 1},
-        {"IsPasswordValid", "too short", 0, withPasswordPolicy},
+        {"IsPasswordValid", "too short", 0, [](Subject& s) { s.local.minimumPasswordLength = 30; }},
         {"IsAdministrator", "yes", 1},
         {"IsAdministrator", "nested groups are not told", 1, {}, true, failing("NetUserGetLocalGroups", 5, 1)},
         {"IsAdministrator username=CORP\\svc", "no", 0},
@@ -320,7 +311,8 @@ const std::vector<Scenario>& scenarios()
         {"RevokeACLOnObjectForUser wtype=1 path=FILES usernames=S-1-5-11 usernames=svc inheritable=1", "a tree", 2,
          allowReaders},
         {"RevokeACLOnObjectForUser path=FILES\\file usernames=nobody", "nothing to revoke", 2, allowReaders, true},
-        {"RevokeACLOnObjectForUser wtype=1 path=FILES\\sub usernames=S-1-5-11", "a mount point", 2, allowOnVlfs},
+        {"RevokeACLOnObjectForUser wtype=1 path=FILES\\sub usernames=S-1-5-11", "a mount point", 2,
+         onVlfs(allowReaders)},
         {"RevokeACLOnObjectForUser wtype=2 path=MACHINE\\Software\\Kestel\\KEY_h1 usernames=S-1-5-11 usernames=svc",
          "a key", 2, allowReaders},
         {"AddFullPermForSVCSIDSGroup wtype=1 path=FILES inheritable=1", "a tree", 2, &Subject::makeGroup},
@@ -333,7 +325,7 @@ const std::vector<Scenario>& scenarios()
         {"CheckACLOnObjectForUser path=FILES\\file", "denied", 0, closing(L"D:P(D;;FA;;;BA)"), true},
         {"CheckACLOnObjectForUser path=FILES\\file", "without a list", 0, closing(L"D:NO_ACCESS_CONTROL"), true},
         {"CheckACLOnObjectForUser wtype=1 path=FILES ptype=1 inheritable=1", "a tree", 1, give},
-        {"CheckACLOnObjectForUser wtype=1 path=FILES\\sub", "a mount point", 1, giveOnVlfs},
+        {"CheckACLOnObjectForUser wtype=1 path=FILES\\sub", "a mount point", 1, onVlfs(give)},
         {"CheckACLOnObjectForUser wtype=2 path=MACHINE\\Software\\Kestel\\KEY_h1 ptype=9", "a key", 1, give},
         {"CheckACLsOnReg path=MACHINE\\Software\\Kestel\\KEY_h1 -findings -count", "keys", 1, give},
         {"CheckACLsOnReg path=\\\\DB2\\MACHINE\\Software\\Kestel\\KEY_h1", "keys of a node", 0, giveLittle},

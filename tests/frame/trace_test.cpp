@@ -1,7 +1,6 @@
 #include "frame/call.h"
 #include "tests/support/cases.h"
 #include "tests/support/library_copy.h"
-#include "tests/support/trace_log.h"
 
 #include <gmock/gmock.h>
 

@@ -1,9 +1,8 @@
 // What the library reads: key file, registry, service configurations, groups, rights and security, as nothing, in
 // thousands, and in sizes that are wrong; and the lists and SIDs of the caller.
 #include "tests/support/guarded_heap.h"
-#include "tests/support/last_words.h"
-#include "tests/support/statuses.h"
 #include "tests/support/subject.h"
+#include "tests/support/this_machine.h"
 #include "whatif/model/sids.h"
 #include "whatif/security/descriptors.h"
 
@@ -98,7 +97,7 @@ Thing& named(std::vector<Thing>& things, const std::wstring& name)
 struct HostileData : testing::Test
 {
     // Those whose ordinary call comes to one of them; all are reached.
-    Functions readers(const std::set<std::string>& imports, size_t least)
+    Functions readers(const std::set<std::string>& imports)
     {
         Functions found;
         std::set<std::string> called;
@@ -114,7 +113,6 @@ struct HostileData : testing::Test
                 }
         }
         EXPECT_EQ(called, imports);
-        EXPECT_GE(found.size(), least);
         return found;
     }
 
@@ -147,10 +145,10 @@ TEST_F(HostileData, KeyFiles)
                                  std::string(512, '\\'),
                                  std::string(70000, '\\'),
                                  binary};
-    const Functions reading = readers({"ReadFile"}, 12);
+    const Functions reading = readers({"ReadFile"});
     for (const UINT codePage : {0, 932})
         for (size_t row = 0; row < std::size(files); ++row) {
-            subject.setCodePage(codePage);
+            Subject::codePage = codePage;
             subject.home.writeKeyFile(files[row]);
             runAll(reading, "key file, row " + std::to_string(row));
         }
@@ -161,7 +159,7 @@ TEST_F(HostileData, RegistryValues)
     const std::pair<size_t, wchar_t> texts[] = {
         {0, L'x'},        {1, L'1'},          {2, L'\0'},    {254, L'x'},   {255, L'x'},   {510, L'x'}, {511, L'\xE9'},
         {512, L'\xD800'}, {16381, L'\x4E2D'}, {16382, L'x'}, {16383, L'x'}, {32500, L'x'}, {40, L'%'}};
-    const Functions reading = readers({"RegQueryValueExA", "RegQueryValueExW"}, 12);
+    const Functions reading = readers({"RegQueryValueExA", "RegQueryValueExW"});
     for (const auto& [name, usual] : usualValues) {
         for (DWORD type = REG_NONE; type <= REG_QWORD + 1; ++type)
             for (const auto& [length, letter] : texts)
@@ -181,7 +179,7 @@ TEST_F(HostileData, RegistryValues)
 
 TEST_F(HostileData, ServiceConfigurations)
 {
-    const Functions reading = readers({"OpenServiceW", "QueryServiceConfigW"}, 4);
+    const Functions reading = readers({"OpenServiceW", "QueryServiceConfigW"});
     SubjectCall query = subject.call("GetSvcUserForService");
     for (const DWORD length : {0, 1, 510, 511, 512, 70000})
         for (const size_t dependencies : {size_t{0}, thousands}) {
@@ -204,7 +202,7 @@ TEST_F(HostileData, ServiceConfigurations)
 TEST_F(HostileData, GroupsAndRights)
 {
     const Functions reading =
-        readers({"NetUserGetLocalGroups", "NetLocalGroupGetMembers", "LsaEnumerateAccountsWithUserRight"}, 4);
+        readers({"NetUserGetLocalGroups", "NetLocalGroupGetMembers", "LsaEnumerateAccountsWithUserRight"});
     const auto expect = [&](const char* what, DWORD inGroup, DWORD privileged) {
         runAll(reading, what);
         for (const auto& [function, status] :
@@ -236,7 +234,7 @@ TEST_F(HostileData, GroupsAndRights)
 
 TEST_F(HostileData, AccessControlLists)
 {
-    const Functions reading = readers({"GetFileSecurityW", "RegGetKeySecurity", "QueryServiceObjectSecurity"}, 5);
+    const Functions reading = readers({"GetFileSecurityW", "RegGetKeySecurity", "QueryServiceObjectSecurity"});
     whatif::Imports imports(subject.home.module());
     imports.redirect("GetFileSecurityW", reinterpret_cast<void*>(&handOut<LPCWSTR>));
     imports.redirect("RegGetKeySecurity", reinterpret_cast<void*>(&handOutOfKey));

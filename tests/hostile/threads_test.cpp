@@ -1,8 +1,5 @@
 // Many threads in one library: on one node, while tracing is switched and the first messages are looked up.
-#include "cli/invoke.h"
-#include "cli/script.h"
 #include "tests/support/node_test.h"
-#include "tests/support/subject.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +8,6 @@
 #include <cstring>
 #include <deque>
 #include <map>
-#include <mutex>
 #include <thread>
 
 using support::TraceLog;
@@ -22,17 +18,14 @@ constexpr int threadCount = 8;
 constexpr int rounds = 25;
 
 // Some lines have an address, which is another one in each thread.
-std::string withoutLongNumbers(std::string text)
+std::string withoutLongNumbers(const std::string& text)
 {
-    constexpr char digits[] = "0123456789";
-    for (size_t at = text.find_first_of(digits); at != std::string::npos; at = text.find_first_of(digits, at)) {
-        const size_t end = std::min(text.find_first_not_of(digits, at), text.size());
-        if (end - at > strlen("000051"))
-            text.erase(at, end - at);
-        else
-            at = end;
+    std::string left;
+    for (size_t at = 0, digits = 0; at < text.size(); at += std::max<size_t>(digits, 1)) {
+        digits = std::min(text.find_first_not_of("0123456789", at), text.size()) - at;
+        left += digits > strlen("000051") ? "" : text.substr(at, std::max<size_t>(digits, 1));
     }
-    return text;
+    return left;
 }
 
 // What each thread calls, "@" being a name of its own. A failure first: it looks for the messages.
@@ -58,16 +51,6 @@ constexpr Row rows[] = {
     {"DeleteOSGroup groupname=g@", 2, ""},
 };
 
-// The message module, which the library keeps: its directory could not be removed.
-std::mutex mutex;
-std::vector<HMODULE> loaded;
-
-HMODULE WINAPI loadLibrary(LPCSTR path, HANDLE file, DWORD flags)
-{
-    const std::lock_guard lock(mutex);
-    return loaded.emplace_back(LoadLibraryExA(path, file, flags));
-}
-
 class Threads : public testing::Test
 {
 protected:
@@ -85,7 +68,7 @@ protected:
             for (const Row& row : rows) {
                 const std::string name = tag + std::to_string(round);
                 const auto words = cli::splitWords(support::replaced(row.call, "@", name));
-                const cli::Outcome outcome = cli::invoke(host, cli::parseCall(words));
+                const cli::Outcome outcome = support::invoke(home.module(), words);
                 const std::string text = outcome.message + outcome.outputs.value("out", "");
                 EXPECT_EQ(outcome.status, row.status) << outcome.message;
                 EXPECT_EQ(text.substr(0, text.find_first_of("\r\n")),
@@ -134,7 +117,6 @@ protected:
 
     support::TemporaryHome home{"SOFTWARE\\KESTEL\\KEY_keswsec_test\r\n", "checked"};
     support::Nodes nodes{home};
-    const cli::Host host = {home.module(), &whatif::closeServiceHandle, nullptr};
     decltype(&sswseTraceOn) traceOn = EXPORT_OF(home, sswseTraceOn);
     decltype(&sswseTraceOff) traceOff = EXPORT_OF(home, sswseTraceOff);
     bool hasModule = false;
@@ -156,7 +138,6 @@ TEST_F(Threads, BearTracingSwitchedOnAndOff)
 {
     constexpr char module[] = "KESWSECMSGUS.DLL";
     copy_file(support::programDirectory() / "message-modules" / module, home.directory() / module);
-    home.redirect("LoadLibraryExA", &loadLibrary);
     hasModule = true;
     std::deque<TraceLog> logs; // one for each time: a line on its way may come after the end
     std::atomic<bool> done = false;
@@ -179,8 +160,6 @@ TEST_F(Threads, BearTracingSwitchedOnAndOff)
         EXPECT_NE(alone.find(piece), std::string::npos) << piece.substr(0, 200);
     EXPECT_GT(logs.size(), 5u);
     EXPECT_GT(pieces.size(), 0u);
-    for (const HMODULE each : loaded)
-        FreeLibrary(each);
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "cli/session.h"
-#include "tests/support/home.h"
+#include "tests/support/library_copy.h"
 #include "tests/support/scratch_directory.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,5 @@
 // The node answers as Windows does: docs/platform.md says what the node answers, and on Windows this machine is asked.
 #include "tests/machine/place.h"
-#include "tests/support/document.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,6 @@
 #include "tests/machine/place.h"
 
 #include "cli/text.h"
-#include "tests/support/last_words.h"
 #include "whatif/model/sids.h"
 #include "whatif/model/standard_node.h"
 
@@ -40,18 +39,6 @@ Words wordsOf(const std::vector<std::string>& words)
 }
 
 } // namespace
-
-const wchar_t* Words::find(const wchar_t* name) const
-{
-    const auto found = named.find(name);
-    return found == named.end() ? nullptr : found->second.c_str();
-}
-
-DWORD Words::number(const wchar_t* name, DWORD otherwise) const
-{
-    const wchar_t* const text = find(name);
-    return text ? wcstoul(text, nullptr, 0) : otherwise;
-}
 
 Place::Place(whatif::World* node, HMODULE redirected)
     : node_(node), library_(redirected ? redirected : home_.emplace().module())

@@ -18,8 +18,15 @@ struct Words
     std::map<std::wstring, std::wstring> named; // "account=..."
 
     const wchar_t* operator[](size_t i) const { return i < given.size() ? given[i].c_str() : L""; }
-    const wchar_t* find(const wchar_t* name) const; // NULL when it is not there
-    DWORD number(const wchar_t* name, DWORD otherwise) const;
+    const wchar_t* find(const wchar_t* name) const // NULL when it is not there
+    {
+        const auto found = named.find(name);
+        return found == named.end() ? nullptr : found->second.c_str();
+    }
+    DWORD number(const wchar_t* name, DWORD otherwise) const
+    {
+        return find(name) ? wcstoul(find(name), nullptr, 0) : otherwise;
+    }
 };
 
 class Place

@@ -1,6 +1,7 @@
 #include "tests/support/call_words.h"
 
-#include "whatif/model/sids.h"
+#include "cli/values.h"
+#include "whatif/description/ini.h"
 #include "whatif/security/descriptors.h"
 
 #include <aclapi.h>
@@ -142,14 +143,7 @@ std::string quoted(const LSA_UNICODE_STRING& text)
 
 std::string sidWords(PSID sid)
 {
-    const std::wstring text = whatif::sidText(sid);
-    return sid ? text.empty() ? "an invalid SID" : std::string(text.begin(), text.end()) : "NULL";
-}
-
-std::string sddl(const whatif::Security& security)
-{
-    const std::wstring text = textOf(security);
-    return {text.begin(), text.end()};
+    return sid ? cli::textOfSid(sid) : "NULL";
 }
 
 std::string descriptorWords(PSECURITY_DESCRIPTOR descriptor)
@@ -157,7 +151,8 @@ std::string descriptorWords(PSECURITY_DESCRIPTOR descriptor)
     PSID owner = nullptr;
     BOOL defaulted = FALSE;
     GetSecurityDescriptorOwner(descriptor, &owner, &defaulted);
-    const std::string rest = sddl(whatif::securityOf(descriptor)); // where the administrators need not be named
+    const std::string rest =
+        whatif::narrow(textOf(whatif::securityOf(descriptor))); // where the administrators need not be named
     return (owner && rest.rfind("O:", 0) != 0 ? "O:BA" : "") + rest;
 }
 
@@ -168,7 +163,7 @@ std::string aclWords(const ACL* acl)
     if (!acl)
         return "NULL";
     security.dacl.assign(bytes, bytes + acl->AclSize);
-    return sddl(security).substr(strlen("D:"));
+    return whatif::narrow(textOf(security)).substr(strlen("D:"));
 }
 
 std::string aceWords(const ACE_HEADER* ace)

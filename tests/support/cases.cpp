@@ -1,10 +1,13 @@
 #include "tests/support/cases.h"
 
 #include "frame/trace.h"
+#include "tests/support/intercept.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -49,4 +52,38 @@ void support::expectRefused(const std::string& parameter, const std::vector<Call
     const std::string message = "WSE-000012: Null or invalid " + parameter + " parameter.";
     for (size_t i = 0; i < calls.size(); ++i)
         expectCases({{std::to_string(i).c_str(), calls[i], status, message.c_str()}});
+}
+
+void support::TraceLog::receive(void* context, const char* format, ...)
+{
+    auto& log = *static_cast<TraceLog*>(context);
+    char line[2048];
+    va_list arguments;
+    va_start(arguments, format);
+    if (strcmp(format, "%*******************************\n") == 0)
+        strcpy(line, va_arg(arguments, int) == 0 ? "<separator>" : "<separator with an argument other than 0>");
+    else
+        vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    intercept::Interception::traced(format, line);
+    const std::lock_guard lock(log.mutex);
+    log.lines.emplace_back(line);
+    log.threads.push_back(GetCurrentThreadId());
+}
+
+std::vector<std::string> support::TraceLog::take()
+{
+    const std::lock_guard lock(mutex);
+    threads.clear();
+    return std::exchange(lines, {});
+}
+
+std::string support::argumentLine(const Call& call)
+{
+    TraceLog log;
+    sswseTraceOn(nullptr, &TraceLog::receive, &log, 0);
+    call(nullptr);
+    sswseTraceOff(nullptr);
+    const std::vector<std::string> lines = log.take();
+    return lines.size() > 1 ? lines[1] : "no line";
 }

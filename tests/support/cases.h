@@ -1,9 +1,10 @@
-// Tables of calls: each row names a call and what it answers.
+// Tables of calls: each row names a call and what it answers. A trace callback that keeps the lines it is given.
 #pragma once
 
 #include "keswsec.h"
 
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -34,5 +35,21 @@ void expectCases(const std::vector<Case>& cases);
 
 // Each call names this parameter as the one that is missing or invalid.
 void expectRefused(const std::string& parameter, const std::vector<Call>& calls, DWORD status = SSWSE_INVALID_ARGUMENT);
+
+struct TraceLog
+{
+    // For sswseTraceOn, with the log as context.
+    static void __cdecl receive(void* log, const char* format, ...);
+
+    // The lines so far; the line after a routine's exit, which no printf can print, is "<separator>".
+    std::vector<std::string> take();
+
+    std::mutex mutex;
+    std::vector<std::string> lines;
+    std::vector<DWORD> threads; // of the lines
+};
+
+// The line with its arguments that a call leaves in the trace.
+std::string argumentLine(const Call& call);
 
 } // namespace support

@@ -29,7 +29,6 @@ std::map<const void*, Block> blocks;
 std::vector<std::string> watched; // both forms
 std::vector<std::string> found;
 size_t live = 0;
-unsigned char freshFill = usualFill;
 
 // What lies before a block in its first page.
 bool isRestUntouched(const char* data, const char* region)
@@ -46,11 +45,6 @@ void look(const char* data, size_t size)
 }
 
 } // namespace
-
-void fillFreshWith(unsigned char fill)
-{
-    freshFill = fill;
-}
 
 void* allocate(size_t bytes)
 {

@@ -11,10 +11,10 @@ namespace guarded {
 
 void* allocate(size_t bytes); // NULL only when the process is out of address space
 void* allocateZeroed(size_t n, size_t bytes);
-bool release(void* block);                // false: no live block of this heap
-bool isBlock(const void* address);        // where a block begins, live or not
-constexpr unsigned char usualFill = 0xA5; // of fresh blocks
-void fillFreshWith(unsigned char fill);   // another fill: what is read before it is written shows as a difference
+bool release(void* block);         // false: no live block of this heap
+bool isBlock(const void* address); // where a block begins, live or not
+constexpr unsigned char usualFill = 0xA5;
+inline unsigned char freshFill = usualFill; // of fresh blocks: what is read before it is written shows as a difference
 
 size_t liveBlocks();
 void sweep(); // gives the freed blocks' address space back

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <regex>
 #include <set>
 #include <stdexcept>
 #include <utility>
@@ -53,22 +54,12 @@ void writeLine(std::string text)
         run.trail.lines.push_back({run.routines.size(), std::move(text), "", nullptr});
 }
 
-// A text is converted by two calls, of which the first asks for its length. The pair is not worth its lines when it is
-// as always.
-bool endsUsualConversion(const std::string& call)
+// A text is converted by two calls, of which the first asks for its length.
+bool isUsualConversion(const std::string& call)
 {
-    constexpr const char* usual[][2] = {
-        {"MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, ", ")"},
-        {"WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS | WC_COMPOSITECHECK, ", ", NULL, NULL)"}};
-    const std::string& last = run.trail.lines.back().text;
-    const auto isPair = [&](const auto& form) {
-        const std::string asks = std::string(", -1, NULL, 0") + form[1];
-        const std::string converts = std::string(", -1, out, all") + form[1];
-        const size_t text = last.size() - std::min(last.size(), asks.size());
-        return call.rfind(form[0], 0) == 0 && last.compare(text, std::string::npos, asks) == 0 &&
-               call == last.substr(0, text) + converts;
-    };
-    return isPair(usual[0]) || isPair(usual[1]);
+    static const std::regex usual(R"((MultiByteToWideChar\(CP_ACP, MB_PRECOMPOSED|WideCharToMultiByte\(CP_ACP, )"
+                                  R"(WC_NO_BEST_FIT_CHARS \| WC_COMPOSITECHECK), .*, -1, (NULL, 0|out, all).*)");
+    return std::regex_match(call, usual);
 }
 
 // What stands for the digits of a handle or a block, in the form that the argument line gives it; NULL for others.
@@ -121,11 +112,9 @@ void writeCall(const Row& row, const Raw& arguments)
     if (!run.isWritten)
         return;
     const CallWords words = wordsOf(row, arguments, run.names);
-    if (!run.trail.lines.empty() && endsUsualConversion(words.all)) {
-        run.trail.lines.pop_back();
-        run.isWritten = false;
+    run.isWritten = !isUsualConversion(words.all);
+    if (!run.isWritten)
         return;
-    }
     writeLine(words.all);
     run.trail.lines.back().asked = words.asked;
     run.trail.lines.back().row = &row;
@@ -186,19 +175,12 @@ uintptr_t findAtRunTime(const char* name, uintptr_t found)
 
 bool isSuccess(const Row& row, uintptr_t result)
 {
-    switch (row.says) {
-    case Says::zero:
-    case Says::memoryNull:
-        return result != 0;
-    case Says::allBits:
-        return result != static_cast<uintptr_t>(-1) && result != 0xFFFFFFFF;
-    case Says::result:
-    case Says::ntStatus:
-        return static_cast<LONG>(result) >= 0 && (row.says == Says::ntStatus || static_cast<DWORD>(result) == 0);
-    case Says::nothing:
-        break;
-    }
-    return true;
+    const auto number = static_cast<LONG>(result);
+    return row.says == Says::nothing    ? true
+           : row.says == Says::result   ? number == 0
+           : row.says == Says::ntStatus ? number >= 0
+           : row.says == Says::allBits  ? number != -1
+                                        : result != 0;
 }
 
 uintptr_t resourceOf(const Row& row, uintptr_t result, const Raw& arguments)

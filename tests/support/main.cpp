@@ -2,7 +2,6 @@
 // prefix is the project's own, it asks only with --ask. --remove-leftovers removes what runs have left that did not
 // come to their end. What ends it before its tests do, names the test and the call under way, and leaves a status other
 // than 0.
-#include "tests/support/last_words.h"
 #include "tests/support/this_machine.h"
 
 #include <gmock/gmock.h>

@@ -5,8 +5,8 @@
 #include "cli/invoke.h"
 #include "cli/script.h"
 #include "tests/support/cases.h"
-#include "tests/support/home.h"
 #include "tests/support/intercept.h"
+#include "tests/support/library_copy.h"
 #include "whatif/whatif.h"
 
 #include <gtest/gtest.h>

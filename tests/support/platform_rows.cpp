@@ -22,17 +22,6 @@ namespace intercept {
 
 namespace {
 
-// The library's heap: guarded, and one of the calls that can be failed.
-void* heapAllocate(size_t bytes)
-{
-    return guarded::allocate(bytes);
-}
-
-void* heapAllocateZeroed(size_t n, size_t bytes)
-{
-    return guarded::allocateZeroed(n, bytes);
-}
-
 void heapRelease(void* block)
 {
     if (block && !guarded::release(block))
@@ -119,9 +108,9 @@ const std::vector<Row>& rows()
     constexpr Says result = Says::result;
     constexpr Says ntStatus = Says::ntStatus;
     static const std::vector<Row> table = {
-        // heap and text
-        standingIn(bits(heapAllocate), calls(FUNCTION(malloc), Says::memoryNull, memory, "", ">heap")),
-        standingIn(bits(heapAllocateZeroed), calls(FUNCTION(calloc), Says::memoryNull, memory, "", ">heap")),
+        // the heap, which is guarded, and text
+        standingIn(bits(guarded::allocate), calls(FUNCTION(malloc), Says::memoryNull, memory, "", ">heap")),
+        standingIn(bits(guarded::allocateZeroed), calls(FUNCTION(calloc), Says::memoryNull, memory, "", ">heap")),
         standingIn(bits(heapRelease), releases(FUNCTION(free), "heap")),
         releases(FUNCTION(LocalFree), "LocalAlloc"),
         halfWay(calls(FUNCTION(MultiByteToWideChar), zero, conversion, "codepage towide counted _ _ room")),

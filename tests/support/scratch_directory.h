@@ -1,4 +1,4 @@
-// A directory of the test's own, removed with all that is in it, and other files.
+// A directory of the test's own, removed with all that is in it; other files, and documents that tests write.
 #pragma once
 
 #include <filesystem>
@@ -38,5 +38,9 @@ std::filesystem::path programDirectory();
 std::string projectFile(const std::string& name);
 
 std::string contentsOf(const std::filesystem::path& file);
+
+// The last part of a document in docs/, behind its mark, is this. With KESWSEC_WRITE_DOCS set in the environment it is
+// written anew.
+void expectDocument(const std::string& name, const std::string& written);
 
 } // namespace support

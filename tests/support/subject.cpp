@@ -1,70 +1,25 @@
+// The nodes, what stands in for the platform above them, and the library's home.
 #include "tests/support/subject.h"
 
-#include "cli/cells.h"
-#include "cli/script.h"
-#include "cli/text.h"
-#include "cli/values.h"
 #include "tests/support/guarded_heap.h"
-#include "tests/support/last_words.h"
-#include "tests/support/statuses.h"
-
-#include <gmock/gmock.h>
+#include "tests/support/this_machine.h"
 
 #include <fstream>
-#include <memory>
-
-using testing::IsEmpty;
 
 namespace support {
 
 namespace {
 
-using cli::Kind;
-using intercept::Interception;
-using intercept::rawOf;
-
 constexpr char keyFile[] = "SOFTWARE\\KESTEL\\KEY_h1\r\n";
 constexpr wchar_t homeKey[] = L"SOFTWARE\\Kestel\\KEY_h1";
 
-// ---- what stands in for the platform, above the nodes ---------------------------------------------------------------
-
-UINT machineCodePage;
 std::wstring listedTree; // no test walks the whole machine
-bool onVlfs;
-std::vector<HMODULE> loaded; // the message module, which the library keeps as long as it lives itself
 decltype(&FindFirstFileW) findOnNode;
 decltype(&GetVolumeInformationW) volumeOfNode;
 
-// Not that of the messages that are always there.
-LANGID WINAPI languageOfUser()
-{
-    return MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT);
-}
-
 UINT codePageOf(UINT asked)
 {
-    return asked == CP_ACP && machineCodePage ? machineCodePage : asked;
-}
-
-UINT WINAPI ansiCodePage()
-{
-    return machineCodePage ? machineCodePage : GetACP();
-}
-
-BOOL WINAPI isLeadByte(BYTE byte)
-{
-    return IsDBCSLeadByteEx(codePageOf(CP_ACP), byte);
-}
-
-int WINAPI toWide(UINT codePage, DWORD flags, LPCSTR text, int size, LPWSTR wide, int room)
-{
-    return MultiByteToWideChar(codePageOf(codePage), flags, text, size, wide, room);
-}
-
-int WINAPI toMultibyte(UINT codePage, DWORD flags, LPCWSTR wide, int size, LPSTR text, int room, LPCSTR other,
-                       BOOL* used)
-{
-    return WideCharToMultiByte(codePageOf(codePage), flags, wide, size, text, room, other, used);
+    return asked == CP_ACP && Subject::codePage ? Subject::codePage : asked;
 }
 
 HANDLE WINAPI findFirstFile(LPCWSTR pattern, WIN32_FIND_DATAW* found)
@@ -78,154 +33,23 @@ HANDLE WINAPI findFirstFile(LPCWSTR pattern, WIN32_FIND_DATAW* found)
 HANDLE WINAPI findFirstFileAnsi(LPCSTR path, WIN32_FIND_DATAA* entry)
 {
     const HANDLE search = FindFirstFileA(path, entry);
-    if (onVlfs) {
+    if (Subject::isOnVlfs) {
         entry->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
         entry->dwReserved0 = IO_REPARSE_TAG_MOUNT_POINT;
     }
     return search;
 }
 
-// A volume that is mounted in a directory has its path.
-BOOL WINAPI getVolumePathAnsi(LPCSTR path, LPSTR volume, DWORD size)
-{
-    return onVlfs ? snprintf(volume, size, "%s\\", path) > 0 : GetVolumePathNameA(path, volume, size);
-}
-
 BOOL WINAPI getVolumeInformation(LPCWSTR root, LPWSTR name, DWORD nameSize, LPDWORD serial, LPDWORD longest,
                                  LPDWORD flags, LPWSTR fileSystem, DWORD size)
 {
     const BOOL done = volumeOfNode(root, name, nameSize, serial, longest, flags, fileSystem, size);
-    if (done && onVlfs)
+    if (done && Subject::isOnVlfs)
         wcscpy(fileSystem, L"VLFS");
     return done;
 }
 
-HMODULE WINAPI loadLibrary(LPCSTR path, HANDLE file, DWORD flags)
-{
-    return loaded.emplace_back(LoadLibraryExA(path, file, flags));
-}
-
-void __cdecl ignoreLine(void*, const char*, ...) {}
-
-// ---- calls as lines -------------------------------------------------------------------------------------------------
-
-constexpr char password[] = "Never-to-be-seen-4711";
-
-// What a call is given where its line does not say, by the names of the parameters; for some functions another value.
-constexpr char ordinaryValues[] =
-    R"(messageId=0xC002000A username=svc sswseCreateKestelSVCUser.username=newsvc uname=svc usernames=svc)"
-    R"( cUser=NODE\svc accname="LOCAL SERVICE" sswseGetBuiltinAccName.accname=LOCAL_SERVICE passwd=**** password=****)"
-    R"( groupname=KES_h1_DBA sswseGetKHomeNameFromVAGroupName.groupname=KES_h1_SVCACCTS homename=h1)"
-    R"( khtype=1 khometype=1 khomekey=KEY_h1 khomepath=HOME ckhpath=HOME SVCAppKey=Kestel EventMsgFile=m.dll)"
-    R"( servicename=KesOld svcname=KesOld sswseCreateService.servicename=KesDB displayname="Kestel database")"
-    R"( starttype=3 loadordergroup=group binpath="C:\h1\bin\kestel.exe h1" dependencies=Tcpip)"
-    R"( OSSid=S-1-5-19 pszTrustee=S-1-5-19 sid=S-1-5-19 dwAccessRights=1 mask=1)"
-    R"( object="event Ready" token="process 17" accessmask=2)"
-    R"( acl=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD) list=D:(A;;0x1;;;LS)(D;OICI;0x6;;;WD))"
-    R"( path=file sswseCopyPermissionsFromParentToChildren.path=. installuser=svc excludelist=none)"
-    R"( sswseGetPredefKey.path=MACHINE\Software wFilename=file wtype=0 ptype=6)"
-    R"( sswseCheckACLsOnReg.path=MACHINE\Software\Kestel sswseCheckACLsOnReg.ptype=9)";
-
-std::string ordinaryValue(const std::string& function, const std::string& parameter)
-{
-    static const auto values = [] {
-        std::map<std::string, std::string> all;
-        for (const std::string& word : cli::splitWords(ordinaryValues))
-            all[word.substr(0, word.find('='))] = word.substr(word.find('=') + 1);
-        return all;
-    }();
-    const auto special = values.find(function + "." + parameter);
-    const auto found = special == values.end() ? values.find(parameter) : special;
-    return found == values.end() ? "" : found->second;
-}
-
-// ---- what a call is given and fills ---------------------------------------------------------------------------------
-
-using Place = std::unique_ptr<guarded::Buffer>;
-
-bool isUntouched(const guarded::Buffer& buffer)
-{
-    return std::all_of(buffer.data(), buffer.data() + buffer.size(), [](char byte) { return byte == '\xCC'; });
-}
-
-bool isInOut(Kind kind)
-{
-    return kind == Kind::aclInOut || kind == Kind::numberInOut;
-}
-
-// NULL where the argument is no address, or where what lies there is not written by the function.
-Place placeFor(Kind kind, const cli::Cell& cell, uintptr_t slot)
-{
-    if (kind == Kind::sid && cell.word)
-        return std::make_unique<guarded::Buffer>(cell.as<PSID>(), GetLengthSid(cell.as<PSID>()));
-    if (kind == Kind::textOut || kind == Kind::wideOut) // with a byte more
-        return std::make_unique<guarded::Buffer>(cell.bytes.size() - 1);
-    if (!cell.bytes.empty() && slot == rawOf(cell.bytes.data()))
-        return std::make_unique<guarded::Buffer>(cell.bytes.data(), cell.bytes.size());
-    if (slot != rawOf(&cell.word))
-        return nullptr;
-    const bool isNumber = kind == Kind::numberOut || kind == Kind::numberInOut || kind == Kind::count;
-    const size_t size = isNumber ? sizeof(DWORD) : sizeof(void*);
-    return isInOut(kind) ? std::make_unique<guarded::Buffer>(&cell.word, size)
-                         : std::make_unique<guarded::Buffer>(size);
-}
-
-// What the library has written: a text with its end in a buffer that it is given for one.
-void takeBack(Kind kind, const guarded::Buffer& place, cli::Cell& cell)
-{
-    if (kind == Kind::sid || isUntouched(place))
-        return;
-    const auto* const wide = reinterpret_cast<const wchar_t*>(place.data());
-    const size_t room = kind == Kind::wideOut ? place.size() / sizeof *wide : place.size();
-    const bool isText = kind == Kind::textOut || kind == Kind::wideOut;
-    EXPECT_TRUE(!isText || (kind == Kind::wideOut ? wcsnlen(wide, room) : strnlen(place.data(), room)) < room);
-    if (isInOut(kind) || cell.bytes.empty())
-        memcpy(&(cell.word = 0), place.data(), place.size());
-    else
-        memcpy(cell.bytes.data(), place.data(), place.size());
-}
-
-// ---- what it has said -----------------------------------------------------------------------------------------------
-
-// The ends of the password, so that no half of it is left either.
-const std::vector<std::string> passwordEnds = {std::string(password, 8), password + sizeof password - 9};
-
-bool tells(const std::string& text)
-{
-    return std::any_of(passwordEnds.begin(), passwordEnds.end(),
-                       [&](const std::string& half) { return text.find(half) != std::string::npos; });
-}
-
-// Three functions trace it in their argument line; the services' functions trace "****".
-bool isPasswordDue(const std::string& line)
-{
-    return line.rfind("Username = ", 0) == 0 || line.rfind("username = ", 0) == 0 || line.rfind("password = ", 0) == 0;
-}
-
-bool hasSecret(const cli::Function& function)
-{
-    return std::any_of(function.parameters.begin(), function.parameters.end(),
-                       [](const cli::Parameter& parameter) { return parameter.kind == Kind::secret; });
-}
-
-// The number in "... (OS 5) ...".
-std::string errorIn(const std::string& message)
-{
-    constexpr char before[] = "(OS ";
-    const size_t at = message.find(before);
-    return at == std::string::npos ? "" : std::to_string(strtoul(message.c_str() + at + strlen(before), nullptr, 10));
-}
-
 } // namespace
-
-Functions callableFunctions()
-{
-    Functions all;
-    for (const cli::Function& function : cli::functions())
-        if (function.result != cli::Result::switching && function.result != cli::Result::memory)
-            all.push_back(&function);
-    return all;
-}
 
 Subject::Subject(const Prepare& prepare) : prepare_(prepare)
 {
@@ -239,7 +63,7 @@ Subject::Subject(const Prepare& prepare) : prepare_(prepare)
 Subject::~Subject()
 {
     underWay.clear();
-    machineCodePage = 0;
+    Subject::codePage = 0;
     guarded::watchFor({});
     reload();
     unredirect();
@@ -266,7 +90,7 @@ void Subject::furnish()
     // Who is looked up on the wrong machine shows.
     static const whatif::Node usual = described("NODE", "S-1-5-21-1-2-3");
     static const whatif::Node other = described("DB2", "S-1-5-21-4-5-6");
-    onVlfs = false;
+    Subject::isOnVlfs = false;
     environment_.clear();
     unredirect();
     world_.emplace(whatif::Base::described);
@@ -293,13 +117,27 @@ void Subject::redirect()
     findOnNode = stand("FindFirstFileW", &findFirstFile);
     volumeOfNode = stand("GetVolumeInformationW", &getVolumeInformation);
     stand("FindFirstFileA", &findFirstFileAnsi);
-    stand("GetVolumePathNameA", &getVolumePathAnsi);
-    stand("LoadLibraryExA", &loadLibrary);
-    stand("GetUserDefaultLangID", &languageOfUser);
-    stand("GetACP", &ansiCodePage);
-    stand("IsDBCSLeadByte", &isLeadByte);
-    stand("MultiByteToWideChar", &toWide);
-    stand("WideCharToMultiByte", &toMultibyte);
+    stand(
+        "GetVolumePathNameA", +[](LPCSTR path, LPSTR volume, DWORD size) -> BOOL { // if mounted there, the path
+            return Subject::isOnVlfs ? snprintf(volume, size, "%s\\", path) > 0
+                                     : GetVolumePathNameA(path, volume, size);
+        });
+    // Not that of the messages that are always there.
+    stand(
+        "GetUserDefaultLangID", +[]() -> LANGID { return MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT); });
+    stand(
+        "GetACP", +[] { return Subject::codePage ? Subject::codePage : GetACP(); });
+    stand(
+        "IsDBCSLeadByte", +[](BYTE byte) { return IsDBCSLeadByteEx(codePageOf(CP_ACP), byte); });
+    stand(
+        "MultiByteToWideChar", +[](UINT page, DWORD flags, LPCSTR text, int size, LPWSTR wide, int room) {
+            return MultiByteToWideChar(codePageOf(page), flags, text, size, wide, room);
+        });
+    stand(
+        "WideCharToMultiByte",
+        +[](UINT page, DWORD flags, LPCWSTR wide, int size, LPSTR text, int room, LPCSTR other, BOOL* used) {
+            return WideCharToMultiByte(codePageOf(page), flags, wide, size, text, room, other, used);
+        });
     guard_.emplace(home.module(), *world_);
 }
 
@@ -314,9 +152,6 @@ void Subject::reload()
 {
     unredirect();
     home.reload();
-    for (const HMODULE module : loaded)
-        FreeLibrary(module);
-    loaded.clear();
     redirect();
 }
 
@@ -346,11 +181,6 @@ void Subject::setValue(const wchar_t* name, const whatif::RegistryValue& value)
         world_->registry().setValue(*node, homeKey, name, value);
 }
 
-void Subject::setCodePage(UINT codePage)
-{
-    machineCodePage = codePage;
-}
-
 void Subject::setTracing(bool on)
 {
     EXPORT_OF(home, sswseTraceOff)(nullptr);
@@ -359,155 +189,10 @@ void Subject::setTracing(bool on)
         EXPORT_OF(home, sswseTraceOn)(nullptr, &TraceLog::receive, &log, 0);
 }
 
-void Subject::makeDomainController()
-{
-    local.productType = remote.productType = VER_NT_DOMAIN_CONTROLLER;
-}
-
-void Subject::makeGroup()
-{
-    Nodes::addGroup(local, L"KES_h1_SVCSIDS");
-    Nodes::addGroup(remote, L"KES_h1_SVCSIDS");
-}
-
 void Subject::makeSource()
 {
     for (const whatif::Node* const node : {&local, &remote})
         world().registry().createKey(*node, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestel");
-}
-
-void Subject::putOnVlfs()
-{
-    onVlfs = true;
-}
-
-SubjectCall Subject::call(const std::string& line) const
-{
-    const std::vector<std::string> words = cli::splitWords(line);
-    const cli::Function& function = *cli::findFunction(words.front());
-    std::vector<std::string> all = {function.name};
-    std::set<size_t> nulls;
-    for (size_t i = 0; i < function.parameters.size(); ++i) {
-        const cli::Parameter& parameter = function.parameters[i];
-        const std::string name = parameter.name;
-        const auto isOf = [&name](const std::string& word) {
-            return word == '-' + name || word.substr(0, word.find_first_of("=.")) == name;
-        };
-        const std::string usual = ordinaryValue(function.name, name);
-        if (std::count(words.begin() + 1, words.end(), '-' + name))
-            nulls.insert(i);
-        else if (std::any_of(words.begin() + 1, words.end(), isOf))
-            std::copy_if(words.begin() + 1, words.end(), std::back_inserter(all), isOf);
-        else if (cli::takesArgument(parameter) && !usual.empty())
-            all.push_back(name + "=" + usual);
-    }
-    for (std::string& word : all)
-        word =
-            replaced(replaced(replaced(word, "HOME", home.path()), "FILES", files_.path().string()), "****", password);
-    return {cli::parseCall(all), nulls};
-}
-
-std::string Subject::withoutPlaces(std::string text, bool isCall) const
-{
-    text = replaced(replaced(text, home.path(), "HOME"), files_.path().string(), "FILES");
-    return isCall ? replaced(text, '"' + std::string(password) + '"', "****") : text;
-}
-
-std::string Subject::callLibrary(const SubjectCall& call, Answer& answer)
-{
-    const cli::Host host = {home.module(), &whatif::closeServiceHandle, nullptr, &whatif::openObject,
-                            &whatif::closeObject};
-    static const std::set<std::string> keeping = {"sswseFillErrMsg", "sswseCheckAccessMask"}; // what is in the record
-    const std::vector<cli::Parameter>& parameters = call.function->parameters;
-    const guarded::Buffer record(sizeof(sswseErrRec), keeping.count(call.function->name) ? 0 : 0xCC);
-    auto* const rec = reinterpret_cast<sswseErrRec*>(record.data());
-    cli::Slots slots = {rawOf(rec)};
-    std::vector<cli::Cell> cells = cli::prepareCells(host, call, slots);
-    const size_t first = cli::takesRecord(*call.function) ? 1 : 0;
-    std::vector<Place> places(cells.size());
-    for (size_t i = 0; i < cells.size(); ++i) {
-        const Kind kind = parameters[i].kind;
-        uintptr_t& slot = slots[first + i];
-        if (!call.nulls.count(i))
-            places[i] = placeFor(kind, cells[i], slot);
-        if (kind == Kind::traceLine)
-            slot = rawOf(&ignoreLine);
-        if (call.nulls.count(i) || places[i])
-            slot = places[i] ? rawOf(places[i]->data()) : 0;
-        if (kind == Kind::traceContext && !call.nulls.count(i))
-            slot = rawOf(rec);
-        if (places[i] && kind == Kind::aclInOut && cells[i].word)
-            Interception::give("LocalAlloc", cells[i].as<void*>());
-        if ((kind == Kind::object || kind == Kind::token) && cells[i].word)
-            Interception::lend(cells[i].as<void*>(), cli::objectName(parameters[i], call.values[i].texts.front()));
-    }
-    answer.status = cli::callWithSlots(host, call.function->name, slots);
-    if (call.function->result == cli::Result::nothing)
-        answer.status = 0;
-    std::vector<const char*> kept; // as they were given
-    for (size_t i = 0; i < cells.size(); ++i) {
-        const Kind kind = parameters[i].kind;
-        const uintptr_t before = cells[i].word;
-        if (places[i])
-            takeBack(kind, *places[i], cells[i]);
-        if (isInOut(kind) && cells[i].word == before)
-            kept.push_back(parameters[i].name);
-        if (places[i] && cells[i].word && (kind == Kind::aclInOut || kind == Kind::serviceOut))
-            Interception::take(kind == Kind::aclInOut ? "LocalAlloc" : "service", cells[i].as<void*>());
-    }
-    if (!isUntouched(record)) {
-        EXPECT_LT(strnlen(rec->message, sizeof rec->message), sizeof rec->message);
-        EXPECT_LT(strnlen(rec->oserror, sizeof rec->oserror), sizeof rec->oserror);
-        answer.message = rec->message;
-        answer.osError = rec->oserror;
-    }
-    answer.outputs = cli::readOutputs(call, cells, true);
-    for (const char* const name : kept)
-        answer.outputs.erase(name);
-    cli::releaseCells(host, call, cells);
-    const std::string leaked = guarded::leakedSecrets().empty() ? "" : "released memory ";
-    return leaked + (tells({record.data(), record.size()}) ? "record " : "");
-}
-
-Answer Subject::run(const SubjectCall& call, const std::string& what, const intercept::Fault& fault, bool inWords)
-{
-    const cli::Function& function = *call.function;
-    underWay = std::string(function.name) + ' ' + what;
-    SCOPED_TRACE(underWay);
-    world_->local() = local;
-    *world_->find(L"DB2") = remote;
-    world_->clearPlan();
-    guarded::watchFor(hasSecret(function) ? passwordEnds : Lines());
-    guarded::leakedSecrets();
-    const size_t blocks = guarded::liveBlocks();
-    const size_t traced = log.lines.size();
-    Answer answer;
-    guard_->start(fault, inWords);
-    std::string leaked = callLibrary(call, answer);
-    answer.trail = guard_->finish();
-    answer.plan = planOf(*world_);
-    const bool hasRecord = cli::takesRecord(function);
-    for (size_t i = traced; i < log.lines.size(); ++i) {
-        const std::string& line = log.lines[i];
-        if (tells(line) && !isPasswordDue(line))
-            leaked += "trace " + line;
-        if (!hasRecord && answer.message.empty() && (line[0] == '\n' || line.find("alloc") != std::string::npos))
-            answer.message = line.substr(line[0] == '\n');
-    }
-    if (!hasRecord)
-        answer.osError = errorIn(answer.message);
-    EXPECT_TRUE(mayAnswer(function, answer.status)) << answer.status << " " << answer.message;
-    if (answer.status >= SSWSE_INVALID_ARGUMENT && !statusesOf(function).empty()) {
-        EXPECT_THAT(answer.plan, IsEmpty());
-        EXPECT_TRUE(!answer.message.empty() || answer.status > SSWSE_INVALID_ARGUMENT || !hasRecord);
-    }
-    EXPECT_FALSE(tells(answer.outputs.dump()) || std::any_of(answer.plan.begin(), answer.plan.end(), tells));
-    EXPECT_EQ(leaked, "");
-    EXPECT_THAT(answer.trail.offences, IsEmpty());
-    EXPECT_THAT(answer.trail.balance, IsEmpty());
-    EXPECT_EQ(guarded::liveBlocks(), blocks);
-    guarded::sweep();
-    return answer;
 }
 
 } // namespace support

@@ -4,10 +4,9 @@
 #pragma once
 
 #include "cli/invoke.h"
-#include "tests/support/home.h"
 #include "tests/support/intercept.h"
+#include "tests/support/library_copy.h"
 #include "tests/support/node_test.h"
-#include "tests/support/trace_log.h"
 #include "whatif/model/registry.h"
 
 #include <deque>
@@ -33,6 +32,15 @@ struct Answer
 
 using Functions = std::vector<const cli::Function*>;
 Functions callableFunctions(); // all but those that switch tracing or release memory
+
+// That it may answer, a digit for each: "0134"; empty for a function that answers nothing.
+std::string statusesOf(const cli::Function& function);
+
+inline bool mayAnswer(const cli::Function& function, DWORD status)
+{
+    const std::string statuses = statusesOf(function);
+    return statuses.empty() || (status < 10 && statuses.find(static_cast<char>('0' + status)) != std::string::npos);
+}
 
 // Of the home in the registry.
 inline constexpr std::pair<const wchar_t*, const wchar_t*> usualValues[] = {{L"KESTEL_HOME_NAME", L"h1"},
@@ -74,16 +82,21 @@ public:
     void setValue(const wchar_t* name, const whatif::RegistryValue& value);
     void setText(const wchar_t* name, const wchar_t* text) { setValue(name, whatif::registryText(text)); }
     void setEnvironment(const char* name, const char* value) { environment_.emplace_back(name, value); }
-    void setCodePage(UINT codePage); // that the library finds; 0: the machine's
-    void setTracing(bool on);        // to the log, which is empty then
-    void makeDomainController();
-    void makeGroup();  // of the home's service SIDs
+    void setTracing(bool on); // to the log, which is empty then
+    void makeDomainController() { local.productType = remote.productType = VER_NT_DOMAIN_CONTROLLER; }
+    void makeGroup() // of the home's service SIDs
+    {
+        for (whatif::Node* const node : {&local, &remote})
+            Nodes::addGroup(*node, L"KES_h1_SVCSIDS");
+    }
     void makeSource(); // of the application log, "Kestel"
-    void putOnVlfs();  // every file becomes a mount point of the cluster file system
+    void putOnVlfs() { isOnVlfs = true; }
     std::wstring files() const { return files_.path().wstring(); }
     whatif::World& world() { return *world_; }
     std::vector<std::string> unmatched() const { return guard_->unmatched(); }
 
+    static inline UINT codePage; // that the library finds; 0: the machine's
+    static inline bool isOnVlfs; // every file is a mount point of the cluster file system
     TemporaryHome home{"SOFTWARE\\KESTEL\\KEY_h1\r\n", "checked"};
     whatif::Node local; // the nodes as each call finds them
     whatif::Node remote;

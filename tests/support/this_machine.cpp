@@ -2,11 +2,9 @@
 
 #include "cli/text.h"
 #include "frame/owned.h"
+#include "journal/platform.h"
 #include "whatif/machine/groups.h"
 #include "whatif/model/sids.h"
-#include "whatif/whatif.h"
-
-#include <lm.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -78,19 +76,16 @@ Names subkeys(const wchar_t* path)
 
 DWORD removeRightsOf(const std::wstring& account)
 {
-    BYTE sid[SECURITY_MAX_SID_SIZE];
-    wchar_t domain[256];
-    DWORD size = sizeof sid;
-    DWORD domainSize = 256;
-    SID_NAME_USE use;
-    if (!LookupAccountNameW(nullptr, account.c_str(), sid, &size, domain, &domainSize, &use))
-        return GetLastError();
+    const journal::Machine machine = journal::thisMachine();
+    std::vector<BYTE> sid = whatif::sidBytes(machine.sidOf(machine.name, account));
     LSA_OBJECT_ATTRIBUTES attributes = {};
-    LSA_HANDLE opened = nullptr;
-    if (const NTSTATUS status = LsaOpenPolicy(nullptr, &attributes, POLICY_LOOKUP_NAMES, &opened); status < 0)
-        return LsaNtStatusToWinError(status);
-    const owned::PolicyHandle policy(opened);
-    const DWORD error = LsaNtStatusToWinError(LsaRemoveAccountRights(opened, sid, TRUE, nullptr, 0));
+    LSA_HANDLE policy = nullptr;
+    NTSTATUS status = LsaOpenPolicy(nullptr, &attributes, POLICY_LOOKUP_NAMES, &policy);
+    if (status >= 0) {
+        status = LsaRemoveAccountRights(policy, sid.data(), TRUE, nullptr, 0);
+        LsaClose(policy);
+    }
+    const DWORD error = LsaNtStatusToWinError(status);
     return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error; // it had none
 }
 

@@ -5,6 +5,10 @@
 
 namespace support {
 
+// The call under way, for tests that make thousands: what ends the test program before its tests do names it. Empty
+// where the test's name tells enough.
+extern std::string underWay;
+
 bool isWine();
 std::string release(); // its build, edition and product type
 

@@ -46,7 +46,7 @@ TEST_F(WhatIfMachine, RegistryIsReadAndStaysAsItIs)
     EXPECT_FALSE(registry.value(node, path, L"value")); // new, not the old one
     EXPECT_EQ(registry.remove({&node, path}), ERROR_SUCCESS);
     EXPECT_EQ(registry.remove({&node, parent}), ERROR_SUCCESS); // its subkey is gone
-    EXPECT_EQ(real.get("value"), "real");
+    EXPECT_STREQ(real.get("value").c_str(), "real");
     EXPECT_EQ(real.get("KESTEL_HOME_TYPE"), "no value");
 }
 
@@ -117,7 +117,7 @@ TEST(WhatIfRegistry, NodesAndProcessesAreApartAndLeaveNothingBehind)
     const auto runOther = [&] {
         const support::Finished other = support::runProgram("--node \"" + support::projectFile("examples/server.ini") +
                                                             "\" CreateSVCEventRegEntry SVCAppKey=a EventMsgFile=b");
-        EXPECT_EQ(other.status, 0u) << other.output;
+        EXPECT_EQ(other.status, 0) << other.output;
         --running;
     };
     std::thread others[] = {std::thread(runOther), std::thread(runOther)};
