@@ -1,5 +1,6 @@
 // The node answers as Windows does: docs/platform.md says what the node answers, and on Windows this machine is asked.
 #include "tests/machine/place.h"
+#include "whatif/model/standard_node.h"
 
 #include <gmock/gmock.h>
 
@@ -38,12 +39,35 @@ std::vector<Line> answersOf(whatif::World* node)
     return lines;
 }
 
+DWORD minimumPasswordLength()
+{
+    BYTE* block = nullptr;
+    DWORD length = 0;
+    if (NetUserModalsGet(nullptr, 0, &block) == NERR_Success && block)
+        length = reinterpret_cast<const USER_MODALS_INFO_0*>(block)->usrmod0_min_passwd_len;
+    NetApiBufferFree(block);
+    return length;
+}
+
+// Of one that is called as this machine is, with its SID, release and password policy.
 std::vector<Line> answersOfNode(const std::function<void(whatif::Node&)>& change = {})
 {
+    whatif::World real(whatif::Base::thisMachine);
     whatif::World world(whatif::Base::described);
-    describeLikeThisMachine(world);
+    const whatif::Node& machine = real.local();
+    whatif::Node& node = world.local();
+    node.accounts.clear();
+    node.groups.clear();
+    node.name = machine.name;
+    node.sid = machine.sid;
+    node.major = machine.major;
+    node.minor = machine.minor;
+    node.productType = machine.productType;
+    node.minimumPasswordLength = minimumPasswordLength();
+    whatif::addStandardAccounts(node);
+    node.services.emplace_back().name = L"EventLog"; // which every machine has
     if (change)
-        change(world.local());
+        change(node);
     return answersOf(&world);
 }
 

@@ -2,7 +2,6 @@
 
 #include "cli/text.h"
 #include "whatif/model/sids.h"
-#include "whatif/model/standard_node.h"
 
 #include <fstream>
 #include <regex>
@@ -13,16 +12,6 @@ namespace {
 
 using cli::utf8FromWide;
 using support::replaced;
-
-DWORD minimumPasswordLength()
-{
-    BYTE* block = nullptr;
-    DWORD length = 0;
-    if (NetUserModalsGet(nullptr, 0, &block) == NERR_Success && block)
-        length = reinterpret_cast<const USER_MODALS_INFO_0*>(block)->usrmod0_min_passwd_len;
-    NetApiBufferFree(block);
-    return length;
-}
 
 Words wordsOf(const std::vector<std::string>& words)
 {
@@ -110,23 +99,6 @@ std::string Place::answer(const std::string& call)
     const auto verb = verbs.find(words.front());
     return plain(verb != verbs.end() ? utf8FromWide(verb->second(*this, wordsOf(words)))
                                      : support::told(support::invoke(library_, words, node_), true));
-}
-
-void describeLikeThisMachine(whatif::World& world)
-{
-    whatif::World real(whatif::Base::thisMachine);
-    const whatif::Node& machine = real.local();
-    whatif::Node& node = world.local();
-    node.accounts.clear();
-    node.groups.clear();
-    node.name = machine.name;
-    node.sid = machine.sid;
-    node.major = machine.major;
-    node.minor = machine.minor;
-    node.productType = machine.productType;
-    node.minimumPasswordLength = minimumPasswordLength();
-    whatif::addStandardAccounts(node);
-    node.services.emplace_back().name = L"EventLog"; // which every machine has
 }
 
 } // namespace machine

@@ -88,7 +88,4 @@ protected:
 using Verb = std::wstring (*)(Place& place, const Words& words);
 extern const std::map<std::string, Verb> verbs;
 
-// A described world whose node is called as this machine is, with its SID, release and password policy.
-void describeLikeThisMachine(whatif::World& world);
-
 } // namespace machine
