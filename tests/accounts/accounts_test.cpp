@@ -9,18 +9,6 @@
 
 using namespace support;
 
-namespace {
-
-std::wstring sidOf(const char* name)
-{
-    PSID sid = nullptr;
-    expectCases({{name, calling(sswseConvertUnameToSID, name, &sid), 2}});
-    const owned::Heap<void> owner(sid);
-    return whatif::sidText(sid);
-}
-
-} // namespace
-
 TEST_F(NodeTest, AccountsAreWhatTheirNamesSay)
 {
     addGroup(local, L"KES_DBA");
@@ -184,6 +172,11 @@ TEST_F(NodeTest, UsersAreLoggedOnByNamesSplitAtTheFirstBackslash)
 
 TEST(AccountNames, ResolveToTheirSids)
 {
+    const auto sidOf = [](const char* name) {
+        PSID sid = nullptr;
+        expectCases({{name, calling(sswseConvertUnameToSID, name, &sid), 2}});
+        return whatif::sidText(owned::Heap<void>(sid).get());
+    };
     EXPECT_EQ(sidOf("BUILTIN\\Administrators"), L"S-1-5-32-544");
     PSID owner = nullptr;
     expectCases({{"owner", calling(sswseGetOwnerSIDForCurrentProcess, &owner), 2}});

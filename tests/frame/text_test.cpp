@@ -1,11 +1,109 @@
+// Texts: of messages in a record, with all of the catalogue; formatted; converted; names in paths.
+#include "frame/format.h"
 #include "frame/node.h"
 #include "frame/text.h"
 #include "tests/support/cases.h"
+#include "tests/support/guarded_heap.h"
 #include "tests/support/library_copy.h"
 
 #include <gtest/gtest.h>
 
-#include <tuple>
+#include <cstring>
+
+namespace {
+
+std::string systemText(DWORD osError)
+{
+    char text[512] = "";
+    FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, osError, 0x400, text,
+                   sizeof text, nullptr);
+    return *text ? text : " ";
+}
+
+} // namespace
+
+TEST(Record, CarriesTheOsErrorBehindTheMessage)
+{
+    const support::LibraryCopy library;
+    const auto fill = EXPORT_OF(library, sswseFillErrMsg);
+    const std::string message = "WSE-000014: Lookup for Windows account name failed.\r\n";
+    const std::tuple<DWORD, const char*, const char*> cases[] = {
+        {ERROR_ACCESS_DENIED, "5", "5"},
+        {0x80070005, "-2147024891", "2147942405"}, // signed in its own field only
+        {0x2000FFFF, "536936447", "536936447"},    // the system has no text for it
+    };
+    for (const auto& [osError, number, unsignedNumber] : cases) {
+        sswseErrRec rec = {"old", "old"};
+        fill(&rec, SSWSE_ERROR_MESSAGE(14), osError, "routine", "LookupAccountNameW");
+        EXPECT_EQ(rec.message, message + "\nO/S-Error: (OS " + unsignedNumber + ") " + systemText(osError));
+        EXPECT_STREQ(rec.oserror, number);
+
+        fill(&rec, SSWSE_ERROR_MESSAGE(14), 0, "routine", "LookupAccountNameW");
+        EXPECT_EQ(rec.message, message);
+        EXPECT_STREQ(rec.oserror, number) << "without an error of the system the field stays";
+    }
+    fill(nullptr, SSWSE_ERROR_MESSAGE(14), 5, "routine", "");
+}
+
+// The catalogue, as it is shipped.
+TEST(Record, HasEveryMessageByteForByte)
+{
+    // Of every message with these inserts. A text that is changed on purpose changes it; the list is in the failure.
+    constexpr uint64_t fingerprint = 8537893505061120821u;
+    const support::LibraryCopy library;
+    const auto fill = EXPORT_OF(library, sswseFillErrMsg);
+    std::string all;
+    size_t count = 0;
+    for (const DWORD severity : {SSWSE_INFORMATIONAL_MESSAGE(0), SSWSE_ERROR_MESSAGE(0)})
+        for (DWORD id = severity; id < severity + 80; ++id) {
+            sswseErrRec rec = {};
+            fill(&rec, id, 0, "routine", "api", "first", "C:\\second %1 %n", "th\xEFrd");
+            EXPECT_STREQ(rec.oserror, "");
+            if (std::string(rec.message) == " ") // there is none
+                continue;
+            all += std::to_string(id) + rec.message;
+            ++count;
+        }
+    uint64_t hash = 14695981039346656037u; // FNV-1a
+    for (const char character : all)
+        hash = (hash ^ static_cast<unsigned char>(character)) * 1099511628211u;
+    EXPECT_EQ(count, 68u);
+    EXPECT_EQ(hash, fingerprint) << all;
+}
+
+TEST(Record, CutsWhatDoesNotFitAndStaysInside)
+{
+    const support::LibraryCopy library;
+    const auto fill = EXPORT_OF(library, sswseFillErrMsg);
+    for (const size_t length : {480, 497, 498, 499, 500, 2000}) { // with head, blanks and end: 511 at 497
+        const std::string insert(length, 'x');
+        for (const DWORD osError : {0, 5}) {
+            const guarded::Buffer room(sizeof(sswseErrRec), '#');
+            auto& rec = *reinterpret_cast<sswseErrRec*>(room.data());
+            fill(&rec, SSWSE_INFORMATIONAL_MESSAGE(5), osError, "routine", "", insert.c_str(), "", "");
+            std::string whole = ("WSE-00005: " + insert + "  .\r\n").substr(0, 511);
+            if (osError)
+                whole += "\nO/S-Error: (OS 5) " + systemText(5);
+            EXPECT_EQ(rec.message, whole.substr(0, 511)) << length << " " << osError;
+            EXPECT_EQ(rec.oserror[0], osError ? '5' : '#');
+        }
+    }
+}
+
+TEST(Format, NeverWritesBehindItsCapacity)
+{
+    // Of 8 bytes 5 are the capacity.
+    const std::tuple<const char*, uint32_t, const char*> cases[] = {
+        {"abc", 3, "abc\0####"}, {"abcde", 5, "abcde###"}, {"abcdef", sswseFormatOverflow, "abcde###"}};
+    for (const auto& [text, result, left] : cases) {
+        char buffer[9] = "########";
+        EXPECT_EQ(sswseFormat(buffer, 5, "%s", text), result);
+        EXPECT_EQ(memcmp(buffer, left, 8), 0) << text;
+        char array[6] = "#####";
+        sswseFormatText(array, "%s", text);
+        EXPECT_EQ(std::string(array), std::string(text).substr(0, 5));
+    }
+}
 
 // Characters without an exact form become "?" and not one that looks alike; a composed form is exact.
 TEST(Text, ConvertsBothWaysWithItsTerminator)
