@@ -192,8 +192,8 @@ TEST_F(OnNode, LegacyFailuresAreListedInTheirOrderAndStopNothing)
     EXPECT_THAT(applyLegacy(root + L"\\c", 0).failed, ElementsAre(narrowRoot + "\\c"));
 }
 
-// Where a directory cannot be written and not be listed to its end either, it is in the list once. A name that cannot be
-// converted is a name all the same.
+// Where a directory cannot be written and not be listed to its end either, it is in the list once. A name that cannot
+// be converted is a name all the same.
 TEST_F(OnNode, LegacyFailuresOfThePlatformAreListedOnce)
 {
     make({L"a", L"b\\", L"b\\in", L"z"});

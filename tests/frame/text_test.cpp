@@ -1,4 +1,5 @@
 // Texts: of messages in a record, with all of the catalogue; formatted; converted; names in paths.
+#include "frame/files.h"
 #include "frame/format.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -152,8 +153,30 @@ TEST(Text, OfACodePageThatAllowsNoFlagIsConvertedWithoutAny)
         });
     for (const auto& [page, expected] : {std::pair(1252u, DWORD{MB_PRECOMPOSED}), {CP_UTF8, 0u}, {54936u, 0u}}) {
         codePage = page;
-        EXPECT_EQ(EXPORT_OF(library, sswseCheckUserExists)(nullptr, "user"), 3u);
+        sswseErrRec rec = {};
+        EXPECT_EQ(EXPORT_OF(library, sswseCheckUserExists)(&rec, "user"), 3u);
         EXPECT_EQ(flags, expected) << page;
+        EXPECT_EQ(support::messageOf(rec).substr(0, 9), "WSE-00006");
+    }
+}
+
+TEST(Text, BackslashIsNotTheSecondByteOfACharacter)
+{
+    whatif::Imports program(GetModuleHandleW(nullptr));
+    BOOL(WINAPI* const isLead)(BYTE) = [](BYTE byte) -> BOOL { return byte == 0x95; };
+    program.redirect("IsDBCSLeadByte", reinterpret_cast<void*>(isLead));
+    EXPECT_STREQ(sswseFindBackslash("\x95\\\\x"), "\\x");
+    EXPECT_STREQ(sswseFindBackslash("x\\\x95"), "\\\x95");
+    EXPECT_EQ(sswseFindBackslash("\x95\\\x95"), nullptr);
+}
+
+TEST(Text, NameBesideTheLibraryIsCutToAPath)
+{
+    for (const size_t directory : {MAX_PATH - 1 - strlen("\\x.key"), MAX_PATH - 1 - strlen("\\x.ke")}) {
+        char path[MAX_PATH] = "";
+        memset(path, 'd', directory);
+        sswseNameBeside(path, path + directory, "x.key");
+        EXPECT_EQ(path, (std::string(directory, 'd') + "\\x.key").substr(0, MAX_PATH - 1));
     }
 }
 

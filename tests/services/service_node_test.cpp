@@ -1,5 +1,6 @@
-// Services of a home. What creating one does to a node: every home type and executable, every kind of service user, with
-// a domain controller or not, here and on a remote node. Then updated, deleted, asked for their account and their SID.
+// Services of a home. What creating one does to a node: every home type and executable, every kind of service user,
+// with a domain controller or not, here and on a remote node. Then updated, deleted, asked for their account and their
+// SID.
 #include "tests/support/guarded_heap.h"
 #include "tests/support/node_test.h"
 #include "whatif/model/registry.h"

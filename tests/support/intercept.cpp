@@ -54,12 +54,15 @@ void writeLine(std::string text)
         run.trail.lines.push_back({run.routines.size(), std::move(text), "", nullptr});
 }
 
-// A text is converted by two calls, of which the first asks for its length.
-bool isUsualConversion(const std::string& call)
+// A text is converted by two calls, of which the first asks for its length. The pair is not worth its lines when it is
+// as always.
+bool endsUsualConversion(const std::string& call)
 {
-    static const std::regex usual(R"((MultiByteToWideChar\(CP_ACP, MB_PRECOMPOSED|WideCharToMultiByte\(CP_ACP, )"
-                                  R"(WC_NO_BEST_FIT_CHARS \| WC_COMPOSITECHECK), .*, -1, (NULL, 0|out, all).*)");
-    return std::regex_match(call, usual);
+    static const std::regex usual(R"(((?:MultiByteToWideChar\(CP_ACP, MB_PRECOMPOSED|WideCharToMultiByte\(CP_ACP, )"
+                                  R"(WC_NO_BEST_FIT_CHARS \| WC_COMPOSITECHECK), .*, -1, )out, all(.*))");
+    std::smatch parts;
+    return !run.trail.lines.empty() && std::regex_match(call, parts, usual) &&
+           run.trail.lines.back().text == parts[1].str() + "NULL, 0" + parts[2].str();
 }
 
 // What stands for the digits of a handle or a block, in the form that the argument line gives it; NULL for others.
@@ -112,9 +115,11 @@ void writeCall(const Row& row, const Raw& arguments)
     if (!run.isWritten)
         return;
     const CallWords words = wordsOf(row, arguments, run.names);
-    run.isWritten = !isUsualConversion(words.all);
-    if (!run.isWritten)
+    if (endsUsualConversion(words.all)) {
+        run.trail.lines.pop_back();
+        run.isWritten = false;
         return;
+    }
     writeLine(words.all);
     run.trail.lines.back().asked = words.asked;
     run.trail.lines.back().row = &row;
