@@ -49,6 +49,8 @@ constexpr KindText kindTexts[] = {
     {Kind::hosted, "", "set by keswsec"},
 };
 
+static_assert(std::size(kindTexts) == static_cast<size_t>(Kind::hosted) + 1); // one for each
+
 const KindText& textOf(Kind kind)
 {
     const KindText* entry = std::begin(kindTexts);

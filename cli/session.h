@@ -21,8 +21,8 @@ enum ExitStatus
     exitUsage = 2
 };
 
-// What it tells goes to standard output, or to `tell`; how far it is, to a console, or to `show`. Each of the three
-// answers whether all is good.
+// What it tells goes to standard output, or to `tell`; how far it is, to a console, or to `show`. Scripts, verification
+// and undo answer whether all is good.
 class Session
 {
 public:
@@ -45,7 +45,6 @@ private:
     bool finishJournaled(const Call& call, const journal::Line& line, const Outcome& played, const Outcome& outcome);
     std::unique_ptr<journal::Writer> openJournal();
     void warnOfTorn(const std::filesystem::path& file) const;
-    std::wstring localName() const { return machine_.name; }
 
     const Options options_;
     const Tell tell_;

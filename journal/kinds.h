@@ -38,7 +38,7 @@ bool isPassword(const Change& change);
 // Whether what was found is what is expected. Parts that were not expected do not count.
 bool isSame(const State& expected, const State& found);
 
-// What was found in a group or key beyond what is expected there: "value x", "member S-1-5-32-544"; empty for nothing.
+// What was found in a group or key beyond what is expected there: "value x", "members S-1-5-32-544"; empty for nothing.
 std::wstring contentBeyond(const State& expected, const State& found);
 
 // Whether what was found is a service or key that is on the way to what is wanted: a beginning of it.

@@ -1,5 +1,6 @@
 // The platform's functions that states are read and written by, all of them documented ones: the machine's own, or what
-// stands in for them on a node. Nothing in this folder reads or writes a state by others.
+// stands in for them on a node. Nothing in this folder reads or writes a state by others, but for registry values: they
+// are read through the key's handle, which on a node is one of its own.
 #pragma once
 
 #include "whatif/whatif.h"

@@ -1,10 +1,10 @@
 #include "accounts/privileges.h"
 
 #include "accounts/account_names.h"
+#include "accounts/home_types.h"
 #include "accounts/lsa_policy.h"
 #include "frame/call.h"
 #include "frame/node.h"
-#include "home/home_types.h"
 
 #include <cstring>
 

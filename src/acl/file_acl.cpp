@@ -27,8 +27,8 @@ DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAcl
             sswseIsListOf(existing.aces, finalAces.entries.get(), finalAces.count, sswseFileRights))
             return SSWSE_SUCCESS;
         if (status == SSWSE_SUCCESS)
-            status = sswseSetFileSecurity(call.rec, finalAces.entries.get(), finalAces.count, path, false,
-                                          update.keepExisting, failOnAccessDenied);
+            status = sswseSetFileSecurity(call.rec, finalAces.entries.get(), finalAces.count, path,
+                                          /*useNamedInfo=*/false, /*inheritFromParent=*/false, failOnAccessDenied);
         return status == SSWSE_SUCCESS ? SSWSE_SUCCESS : SSWSE_FAILURE;
     });
 }

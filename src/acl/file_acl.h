@@ -15,8 +15,8 @@ struct sswseAclUpdate
     const sswseExclusions* excluded = nullptr; // what a walk leaves alone; NULL: nothing
 };
 
-// Applies the update to an object. An object that is one of
-// the cluster file system's own entries is left alone. An object without access is skipped (2, with WSE-000053) unless
-// `failOnAccessDenied`. 2, or 3 with the messages of composing, reading and writing.
+// Applies the update to an object. One of the cluster file system's own entries is left alone. An object without access
+// is skipped (2, with WSE-000053) unless `failOnAccessDenied`. 2, or 3 with the messages of composing, reading and
+// writing.
 [[nodiscard]] DWORD sswseUpdateAclOnFile(sswseErrRec* err, const wchar_t* path, const sswseAclUpdate& update,
                                          bool failOnAccessDenied);

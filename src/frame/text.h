@@ -13,8 +13,8 @@
 // To the OEM code page, characters that merely look alike included; `source` is not NULL.
 [[nodiscard]] DWORD sswseWideToOem(const wchar_t* source, owned::Heap<char>& oem, size_t* length);
 
-// The same as the first two with the message: 2, or 3 with WSE-00006 respectively WSE-00007. `length` may
-// be NULL.
+// The same as the first two with the message: 2, or 3 with WSE-00006 respectively WSE-00007. `length` may be
+// NULL.
 [[nodiscard]] DWORD sswseToWide(const sswseCall& call, const char* source, owned::Heap<wchar_t>& wide,
                                 size_t* length = nullptr);
 [[nodiscard]] DWORD sswseToMultibyte(const sswseCall& call, const wchar_t* source, owned::Heap<char>& multibyte,

@@ -59,9 +59,9 @@ void sswseTrace(const char* format, Arguments... arguments)
         sswseTraceToFile(format, arguments...);
 }
 
-// Traces a preformatted argument text in pieces of at most 127 characters, split at line feeds where there are any. The
-// text is changed while it is traced and restored after. A length below zero stands for "cut short" and counts as
-// small.
+// Traces a preformatted argument text in pieces of at most 127 characters, or one of 128, split at line feeds where
+// there are any. The text is changed while it is traced and restored after. A length below zero stands for "cut short"
+// and counts as small.
 void sswseTraceArgs(char* text, int length);
 
 // The line after a routine's exit. The callback gets it as a format, star widths and all, with the one argument 0; the

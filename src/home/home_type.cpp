@@ -1,7 +1,7 @@
 // The type of a home, one of the texts "0", "1" and "2": read, set, validated.
+#include "accounts/home_types.h"
 #include "frame/call.h"
 #include "home/home_registry.h"
-#include "home/home_types.h"
 #include "home/home_values.h"
 
 #include <cstring>

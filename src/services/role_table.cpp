@@ -1,6 +1,7 @@
 #include "services/role_table.h"
 
-#include "home/home_types.h"
+#include "accounts/home_types.h"
+#include "home/home_group.h"
 
 #include <cstring>
 #include <string_view>
@@ -80,7 +81,7 @@ constexpr sswseHomeGroupSuffixes allSuffixes()
 constexpr sswseHomeGroupSuffixes homeGroupSuffixes = allSuffixes();
 
 // The home's group of service accounts is among them.
-static_assert(std::string_view(homeGroupSuffixes[0]) == "_SVCACCTS");
+static_assert(std::string_view(homeGroupSuffixes[0]) == sswseServiceAccountsSuffix);
 
 constexpr size_t usedSlots(const sswseServiceRole& role)
 {

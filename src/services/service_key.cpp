@@ -44,7 +44,7 @@ DWORD sswseGetServiceKeyFromBinPath(sswseErrRec* err, const char* lpBinPath, con
 {
     const auto args = sswseArgs("lpBinPath = %s\nsvcname = %s\nsvckeyl = %Iu", lpBinPath, svcname, svckeyl);
     return sswseRunFramed(err, __func__, args, [&](const sswseCall& call) -> DWORD {
-        // 3 for a missing argument, not 4: deliberate, the caller passes it on.
+        // 3 for a missing argument, not 4: deliberate, each caller answers in its own way.
         if (!lpBinPath)
             return sswseBadArgument(call, "Service Binary Path", SSWSE_FAILURE);
         if (!svcname)

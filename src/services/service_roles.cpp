@@ -1,11 +1,11 @@
 #include "services/service_roles.h"
 
+#include "accounts/home_types.h"
 #include "accounts/privileges.h"
 #include "frame/call.h"
 #include "frame/os_version.h"
 #include "frame/owned.h"
 #include "home/home_group.h"
-#include "home/home_types.h"
 #include "services/role_table.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "services/service_sid_type.h"
 
+#include "accounts/home_types.h"
 #include "frame/call.h"
-#include "home/home_types.h"
 #include "services/own_home_user.h"
 #include "services/role_table.h"
 #include "services/service_manager.h"

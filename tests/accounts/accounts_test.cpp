@@ -54,7 +54,8 @@ TEST_F(NodeTest, AccountsAreWhatTheirNamesSay)
                     {"IsGroupManagedSVCAccount cUser" + name + " cNode=" + node, row.isGroupManaged}});
     }
     expect({{"GetBuiltinAccName accname=local_system", "2 = NT AUTHORITY\\SYSTEM 22"},
-            {"GetBuiltinAccName accname=Network_Service", "2 = NT AUTHORITY\\NETWORK SERVICE 31"}});
+            {"GetBuiltinAccName accname=Network_Service", "2 = NT AUTHORITY\\NETWORK SERVICE 31"},
+            {"IsAdministrator username=Administrator", "3 WSE-000015 5", {}, failing("NetUserGetLocalGroups", 5, 1)}});
 }
 
 TEST_F(NodeTest, AccountsDependOnTheRelease)
@@ -63,12 +64,18 @@ TEST_F(NodeTest, AccountsDependOnTheRelease)
     local.minor = 1;
     expect({{"IsGroupManagedSVCAccount cUser=CORP\\gmsa$", "0"}});
     const std::string isManaged = "IsManagedSVCAccount username=CORP\\gmsa$";
-    local.accounts.back().managedState = 4; // it could be installed
-    expect({{isManaged, "0"}});
+    local.missing = {L"NetQueryServiceAccount"};
+    expect({{"IsGroupManagedSVCAccount cUser=CORP\\gmsa$", "0"}, {isManaged, "1"}});
     local.missing = {L"NetIsServiceAccount"};
     expect({{isManaged, "0"}});
+    local.missing.clear();
+    local.accounts.back().managedState = 4; // it could be installed
+    expect({{isManaged, "0"}});
     local.missing = {L"Logoncli.dll"};
-    expect({{isManaged, "3"}});                   // nobody knows: not a word
+    expect({{isManaged, "3"}}); // nobody knows: not a word
+    local.accounts.front().domain = L"node";
+    expect({{"IsUserDomainUser username=svc", "0"}});
+    local.accounts.front().domain.clear();
     local.productType = VER_NT_DOMAIN_CONTROLLER; // its own accounts are the domain's
     expect({{"IsUserDomainUser username=svc", "1"}});
 }
@@ -97,6 +104,7 @@ TEST_F(NodeTest, RightsAreGrantedAndRevokedOnce)
     expect({{"GrantPrivilegesToUser username=svc khtype=3", "3 WSE-00008"},
             {"RevokePrivilegesFromUser username=svc khtype=\"\"", "3 WSE-00008"},
             {"CheckUserPrivileges username=svc khtype=01", "5 WSE-00008"},
+            {"CheckUserPrivileges username=svc khtype=1", "3 WSE-000014 1332", {}, failing("LookupAccountNameW", 1332)},
             {"CheckUserPrivileges username=Users khtype=1", "3 WSE-000015 2221"}});
 }
 
@@ -129,8 +137,11 @@ TEST_F(NodeTest, RightsAreHeldThroughGroups)
 TEST_F(NodeTest, UsersAreMadeForServicesOnlyAndUnmade)
 {
     local.minimumPasswordLength = 8;
-    expectAnswers({{"CreateKestelSVCUser username=kessvc password=short", "3 WSE-000024 2245"},
-                   {"CreateKestelSVCUser username=kessvc password=\"long enough\"", "2"}});
+    expectAnswers(
+        {{"IsPasswordValid password=12345678", "3 WSE-000053 254", {}, failing("NetValidatePasswordPolicy", 0)},
+         {"CreateKestelSVCUser username=kessvc password=short", "3 WSE-000024 2245"},
+         {"CreateKestelSVCUser username=kessvc password=\"long enough\"", "2"}});
+    EXPECT_EQ(plan().at(1), "NODE: user kessvc: password set");
     const whatif::Account user = local.accounts.back();
     EXPECT_EQ(std::tuple(user.password, user.flags), std::tuple(L"long enough", 0x10040u));
     expectAnswers({{"CreateKestelSVCUser username=DOM\\svc password=\"long enough\"", "4 WSE-000016"},

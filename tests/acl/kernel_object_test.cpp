@@ -48,14 +48,12 @@ TEST_F(KernelObjects, GetTheEntryUnlessTheyHaveAsMuch)
         local.security = {{event, sddl(row.before)}, {token, sddl(row.before)}};
         const std::wstring after = sddl(row.after ? row.after : row.before);
         const std::string words = " username=svc accessmask=" + std::to_string(row.mask);
-        if (row.isOfEvent) {
-            expectAnswers({{ofEvent + words, "2"}});
-            EXPECT_EQ(local.security[event], after);
-        }
-        if (row.isOfToken) {
-            expectAnswers({{ofToken + words, "2"}});
-            EXPECT_EQ(local.security[token], after);
-        }
+        for (const auto& [isOf, call, object] :
+             {std::tuple(row.isOfEvent, ofEvent, event), {row.isOfToken, ofToken, token}})
+            if (isOf) {
+                expectAnswers({{call + words, "2"}});
+                EXPECT_EQ(local.security[object], after);
+            }
         EXPECT_EQ(plan().size(), row.after ? size_t{row.isOfEvent} + row.isOfToken : 0);
     }
     local.security = {{event, sddl(L"D:(A;;0x1f0003;;;svc)")}, {token, sddl(L"D:(A;;GA;;;svc)")}};

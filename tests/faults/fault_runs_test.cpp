@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <fstream>
 #include <regex>
 #include <sstream>
 

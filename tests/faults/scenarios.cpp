@@ -239,7 +239,7 @@ const std::vector<Scenario>& scenarios()
         {"GetVAGroupnameForKHomename groupname.size=16", "a name", 2},
         {"GetKHomeNameFromVAGroupName homename.size=3", "a group name", 2},
         {"CreateSVCEventRegEntry", "on this machine", 2},
-        {"CreateSVCEventRegEntry Types=1", "some types", 2, {}, true},
+        {"CreateSVCEventRegEntry Types=10", "some types", 2, {}, true},
         {"CreateSVCEventRegEntry nodename=DB2", "on a node", 2},
         {"DeleteSVCEventRegEntry nodename=DB2", "on a node", 2, &Subject::makeSource},
         // services
@@ -307,7 +307,7 @@ const std::vector<Scenario>& scenarios()
         {"SetACLOnObjectForUser wtype=1 path=FILES ptype=0 inheritable=1", "a tree with a file out of reach", 2,
          closeFile, true},
         {"SetACLOnObjectForUser wtype=2 path=\\\\DB2\\MACHINE\\Software\\Kestel\\KEY_h1 "
-         "usernames=localsystem usernames=.\\svc usernames=S-1-5-11 ptype=9",
+         "usernames=localsystem usernames=.\\svc usernames=S-1-5-11 \"usernames=NT AUTHORITY\\LocalService\" ptype=9",
          "a key of a node", 2},
         {"AddACLOnObjectForUser2 wtype=1 path=FILES ptype=1 inheritable=1 installuser=CORP\\svc excludelist=none "
          "excludelist=SUB/file",

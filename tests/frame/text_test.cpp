@@ -3,6 +3,9 @@
 #include "frame/format.h"
 #include "frame/node.h"
 #include "frame/text.h"
+#include "home/key_file.h"
+#include "services/dependency_list.h"
+#include "services/service_key.h"
 #include "tests/support/cases.h"
 #include "tests/support/guarded_heap.h"
 #include "tests/support/library_copy.h"
@@ -168,6 +171,14 @@ TEST(Text, BackslashIsNotTheSecondByteOfACharacter)
     EXPECT_STREQ(sswseFindBackslash("\x95\\\\x"), "\\x");
     EXPECT_STREQ(sswseFindBackslash("x\\\x95"), "\\\x95");
     EXPECT_EQ(sswseFindBackslash("\x95\\\x95"), nullptr);
+    EXPECT_EQ(sswseCheckUserInGroup(nullptr, "\x95\\\\x", "Users", 0, nullptr), 3u); // no such user, but a name
+    EXPECT_STREQ(sswseHomeKeyOfLine("KESTEL\\K\x95\\"), "K\x95\\");
+    char key[64];
+    EXPECT_EQ(sswseGetServiceKeyFromBinPath(nullptr, "C:\\\x95\\kestel", "any", key, sizeof key), 2u);
+    EXPECT_STREQ(key, "\x95\\kestel.exe");
+    sswseErrRec rec = {};
+    owned::Heap<wchar_t> wide;
+    EXPECT_EQ(sswseDependenciesToWide({&rec, __func__}, "\x95\0", wide), 3u); // half a character
 }
 
 TEST(Text, NameBesideTheLibraryIsCutToAPath)

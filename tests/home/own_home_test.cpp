@@ -10,15 +10,7 @@ namespace {
 
 constexpr char noHome[] = "3 WSE-000052: Unable to determine Kestel home.";
 
-std::string keyOf(size_t size)
-{
-    return "GetKestelHomeKey khkey.size=" + std::to_string(size);
-}
-
-std::string nameOf(size_t size)
-{
-    return "GetKestelHomeName khname.size=" + std::to_string(size);
-}
+const std::string keyInto = "GetKestelHomeKey khkey.size=", nameInto = "GetKestelHomeName khname.size=";
 
 } // namespace
 
@@ -35,10 +27,10 @@ TEST_F(NodeTest, HomeKeyIsTheLastPartOfTheFirstLine)
           {"\r\nSOFTWARE\\KESTEL\\KEY_h1\r\n"s, noHome},
           {""s, noHome}}) {
         library.writeKeyFile(content);
-        expect({{keyOf(600), answered}});
+        expect({{keyInto + "600", answered}});
     }
     library.writeKeyFile("SOFTWARE\\KESTEL\\KEY_h1\r\n");
-    expect({{keyOf(7), "2 = KEY_h1 6"}, {keyOf(6), "2 = KEY_h 5"}, {keyOf(1), "2 =  0"}});
+    expect({{keyInto + "7", "2 = KEY_h1 6"}, {keyInto + "6", "2 = KEY_h 5"}, {keyInto + "1", "2 =  0"}});
 }
 
 TEST_F(NodeTest, HomeKeyFromTheEnvironmentMustFitWithItsTerminator)
@@ -52,9 +44,9 @@ TEST_F(NodeTest, HomeKeyFromTheEnvironmentMustFitWithItsTerminator)
                                                 {longest + "k", 500, noRoom},
                                                 {""s, 8, noHome}}) {
         const EnvironmentVariable variable("KESTEL_HOME_KEY", value.c_str());
-        expect({{keyOf(static_cast<size_t>(size)), answered}});
+        expect({{keyInto + std::to_string(size), answered}});
     }
-    expect({{keyOf(8), noHome}});
+    expect({{keyInto + "8", noHome}});
 }
 
 TEST_F(NodeTest, HomeKeyIsNotLookedForWhereThePlatformCutsTheLibrarysPath)
@@ -65,7 +57,7 @@ TEST_F(NodeTest, HomeKeyIsNotLookedForWhereThePlatformCutsTheLibrarysPath)
             SetLastError(ERROR_INSUFFICIENT_BUFFER);
             return size;
         });
-    expect({{keyOf(16), "3 WSE-000047: Unable to get full path for the module. 122"}});
+    expect({{keyInto + "16", "3 WSE-000047: Unable to get full path for the module. 122"}});
     library.redirect(
         "GetModuleFileNameA", +[](HMODULE, char* path, DWORD) -> DWORD {
             strcpy(path, "C:\\keswsec19.dll"); // in no home
@@ -87,7 +79,7 @@ TEST_F(NodeTest, HomeNameIsReadWithoutClosingAPredefinedKey)
             closedPredefinedKeys += closed == HKEY_LOCAL_MACHINE;
             return ERROR_SUCCESS;
         });
-    EXPECT_EQ(answer(nameOf(16)), "3 WSE-000048 2");
+    EXPECT_EQ(answer(nameInto + "16"), "3 WSE-000048 2");
     EXPECT_EQ(closedPredefinedKeys, 0);
 }
 
@@ -95,14 +87,14 @@ TEST_F(NodeTest, HomeNameIsReadWithoutClosingAPredefinedKey)
 TEST_F(NodeTest, HomeNameIsReadBelowTheKeyOrWithoutAKeyFromTheEnvironment)
 {
     constexpr char noRoom[] = "3 WSE-000033: Insufficient output buffer for Kestelhomename.";
-    expect(
-        {{nameOf(16), "6 WSE-000010: Unable to open registry key Software\\Kestel\\KEY_keswsec_test under HKLM. 2"}});
+    expect({{nameInto + "16",
+             "6 WSE-000010: Unable to open registry key Software\\Kestel\\KEY_keswsec_test under HKLM. 2"}});
     record(local, "KESTEL_HOME_NAME", "h1");
-    expect({{nameOf(4), "2 = h1 2"}, {nameOf(3), noRoom}});
+    expect({{nameInto + "4", "2 = h1 2"}, {nameInto + "3", noRoom}});
     library.removeKeyFile();
-    expect({{nameOf(16), noHome}});
+    expect({{nameInto + "16", noHome}});
     const EnvironmentVariable variable("KESTEL_HOME_NAME", "h_env");
-    expect({{nameOf(6), "2 WSE-000052: Unable to determine Kestel home. = h_env 5"}, {nameOf(5), noRoom}});
+    expect({{nameInto + "6", "2 WSE-000052: Unable to determine Kestel home. = h_env 5"}, {nameInto + "5", noRoom}});
 }
 
 TEST_F(NodeTest, VirtualAccountGroupsHaveTheirHomesNamesInThem)

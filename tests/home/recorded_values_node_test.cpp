@@ -272,9 +272,13 @@ TEST_F(NodeTest, EventSourcesHaveWholeNamesAndGoWithTheirSecurity)
     const std::string create = "CreateSVCEventRegEntry EventMsgFile=m SVCAppKey=";
     const wchar_t key[] = L"registry HKLM\\SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestel";
     expectAnswers({{create + std::string(700, 's'), "3 WSE-000050 87"}, {create + "Kestel", "2"}});
+    plan();
+    expect({{create + "Kestel", "2"}}); // all of it is there
     local.security[key] = L"D:(A;;KA;;;BA)";
     expectAnswers({{"DeleteSVCEventRegEntry SVCAppKey=Kestel", "2"}});
     EXPECT_EQ(local.security.count(key), 0u); // a new one has nothing of it
+    local.security[std::wstring(key, wcslen(key) - wcslen(L"\\Kestel"))] = L"O:SYD:P(A;;KR;;;BU)";
+    expectAnswers({{create + "none\\Other", "3 WSE-000050 5"}});
 }
 
 TEST(Home, KeepsTheCallersPathWhenABufferIsMissing)

@@ -97,8 +97,10 @@ std::string Place::answer(const std::string& call)
     for (std::string& word : words)
         word = filledIn(word);
     const auto verb = verbs.find(words.front());
-    return plain(verb != verbs.end() ? utf8FromWide(verb->second(*this, wordsOf(words)))
-                                     : support::told(support::invoke(library_, words, node_), true));
+    const std::string answer = verb != verbs.end() ? utf8FromWide(verb->second(*this, wordsOf(words)))
+                                                   : support::told(support::invoke(library_, words, node_), true);
+    support::underWay.clear();
+    return plain(answer);
 }
 
 } // namespace machine

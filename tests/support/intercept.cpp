@@ -181,11 +181,9 @@ uintptr_t findAtRunTime(const char* name, uintptr_t found)
 bool isSuccess(const Row& row, uintptr_t result)
 {
     const auto number = static_cast<LONG>(result);
-    return row.says == Says::nothing    ? true
-           : row.says == Says::result   ? number == 0
-           : row.says == Says::ntStatus ? number >= 0
-           : row.says == Says::allBits  ? number != -1
-                                        : result != 0;
+    if (row.says == Says::result || row.says == Says::ntStatus)
+        return row.says == Says::result ? number == 0 : number >= 0;
+    return row.says == Says::nothing || (row.says == Says::allBits ? number != -1 : result != 0);
 }
 
 uintptr_t resourceOf(const Row& row, uintptr_t result, const Raw& arguments)

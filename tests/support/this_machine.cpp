@@ -78,6 +78,8 @@ DWORD removeRightsOf(const std::wstring& account)
 {
     const journal::Machine machine = journal::thisMachine();
     std::vector<BYTE> sid = whatif::sidBytes(machine.sidOf(machine.name, account));
+    if (sid.empty())
+        return ERROR_NONE_MAPPED;
     LSA_OBJECT_ATTRIBUTES attributes = {};
     LSA_HANDLE policy = nullptr;
     NTSTATUS status = LsaOpenPolicy(nullptr, &attributes, POLICY_LOOKUP_NAMES, &policy);

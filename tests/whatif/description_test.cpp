@@ -1,3 +1,4 @@
+// Nodes described in INI files: read, written, and read again; what is wrong in one is told with its line.
 #include "tests/support/scratch_directory.h"
 #include "whatif/model/names.h"
 #include "whatif/model/registry.h"

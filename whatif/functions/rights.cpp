@@ -22,15 +22,14 @@ namespace {
 
 using Sids = std::vector<std::wstring>;
 
-std::set<LSA_HANDLE>& openPolicies()
-{
-    static std::set<LSA_HANDLE> policies;
-    return policies;
-}
+// The addresses of the nodes' places are the handles.
+using OpenPolicies = std::map<LSA_HANDLE, std::unique_ptr<Node*>>;
 
 Node* nodeOf(LSA_HANDLE policy)
 {
-    return openPolicies().count(policy) ? *static_cast<Node**>(policy) : nullptr;
+    const OpenPolicies& policies = activeWorld().table<OpenPolicies>();
+    const auto found = policies.find(policy);
+    return found == policies.end() ? nullptr : *found->second;
 }
 
 std::wstring textOf(const LSA_UNICODE_STRING* text)
@@ -49,18 +48,16 @@ NTSTATUS WINAPI openPolicy(PLSA_UNICODE_STRING system, PLSA_OBJECT_ATTRIBUTES, A
     Node* const node = world->find(textOf(system).c_str());
     if (!node)
         return RPC_NT_SERVER_UNAVAILABLE;
-    *policy = new Node*(node);
-    openPolicies().insert(*policy);
+    auto place = std::make_unique<Node*>(node);
+    *policy = place.get();
+    world->table<OpenPolicies>()[*policy] = std::move(place);
     return STATUS_SUCCESS;
 }
 
 NTSTATUS WINAPI closePolicy(LSA_HANDLE policy)
 {
     Locked world;
-    if (!openPolicies().erase(policy))
-        return STATUS_INVALID_HANDLE;
-    delete static_cast<Node**>(policy);
-    return STATUS_SUCCESS;
+    return world->table<OpenPolicies>().erase(policy) ? STATUS_SUCCESS : STATUS_INVALID_HANDLE;
 }
 
 void* blockOf(const Packed& packed)

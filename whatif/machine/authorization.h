@@ -1,3 +1,4 @@
+// What a node that reads this machine sees of the domain's groups.
 #pragma once
 
 #include <string>

@@ -1,3 +1,4 @@
+// A machine as it is when Windows has just been installed.
 #pragma once
 
 #include "whatif/node.h"

@@ -1,3 +1,4 @@
+// What new objects inherit.
 #pragma once
 
 #include "whatif/security/descriptors.h"
