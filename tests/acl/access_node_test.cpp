@@ -121,7 +121,7 @@ TEST_F(OnNode, AccountsAreThoseOfTheMachineThatOwnsTheObject)
 TEST_F(OnNode, MountPointsAreSecuredWithTheirVolume)
 {
     constexpr DWORD link = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
-    static const struct Mount
+    struct Mount
     {
         const char* what;
         const wchar_t* fileSystem;
@@ -130,7 +130,8 @@ TEST_F(OnNode, MountPointsAreSecuredWithTheirVolume)
         const char* secured = "x ";            // the mount point, its volume
         const char* answer = "2 WSE-000053 5"; // the child is skipped
         bool hasVolume = true;                 // whose path fits
-    } * mount;
+    };
+    static const Mount* mount;
     static std::string volumePath;
     const Mount rows[] = {
         {"another file system", L"NTFS", link, IO_REPARSE_TAG_MOUNT_POINT},

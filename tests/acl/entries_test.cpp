@@ -51,7 +51,8 @@ void expectComposed(const std::vector<Composed>& rows)
         expectCases({{row.what, updating(newAces, row.keep), 2}});
         EXPECT_EQ(held.result, acesOf(row.after));
         const bool isLater = std::any_of(held.result.begin(), held.result.end(), [](const Ace& ace) {
-            return strchr("\4\5\6\7\x8\xB\xC", ace[0] ? ace[0] : 1); // compound entries, those with GUIDs in them
+            const std::string_view later = "\4\5\6\7\x8\xB\xC"; // compound entries, those with GUIDs in them
+            return later.find(static_cast<char>(ace[0])) != later.npos;
         });
         EXPECT_EQ(held.revision, isLater ? ACL_REVISION_DS : ACL_REVISION);
         EXPECT_EQ(newAces, newBefore) << "the caller's entries";

@@ -245,7 +245,7 @@ TEST_F(Trees, OfKeysKeepWhatTheyInherit)
     expect({{"RevokeACLOnObjectForUser wtype=4 path=x", "4 WSE-000064"}});
 }
 
-TEST_F(Trees, GetTheGroupOfTheServiceSidsOnce)
+TEST_F(Trees, OfKeysGetTheGroupOfTheServiceSidsOnce)
 {
     const std::string addOn = "AddFullPermForSVCSIDSGroup inheritable=1 wtype=",
                       toKey = addOn + "2 path=MACHINE\\SOFTWARE\\Kestel\\KEY_keswsec_test";

@@ -49,7 +49,7 @@ TEST_F(WhatIfSecurity, UntouchedFilesHaveWhatTheyInheritedWhenTheyWereMade)
                 {"SetFileSecurity {dir} D:NO_ACCESS_CONTROL", "0"}});
 }
 
-TEST_F(WhatIfSecurity, AccessIsDeniedToAdministratorsWhereTheListAndTheOwnerSaySo)
+TEST_F(WhatIfSecurity, AccessIsDeniedToAdministratorsUnlessTheyOwn)
 {
     const std::string read = "GetFileSecurity {dir}\\file", write = "SetFileSecurity {dir}\\file D:(A;;FR;;;AU)";
     describe(file, L"D:P(A;;FA;;;SY)"); // the owner gets to the list anyhow
