@@ -75,12 +75,13 @@ def copy_project():
 def judge():
     """What becomes of the copy as it is: a word, and the test that says so."""
     status, output = shell('workshop_build -DKESWSEC_TESTS=ON -DKESWSEC_QUICK_LINK=ON keswsec_tests')
+    error = next((line for line in output.split('\n') if 'error:' in line), '')
     if status != 0:
-        return 'does not build', next((line for line in output.split('\n') if 'error:' in line), '')
+        return 'caught' if 'static assertion failed' in error else 'does not build', error
     for suite in SUITES:
         command = f"workshop_tests --gtest_brief=1 --gtest_fail_fast '--gtest_filter={suite}'"
         status, output = shell(command, LONGEST)
-        failed = re.findall(r'^\[  FAILED  \] (\w\S*\.\S+)', output, re.M)
+        failed = re.findall(r'^(?:\[  FAILED  \]|exception \w+ at \w+ in) (\w\S*\.\S+)', output, re.M)
         if failed:
             return 'caught', failed[0]
         if status is None:
