@@ -72,10 +72,9 @@ TEST_F(NodeTest, AccountsDependOnTheRelease)
     local.accounts.back().managedState = 4; // it could be installed
     expect({{isManaged, "0"}});
     local.missing = {L"Logoncli.dll"};
-    expect({{isManaged, "3"}}); // nobody knows: not a word
-    local.accounts.front().domain = L"node";
-    expect({{"IsUserDomainUser username=svc", "0"}});
-    local.accounts.front().domain.clear();
+    expect({{isManaged, "3"}});             // nobody knows: not a word
+    local.accounts.back().domain = L"node"; // this machine's name in another case
+    expect({{"IsUserDomainUser username=gmsa$", "0"}});
     local.productType = VER_NT_DOMAIN_CONTROLLER; // its own accounts are the domain's
     expect({{"IsUserDomainUser username=svc", "1"}});
 }
