@@ -112,7 +112,7 @@ bool takeSecurity(PSECURITY_DESCRIPTOR given)
     whatif::Security security = whatif::securityOf(given);
     whatif::mapGenericRights(security, whatif::fileRights);
     const bool isNew = security.dacl != whatif::securityOf(std::wstring(treeSecurity)).dacl;
-    if (isNew && writtenSecurity.empty())
+    if (isNew)
         writtenSecurity = whatif::selfRelative(security, DACL_SECURITY_INFORMATION);
     return isNew;
 }
