@@ -11,7 +11,10 @@ target_link_libraries(keswsec_tests PRIVATE cli GTest::gmock ${KESWSEC_SYSTEM_LI
 target_compile_options(keswsec_tests PRIVATE ${KESWSEC_WARNINGS} -O0) # built often, run briefly
 target_precompile_headers(keswsec_tests PRIVATE # half of the time that a test takes to compile
   <windows.h> <gmock/gmock.h> <gtest/gtest.h> <filesystem> <functional> <map> <memory> <optional> <set> <string> <vector>)
-target_link_options(keswsec_tests PRIVATE -static -wrapper ${CMAKE_SOURCE_DIR}/cmake/link-with-lld.sh)
+target_link_options(keswsec_tests PRIVATE -static)
+if(NOT KESWSEC_COVERAGE)
+  target_link_options(keswsec_tests PRIVATE -wrapper ${CMAKE_SOURCE_DIR}/cmake/link-with-lld.sh)
+endif()
 add_dependencies(keswsec_tests keswsec keswsec_cli keswsec_messages)
 set_target_properties(keswsec_tests PROPERTIES CROSSCOMPILING_EMULATOR ${CMAKE_SOURCE_DIR}/cmake/run-tests.sh)
 # Three processes, which run side by side; not one for each test: a cold one costs Wine a second or two.
